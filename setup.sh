@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Sets up a Debian 12 machine for Brindlewick, builds it, and then runs what
+# was asked for:
+#   ./setup.sh          install what is missing and build
+#   ./setup.sh run      ... then start Brindlewick
+#   ./setup.sh test     ... then run the whole test suite
+#   ./setup.sh bench    ... then run the benchmarks (see bench/README.md)
+# It installs only missing packages, runs apt-get update at most once, and
+# needs no input (it uses sudo when not run as root).
+set -euo pipefail
+cd "$(dirname "$0")"
+
+# Build and run-time dependencies (the README says why each is there).
+PACKAGES=(
+  g++ cmake ninja-build pkg-config
+  qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins qt6-image-formats-plugins libqt6svg6
+  libglib2.0-dev
+  libtesseract-dev libleptonica-dev tesseract-ocr-eng
+  libxcb1-dev
+)
+# Only for the end-to-end tests: a virtual X server and a key sender.
+TEST_PACKAGES=(xvfb xauth xdotool dbus-x11)
+# Only for benchmarks: the reference tools they are measured against.
+BENCH_PACKAGES=(tesseract-ocr libvips-tools python3 findutils)
+
+action="${1:-build}"
+wanted=("${PACKAGES[@]}")
+case "$action" in
+  test) wanted+=("${TEST_PACKAGES[@]}") ;;
+  bench) wanted+=("${TEST_PACKAGES[@]}" "${BENCH_PACKAGES[@]}") ;;
+  run|build) ;;
+  *) echo "usage: $0 [build|run|test|bench]" >&2; exit 2 ;;
+esac
+
+missing=()
+for pkg in "${wanted[@]}"; do
+  status=$(dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null || true)
+  [[ "$status" == "install ok installed" ]] || missing+=("$pkg")
+done
+if ((${#missing[@]})); then
+  sudo=()
+  [[ $(id -u) -eq 0 ]] || sudo=(sudo)
+  echo "Installing: ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  if ! "${sudo[@]}" apt-get install -y --no-install-recommends "${missing[@]}"; then
+    "${sudo[@]}" apt-get update
+    "${sudo[@]}" apt-get install -y --no-install-recommends "${missing[@]}"
+  fi
+fi
+
+BUILD_DIR="${BRINDLEWICK_BUILD_DIR:-build}"
+cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build "$BUILD_DIR"
+
+case "$action" in
+  run) exec "$BUILD_DIR/src/brindlewick" ;;
+  test) exec ctest --test-dir "$BUILD_DIR" --output-on-failure ;;
+  bench) exec bench/run "$BUILD_DIR" ;;
+esac

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QDateTime>
+#include <QHash>
+#include <QObject>
+#include <QString>
+#include <QUrl>
+
+#include <functional>
+#include <optional>
+
+class QTimer;
+
+// What we know about one screenshot that the file itself does not carry.
+struct FileMeta
+{
+    std::optional<QString> app;      // application in front when it appeared
+    std::optional<QString> appPath;  // that application's desktop entry
+    std::optional<QString> text;     // recognised text; "" = ran, found nothing
+    std::optional<QDateTime> textAt; // when `text` was written
+
+    bool isIndexed() const { return text.has_value(); }
+    bool operator==(const FileMeta &) const = default;
+};
+
+// Per-file records keyed by file name, kept in memory and written to one JSON
+// file 1 s after the last change. GUI thread only.
+class MetaStore : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int saveDelayMs = 1000;
+
+    // Loads `filePath` (a missing or unreadable file gives an empty store).
+    explicit MetaStore(const QString &filePath, QObject *parent = nullptr);
+    ~MetaStore() override;
+
+    // $XDG_DATA_HOME/Brindlewick/meta.json, loaded on first use.
+    static MetaStore &shared();
+    static QString defaultFilePath();
+
+    std::optional<FileMeta> meta(const QUrl &file) const;
+    std::optional<FileMeta> metaForName(const QString &fileName) const;
+    void update(const QUrl &file, const std::function<void(FileMeta &)> &change);
+    void moveRecord(const QUrl &from, const QUrl &to);
+    void scheduleSave();
+    void save();
+
+    const QHash<QString, FileMeta> &byName() const { return m_byName; }
+    QString filePath() const { return m_filePath; }
+
+    // The JSON form of the records, and back. decode() fails on anything but
+    // an object of objects with correctly typed members.
+    static QByteArray encode(const QHash<QString, FileMeta> &records);
+    static std::optional<QHash<QString, FileMeta>> decode(const QByteArray &json);
+
+Q_SIGNALS:
+    void byNameChanged();
+
+private:
+    void load();
+
+    QString m_filePath;
+    QHash<QString, FileMeta> m_byName;
+    QTimer *m_saveWork = nullptr;
+    // The file on disk could not be read; it is moved aside before the first save.
+    bool m_setAsideBeforeSave = false;
+};

@@ -1,0 +1,214 @@
+#include "model/listing.h"
+
+#include <QCollator>
+#include <QDir>
+#include <QFile>
+#include <QStringDecoder>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// The image/* globs of shared-mime-info, lower-case, without the dot.
+constexpr std::array<std::string_view, 52> kImageExtensions = {
+    "png", "jpg", "jpeg", "jpe", "jfif", "gif", "bmp", "dib", "tif", "tiff", "webp", "heic",
+    "heif", "avif", "jxl", "ico", "icns", "cur", "svg", "svgz", "tga", "psd", "xcf", "ppm",
+    "pgm", "pbm", "pnm", "pam", "xpm", "xbm", "jp2", "jpf", "jpx", "j2k", "exr", "hdr", "dng",
+    "cr2", "cr3", "crw", "nef", "nrw", "arw", "orf", "rw2", "raf", "pef", "srw", "dds", "ktx",
+    "qoi", "wbmp"};
+
+bool isHiddenName(const char *name) { return name[0] == '.'; }
+
+// Names we cannot turn into text and back byte for byte would point at a
+// different file if we listed them; they are skipped.
+bool decodeName(const char *name, QString *out)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    *out = decoder(QByteArrayView(name, qsizetype(std::strlen(name))));
+    return !decoder.hasError();
+}
+
+struct Entry
+{
+    QString name;
+    qint64 mtimeNs;
+    qsizetype order;
+};
+
+class DirReader
+{
+public:
+    explicit DirReader(const QString &folder)
+    {
+        const QByteArray path = QFile::encodeName(folder);
+        const int fd = ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (fd < 0)
+            return;
+        m_dir = ::fdopendir(fd);
+        if (!m_dir)
+            ::close(fd);
+    }
+    ~DirReader()
+    {
+        if (m_dir)
+            ::closedir(m_dir);
+    }
+    DirReader(const DirReader &) = delete;
+    DirReader &operator=(const DirReader &) = delete;
+
+    DIR *dir() const { return m_dir; }
+    int fd() const { return m_dir ? ::dirfd(m_dir) : -1; }
+
+private:
+    DIR *m_dir = nullptr;
+};
+
+// The entry type without following symlinks; asks the file system only when
+// the directory entry does not carry it.
+unsigned char entryType(int dirFd, const dirent *entry)
+{
+    if (entry->d_type != DT_UNKNOWN)
+        return entry->d_type;
+    struct statx sx;
+    if (::statx(dirFd, entry->d_name, AT_SYMLINK_NOFOLLOW, STATX_TYPE, &sx) != 0)
+        return DT_UNKNOWN;
+    if (S_ISREG(sx.stx_mode))
+        return DT_REG;
+    if (S_ISDIR(sx.stx_mode))
+        return DT_DIR;
+    return DT_UNKNOWN;
+}
+
+QList<QUrl> newestFirst(const QString &folder, std::vector<Entry> &entries, qsizetype limit)
+{
+    const auto newer = [](const Entry &a, const Entry &b) {
+        return a.mtimeNs != b.mtimeNs ? a.mtimeNs > b.mtimeNs : a.order < b.order;
+    };
+    const auto keep = std::min<qsizetype>(std::max<qsizetype>(limit, 0), qsizetype(entries.size()));
+    std::partial_sort(entries.begin(), entries.begin() + keep, entries.end(), newer);
+    QList<QUrl> urls;
+    urls.reserve(keep);
+    const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
+    for (qsizetype i = 0; i < keep; ++i)
+        urls.append(QUrl::fromLocalFile(prefix + entries[size_t(i)].name));
+    return urls;
+}
+
+QList<QUrl> sortedFolders(const QString &folder, QStringList names)
+{
+    QCollator collator;
+    collator.setNumericMode(true);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    std::stable_sort(names.begin(), names.end(),
+                     [&](const QString &a, const QString &b) { return collator.compare(a, b) < 0; });
+    QList<QUrl> urls;
+    urls.reserve(names.size());
+    const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
+    for (const QString &name : std::as_const(names))
+        urls.append(QUrl::fromLocalFile(prefix + name));
+    return urls;
+}
+
+} // namespace
+
+bool isImageName(const QByteArray &fileName)
+{
+    const qsizetype dot = fileName.lastIndexOf('.');
+    if (dot < 0 || dot == fileName.size() - 1)
+        return false;
+    const qsizetype len = fileName.size() - dot - 1;
+    if (len > 4)
+        return false;
+    char ext[5] = {};
+    for (qsizetype i = 0; i < len; ++i) {
+        const char c = fileName[dot + 1 + i];
+        ext[i] = (c >= 'A' && c <= 'Z') ? char(c + 32) : c;
+    }
+    const std::string_view e(ext, size_t(len));
+    return std::find(kImageExtensions.begin(), kImageExtensions.end(), e) != kImageExtensions.end();
+}
+
+FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 countLimit,
+                         bool wantImages, bool wantSubfolders)
+{
+    FolderListing result;
+    DirReader reader(folder);
+    if (!reader.dir())
+        return result;
+
+    std::vector<Entry> images;
+    QStringList folders;
+    qint64 count = 0;
+    qsizetype order = 0;
+    const int dirFd = reader.fd();
+    while (const dirent *entry = ::readdir(reader.dir())) {
+        const char *name = entry->d_name;
+        if (isHiddenName(name))
+            continue;
+        const bool imageName = isImageName(QByteArray::fromRawData(name, qsizetype(std::strlen(name))));
+        if (!imageName && !wantSubfolders)
+            continue;
+        const unsigned char type = entryType(dirFd, entry);
+        if (type == DT_DIR && wantSubfolders) {
+            QString decoded;
+            if (decodeName(name, &decoded))
+                folders.append(decoded);
+            continue;
+        }
+        if (type != DT_REG || !imageName)
+            continue;
+        QString decoded;
+        if (!decodeName(name, &decoded))
+            continue;
+        if (wantImages) {
+            struct statx sx;
+            if (::statx(dirFd, name, AT_SYMLINK_NOFOLLOW, STATX_MTIME | STATX_TYPE, &sx) != 0
+                || !S_ISREG(sx.stx_mode))
+                continue;
+            const qint64 ns = (sx.stx_mask & STATX_MTIME)
+                                  ? qint64(sx.stx_mtime.tv_sec) * 1000000000 + sx.stx_mtime.tv_nsec
+                                  : std::numeric_limits<qint64>::min();
+            images.push_back({decoded, ns, order++});
+        }
+        if (count < countLimit)
+            ++count;
+    }
+
+    result.imageCount = count;
+    if (wantImages)
+        result.images = newestFirst(folder, images, listLimit);
+    if (wantSubfolders)
+        result.subfolders = sortedFolders(folder, folders);
+    return result;
+}
+
+QList<QUrl> listImages(const QString &folder, qsizetype limit)
+{
+    return listFolder(folderPath(folder), limit, 0, true, false).images;
+}
+
+QList<QUrl> listSubfolders(const QString &folder)
+{
+    return listFolder(folderPath(folder), 0, 0, false, true).subfolders;
+}
+
+qint64 countImages(const QString &folder, qint64 limit)
+{
+    return listFolder(folderPath(folder), 0, limit, false, false).imageCount;
+}
+
+QString folderPath(const QString &path)
+{
+    if (path.isEmpty())
+        return path;
+    return QDir::cleanPath(QDir::isAbsolutePath(path) ? path : QDir::current().absoluteFilePath(path));
+}
+
+QUrl folderUrl(const QString &path) { return QUrl::fromLocalFile(folderPath(path)); }

@@ -1,0 +1,260 @@
+#include "model/shelf.h"
+
+#include "meta/metastore.h"
+#include "model/listing.h"
+#include "platform/folderwatch.h"
+#include "system/capturelocation.h"
+#include "system/prefs.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QPointer>
+#include <QThreadPool>
+#include <QTimer>
+#include <QtConcurrent>
+
+#include <cmath>
+#include <cstdio>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Listing runs at utility priority: below thumbnails, above text recognition.
+QThreadPool &scanPool()
+{
+    static QThreadPool *pool = [] {
+        auto *p = new QThreadPool;
+        p->setMaxThreadCount(2);
+        p->setThreadPriority(QThread::LowPriority);
+        return p;
+    }();
+    return *pool;
+}
+
+bool existsAt(const QString &path)
+{
+    // A dangling symlink still counts as "something exists at that path".
+    struct stat st;
+    return !path.isEmpty() && ::lstat(QFile::encodeName(path).constData(), &st) == 0;
+}
+
+void writeDebugLine(const QString &current, qsizetype images, qsizetype subfolders)
+{
+    const QByteArray line = QStringLiteral("[Brindlewick] %1: %2 images, %3 subfolders\n")
+                                .arg(current).arg(images).arg(subfolders)
+                                .toUtf8();
+    // One write per line so lines from overlapping scans never interleave.
+    [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.constData(), size_t(line.size()));
+}
+
+} // namespace
+
+Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp,
+             QObject *parent)
+    : QObject(parent), m_prefs(prefs), m_capture(capture), m_meta(meta), m_frontApp(frontApp)
+{
+    QString homePath;
+    const QByteArray envFolder = qgetenv("BRINDLEWICK_FOLDER");
+    const QString chosen = prefs.text(PrefKey::folder);
+    if (!envFolder.isEmpty())
+        homePath = QFile::decodeName(envFolder);
+    else if (!chosen.isEmpty() && existsAt(chosen))
+        homePath = chosen;
+    else
+        homePath = capture.systemFolder();
+    m_home = folderUrl(homePath);
+    m_current = m_home;
+    m_cellWidth = initialCellWidth(prefs);
+    watch();
+    scan();
+}
+
+Shelf::~Shelf() = default;
+
+double Shelf::initialCellWidth(Prefs &prefs)
+{
+    const double stored = prefs.number(PrefKey::cellWidth, 0);
+    if (!(stored > 0))
+        return defaultCellWidth;
+    return std::clamp(stored, smallestCellWidth, largestCellWidth);
+}
+
+QUrl Shelf::folderKey(const QUrl &folder) { return folderUrl(folder.toLocalFile()); }
+
+bool Shelf::isHome() const { return folderKey(m_current) == folderKey(m_home); }
+
+Shelf::ScanResult Shelf::runScan(const QString &current, const QString &home)
+{
+    ScanResult result;
+    const bool currentIsHome = current == home;
+    // Home is read once: its images (when shown), its count and its subfolders.
+    FolderListing homeListing = listFolder(home, listLimit, countLimit, currentIsHome, true);
+    result.images = currentIsHome ? homeListing.images : listImages(current, listLimit);
+    result.subfolders = homeListing.subfolders;
+    result.counts.insert(QUrl::fromLocalFile(home), homeListing.imageCount);
+    for (const QUrl &sub : std::as_const(result.subfolders))
+        result.counts.insert(sub, countImages(sub.toLocalFile(), countLimit));
+    if (qEnvironmentVariableIsSet("BRINDLEWICK_DEBUG"))
+        writeDebugLine(current, result.images.size(), result.subfolders.size());
+    return result;
+}
+
+void Shelf::scan()
+{
+    // A Home that vanished gives way to the screenshot tool's folder, if that exists.
+    const QString homePath = m_home.toLocalFile();
+    if (!existsAt(homePath)) {
+        const QUrl fallback = folderUrl(m_capture.systemFolder());
+        if (fallback != m_home && existsAt(fallback.toLocalFile())) {
+            setHomeAndCurrent(fallback, fallback);
+            watch();
+        }
+    }
+
+    const QString current = m_current.toLocalFile();
+    const QString home = m_home.toLocalFile();
+    QPointer<Shelf> self(this);
+    (void)QtConcurrent::run(&scanPool(), [self, current, home] {
+        ScanResult result = runScan(current, home);
+        QMetaObject::invokeMethod(
+            qApp,
+            [self, result = std::move(result)] {
+                if (self)
+                    self->applyScan(result);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void Shelf::applyScan(const ScanResult &result)
+{
+    noticeNew(result.images);
+    setItems(result.images);
+    setSubfolders(result.subfolders);
+    setFolderCounts(result.counts);
+    QSet<QUrl> kept;
+    for (const QUrl &url : result.images)
+        if (m_selection.contains(url))
+            kept.insert(url);
+    setSelection(kept);
+    Q_EMIT scanApplied();
+}
+
+void Shelf::openFolder(const QUrl &folder)
+{
+    const QUrl key = folderKey(folder);
+    if (key == m_current)
+        return;
+    m_current = key;
+    Q_EMIT currentChanged();
+    setSelection({});
+    m_known.clear();
+    m_firstScan = true;
+    watch();
+    scan();
+}
+
+void Shelf::setHome(const QUrl &folder)
+{
+    const QUrl key = folderKey(folder);
+    setHomeAndCurrent(key, key);
+    setSelection({});
+    m_known.clear();
+    m_firstScan = true;
+    m_prefs.setValue(PrefKey::folder, key.toLocalFile());
+    m_capture.apply(key.toLocalFile());
+    watch();
+    scan();
+}
+
+void Shelf::chooseHome(FolderChooser &chooser)
+{
+    const QString chosen = chooser.chooseFolder(m_home.toLocalFile(), tr("Use this folder"),
+                                                tr("Screenshots will be shown from, and saved to, this folder."));
+    if (!chosen.isEmpty())
+        setHome(QUrl::fromLocalFile(chosen));
+}
+
+void Shelf::zoom(double delta)
+{
+    const double target = std::round(m_cellWidth + delta); // std::round rounds half away from zero
+    setCellWidth(std::clamp(target, smallestCellWidth, largestCellWidth));
+}
+
+void Shelf::setCellWidth(double width)
+{
+    m_prefs.setValue(PrefKey::cellWidth, width);
+    if (width == m_cellWidth)
+        return;
+    m_cellWidth = width;
+    Q_EMIT cellWidthChanged();
+}
+
+void Shelf::setHomeAndCurrent(const QUrl &home, const QUrl &current)
+{
+    if (home != m_home) {
+        m_home = home;
+        Q_EMIT homeChanged();
+    }
+    if (current != m_current) {
+        m_current = current;
+        Q_EMIT currentChanged();
+    }
+}
+
+void Shelf::setItems(const QList<QUrl> &items)
+{
+    if (items == m_items)
+        return;
+    m_items = items;
+    Q_EMIT itemsChanged();
+}
+
+void Shelf::setSubfolders(const QList<QUrl> &subfolders)
+{
+    if (subfolders == m_subfolders)
+        return;
+    m_subfolders = subfolders;
+    Q_EMIT subfoldersChanged();
+}
+
+void Shelf::setFolderCounts(const FolderCounts &counts)
+{
+    if (counts == m_folderCounts)
+        return;
+    m_folderCounts = counts;
+    Q_EMIT folderCountsChanged();
+}
+
+void Shelf::setSelection(const QSet<QUrl> &selection)
+{
+    if (selection == m_selection)
+        return;
+    m_selection = selection;
+    Q_EMIT selectionChanged();
+}
+
+void Shelf::setHovered(const QUrl &url)
+{
+    if (url == m_hovered)
+        return;
+    m_hovered = url;
+    Q_EMIT hoveredChanged();
+}
+
+void Shelf::setQuery(const QString &query)
+{
+    if (query == m_query)
+        return;
+    m_query = query;
+    Q_EMIT queryChanged();
+}
+
+void Shelf::setCursor(const QUrl &url)
+{
+    if (url == m_cursor)
+        return;
+    m_cursor = url;
+    Q_EMIT cursorChanged();
+}

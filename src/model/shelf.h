@@ -1,0 +1,179 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QSet>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+
+class CaptureLocation;
+class FolderWatch;
+class FrontApp;
+class MetaStore;
+class Prefs;
+class QTimer;
+
+using FolderCounts = QHash<QUrl, qint64>;
+
+// Direction of one keyboard-cursor step over the grid.
+enum class Move { left, right, up, down };
+
+// Answers the one question the shelf asks the user (the Home folder chooser);
+// the UI supplies a dialog, tests supply an answer.
+class FolderChooser
+{
+public:
+    virtual ~FolderChooser() = default;
+    // An empty result means the user cancelled.
+    virtual QString chooseFolder(const QString &startIn, const QString &confirmText,
+                                 const QString &message) = 0;
+};
+
+// The one model object: which folder is Home, which is shown, what it holds,
+// what is selected and searched. Lives and changes on the GUI thread only.
+class Shelf : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QUrl home READ home NOTIFY homeChanged)
+    Q_PROPERTY(QUrl current READ current NOTIFY currentChanged)
+    Q_PROPERTY(QList<QUrl> items READ items NOTIFY itemsChanged)
+    Q_PROPERTY(QList<QUrl> subfolders READ subfolders NOTIFY subfoldersChanged)
+    Q_PROPERTY(FolderCounts folderCounts READ folderCounts NOTIFY folderCountsChanged)
+    Q_PROPERTY(QSet<QUrl> selection READ selection WRITE setSelection NOTIFY selectionChanged)
+    Q_PROPERTY(QUrl hovered READ hovered WRITE setHovered NOTIFY hoveredChanged)
+    Q_PROPERTY(double cellWidth READ cellWidth WRITE setCellWidth NOTIFY cellWidthChanged)
+    Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
+    Q_PROPERTY(QUrl cursor READ cursor WRITE setCursor NOTIFY cursorChanged)
+
+public:
+    static constexpr qsizetype listLimit = 400;
+    static constexpr qint64 countLimit = 100000;
+    static constexpr double defaultCellWidth = 300;
+    static constexpr double smallestCellWidth = 160;
+    static constexpr double largestCellWidth = 560;
+    static constexpr qint64 defaultColumns = 4;
+    static constexpr qint64 largestColumns = 6;
+    static constexpr int rescanDelayMs = 400;
+    static constexpr double freshAgeSeconds = 20;
+
+    // Resolves Home, starts watching and starts the first scan.
+    // `meta` and `frontApp` may be null (no metadata, no front application).
+    Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta = nullptr,
+          FrontApp *frontApp = nullptr, QObject *parent = nullptr);
+    ~Shelf() override;
+
+    // Observable state. Empty QUrl stands for "none" in the optional fields.
+    QUrl home() const { return m_home; }
+    QUrl current() const { return m_current; }
+    QList<QUrl> items() const { return m_items; }
+    QList<QUrl> subfolders() const { return m_subfolders; }
+    FolderCounts folderCounts() const { return m_folderCounts; }
+    QSet<QUrl> selection() const { return m_selection; }
+    QUrl hovered() const { return m_hovered; }
+    double cellWidth() const { return m_cellWidth; }
+    QString query() const { return m_query; }
+    QUrl cursor() const { return m_cursor; }
+
+    // Written by the views.
+    void setSelection(const QSet<QUrl> &selection);
+    void setHovered(const QUrl &url);
+    void setCellWidth(double width);   // stored as given, persisted at once
+    void setQuery(const QString &query);
+    void setCursor(const QUrl &url);
+    qint64 columns() const { return m_columns; }
+    void setColumns(qint64 columns) { m_columns = columns; }
+    QUrl anchor() const { return m_anchor; }
+    void setAnchor(const QUrl &url) { m_anchor = url; }
+    QSet<QUrl> base() const { return m_base; }
+
+    // Derived values, computed on each read.
+    bool isHome() const;
+    QList<QUrl> visible() const;
+    QList<QUrl> selectedURLs() const;
+
+    // Folders.
+    void scan();
+    void openFolder(const QUrl &folder);
+    void setHome(const QUrl &folder);
+    void chooseHome(FolderChooser &chooser);
+    void zoom(double delta);
+
+    // Watching and new screenshots.
+    void watch();
+    void scheduleScan();
+    void noticeNew(const QList<QUrl> &images);
+    void remember(const QList<QUrl> &images);
+    std::function<void(const QUrl &)> onFreshScreenshot;
+    bool firstScan() const { return m_firstScan; }
+    const QSet<QString> &known() const { return m_known; }
+
+    // Selection and keyboard cursor.
+    void select(const QUrl &url);
+    void toggle(const QUrl &url);
+    void extend(const QUrl &url);
+    void selectAll();
+    void moveCursor(Move direction, bool extendSelection);
+
+    // The folder identity used for `home`, `current`, `subfolders` and the
+    // keys of `folderCounts`.
+    static QUrl folderKey(const QUrl &folder);
+
+    // The background half of `scan`: plain values, no shelf state touched.
+    struct ScanResult
+    {
+        QList<QUrl> images;
+        QList<QUrl> subfolders;
+        FolderCounts counts;
+    };
+    static ScanResult runScan(const QString &current, const QString &home);
+
+Q_SIGNALS:
+    void homeChanged();
+    void currentChanged();
+    void itemsChanged();
+    void subfoldersChanged();
+    void folderCountsChanged();
+    void selectionChanged();
+    void hoveredChanged();
+    void cellWidthChanged();
+    void queryChanged();
+    void cursorChanged();
+    // After each applied scan, once every field above is published.
+    void scanApplied();
+
+private:
+    void applyScan(const ScanResult &result);
+    void setHomeAndCurrent(const QUrl &home, const QUrl &current);
+    void setItems(const QList<QUrl> &items);
+    void setSubfolders(const QList<QUrl> &subfolders);
+    void setFolderCounts(const FolderCounts &counts);
+    static double initialCellWidth(Prefs &prefs);
+
+    Prefs &m_prefs;
+    CaptureLocation &m_capture;
+    MetaStore *m_meta;
+    FrontApp *m_frontApp;
+
+    QUrl m_home;
+    QUrl m_current;
+    QList<QUrl> m_items;
+    QList<QUrl> m_subfolders;
+    FolderCounts m_folderCounts;
+    QSet<QUrl> m_selection;
+    QUrl m_hovered;
+    qint64 m_columns = defaultColumns;
+    double m_cellWidth = defaultCellWidth;
+    QString m_query;
+    QUrl m_anchor;
+    std::unique_ptr<FolderWatch> m_homeSource;
+    std::unique_ptr<FolderWatch> m_currentSource;
+    QTimer *m_pending = nullptr;
+    QSet<QString> m_known;
+    bool m_firstScan = true;
+    QUrl m_cursor;
+    QSet<QUrl> m_base;
+};

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QString>
+#include <memory>
+#include <optional>
+
+// The screenshot tool's own settings, as far as we touch them: its save folder
+// ("location", a path that may start with "~") and its after-capture
+// notification switch ("show-thumbnail"). One backend per supported tool.
+// A key the tool does not have reads as absent and ignores writes.
+class CaptureSettings
+{
+public:
+    static inline const QString location = QStringLiteral("location");
+    static inline const QString showThumbnail = QStringLiteral("show-thumbnail");
+
+    virtual ~CaptureSettings() = default;
+
+    // The tool's name as users know it ("Flameshot", "Spectacle", ...).
+    virtual QString toolName() const = 0;
+    // False for tools whose save folder cannot be changed (GNOME Shell's own).
+    virtual bool canWrite(const QString &key) const = 0;
+
+    virtual std::optional<QString> readText(const QString &key) const = 0;
+    virtual void writeText(const QString &key, const QString &value) = 0;
+    virtual std::optional<bool> readBool(const QString &key) const = 0;
+    virtual void writeBool(const QString &key, bool value) = 0;
+    virtual void remove(const QString &key) = 0;
+    // Makes the tool pick up a change: a reload request where the tool has
+    // one, otherwise nothing. Never ends a process.
+    virtual void reload() = 0;
+};
+
+// Backends, each over an explicit settings location so tests can use their own.
+std::unique_ptr<CaptureSettings> makeFlameshotSettings(const QString &iniPath);
+std::unique_ptr<CaptureSettings> makeSpectacleSettings(const QString &rcPath);
+// nullptr when the gnome-screenshot schema is not installed.
+std::unique_ptr<CaptureSettings> makeGnomeScreenshotSettings();
+std::unique_ptr<CaptureSettings> makeGnomeShellSettings(const QString &screenshotsFolder);
+
+// The tool in use on this desktop, or nullptr when none is recognised (then
+// screenshots are assumed to land on the Desktop and nothing is changed).
+// BRINDLEWICK_SCREENSHOT_TOOL=flameshot|spectacle|gnome-screenshot|gnome-shell|none
+// overrides the detection.
+std::unique_ptr<CaptureSettings> detectCaptureSettings();

@@ -1,0 +1,109 @@
+#include "system/capturelocation.h"
+
+#include "platform/capturesettings.h"
+#include "system/prefs.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+namespace {
+
+// Symlinks resolved as far as the path exists; the rest is kept as written.
+QString resolvedPath(const QString &path)
+{
+    if (path.isEmpty())
+        return {};
+    QString clean = QDir::cleanPath(QDir::isAbsolutePath(path) ? path : QDir::home().absoluteFilePath(path));
+    QString tail;
+    QString head = clean;
+    while (!head.isEmpty() && head != QLatin1String("/")) {
+        const QString canonical = QFileInfo(head).canonicalFilePath();
+        if (!canonical.isEmpty())
+            return QDir::cleanPath(canonical + tail);
+        const qsizetype slash = head.lastIndexOf(QLatin1Char('/'));
+        tail.prepend(head.mid(slash));
+        head = head.left(slash);
+    }
+    return clean;
+}
+
+QString desktopFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+}
+
+} // namespace
+
+CaptureLocation::CaptureLocation(Prefs &prefs, CaptureSettings *settings)
+    : m_prefs(prefs), m_settings(settings)
+{
+}
+
+CaptureLocation &CaptureLocation::shared()
+{
+    static std::unique_ptr<CaptureSettings> settings = detectCaptureSettings();
+    static CaptureLocation instance(Prefs::shared(), settings.get());
+    return instance;
+}
+
+QString CaptureLocation::expandTilde(const QString &path)
+{
+    if (path == QLatin1String("~"))
+        return QDir::homePath();
+    if (path.startsWith(QLatin1String("~/")))
+        return QDir::homePath() + path.mid(1);
+    return path;
+}
+
+QString CaptureLocation::currentSetting() const
+{
+    if (!m_settings)
+        return {};
+    return m_settings->readText(CaptureSettings::location).value_or(QString());
+}
+
+QString CaptureLocation::systemFolder() const
+{
+    const QString location = currentSetting();
+    if (!location.isEmpty())
+        return expandTilde(location);
+    return desktopFolder();
+}
+
+void CaptureLocation::apply(const QString &folder)
+{
+    const QString current = currentSetting();
+    // An absent setting means the tool saves to the Desktop.
+    const QString currentFolder = current.isEmpty() ? desktopFolder() : expandTilde(current);
+    const bool same = resolvedPath(currentFolder) == resolvedPath(folder);
+    if (!m_prefs.contains(PrefKey::previousCaptureLocation))
+        m_prefs.setValue(PrefKey::previousCaptureLocation, current);
+    if (same)
+        return;
+    if (m_settings && m_settings->canWrite(CaptureSettings::location)) {
+        m_settings->writeText(CaptureSettings::location, QDir::cleanPath(QFileInfo(folder).absoluteFilePath()));
+        restartSystemUI();
+    }
+}
+
+void CaptureLocation::restore()
+{
+    if (!m_prefs.contains(PrefKey::previousCaptureLocation))
+        return;
+    const QString previous = m_prefs.text(PrefKey::previousCaptureLocation);
+    if (m_settings && m_settings->canWrite(CaptureSettings::location)) {
+        if (previous.isEmpty())
+            m_settings->remove(CaptureSettings::location);
+        else
+            m_settings->writeText(CaptureSettings::location, previous);
+    }
+    m_prefs.remove(PrefKey::previousCaptureLocation);
+    restartSystemUI();
+}
+
+void CaptureLocation::restartSystemUI()
+{
+    if (m_settings)
+        m_settings->reload();
+}
