@@ -103,7 +103,12 @@ QList<QUrl> newestFirst(const QString &folder, std::vector<Entry> &entries, qsiz
 
 QList<QUrl> sortedFolders(const QString &folder, QStringList names)
 {
-    QCollator collator;
+    // Qt's collator compares code points in the C locale and ignores numeric
+    // mode there; a session without a locale still deserves "2" before "10".
+    QLocale locale;
+    if (locale.language() == QLocale::C)
+        locale = QLocale(QLocale::English, QLocale::UnitedStates);
+    QCollator collator(locale);
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::stable_sort(names.begin(), names.end(),

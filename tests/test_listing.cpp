@@ -1,0 +1,185 @@
+#include "model/listing.h"
+#include "support/sandbox.h"
+
+#include <QDirIterator>
+#include <QTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+void setMtime(const QString &path, qint64 seconds)
+{
+    const struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW);
+}
+
+QStringList names(const QList<QUrl> &urls)
+{
+    QStringList out;
+    for (const QUrl &u : urls)
+        out << u.fileName();
+    return out;
+}
+
+} // namespace
+
+class TestListing : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void onlyRegularVisibleImagesAreListed()
+    {
+        Sandbox box;
+        const QString dir = box.path(QStringLiteral("shots"));
+        Sandbox::writeFile(dir + QStringLiteral("/b.PNG"));
+        Sandbox::writeFile(dir + QStringLiteral("/a.txt"));
+        Sandbox::writeFile(dir + QStringLiteral("/.hidden.png"));
+        Sandbox::writeFile(dir + QStringLiteral("/noextension"));
+        Sandbox::writeFile(dir + QStringLiteral("/trailingdot."));
+        QDir().mkpath(dir + QStringLiteral("/x.png"));
+        QFile::link(dir + QStringLiteral("/b.PNG"), dir + QStringLiteral("/l.png"));
+        QFile::link(dir + QStringLiteral("/missing.png"), dir + QStringLiteral("/dangling.png"));
+        QFile::link(dir + QStringLiteral("/loop.png"), dir + QStringLiteral("/loop.png"));
+
+        QCOMPARE(names(listImages(dir, 400)), QStringList{QStringLiteral("b.PNG")});
+        QCOMPARE(countImages(dir, 100000), 1);
+        QCOMPARE(names(listSubfolders(dir)), QStringList{QStringLiteral("x.png")});
+    }
+
+    void unusualNamesListAndSortByTime()
+    {
+        Sandbox box;
+        const QString dir = box.path(QStringLiteral("shots"));
+        const QStringList odd = {
+            QStringLiteral("with space.png"),
+            QStringLiteral("quote\"and'apostrophe.png"),
+            QStringLiteral("new\nline.png"),
+            QStringLiteral("emoji 📸.png"),
+            QString(251, QLatin1Char('n')) + QStringLiteral(".png"), // 255 bytes
+        };
+        qint64 t = 1700000000;
+        for (const QString &name : odd) {
+            Sandbox::writeFile(dir + QLatin1Char('/') + name);
+            setMtime(dir + QLatin1Char('/') + name, t++);
+        }
+        QStringList newestFirst = odd;
+        std::reverse(newestFirst.begin(), newestFirst.end());
+        const QList<QUrl> listed = listImages(dir, 400);
+        QCOMPARE(names(listed), newestFirst);
+        for (const QUrl &url : listed)
+            QVERIFY2(QFileInfo::exists(url.toLocalFile()), qPrintable(url.toLocalFile()));
+    }
+
+    void namesThatAreNotUtf8AreSkippedNotMangled()
+    {
+        Sandbox box;
+        const QString dir = box.path(QStringLiteral("shots"));
+        QDir().mkpath(dir);
+        const QByteArray badName = QFile::encodeName(dir) + "/caf\xe9.png"; // Latin-1 é
+        const int fd = ::open(badName.constData(), O_CREAT | O_WRONLY, 0644);
+        QVERIFY(fd >= 0);
+        ::close(fd);
+        Sandbox::writeFile(dir + QStringLiteral("/good.png"));
+
+        QCOMPARE(names(listImages(dir, 400)), QStringList{QStringLiteral("good.png")});
+        QCOMPARE(countImages(dir, 100000), 1);
+        ::unlink(badName.constData()); // QTemporaryDir cannot remove what it cannot name
+    }
+
+    void equalTimesKeepDirectoryOrder()
+    {
+        Sandbox box;
+        const QString dir = box.path(QStringLiteral("shots"));
+        for (int i = 0; i < 30; ++i) {
+            const QString path = dir + QStringLiteral("/same %1.png").arg(i);
+            Sandbox::writeFile(path);
+            setMtime(path, 1700000000);
+        }
+        Sandbox::writeFile(dir + QStringLiteral("/newest.png"));
+        QStringList directoryOrder;
+        QDirIterator it(dir, QDir::Files);
+        while (it.hasNext())
+            directoryOrder << QFileInfo(it.next()).fileName();
+        directoryOrder.removeOne(QStringLiteral("newest.png"));
+
+        const QStringList listed = names(listImages(dir, 400));
+        QCOMPARE(listed.first(), QStringLiteral("newest.png"));
+        QCOMPARE(listed.mid(1), directoryOrder);
+    }
+
+    void limitsCapTheListAndTheCount()
+    {
+        Sandbox box;
+        const QString dir = box.path(QStringLiteral("shots"));
+        for (int i = 0; i < 450; ++i) {
+            const QString path = dir + QStringLiteral("/%1.png").arg(i);
+            Sandbox::writeFile(path);
+            setMtime(path, 1700000000 + i);
+        }
+        const QList<QUrl> listed = listImages(dir, 400);
+        QCOMPARE(listed.size(), 400);
+        QCOMPARE(listed.first().fileName(), QStringLiteral("449.png"));
+        QCOMPARE(listed.last().fileName(), QStringLiteral("50.png"));
+        QCOMPARE(countImages(dir, 100000), 450);
+        QCOMPARE(countImages(dir, 100), 100);
+        QVERIFY(listImages(dir, 0).isEmpty());
+
+        const FolderListing once = listFolder(dir, 400, 100000, true, true);
+        QCOMPARE(once.images, listed);
+        QCOMPARE(once.imageCount, 450);
+    }
+
+    void subfoldersSortLikeAFileManager()
+    {
+        Sandbox box;
+        const QString dir = box.path(QStringLiteral("shelf"));
+        for (const char *name : {"Folder 10", "folder 2", "Archive", ".cache", "b"})
+            QDir().mkpath(dir + QLatin1Char('/') + QLatin1String(name));
+        QDir().mkpath(box.path(QStringLiteral("elsewhere")));
+        QFile::link(box.path(QStringLiteral("elsewhere")), dir + QStringLiteral("/linked"));
+        Sandbox::writeFile(dir + QStringLiteral("/file.png"));
+
+        QCOMPARE(names(listSubfolders(dir)),
+                 (QStringList{QStringLiteral("Archive"), QStringLiteral("b"), QStringLiteral("folder 2"),
+                              QStringLiteral("Folder 10")}));
+    }
+
+    void unreadableOrMissingFoldersListAsEmpty()
+    {
+        Sandbox box;
+        QVERIFY(listImages(box.path(QStringLiteral("nope")), 400).isEmpty());
+        QVERIFY(listSubfolders(box.path(QStringLiteral("nope"))).isEmpty());
+        const QString file = box.path(QStringLiteral("plain.png"));
+        Sandbox::writeFile(file);
+        QVERIFY(listImages(file, 400).isEmpty());
+        QCOMPARE(countImages(file, 100000), 0);
+
+        if (::geteuid() == 0)
+            QSKIP("root reads every folder");
+        const QString locked = box.path(QStringLiteral("locked"));
+        Sandbox::writeFile(locked + QStringLiteral("/a.png"));
+        QFile::setPermissions(locked, QFileDevice::WriteOwner);
+        QVERIFY(listImages(locked, 400).isEmpty());
+        QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    }
+
+    void folderIdentityIgnoresSpelling()
+    {
+        QCOMPARE(folderUrl(QStringLiteral("/tmp/shots/")), folderUrl(QStringLiteral("/tmp/shots")));
+        QCOMPARE(folderUrl(QStringLiteral("/tmp/shots/./")), folderUrl(QStringLiteral("/tmp/shots")));
+        QCOMPARE(folderUrl(QStringLiteral("/tmp/shots/sub/..")), folderUrl(QStringLiteral("/tmp/shots")));
+        QCOMPARE(folderUrl(QStringLiteral("/")).toLocalFile(), QStringLiteral("/"));
+        // Subfolder URLs from a listing match the identity built from a path.
+        Sandbox box;
+        QDir().mkpath(box.path(QStringLiteral("shelf/Sub")));
+        const QList<QUrl> subs = listSubfolders(box.path(QStringLiteral("shelf/")));
+        QCOMPARE(subs.value(0), folderUrl(box.path(QStringLiteral("shelf/Sub/"))));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestListing)
+#include "test_listing.moc"
