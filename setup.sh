@@ -38,13 +38,13 @@ for pkg in "${wanted[@]}"; do
   [[ "$status" == "install ok installed" ]] || missing+=("$pkg")
 done
 if ((${#missing[@]})); then
-  sudo=()
-  [[ $(id -u) -eq 0 ]] || sudo=(sudo)
+  apt=(env DEBIAN_FRONTEND=noninteractive apt-get)
+  [[ $(id -u) -eq 0 ]] || apt=(sudo "${apt[@]}")
   echo "Installing: ${missing[*]}"
-  export DEBIAN_FRONTEND=noninteractive
-  if ! "${sudo[@]}" apt-get install -y --no-install-recommends "${missing[@]}"; then
-    "${sudo[@]}" apt-get update
-    "${sudo[@]}" apt-get install -y --no-install-recommends "${missing[@]}"
+  # A fresh machine has no package lists yet; fetch them only then.
+  if ! "${apt[@]}" install -y --no-install-recommends "${missing[@]}"; then
+    "${apt[@]}" update
+    "${apt[@]}" install -y --no-install-recommends "${missing[@]}"
   fi
 fi
 
