@@ -17,10 +17,11 @@ class AnsweringChooser final : public FolderChooser
 public:
     QString answer;
     QStringList asked;
-    QString chooseFolder(const QString &startIn, const QString &confirmText, const QString &message) override
+    void chooseFolder(const QString &startIn, const QString &confirmText, const QString &message,
+                      std::function<void(const QString &)> done) override
     {
         asked = {startIn, confirmText, message};
-        return answer;
+        done(answer);
     }
 };
 

@@ -1,10 +1,19 @@
+#include "app/appdelegate.h"
+#include "app/logincommand.h"
+#include "app/quitsignals.h"
+#include "app/singleinstance.h"
 #include "meta/metastore.h"
-#include "model/shelf.h"
+#include "platform/frontapp.h"
 #include "system/capturelocation.h"
+#include "system/loginitem.h"
 #include "system/prefs.h"
+#include "ui/appicon.h"
 
 #include <QApplication>
+#include <QTimer>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -14,10 +23,23 @@ bool hasDisplay()
            || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
+// If the display goes away under us (the session ends and takes the X
+// server with it), Qt ends the process with exit() rather than quitting the
+// event loop; the screenshot tool must get its folder back then too.
+void restoreCaptureLocationAtExit() { CaptureLocation::shared().restore(); }
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    if (argc >= 3 && std::strcmp(argv[1], "--login") == 0) {
+        QCoreApplication app(argc, argv);
+        LoginItem item(Prefs::shared(), LoginItem::defaultEntryPath(), QCoreApplication::applicationFilePath(),
+                       nullptr, QCoreApplication::applicationPid());
+        return runLoginCommand(item, QString::fromLocal8Bit(argv[2]));
+    }
+    const bool toggle = argc >= 2 && std::strcmp(argv[1], "--toggle") == 0;
+
     if (!hasDisplay()) {
         std::fputs("Brindlewick needs a desktop session, and this one has no display.\n"
                    "To try it without one, run it under Xvfb as the README's \"Running headless\" "
@@ -27,8 +49,40 @@ int main(int argc, char *argv[])
     }
     QApplication app(argc, argv);
     app.setApplicationName(QStringLiteral("Brindlewick"));
+    app.setApplicationVersion(QStringLiteral(BRINDLEWICK_VERSION));
     app.setQuitOnLastWindowClosed(false);
+    app.setWindowIcon(appIcon());
 
-    Shelf shelf(Prefs::shared(), CaptureLocation::shared(), &MetaStore::shared());
+    // A second start shows the running one's shelf instead.
+    SingleInstance instance(SingleInstance::defaultSocketPath());
+    if (instance.sendToRunning(toggle ? "toggle" : "show"))
+        return 0;
+    instance.listen();
+
+    // The process-wide instances exist before the exit hook is registered,
+    // so they are still alive when it runs.
+    CaptureLocation::shared();
+    std::atexit(restoreCaptureLocationAtExit);
+    quitOnTerminationSignals();
+
+    const std::unique_ptr<FrontApp> frontApp = makeFrontApp();
+    AppDelegate delegate(Prefs::shared(), CaptureLocation::shared(), &MetaStore::shared(), frontApp.get());
+    QObject::connect(&instance, &SingleInstance::requested, &delegate, [&delegate](const QByteArray &request) {
+        if (request == "toggle")
+            delegate.toggleShelf();
+        else
+            delegate.showShelf();
+    });
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, &AppDelegate::applicationWillTerminate);
+    // The session is ending (logout): give the folder back now, in case the
+    // session manager does not wait for us to quit.
+    QObject::connect(&app, &QGuiApplication::commitDataRequest, &delegate,
+                     [&delegate](QSessionManager &) { delegate.applicationWillTerminate(); });
+
+    QTimer::singleShot(0, &delegate, [&delegate, toggle] {
+        delegate.applicationDidFinishLaunching();
+        if (toggle)
+            delegate.toggleShelf();
+    });
     return app.exec();
 }

@@ -3,31 +3,15 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSaveFile>
 #include <QStandardPaths>
-#include <QTimeZone>
 #include <QTimer>
+#include <QCoreApplication>
+#include <QPointer>
+#include <QThreadPool>
+#include <QtConcurrent>
 
 namespace {
-
-// Times are stored as seconds since 2001-01-01 00:00:00 UTC.
-const QDateTime &referenceDate()
-{
-    static const QDateTime date(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
-    return date;
-}
-
-double toReferenceSeconds(const QDateTime &t)
-{
-    return double(referenceDate().msecsTo(t)) / 1000.0;
-}
-
-QDateTime fromReferenceSeconds(double seconds)
-{
-    return referenceDate().addMSecs(qint64(std::llround(seconds * 1000.0)));
-}
 
 QString fileNameOf(const QUrl &url) { return url.fileName(); }
 
@@ -109,78 +93,95 @@ void MetaStore::moveRecord(const QUrl &from, const QUrl &to)
 
 void MetaStore::scheduleSave() { m_saveWork->start(); }
 
+namespace {
+
+// One worker for every store: writes never overlap, and the GUI thread never
+// waits for a large encode.
+QThreadPool &writerPool()
+{
+    static QThreadPool *pool = [] {
+        auto *p = new QThreadPool;
+        p->setMaxThreadCount(1);
+        p->setExpiryTimeout(-1);
+        return p;
+    }();
+    return *pool;
+}
+
+QString setAsideName(const QString &filePath)
+{
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'"));
+    QString name = filePath + QStringLiteral(".unreadable-") + stamp;
+    for (int n = 2; QFileInfo::exists(name) || QFileInfo(name).isSymLink(); ++n)
+        name = filePath + QStringLiteral(".unreadable-") + stamp + QLatin1Char('-') + QString::number(n);
+    return name;
+}
+
+} // namespace
+
 void MetaStore::save()
 {
-    const QByteArray bytes = encode(m_byName);
-    if (m_setAsideBeforeSave) {
-        // Keep whatever we could not read; never write over it.
-        const QString aside = m_filePath + QStringLiteral(".unreadable-")
-                              + QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'"));
-        if (QFile::exists(m_filePath) && !QFile::rename(m_filePath, aside))
-            return;
-        m_setAsideBeforeSave = false;
-    }
-    QSaveFile out(m_filePath);
-    if (!out.open(QIODevice::WriteOnly))
+    m_saveWork->stop();
+    if (m_writing) {
+        m_writeAgain = true;
         return;
+    }
+    m_writing = true;
+    // Implicitly shared: the copy is cheap. A change made while the writer
+    // still holds it detaches, copying the records once.
+    QHash<QString, FileMeta> snapshot = m_byName;
+    const QString path = m_filePath;
+    const bool setAsideFirst = m_setAsideBeforeSave;
+    QPointer<MetaStore> self(this);
+    (void)QtConcurrent::run(&writerPool(), [self, snapshot = std::move(snapshot), path, setAsideFirst]() mutable {
+        const WriteResult result = writeSnapshot(std::move(snapshot), path, setAsideFirst);
+        QCoreApplication *app = QCoreApplication::instance();
+        if (!app)
+            return; // the program is ending
+        QMetaObject::invokeMethod(
+            app,
+            [self, result] {
+                if (self)
+                    self->onWriteFinished(result);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void MetaStore::onWriteFinished(WriteResult result)
+{
+    m_writing = false;
+    if (result.setAside)
+        m_setAsideBeforeSave = false;
+    Q_EMIT saveFinished(result.written);
+    if (m_writeAgain) {
+        m_writeAgain = false;
+        save();
+    }
+}
+
+MetaStore::WriteResult MetaStore::writeSnapshot(QHash<QString, FileMeta> records, const QString &filePath,
+                                                bool setAsideFirst)
+{
+    WriteResult result;
+    const QByteArray bytes = encode(records);
+    records = {}; // let go before the slow part: changes from now on copy nothing
+    if (setAsideFirst) {
+        // Keep whatever we could not read; never write over it.
+        const QFileInfo existing(filePath);
+        if (existing.exists() || existing.isSymLink()) {
+            if (!QFile::rename(filePath, setAsideName(filePath)))
+                return result;
+        }
+        result.setAside = true;
+    }
+    QSaveFile out(filePath);
+    if (!out.open(QIODevice::WriteOnly))
+        return result;
+    // Before the first byte goes in: recognised text can be private.
     out.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     if (out.write(bytes) != bytes.size())
-        return; // QSaveFile discards the partial file
-    out.commit();
-}
-
-QByteArray MetaStore::encode(const QHash<QString, FileMeta> &records)
-{
-    QJsonObject root;
-    for (auto it = records.cbegin(); it != records.cend(); ++it) {
-        QJsonObject record;
-        const FileMeta &m = it.value();
-        if (m.app)
-            record.insert(QLatin1String("app"), *m.app);
-        if (m.appPath)
-            record.insert(QLatin1String("appPath"), *m.appPath);
-        if (m.text)
-            record.insert(QLatin1String("text"), *m.text);
-        if (m.textAt)
-            record.insert(QLatin1String("textAt"), toReferenceSeconds(*m.textAt));
-        root.insert(it.key(), record);
-    }
-    return QJsonDocument(root).toJson(QJsonDocument::Compact);
-}
-
-std::optional<QHash<QString, FileMeta>> MetaStore::decode(const QByteArray &json)
-{
-    QJsonParseError error;
-    const QJsonDocument doc = QJsonDocument::fromJson(json, &error);
-    if (error.error != QJsonParseError::NoError || !doc.isObject())
-        return std::nullopt;
-    const QJsonObject root = doc.object();
-    QHash<QString, FileMeta> records;
-    records.reserve(root.size());
-    for (auto it = root.constBegin(); it != root.constEnd(); ++it) {
-        if (!it->isObject())
-            return std::nullopt;
-        const QJsonObject obj = it->toObject();
-        FileMeta m;
-        const auto readText = [&](QLatin1String key, std::optional<QString> &field) {
-            const QJsonValue v = obj.value(key);
-            if (v.isUndefined() || v.isNull())
-                return true;
-            if (!v.isString())
-                return false;
-            field = v.toString();
-            return true;
-        };
-        if (!readText(QLatin1String("app"), m.app) || !readText(QLatin1String("appPath"), m.appPath)
-            || !readText(QLatin1String("text"), m.text))
-            return std::nullopt;
-        const QJsonValue at = obj.value(QLatin1String("textAt"));
-        if (!at.isUndefined() && !at.isNull()) {
-            if (!at.isDouble())
-                return std::nullopt;
-            m.textAt = fromReferenceSeconds(at.toDouble());
-        }
-        records.insert(it.key(), m);
-    }
-    return records;
+        return result; // QSaveFile discards the partial file
+    result.written = out.commit();
+    return result;
 }

@@ -24,7 +24,8 @@ struct FileMeta
 };
 
 // Per-file records keyed by file name, kept in memory and written to one JSON
-// file 1 s after the last change. GUI thread only.
+// file 1 s after the last change. GUI thread only; the encoding and writing of
+// a save happen on a worker thread from a snapshot, one write at a time.
 class MetaStore : public QObject
 {
     Q_OBJECT
@@ -45,7 +46,10 @@ public:
     void update(const QUrl &file, const std::function<void(FileMeta &)> &change);
     void moveRecord(const QUrl &from, const QUrl &to);
     void scheduleSave();
+    // Starts writing the records as they are now. While a write is under way
+    // a second one waits for it, so the newest records always land last.
     void save();
+    bool isSaving() const { return m_writing; }
 
     const QHash<QString, FileMeta> &byName() const { return m_byName; }
     QString filePath() const { return m_filePath; }
@@ -57,13 +61,25 @@ public:
 
 Q_SIGNALS:
     void byNameChanged();
+    // A write finished (whether or not it reached the disk).
+    void saveFinished(bool written);
 
 private:
+    struct WriteResult
+    {
+        bool written = false;
+        bool setAside = false;
+    };
+    static WriteResult writeSnapshot(QHash<QString, FileMeta> records, const QString &filePath,
+                                     bool setAsideFirst);
     void load();
+    void onWriteFinished(WriteResult result);
 
     QString m_filePath;
     QHash<QString, FileMeta> m_byName;
     QTimer *m_saveWork = nullptr;
     // The file on disk could not be read; it is moved aside before the first save.
     bool m_setAsideBeforeSave = false;
+    bool m_writing = false;
+    bool m_writeAgain = false;
 };

@@ -170,10 +170,13 @@ void Shelf::setHome(const QUrl &folder)
 
 void Shelf::chooseHome(FolderChooser &chooser)
 {
-    const QString chosen = chooser.chooseFolder(m_home.toLocalFile(), tr("Use this folder"),
-                                                tr("Screenshots will be shown from, and saved to, this folder."));
-    if (!chosen.isEmpty())
-        setHome(QUrl::fromLocalFile(chosen));
+    QPointer<Shelf> self(this);
+    chooser.chooseFolder(m_home.toLocalFile(), tr("Use this folder"),
+                         tr("Screenshots will be shown from, and saved to, this folder."),
+                         [self](const QString &chosen) {
+                             if (self && !chosen.isEmpty())
+                                 self->setHome(QUrl::fromLocalFile(chosen));
+                         });
 }
 
 void Shelf::zoom(double delta)

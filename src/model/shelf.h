@@ -22,15 +22,15 @@ using FolderCounts = QHash<QUrl, qint64>;
 // Direction of one keyboard-cursor step over the grid.
 enum class Move { left, right, up, down };
 
-// Answers the one question the shelf asks the user (the Home folder chooser);
-// the UI supplies a dialog, tests supply an answer.
+// Asks the user for a folder (the Home folder chooser). The UI shows a
+// window-modal dialog and answers later; tests answer at once.
 class FolderChooser
 {
 public:
     virtual ~FolderChooser() = default;
-    // An empty result means the user cancelled.
-    virtual QString chooseFolder(const QString &startIn, const QString &confirmText,
-                                 const QString &message) = 0;
+    // `done` receives the chosen folder, or an empty string when cancelled.
+    virtual void chooseFolder(const QString &startIn, const QString &confirmText, const QString &message,
+                              std::function<void(const QString &)> done) = 0;
 };
 
 // The one model object: which folder is Home, which is shown, what it holds,
@@ -147,6 +147,9 @@ Q_SIGNALS:
 
 private:
     void applyScan(const ScanResult &result);
+    // An event source on `folder` that schedules a rescan; none when the
+    // folder cannot be watched.
+    std::unique_ptr<FolderWatch> makeSource(const QUrl &folder);
     void setHomeAndCurrent(const QUrl &home, const QUrl &current);
     void setItems(const QList<QUrl> &items);
     void setSubfolders(const QList<QUrl> &subfolders);

@@ -5,8 +5,10 @@
 #include <memory>
 
 // Change notifications for one folder's entries (added, removed, renamed,
-// attributes) and for the folder itself (moved or deleted), delivered on the
-// GUI thread.
+// attributes, finished writing) and for the folder itself (moved or deleted),
+// delivered on the GUI thread. A watch follows the path, not the folder: once
+// the folder is deleted or moved away, the next folder made at that path is
+// watched again (with one more notification when it appears).
 class FolderWatch
 {
 public:

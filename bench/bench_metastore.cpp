@@ -1,0 +1,129 @@
+// Loading and saving the metadata store.
+//
+//   bench_metastore generate <count> <file>   writes a store of <count> records
+//   bench_metastore measure <file>            loads it, encodes it, saves it
+//
+// `measure` prints one "name milliseconds" pair per line; bench/run-metastore
+// turns them into ratios against python3's json module on the same file.
+
+#include "meta/metastore.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonDocument>
+#include <QRandomGenerator>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+// About 600 characters of screenshot-like text: words, line breaks, a few
+// accented letters, quotes and tabs that need escaping.
+QString sampleText(QRandomGenerator &random)
+{
+    static const QStringList words = {
+        QStringLiteral("Invoice"), QStringLiteral("total"), QStringLiteral("due:"), QStringLiteral("12.40"),
+        QStringLiteral("Café"), QStringLiteral("naïve"), QStringLiteral("\"quoted\""), QStringLiteral("error"),
+        QStringLiteral("build"), QStringLiteral("failed"), QStringLiteral("/usr/lib/x86_64"), QStringLiteral("ok"),
+        QStringLiteral("Settings"), QStringLiteral("Straße"), QStringLiteral("→"), QStringLiteral("tab\there"),
+    };
+    QString text;
+    text.reserve(640);
+    while (text.size() < 600) {
+        text += words.at(random.bounded(qsizetype(words.size())));
+        text += random.bounded(8) == 0 ? QLatin1Char('\n') : QLatin1Char(' ');
+    }
+    return text;
+}
+
+int generate(qsizetype count, const QString &path)
+{
+    QRandomGenerator random(20011);
+    QHash<QString, FileMeta> records;
+    records.reserve(count);
+    const QDateTime start(QDate(2025, 3, 1), QTime(9, 0), Qt::UTC);
+    for (qsizetype i = 0; i < count; ++i) {
+        FileMeta m;
+        if (i % 3 == 0) {
+            m.app = QStringLiteral("Text Editor");
+            m.appPath = QStringLiteral("/usr/share/applications/org.gnome.TextEditor.desktop");
+        }
+        m.text = sampleText(random);
+        m.textAt = start.addMSecs(i * 1337);
+        records.insert(QStringLiteral("Screenshot from 2025-03-01 %1.png").arg(i, 6, 10, QLatin1Char('0')), m);
+    }
+    QFile out(path);
+    if (!out.open(QIODevice::WriteOnly) || out.write(MetaStore::encode(records)) < 0)
+        return 1;
+    return 0;
+}
+
+void report(const char *name, qint64 nanoseconds)
+{
+    std::printf("%s %.1f\n", name, double(nanoseconds) / 1e6);
+}
+
+int measure(const QString &path)
+{
+    QElapsedTimer timer;
+    timer.start();
+    MetaStore store(path);
+    report("load", timer.nsecsElapsed());
+    if (store.byName().isEmpty())
+        return 1;
+
+    // For comparison: Qt's own JSON parser alone, on bytes already read.
+    QFile file(path);
+    file.open(QIODevice::ReadOnly);
+    const QByteArray onDisk = file.readAll();
+    timer.restart();
+    const QJsonDocument parsed = QJsonDocument::fromJson(onDisk);
+    report("parse", timer.nsecsElapsed());
+
+    timer.restart();
+    const QByteArray bytes = MetaStore::encode(store.byName());
+    report("encode", timer.nsecsElapsed());
+    std::printf("bytes %lld\n", static_cast<long long>(bytes.size()));
+
+    // A change, then a save: how long the GUI thread is held, and how long
+    // until the file is on disk.
+    store.update(QUrl::fromLocalFile(QStringLiteral("/x/new.png")), [](FileMeta &m) { m.app = QStringLiteral("A"); });
+    int exitCode = 1;
+    QObject::connect(&store, &MetaStore::saveFinished, [&](bool written) {
+        // Only the first write is timed; the change made during it is not waited for.
+        if (exitCode == 1) {
+            report("save", timer.nsecsElapsed());
+            exitCode = written ? 0 : 2;
+            QCoreApplication::quit();
+        }
+    });
+    QTimer::singleShot(0, [&] {
+        timer.restart();
+        QElapsedTimer held;
+        held.start();
+        store.save();
+        report("save-blocks-gui", held.nsecsElapsed());
+        // The first change while the snapshot is being written detaches from it.
+        held.restart();
+        store.update(QUrl::fromLocalFile(QStringLiteral("/x/during.png")), [](FileMeta &m) { m.app = QStringLiteral("B"); });
+        report("update-during-save", held.nsecsElapsed());
+    });
+    QCoreApplication::exec();
+    return exitCode;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    if (args.size() == 4 && args.at(1) == QLatin1String("generate"))
+        return generate(args.at(2).toLongLong(), args.at(3));
+    if (args.size() == 3 && args.at(1) == QLatin1String("measure"))
+        return measure(args.at(2));
+    std::fputs("usage: bench_metastore generate <count> <file> | measure <file>\n", stderr);
+    return 2;
+}

@@ -1,0 +1,151 @@
+#include "actions/fileactions.h"
+
+#include "actions/prompts.h"
+#include "actions/safefiles.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+QString joined(const QString &folder, const QString &name)
+{
+    return folder == QLatin1String("/") ? QLatin1Char('/') + name : folder + QLatin1Char('/') + name;
+}
+
+QString withExtension(const QString &stem, const QString &extension)
+{
+    return extension.isEmpty() ? stem : stem + QLatin1Char('.') + extension;
+}
+
+// The rename dialog's texts.
+QString renameMessage(const QString &name) { return QStringLiteral("Rename \u201C%1\u201D").arg(name); }
+const QString renameButton = QStringLiteral("Rename");
+const QString cancelButton = QStringLiteral("Cancel");
+
+} // namespace
+
+void FileActions::open(const QList<QUrl> &files, AppLauncher &launcher)
+{
+    for (const QUrl &file : files)
+        launcher.open(file);
+}
+
+void FileActions::openWith(const QList<QUrl> &files, const QUrl &app, AppLauncher &launcher)
+{
+    if (!files.isEmpty())
+        launcher.openWith(files, app);
+}
+
+QList<AppChoice> FileActions::applications(const QUrl &file, AppLauncher &launcher)
+{
+    return launcher.applicationsFor(file);
+}
+
+void FileActions::showInFinder(const QList<QUrl> &files, FileManager &manager)
+{
+    if (!files.isEmpty())
+        manager.showItems(files);
+}
+
+void FileActions::getInfo(const QUrl &file, FileManager &manager) { manager.showItemProperties(file); }
+
+std::optional<QUrl> FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta)
+{
+    const QString current = QFileInfo(file.toLocalFile()).fileName();
+    TextPromptRequest request;
+    request.message = renameMessage(current);
+    request.text = current;
+    request.confirmButton = renameButton;
+    request.cancelButton = cancelButton;
+    request.fieldWidth = 360;
+    request.fieldHeight = 24;
+    request.selectStem = true;
+    const std::optional<QString> answer = prompt.askText(request);
+    if (!answer)
+        return std::nullopt;
+    return renameTo(file, *answer, meta);
+}
+
+std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newName, MetaStore *meta)
+{
+    const QString path = file.toLocalFile();
+    const QFileInfo info(path);
+    const QString name = newName.trimmed();
+    if (name.isEmpty() || name == info.fileName())
+        return std::nullopt;
+    const QString folder = info.absolutePath();
+    // A typed "/" or ".." must not send the file anywhere else.
+    if (!SafeFiles::isValidEntryName(name, folder))
+        return std::nullopt;
+    const QString target = joined(folder, name);
+    if (SafeFiles::renameNoReplace(path, target) != SafeFiles::RenameResult::renamed)
+        return std::nullopt;
+    const QUrl renamed = QUrl::fromLocalFile(target);
+    if (meta)
+        meta->moveRecord(file, renamed);
+    return renamed;
+}
+
+QList<QUrl> FileActions::duplicate(const QList<QUrl> &files)
+{
+    QList<QUrl> written;
+    for (const QUrl &file : files) {
+        const QFileInfo info(file.toLocalFile());
+        const QString wanted = joined(info.absolutePath(), duplicateName(info.fileName()));
+        const QString copy = SafeFiles::copyUnique(info.absoluteFilePath(), wanted);
+        if (!copy.isEmpty())
+            written.append(QUrl::fromLocalFile(copy));
+    }
+    return written;
+}
+
+qint64 FileActions::move(const QList<QUrl> &files, const QUrl &folder, MetaStore *meta)
+{
+    const QString target = QDir::cleanPath(QFileInfo(folder.toLocalFile()).absoluteFilePath());
+    qint64 moved = 0;
+    for (const QUrl &file : files) {
+        const QFileInfo info(file.toLocalFile());
+        if (QDir::cleanPath(info.absolutePath()) == target)
+            continue; // already there
+        const QString wanted = joined(target, info.fileName());
+        const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(), wanted);
+        if (placed.isEmpty())
+            continue;
+        if (meta)
+            meta->moveRecord(file, QUrl::fromLocalFile(placed));
+        ++moved;
+    }
+    return moved;
+}
+
+qint64 FileActions::trash(const QList<QUrl> &files, Trash &trash)
+{
+    qint64 trashed = 0;
+    for (const QUrl &file : files) {
+        if (trash.moveToTrash(file.toLocalFile()))
+            ++trashed;
+    }
+    return trashed;
+}
+
+QUrl FileActions::uniqueURL(const QUrl &wanted)
+{
+    return QUrl::fromLocalFile(SafeFiles::uniquePath(wanted.toLocalFile()));
+}
+
+QString FileActions::duplicateName(const QString &fileName)
+{
+    const SafeFiles::NameParts parts = SafeFiles::splitName(fileName);
+    return withExtension(parts.stem + QStringLiteral(" copy"), parts.extension);
+}
+
+QString FileActions::halfSizeName(const QString &fileName)
+{
+    return SafeFiles::splitName(fileName).stem + QStringLiteral(" @50%.png");
+}
+
+QString FileActions::jpgName(const QString &fileName)
+{
+    return SafeFiles::splitName(fileName).stem + QStringLiteral(".jpg");
+}

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "meta/metastore.h"
+#include "platform/applauncher.h"
+#include "platform/filemanager.h"
+#include "platform/trash.h"
+
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+#include <optional>
+
+class QImage;
+class QMimeData;
+class TextPrompt;
+
+// What the user does to screenshot files. No state: every operation takes
+// the files (absolute file URLs) and works through them in order. A file that
+// fails (vanished, no permission, not an image) is skipped silently and the
+// rest go on; nothing is ever written over, and only move and rename carry
+// the file's metadata record along.
+//
+// The platform services are parameters with the session's defaults, so
+// tests hand in their own.
+class FileActions
+{
+public:
+    FileActions() = delete;
+
+    // JPEG quality of Convert to JPG.
+    static constexpr int jpegQuality = 85;
+    // Images that would need more memory than this to decode are skipped
+    // (a huge or maliciously small-compressed image fails cleanly).
+    static constexpr qint64 maxDecodeBytes = 256LL * 1024 * 1024;
+
+    // Opening.
+    static void open(const QList<QUrl> &files, AppLauncher &launcher = AppLauncher::shared());
+    static void openWith(const QList<QUrl> &files, const QUrl &app,
+                         AppLauncher &launcher = AppLauncher::shared());
+    static QList<AppChoice> applications(const QUrl &file,
+                                         AppLauncher &launcher = AppLauncher::shared());
+    static void showInFinder(const QList<QUrl> &files, FileManager &manager = FileManager::shared());
+    static void getInfo(const QUrl &file, FileManager &manager = FileManager::shared());
+
+    // The clipboard.
+    static void copyFiles(const QList<QUrl> &files);
+    static void copyPaths(const QList<QUrl> &files);
+    static void copyMarkdown(const QList<QUrl> &files);
+    // What the copies put on the clipboard (also what a drag carries).
+    static QMimeData *filesMimeData(const QList<QUrl> &files);
+    static QString pathsText(const QList<QUrl> &files);
+    static QString markdownText(const QList<QUrl> &files);
+
+    // Renaming: asks for the new name, then renameTo. The new location, or
+    // nothing when cancelled or refused.
+    static std::optional<QUrl> rename(const QUrl &file, TextPrompt &prompt,
+                       MetaStore *meta = &MetaStore::shared());
+    // Renames to exactly `newName` (trimmed) beside the file; fails when the
+    // name is taken, empty, unchanged or not a single valid file name.
+    static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName,
+                                        MetaStore *meta = &MetaStore::shared());
+
+    // New files beside the originals; each returns the files it wrote.
+    static QList<QUrl> duplicate(const QList<QUrl> &files);
+    static QList<QUrl> resizeHalf(const QList<QUrl> &files);
+    static QList<QUrl> convertToJPG(const QList<QUrl> &files);
+
+    // Moves the files into `folder`; returns how many moved.
+    static qint64 move(const QList<QUrl> &files, const QUrl &folder,
+                       MetaStore *meta = &MetaStore::shared());
+    // Moves each file to the Trash; returns how many went.
+    static qint64 trash(const QList<QUrl> &files, Trash &trash = Trash::shared());
+
+    // `wanted` when nothing is there, else the first free "stem n.ext".
+    static QUrl uniqueURL(const QUrl &wanted);
+
+    // The names the operations start from, before uniqueURL.
+    static QString duplicateName(const QString &fileName);
+    static QString halfSizeName(const QString &fileName);
+    static QString jpgName(const QString &fileName);
+
+    // Decodes the first image of a file, upright, within maxDecodeBytes.
+    static std::optional<QImage> readImage(const QString &path);
+    // Writes `image` to a temporary file in the folder of `wanted`, then puts
+    // it in place under uniqueURL(wanted). Returns the final path or "".
+    static QString writeImage(const QImage &image, const QString &wanted, const char *format,
+                              int quality = -1);
+};

@@ -1,0 +1,69 @@
+#include "actions/views/promptdialogs.h"
+
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+std::optional<QString> DialogTextPrompt::askText(const TextPromptRequest &request)
+{
+    QDialog dialog(m_parent);
+    dialog.setWindowTitle(request.message);
+    auto *layout = new QVBoxLayout(&dialog);
+
+    auto *message = new QLabel(request.message, &dialog);
+    QFont bold = message->font();
+    bold.setBold(true);
+    message->setFont(bold);
+    message->setTextFormat(Qt::PlainText);
+    layout->addWidget(message);
+    if (!request.informativeText.isEmpty()) {
+        auto *informative = new QLabel(request.informativeText, &dialog);
+        informative->setTextFormat(Qt::PlainText);
+        informative->setWordWrap(true);
+        layout->addWidget(informative);
+    }
+
+    auto *field = new QLineEdit(request.text, &dialog);
+    field->setPlaceholderText(request.placeholder);
+    field->setFixedWidth(request.fieldWidth);
+    field->setMinimumHeight(request.fieldHeight);
+    layout->addWidget(field);
+
+    auto *buttons = new QDialogButtonBox(&dialog);
+    QPushButton *confirm = buttons->addButton(request.confirmButton, QDialogButtonBox::AcceptRole);
+    buttons->addButton(request.cancelButton, QDialogButtonBox::RejectRole);
+    confirm->setDefault(true);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    layout->addWidget(buttons);
+
+    if (request.selectStem) {
+        const qsizetype dot = request.text.lastIndexOf(QLatin1Char('.'));
+        field->setSelection(0, int(dot > 0 ? dot : request.text.size()));
+    } else {
+        field->selectAll();
+    }
+    field->setFocus();
+
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    return field->text();
+}
+
+bool DialogConfirmPrompt::confirm(const ConfirmRequest &request)
+{
+    QMessageBox box(m_parent);
+    box.setIcon(QMessageBox::Question);
+    box.setText(request.message);
+    box.setInformativeText(request.informativeText);
+    box.setTextFormat(Qt::PlainText);
+    QPushButton *confirm = box.addButton(request.confirmButton, QMessageBox::AcceptRole);
+    box.addButton(request.cancelButton, QMessageBox::RejectRole);
+    box.setDefaultButton(confirm);
+    box.exec();
+    return box.clickedButton() == confirm;
+}

@@ -1,0 +1,389 @@
+#include "app/appdelegate.h"
+
+#include "app/diagnostics.h"
+#include "app/loginprompts.h"
+#include "app/mainmenu.h"
+#include "model/shelf.h"
+#include "system/capturelocation.h"
+#include "system/hotkey.h"
+#include "system/loginitem.h"
+#include "system/prefs.h"
+#include "ui/appicon.h"
+#include "ui/notifications.h"
+#include "ui/settingssheet.h"
+#include "ui/shelfplaceholder.h"
+#include "ui/shelfwindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCursor>
+#include <QDir>
+#include <QFileInfo>
+#include <QMenu>
+#include <QMessageBox>
+#include <QScreen>
+#include <QTimer>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr int loginCheckDelayMs = 1500;
+constexpr int revealSelectDelayMs = 350;
+// Cell proportions the shelf window is sized by: a cell is 0.62 of its width
+// high plus a caption line, with a gap between rows.
+constexpr double cellHeightFactor = 0.62;
+constexpr double cellCaptionHeight = 22;
+constexpr double rowGap = 16;
+
+// Shown in the about box; the address and licence are the maker's to settle.
+const QString projectPage = QStringLiteral("https://merrowind.invalid/brindlewick");
+const QString licenceLabel = QStringLiteral("Licence: see the LICENSE file of the source");
+
+QScreen *screenUnderPointer()
+{
+    if (QScreen *screen = QGuiApplication::screenAt(QCursor::pos()))
+        return screen;
+    if (QScreen *screen = QGuiApplication::primaryScreen())
+        return screen;
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    return screens.isEmpty() ? nullptr : screens.first();
+}
+
+// The smallest whole-point rectangle that holds `r`.
+QRect integralRect(const QRectF &r)
+{
+    const int left = int(std::floor(r.left()));
+    const int top = int(std::floor(r.top()));
+    const int right = int(std::ceil(r.right()));
+    const int bottom = int(std::ceil(r.bottom()));
+    return QRect(left, top, right - left, bottom - top);
+}
+
+// Moves `r` inside `bounds` as far as it fits.
+QRect constrainedTo(QRect r, const QRect &bounds)
+{
+    if (r.right() > bounds.right())
+        r.moveRight(bounds.right());
+    if (r.bottom() > bounds.bottom())
+        r.moveBottom(bounds.bottom());
+    if (r.left() < bounds.left())
+        r.moveLeft(bounds.left());
+    if (r.top() < bounds.top())
+        r.moveTop(bounds.top());
+    return r;
+}
+
+} // namespace
+
+AppDelegate::AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp,
+                         QObject *parent)
+    : QObject(parent), m_prefs(prefs), m_capture(capture),
+      m_shelf(std::make_unique<Shelf>(prefs, capture, meta, frontApp)),
+      m_loginPrompts(std::make_unique<DialogLoginPrompts>()),
+      m_loginItem(std::make_unique<LoginItem>(prefs, LoginItem::defaultEntryPath(),
+                                              QCoreApplication::applicationFilePath(),
+                                              m_loginPrompts.get(), QCoreApplication::applicationPid())),
+      m_hooks(std::make_unique<DiagnosticHooks>(*this))
+{
+}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    // 1. The main menu.
+    m_mainMenu = std::make_unique<MainMenu>(*this);
+    // 2. The tray icon.
+    buildStatusItem();
+    // 3-4. The hidden shelf window and its content.
+    buildWindow();
+    // 5. The screenshot tool saves into Home from now on, unless a folder was
+    //    given for this run only (its mere presence counts).
+    if (!qEnvironmentVariableIsSet("BRINDLEWICK_FOLDER"))
+        m_capture.apply(m_shelf->home().toLocalFile());
+    // 6. Whoever asks for the settings gets them.
+    connect(&Notifications::shared(), &Notifications::openSettings, this, &AppDelegate::openSettings,
+            Qt::QueuedConnection);
+    // 7.
+    m_hooks->scheduleSettingsHook();
+    // 8. The global shortcut toggles the shelf.
+    QPointer<AppDelegate> self(this);
+    HotKey::handler() = [self] {
+        if (self)
+            self->toggleShelf();
+    };
+    // 9. The corner preview's "open in shelf" handler joins here:
+    //    revealFromPreview(url).
+    // 10. The application-wide key routing (search field versus shelf)
+    //     joins here with the shelf view.
+    // 11. New screenshots: the corner preview shows them unless the shelf
+    //     is in front. The preview card itself joins here.
+    m_shelf->onFreshScreenshot = [self](const QUrl &) {
+        if (!self || self->shelfIsKey())
+            return;
+        // The corner preview shows the file here.
+    };
+    // 12.
+    HotKey::registerShortcut();
+    // 13. Automatic tidying starts here.
+    // 14. Starting at login, checked once things have settled.
+    QTimer::singleShot(loginCheckDelayMs, this, [this] { m_loginItem->checkRegistration(false); });
+    // 15. The daily usage ping starts here.
+    // 16.
+    m_hooks->scheduleLaunchHooks();
+}
+
+void AppDelegate::applicationWillTerminate() { m_capture.restore(); }
+
+void AppDelegate::buildStatusItem()
+{
+    m_statusItem = new QSystemTrayIcon(appIcon(), this);
+    m_statusItem->setToolTip(QStringLiteral("Brindlewick"));
+
+    m_statusMenu = std::make_unique<QMenu>();
+    QAction *toggleItem = m_statusMenu->addAction(QStringLiteral("Open Shelf"));
+    connect(toggleItem, &QAction::triggered, this, &AppDelegate::toggleShelf);
+    QAction *settingsItem = m_statusMenu->addAction(QStringLiteral("Settings…"));
+    connect(settingsItem, &QAction::triggered, this, &AppDelegate::openSettings);
+    m_statusMenu->addSeparator();
+    QAction *quitItem = m_statusMenu->addAction(QStringLiteral("Quit Brindlewick"));
+    connect(quitItem, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    // Named when the menu opens, and kept current as the window comes and
+    // goes for the trays that read the menu ahead of time.
+    connect(m_statusMenu.get(), &QMenu::aboutToShow, this, [this] { nameStatusToggle(); });
+    m_statusItem->setContextMenu(m_statusMenu.get());
+    connect(m_statusItem, &QSystemTrayIcon::activated, this, &AppDelegate::statusClicked);
+    m_statusItem->show();
+}
+
+void AppDelegate::buildWindow()
+{
+    m_window = std::make_unique<ShelfWindow>();
+    m_window->setShelf(m_shelf.get());
+    m_window->setWindowIcon(appIcon());
+    m_window->resize(1200, 700);
+    // The shelf view takes the placeholder's place with its own issue.
+    m_window->setContent(new ShelfPlaceholder(m_shelf.get()));
+    m_mainMenu->attachTo(m_window.get());
+    connect(m_window.get(), &ShelfWindow::liveResizeEnded, this,
+            [this](QSize size) { windowDidEndLiveResize(QSizeF(size)); });
+    connect(m_window.get(), &ShelfWindow::shownChanged, this, [this] { nameStatusToggle(); });
+    // Created now (though hidden) so that events can be addressed to it.
+    m_window->winId();
+}
+
+void AppDelegate::statusClicked(QSystemTrayIcon::ActivationReason reason)
+{
+    // The context menu path is the tray's own; a left click toggles.
+    if (reason != QSystemTrayIcon::Trigger)
+        return;
+    if (!m_window)
+        return;
+    if (!m_window->isVisible() || !m_window->isActiveWindow())
+        showShelf();
+    else
+        m_window->hide();
+}
+
+void AppDelegate::nameStatusToggle()
+{
+    if (!m_statusMenu || m_statusMenu->actions().isEmpty())
+        return;
+    const bool shown = m_window && m_window->isVisible();
+    m_statusMenu->actions().first()->setText(shown ? QStringLiteral("Hide Shelf") : QStringLiteral("Open Shelf"));
+}
+
+bool AppDelegate::shelfIsKey() const { return m_window && m_window->isVisible() && m_window->isActiveWindow(); }
+
+void AppDelegate::toggleShelf()
+{
+    if (shelfIsKey())
+        m_window->hide();
+    else
+        showShelf();
+}
+
+QSizeF AppDelegate::defaultShelfSize(const QRectF &vf, double cellWidth)
+{
+    const double maxW = screenFraction * vf.width();
+    const double maxH = screenFraction * vf.height();
+    const int n = defaultColumnCount;
+    const double chromeW = (n - 1) * columnGap + chromeWidth;
+    double cell = std::min((maxW - chromeW) / n, cellWidth);
+    int rows = 4;
+    if (maxH < (cell * cellHeightFactor + cellCaptionHeight) * 4 + chromeHeight + 3 * rowGap) {
+        const double avail = maxH - chromeHeight;
+        const double fit4 = ((avail - 3 * rowGap) * 0.25 - cellCaptionHeight) / cellHeightFactor;
+        if (cellWidth <= fit4) {
+            cell = std::min(cell, fit4);
+        } else {
+            const double fit3 = ((avail - 2 * rowGap) / 3 - cellCaptionHeight) / cellHeightFactor;
+            cell = std::min(cell, fit3);
+            rows = 3;
+        }
+    }
+    cell = std::max(cell, Shelf::smallestCellWidth);
+    const double width = std::min(maxW, chromeW + cell * n);
+    const double height = std::min(maxH, (cell * cellHeightFactor + cellCaptionHeight) * rows + chromeHeight
+                                             + (rows - 1) * rowGap);
+    return {width, height};
+}
+
+std::optional<QSizeF> AppDelegate::savedShelfSize() const
+{
+    // Kept as a small group: [shelfWindowSize] w=…, h=….
+    bool wOk = false;
+    bool hOk = false;
+    const double w = m_prefs.value(PrefKey::shelfWindowSize + QStringLiteral("/w")).toDouble(&wOk);
+    const double h = m_prefs.value(PrefKey::shelfWindowSize + QStringLiteral("/h")).toDouble(&hOk);
+    if (!wOk || !hOk || !std::isfinite(w) || !std::isfinite(h))
+        return std::nullopt;
+    if (w < smallestSavedWidth || h < smallestSavedHeight)
+        return std::nullopt;
+    return QSizeF(w, h);
+}
+
+QSizeF AppDelegate::shelfSizeFor(const QRectF &vf) const
+{
+    const double maxW = screenFraction * vf.width();
+    const double maxH = screenFraction * vf.height();
+    if (const auto saved = savedShelfSize())
+        return {std::min(maxW, saved->width()), std::min(maxH, saved->height())};
+    return defaultShelfSize(vf, m_shelf->cellWidth());
+}
+
+void AppDelegate::showShelf()
+{
+    if (!m_window)
+        return;
+    QScreen *screen = screenUnderPointer();
+    if (screen) {
+        const QRectF vf = screen->availableGeometry();
+        const double maxW = screenFraction * vf.width();
+        const double maxH = screenFraction * vf.height();
+        const QSizeF size = shelfSizeFor(vf);
+        m_window->setMinimumSize(int(std::min(maxW, minimumWidth)), int(std::min(maxH, minimumHeight)));
+        QRectF frame(QPointF(), size);
+        frame.moveCenter(vf.center());
+        m_window->placeAt(constrainedTo(integralRect(frame), screen->availableGeometry()));
+    }
+    m_shelf->scan();
+    // Auto tidy refreshes its candidates for Home here.
+    m_window->show();
+    m_window->raise();
+    m_window->activateWindow();
+    QPointer<ShelfWindow> window(m_window.get());
+    QMetaObject::invokeMethod(
+        this,
+        [window] {
+            if (!window)
+                return;
+            if (QWidget *focused = window->focusWidget())
+                focused->clearFocus();
+            Q_EMIT Notifications::shared().dropFocus();
+        },
+        Qt::QueuedConnection);
+    m_hooks->afterShow();
+}
+
+void AppDelegate::openSettings()
+{
+    if (!m_window)
+        return;
+    if (!m_window->isVisible())
+        showShelf();
+    if (m_settingsWindow)
+        return;
+    auto *sheet = new SettingsSheetWindow(m_window.get());
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    sheet->setContent(new SettingsSheet(m_shelf.get(), [this] { closeSettings(); }));
+    sheet->onCancel = [this] { closeSettings(); };
+    const int height = std::max(420, std::min(m_window->frameGeometry().height() - 60, 780));
+    sheet->setFixedSize(settingsWidth, height);
+    // Hangs from the top edge of the shelf, as a sheet would.
+    const QRect shelf = m_window->geometry();
+    sheet->move(shelf.center().x() - settingsWidth / 2, shelf.top());
+    m_settingsWindow = sheet;
+    sheet->show();
+    m_hooks->afterOpenSettings(sheet);
+}
+
+void AppDelegate::closeSettings()
+{
+    if (!m_settingsWindow)
+        return;
+    SettingsSheetWindow *sheet = m_settingsWindow;
+    // onCancel stays: it may be the caller, and finds nothing to close now.
+    m_settingsWindow = nullptr;
+    sheet->hide();
+    sheet->deleteLater();
+    if (m_window) {
+        m_window->raise();
+        m_window->activateWindow();
+    }
+}
+
+void AppDelegate::revealFromPreview(const QUrl &url)
+{
+    const QUrl folder = QUrl::fromLocalFile(QFileInfo(url.toLocalFile()).absolutePath());
+    if (Shelf::folderKey(folder) != Shelf::folderKey(m_shelf->current()))
+        m_shelf->openFolder(folder);
+    showShelf();
+    QTimer::singleShot(revealSelectDelayMs, this, [this, url] {
+        if (!m_shelf->visible().contains(url))
+            m_shelf->setQuery(QString());
+        m_shelf->select(url);
+    });
+}
+
+void AppDelegate::focusSearch()
+{
+    if (!m_window || !m_window->isVisible())
+        showShelf();
+    Q_EMIT Notifications::shared().focusSearch();
+}
+
+void AppDelegate::zoomIn() { m_shelf->zoom(zoomStep); }
+
+void AppDelegate::zoomOut() { m_shelf->zoom(-zoomStep); }
+
+void AppDelegate::zoomReset() { m_shelf->setCellWidth(Shelf::defaultCellWidth); }
+
+void AppDelegate::hideApplication()
+{
+    closeSettings();
+    if (m_window)
+        m_window->hide();
+}
+
+void AppDelegate::windowDidEndLiveResize(QSizeF size)
+{
+    m_prefs.setValue(PrefKey::shelfWindowSize + QStringLiteral("/w"), size.width());
+    m_prefs.setValue(PrefKey::shelfWindowSize + QStringLiteral("/h"), size.height());
+}
+
+void AppDelegate::showAbout()
+{
+    if (m_about) {
+        m_about->raise();
+        m_about->activateWindow();
+        return;
+    }
+    auto *box = new QMessageBox(m_window && m_window->isVisible() ? m_window.get() : nullptr);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowTitle(QStringLiteral("About Brindlewick"));
+    box->setIconPixmap(appIcon().pixmap(64, 64));
+    box->setTextFormat(Qt::RichText);
+    box->setText(QStringLiteral("<b>Brindlewick</b><br>Version %1 (%2)")
+                     .arg(QStringLiteral(BRINDLEWICK_VERSION), QStringLiteral(BRINDLEWICK_BUILD_NUMBER)));
+    box->setInformativeText(QStringLiteral("Made by Merrowind \u00b7 <a href=\"%1\">%1</a><br>%2")
+                                .arg(projectPage.toHtmlEscaped(), licenceLabel.toHtmlEscaped()));
+    box->setStandardButtons(QMessageBox::Ok);
+    box->setWindowModality(Qt::NonModal);
+    m_about = box;
+    box->show();
+    box->raise();
+    box->activateWindow();
+}

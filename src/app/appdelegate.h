@@ -1,0 +1,112 @@
+#pragma once
+
+#include "ui/settingssheet.h"
+
+#include <QMessageBox>
+#include <QObject>
+#include <QPointer>
+#include <QRectF>
+#include <QSizeF>
+#include <QSystemTrayIcon>
+#include <QUrl>
+
+#include <memory>
+#include <optional>
+
+class CaptureLocation;
+class DiagnosticHooks;
+class FrontApp;
+class LoginItem;
+class LoginPrompts;
+class MainMenu;
+class MetaStore;
+class Prefs;
+class QMenu;
+class Shelf;
+class ShelfWindow;
+
+// The application: owns the shelf, the tray icon, the shelf window and the
+// settings sheet, runs the launch sequence, and turns the user's global
+// gestures (tray clicks, the global shortcut, menu commands, a second start)
+// into showing, hiding and sizing the shelf window. One per process.
+class AppDelegate : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Layout numbers of the shelf window (points).
+    static constexpr double screenFraction = 0.8;
+    static constexpr int defaultColumnCount = 4;
+    static constexpr double chromeWidth = 307;
+    static constexpr double columnGap = 16;
+    static constexpr double chromeHeight = 155;
+    static constexpr double smallestSavedWidth = 600;
+    static constexpr double smallestSavedHeight = 400;
+    static constexpr double minimumWidth = 473;
+    static constexpr double minimumHeight = 420;
+    static constexpr int settingsWidth = 540;
+    static constexpr int zoomStep = 40;
+
+    // `frontApp` may be null (the shelf then records no front application).
+    AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp,
+                QObject *parent = nullptr);
+    ~AppDelegate() override;
+
+    // The launch sequence; run once the event loop has started.
+    void applicationDidFinishLaunching();
+    // Gives the screenshot tool its own save folder back. Safe to call more
+    // than once (quit, a termination signal, the session ending).
+    void applicationWillTerminate();
+
+    // Gestures and menu commands.
+    void statusClicked(QSystemTrayIcon::ActivationReason reason);
+    void toggle() { toggleShelf(); }
+    void openSettingsFromMenu() { openSettings(); }
+    void focusSearch();
+    void zoomIn();
+    void zoomOut();
+    void zoomReset();
+    void showAbout();
+    void hideApplication();
+    void windowDidEndLiveResize(QSizeF size);
+
+    void showShelf();
+    void toggleShelf();
+    void openSettings();
+    void closeSettings();
+    void revealFromPreview(const QUrl &url);
+
+    // The size that fits four columns and three or four rows into 80 % of
+    // the visible frame `vf` for cells of `cellWidth`.
+    static QSizeF defaultShelfSize(const QRectF &vf, double cellWidth);
+    // The size the window gets on `vf`: the remembered one when it is usable.
+    QSizeF shelfSizeFor(const QRectF &vf) const;
+
+    Shelf &shelf() const { return *m_shelf; }
+    ShelfWindow *window() const { return m_window.get(); }
+    SettingsSheetWindow *settingsWindow() const { return m_settingsWindow; }
+    QSystemTrayIcon *statusItem() const { return m_statusItem; }
+    QMenu *statusMenu() const { return m_statusMenu.get(); }
+    LoginItem &loginItem() const { return *m_loginItem; }
+    // Visible and holding the keyboard focus of the desktop.
+    bool shelfIsKey() const;
+
+private:
+    std::optional<QSizeF> savedShelfSize() const;
+    void buildStatusItem();
+    void buildWindow();
+    void nameStatusToggle();
+
+    Prefs &m_prefs;
+    CaptureLocation &m_capture;
+    std::unique_ptr<MainMenu> m_mainMenu;
+    QPointer<QSystemTrayIcon> m_statusItem;
+    std::unique_ptr<QMenu> m_statusMenu;
+    std::unique_ptr<ShelfWindow> m_window;
+    QPointer<SettingsSheetWindow> m_settingsWindow;
+    std::unique_ptr<Shelf> m_shelf;
+    std::unique_ptr<LoginPrompts> m_loginPrompts;
+    std::unique_ptr<LoginItem> m_loginItem;
+    std::unique_ptr<DiagnosticHooks> m_hooks;
+    QPointer<QMessageBox> m_about;
+};

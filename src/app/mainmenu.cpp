@@ -1,0 +1,118 @@
+#include "app/mainmenu.h"
+
+#include "app/appdelegate.h"
+#include "model/shelf.h"
+#include "ui/shelfwindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QTextEdit>
+
+namespace {
+
+// The text field being edited, if any: the standard editing commands act on
+// it alone (the shelf has no undo, cut or paste of its own).
+QWidget *editedTextField()
+{
+    QWidget *focused = QApplication::focusWidget();
+    if (qobject_cast<QLineEdit *>(focused) || qobject_cast<QTextEdit *>(focused)
+        || qobject_cast<QPlainTextEdit *>(focused))
+        return focused;
+    return nullptr;
+}
+
+// Runs the text field's own slot (undo, cut, selectAll, ...).
+void editCommand(const char *slot)
+{
+    if (QWidget *field = editedTextField())
+        QMetaObject::invokeMethod(field, slot);
+}
+
+QAction *addItem(QMenu *menu, const QString &title, const QList<QKeySequence> &keys = {})
+{
+    QAction *action = menu->addAction(title);
+    action->setShortcuts(keys);
+    action->setShortcutContext(Qt::WindowShortcut);
+    return action;
+}
+
+} // namespace
+
+MainMenu::MainMenu(AppDelegate &delegate)
+    : m_application(std::make_unique<QMenu>(QStringLiteral("Brindlewick"))),
+      m_edit(std::make_unique<QMenu>(QStringLiteral("Edit"))),
+      m_view(std::make_unique<QMenu>(QStringLiteral("View"))),
+      m_window(std::make_unique<QMenu>(QStringLiteral("Window")))
+{
+    AppDelegate *app = &delegate;
+    QObject::connect(addItem(m_application.get(), QStringLiteral("About Brindlewick")), &QAction::triggered,
+                     app, &AppDelegate::showAbout);
+    m_application->addSeparator();
+    QObject::connect(addItem(m_application.get(), QStringLiteral("Settings…"), {QKeySequence(Qt::CTRL | Qt::Key_Comma)}),
+                     &QAction::triggered, app, &AppDelegate::openSettingsFromMenu);
+    m_application->addSeparator();
+    QObject::connect(addItem(m_application.get(), QStringLiteral("Hide Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_H)}),
+                     &QAction::triggered, app, &AppDelegate::hideApplication);
+    QObject::connect(addItem(m_application.get(), QStringLiteral("Quit Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_Q)}),
+                     &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+
+    QObject::connect(addItem(m_edit.get(), QStringLiteral("Undo"), {QKeySequence(Qt::CTRL | Qt::Key_Z)}),
+                     &QAction::triggered, app, [] { editCommand("undo"); });
+    QObject::connect(addItem(m_edit.get(), QStringLiteral("Redo"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z)}),
+                     &QAction::triggered, app, [] { editCommand("redo"); });
+    m_edit->addSeparator();
+    QObject::connect(addItem(m_edit.get(), QStringLiteral("Cut"), {QKeySequence(Qt::CTRL | Qt::Key_X)}),
+                     &QAction::triggered, app, [] { editCommand("cut"); });
+    QObject::connect(addItem(m_edit.get(), QStringLiteral("Copy"), {QKeySequence(Qt::CTRL | Qt::Key_C)}),
+                     &QAction::triggered, app, [] { editCommand("copy"); });
+    QObject::connect(addItem(m_edit.get(), QStringLiteral("Paste"), {QKeySequence(Qt::CTRL | Qt::Key_V)}),
+                     &QAction::triggered, app, [] { editCommand("paste"); });
+    // In a text field it selects the text; elsewhere in the shelf it selects
+    // every item, as the shelf's own Ctrl+A does.
+    QObject::connect(addItem(m_edit.get(), QStringLiteral("Select All"), {QKeySequence(Qt::CTRL | Qt::Key_A)}),
+                     &QAction::triggered, app, [app] {
+                         if (editedTextField())
+                             editCommand("selectAll");
+                         else
+                             app->shelf().selectAll();
+                     });
+    m_edit->addSeparator();
+    QObject::connect(addItem(m_edit.get(), QStringLiteral("Find"), {QKeySequence(Qt::CTRL | Qt::Key_F)}),
+                     &QAction::triggered, app, &AppDelegate::focusSearch);
+
+    // Ctrl+= is where "+" sits without Shift on most layouts.
+    QObject::connect(addItem(m_view.get(), QStringLiteral("Bigger Thumbnails"),
+                             {QKeySequence(Qt::CTRL | Qt::Key_Plus), QKeySequence(Qt::CTRL | Qt::Key_Equal)}),
+                     &QAction::triggered, app, &AppDelegate::zoomIn);
+    QObject::connect(addItem(m_view.get(), QStringLiteral("Smaller Thumbnails"), {QKeySequence(Qt::CTRL | Qt::Key_Minus)}),
+                     &QAction::triggered, app, &AppDelegate::zoomOut);
+    QObject::connect(addItem(m_view.get(), QStringLiteral("Default Thumbnail Size"), {QKeySequence(Qt::CTRL | Qt::Key_0)}),
+                     &QAction::triggered, app, &AppDelegate::zoomReset);
+
+    // Closing only hides the shelf (it is never destroyed).
+    QObject::connect(addItem(m_window.get(), QStringLiteral("Close"), {QKeySequence(Qt::CTRL | Qt::Key_W)}),
+                     &QAction::triggered, app, [app] {
+                         if (app->window())
+                             app->window()->close();
+                     });
+    // The shelf cannot be minimised (it has no taskbar entry to come back
+    // from), so the item stands disabled, as it would for any such window.
+    QAction *minimize = addItem(m_window.get(), QStringLiteral("Minimize"), {QKeySequence(Qt::CTRL | Qt::Key_M)});
+    minimize->setEnabled(false);
+}
+
+MainMenu::~MainMenu() = default;
+
+QList<QMenu *> MainMenu::menus() const
+{
+    return {m_application.get(), m_edit.get(), m_view.get(), m_window.get()};
+}
+
+void MainMenu::attachTo(QWidget *window)
+{
+    for (QMenu *menu : menus())
+        window->addActions(menu->actions());
+}

@@ -1,0 +1,157 @@
+#include "meta/textindexer.h"
+
+#include "meta/metastore.h"
+#include "platform/textrecognizer.h"
+#include "system/prefs.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QPointer>
+#include <QThread>
+
+#include <atomic>
+
+#include <pthread.h>
+
+// What the job on the worker thread shares with the indexer. The recognizer
+// is created on the worker thread and only ever used there.
+struct TextIndexer::Worker
+{
+    RecognizerFactory makeRecognizer;
+    std::unique_ptr<TextRecognizer> recognizer;
+    // Written on the GUI thread, read by the job before each file.
+    std::atomic<bool> cancelled{false};
+
+    std::optional<QString> recognize(const QUrl &file)
+    {
+        if (!recognizer && makeRecognizer)
+            recognizer = makeRecognizer();
+        if (!recognizer || !file.isLocalFile())
+            return std::nullopt;
+        return recognizer->recognize(file.toLocalFile());
+    }
+};
+
+TextIndexer::TextIndexer(MetaStore &store, RecognizerFactory makeRecognizer, QObject *parent)
+    : QObject(parent), m_store(store), m_worker(std::make_shared<Worker>())
+{
+    m_worker->makeRecognizer = std::move(makeRecognizer);
+    m_queue.setObjectName(QStringLiteral("brindlewick.ocr"));
+    m_queue.setMaxThreadCount(1);
+    // The thread, and with it the warm recognizer, lives as long as we do.
+    m_queue.setExpiryTimeout(-1);
+    m_queue.setThreadPriority(QThread::LowestPriority);
+}
+
+TextIndexer::~TextIndexer()
+{
+    // The job finishes the file in hand; its result still reaches the store
+    // if the store outlives us.
+    m_worker->cancelled = true;
+    m_queue.waitForDone();
+}
+
+TextIndexer &TextIndexer::shared()
+{
+    static TextIndexer *instance = [] {
+        const QString languages =
+            recognitionLanguages(Prefs::shared().text(QStringLiteral("ocrLanguages")));
+        auto *indexer = new TextIndexer(MetaStore::shared(),
+                                        [languages] { return makeTesseractRecognizer(languages); });
+        // Do not hold up quitting for more than the file in hand.
+        QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, indexer,
+                         [indexer] {
+                             indexer->cancel();
+                             indexer->m_queue.waitForDone();
+                         });
+        return indexer;
+    }();
+    return *instance;
+}
+
+bool TextIndexer::cancelled() const { return m_worker->cancelled; }
+
+void TextIndexer::index(const QList<QUrl> &files, bool force)
+{
+    QList<QUrl> kept;
+    for (const QUrl &file : files) {
+        if (force) {
+            kept << file;
+            continue;
+        }
+        const auto record = m_store.meta(file);
+        if (!record || !record->isIndexed())
+            kept << file;
+    }
+    if (kept.isEmpty() || m_running)
+        return;
+
+    m_worker->cancelled = false;
+    setRunning(true);
+    setDone(0);
+    setTotal(int(kept.size()));
+
+    QPointer<TextIndexer> self(this);
+    QPointer<MetaStore> store(&m_store);
+    std::shared_ptr<Worker> worker = m_worker;
+    m_queue.start([self, store, worker, kept] {
+        // The OS-level name shows in top and debuggers; 15 characters fit.
+        QThread::currentThread()->setObjectName(QStringLiteral("brindlewick.ocr"));
+        pthread_setname_np(pthread_self(), "brindlewick.ocr");
+        lowerCurrentThreadPriority();
+        for (const QUrl &file : kept) {
+            if (worker->cancelled)
+                break;
+            const QString text = worker->recognize(file).value_or(QString());
+            // Results are stored even when the indexer is gone, never after
+            // the store is.
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(),
+                [self, store, file, text] {
+                    if (!store)
+                        return;
+                    store->update(file, [&text](FileMeta &meta) {
+                        meta.text = text;
+                        meta.textAt = QDateTime::currentDateTimeUtc();
+                    });
+                    if (self)
+                        self->setDone(self->m_done + 1);
+                },
+                Qt::QueuedConnection);
+        }
+        // Queued behind the last result, so it runs after that was stored.
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self] {
+                if (self)
+                    self->setRunning(false);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void TextIndexer::cancel() { m_worker->cancelled = true; }
+
+void TextIndexer::setRunning(bool running)
+{
+    if (m_running == running)
+        return;
+    m_running = running;
+    Q_EMIT runningChanged(running);
+}
+
+void TextIndexer::setDone(int done)
+{
+    if (m_done == done)
+        return;
+    m_done = done;
+    Q_EMIT doneChanged(done);
+}
+
+void TextIndexer::setTotal(int total)
+{
+    if (m_total == total)
+        return;
+    m_total = total;
+    Q_EMIT totalChanged(total);
+}

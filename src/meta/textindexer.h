@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QThreadPool>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+
+class MetaStore;
+class TextRecognizer;
+
+// Recognises the text in screenshots when the user asks and stores it in each
+// file's metadata record, file by file, so search sees each result at once.
+// One run at a time on one low-priority worker thread ("brindlewick.ocr");
+// `index`, `cancel` and every change of the counters happen on the GUI thread.
+class TextIndexer : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool running READ running NOTIFY runningChanged)
+    Q_PROPERTY(int done READ done NOTIFY doneChanged)
+    Q_PROPERTY(int total READ total NOTIFY totalChanged)
+
+public:
+    // Called once, on the worker thread, the first time a run needs it; the
+    // recognizer then stays warm for every later run.
+    using RecognizerFactory = std::function<std::unique_ptr<TextRecognizer>()>;
+
+    TextIndexer(MetaStore &store, RecognizerFactory makeRecognizer, QObject *parent = nullptr);
+    ~TextIndexer() override;
+
+    // Tesseract in the languages of $BRINDLEWICK_OCR_LANGUAGES or the
+    // "ocrLanguages" preference, writing into MetaStore::shared().
+    static TextIndexer &shared();
+
+    // Starts a run over `files` (only the unindexed ones unless `force`).
+    // Dropped, not queued, while a run is in progress.
+    void index(const QList<QUrl> &files, bool force);
+    // Stops the run before its next file; the file in hand is still stored.
+    void cancel();
+
+    bool running() const { return m_running; }
+    int done() const { return m_done; }
+    int total() const { return m_total; }
+    bool cancelled() const;
+
+Q_SIGNALS:
+    void runningChanged(bool running);
+    void doneChanged(int done);
+    void totalChanged(int total);
+
+private:
+    struct Worker;
+
+    void setRunning(bool running);
+    void setDone(int done);
+    void setTotal(int total);
+
+    MetaStore &m_store;
+    std::shared_ptr<Worker> m_worker;
+    QThreadPool m_queue;
+    bool m_running = false;
+    int m_done = 0;
+    int m_total = 0;
+};

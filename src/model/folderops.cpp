@@ -1,0 +1,86 @@
+#include "model/folderops.h"
+
+#include "actions/fileactions.h"
+#include "actions/safefiles.h"
+#include "model/shelf.h"
+#include "platform/trash.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <sys/stat.h>
+
+namespace FolderOps {
+
+TextPromptRequest newFolderRequest(const QUrl &home)
+{
+    TextPromptRequest request;
+    request.message = QStringLiteral("New Folder");
+    request.informativeText =
+        QStringLiteral("Created inside %1.").arg(QFileInfo(home.toLocalFile()).fileName());
+    request.placeholder = QStringLiteral("Folder name");
+    request.confirmButton = QStringLiteral("Create");
+    request.cancelButton = QStringLiteral("Cancel");
+    request.fieldWidth = 300;
+    request.fieldHeight = 24;
+    return request;
+}
+
+bool createFolder(const QUrl &home, const QString &name)
+{
+    const QString trimmed = name.trimmed();
+    const QString homePath = Shelf::folderKey(home).toLocalFile();
+    if (!SafeFiles::isValidEntryName(trimmed, homePath))
+        return false;
+    const QString path = homePath + QLatin1Char('/') + trimmed;
+    return ::mkdir(QFile::encodeName(path).constData(), 0777) == 0;
+}
+
+void newFolder(Shelf &shelf, TextPrompt &prompt)
+{
+    const std::optional<QString> answer = prompt.askText(newFolderRequest(shelf.home()));
+    if (!answer || answer->trimmed().isEmpty())
+        return;
+    createFolder(shelf.home(), *answer);
+    shelf.scan();
+}
+
+void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStore *meta)
+{
+    const QUrl key = Shelf::folderKey(folder);
+    const std::optional<QUrl> renamed = FileActions::rename(key, prompt, meta);
+    if (renamed && key == shelf.current())
+        shelf.openFolder(*renamed);
+    shelf.scan();
+}
+
+void trashFolder(Shelf &shelf, const QUrl &folder, Trash &trash)
+{
+    const QUrl key = Shelf::folderKey(folder);
+    if (key == shelf.home())
+        return;
+    FileActions::trash({key}, trash);
+    if (key == shelf.current())
+        shelf.openFolder(shelf.home());
+    shelf.scan();
+}
+
+qint64 dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, MetaStore *meta)
+{
+    const qint64 moved = FileActions::move(files, Shelf::folderKey(folder), meta);
+    if (moved >= 1) {
+        shelf.setSelection({});
+        shelf.scan();
+    }
+    return moved;
+}
+
+qint64 dropOnGrid(Shelf &shelf, const QList<QUrl> &files, MetaStore *meta)
+{
+    const qint64 moved = FileActions::move(files, shelf.current(), meta);
+    if (moved >= 1)
+        shelf.scan();
+    return moved;
+}
+
+} // namespace FolderOps

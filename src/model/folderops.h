@@ -1,0 +1,46 @@
+#pragma once
+
+#include "actions/prompts.h"
+#include "platform/trash.h"
+
+#include <QList>
+#include <QUrl>
+
+class MetaStore;
+class Shelf;
+
+// The folder operations of the folder column and the drop targets, and what
+// each does to the shelf afterwards. The menus, buttons and drop targets
+// that call them live in the UI.
+namespace FolderOps {
+
+// The "New Folder" alert for a Home folder.
+TextPromptRequest newFolderRequest(const QUrl &home);
+
+// Creates `name` (trimmed) directly inside `home`, never a missing parent.
+// A name with a "/" is refused outright rather than read as a path, so no
+// folder is ever made anywhere but directly in Home; so are "." and "..".
+// An existing file or folder of that name is left alone. True on success.
+bool createFolder(const QUrl &home, const QString &name);
+
+// Asks for a name and creates the folder inside Home, also while a
+// subfolder is shown, then rescans. An empty name does nothing at all.
+void newFolder(Shelf &shelf, TextPrompt &prompt);
+
+// The rename dialog for a folder, then a rescan. Renaming the folder being
+// shown keeps showing it under its new name.
+void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStore *meta);
+
+// Moves a folder to the Trash (never Home itself); the shelf goes back to
+// Home if it was showing it, then rescans.
+void trashFolder(Shelf &shelf, const QUrl &folder, Trash &trash = Trash::shared());
+
+// Files dropped on a folder row: moved there; if any moved, the selection
+// is emptied and the shelf rescans. Returns how many moved.
+qint64 dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, MetaStore *meta);
+
+// Files dropped on the grid: moved into the current folder; if any moved,
+// the shelf rescans (the selection is left to the scan). Returns how many.
+qint64 dropOnGrid(Shelf &shelf, const QList<QUrl> &files, MetaStore *meta);
+
+} // namespace FolderOps

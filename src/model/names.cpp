@@ -1,0 +1,142 @@
+#include "model/names.h"
+
+#include "actions/prompts.h"
+#include "actions/safefiles.h"
+#include "meta/metastore.h"
+#include "model/shelf.h"
+
+#include <QFileInfo>
+
+namespace ScreenshotNames {
+
+namespace {
+
+// As the screenshot tools of 21 languages write them. Every entry ends in one
+// space except the Chinese one, which is followed directly by the date.
+const QList<QString> kPrefixes = {
+    QStringLiteral("Screenshot "),
+    QStringLiteral("Screen Shot "),
+    QStringLiteral("Captur\u0103 de ecran "),
+    QStringLiteral("Bildschirmfoto "),
+    QStringLiteral("Capture d'\u00E9cran "),
+    QStringLiteral("Captura de pantalla "),
+    QStringLiteral("Schermata "),
+    QStringLiteral("Schermafbeelding "),
+    QStringLiteral("Captura de ecr\u00E3 "),
+    QStringLiteral("Captura de Tela "),
+    QStringLiteral("Sk\u00E4rmavbild "),
+    QStringLiteral("Skjermbilde "),
+    QStringLiteral("Sk\u00E6rmbillede "),
+    QStringLiteral("N\u00E4ytt\u00F6kuva "),
+    QStringLiteral("Zrzut ekranu "),
+    QStringLiteral("Sn\u00EDmek obrazovky "),
+    QStringLiteral("\u0421\u043D\u0438\u043C\u043E\u043A \u044D\u043A\u0440\u0430\u043D\u0430 "),
+    QStringLiteral("Ekran Resmi "),
+    QStringLiteral("\u30B9\u30AF\u30EA\u30FC\u30F3\u30B7\u30E7\u30C3\u30C8 "),
+    QStringLiteral("\u622A\u5C4F"),
+    QStringLiteral("\uC2A4\uD06C\uB9B0\uC0F7 "),
+};
+
+const QList<QString> kSeparators = {
+    QStringLiteral(" at "),  QStringLiteral(" um "),     QStringLiteral(" \u00E0 "),
+    QStringLiteral(" a las "), QStringLiteral(" alle "), QStringLiteral(" om "),
+    QStringLiteral(" \u00E0s "), QStringLiteral(" kl. "), QStringLiteral(" klo "),
+    QStringLiteral(" o "),   QStringLiteral(" \u0432 "),
+};
+
+// Names and tables are compared in one normal form, so a name written with
+// decomposed accents matches the composed tables and the other way round.
+QList<QString> composed(const QList<QString> &texts)
+{
+    QList<QString> result;
+    for (const QString &text : texts)
+        result.append(text.normalized(QString::NormalizationForm_C));
+    return result;
+}
+
+bool isHorizontalSpace(QChar c)
+{
+    return c == QLatin1Char('\t') || c.category() == QChar::Separator_Space;
+}
+
+QString trimmedHorizontally(const QString &text)
+{
+    qsizetype begin = 0;
+    qsizetype end = text.size();
+    while (begin < end && isHorizontalSpace(text.at(begin)))
+        ++begin;
+    while (end > begin && isHorizontalSpace(text.at(end - 1)))
+        --end;
+    return text.mid(begin, end - begin);
+}
+
+} // namespace
+
+const QList<QString> &prefixes() { return kPrefixes; }
+const QList<QString> &separators() { return kSeparators; }
+
+QString cleanName(const QString &fileName)
+{
+    static const QList<QString> prefixTable = composed(kPrefixes);
+    static const QList<QString> separatorTable = composed(kSeparators);
+
+    const QString original = fileName.normalized(QString::NormalizationForm_C);
+    QString name = original;
+    for (const QString &prefix : prefixTable) {
+        if (name.startsWith(prefix)) {
+            name.remove(0, prefix.size());
+            break;
+        }
+    }
+    for (const QString &separator : separatorTable)
+        name.replace(separator, QStringLiteral(" "));
+    name = trimmedHorizontally(name);
+    // Unchanged up to canonical equivalence: keep the name's own spelling.
+    return name == original ? fileName : name;
+}
+
+qint64 cleanUpNames(const QList<QUrl> &files, MetaStore *meta)
+{
+    qint64 renamed = 0;
+    for (const QUrl &file : files) {
+        const QFileInfo info(file.toLocalFile());
+        const QString oldName = info.fileName();
+        const QString newName = cleanName(oldName);
+        if (newName == oldName)
+            continue;
+        const QString folder = info.absolutePath();
+        if (!SafeFiles::isValidEntryName(newName, folder)
+            || (newName.startsWith(QLatin1Char('.')) && !oldName.startsWith(QLatin1Char('.'))))
+            continue;
+        const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(),
+                                                     folder + QLatin1Char('/') + newName);
+        if (placed.isEmpty())
+            continue;
+        if (meta)
+            meta->moveRecord(file, QUrl::fromLocalFile(placed));
+        ++renamed;
+    }
+    return renamed;
+}
+
+std::optional<qint64> confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, MetaStore *meta)
+{
+    const QList<QUrl> items = shelf.items();
+    ConfirmRequest request;
+    // Always "screenshots": the count is of the listing, not of the names
+    // that will change.
+    request.message = QStringLiteral("Clean up the names of %1 screenshots?").arg(items.size());
+    request.informativeText = QStringLiteral(
+        "\u201CScreenshot 2026-10-08 at 05.12.49.png\u201D becomes \u201C2026-10-08 05.12.49.png\u201D. "
+        "Only files in the current folder are renamed.");
+    request.confirmButton = QStringLiteral("Clean Up");
+    request.cancelButton = QStringLiteral("Cancel");
+    if (!prompt.confirm(request))
+        return std::nullopt;
+    // The dialog was modal but scans go on meanwhile: take the listing anew.
+    return cleanUpNames(shelf.items(), meta);
+}
+
+QString resultText(qint64 renamed) { return QStringLiteral("Renamed %1").arg(renamed); }
+
+} // namespace ScreenshotNames

@@ -1,0 +1,63 @@
+#include "model/shelf.h"
+
+#include "meta/metastore.h"
+
+#include <QLocale>
+
+namespace {
+
+// Spaces and tabs, not line breaks.
+bool isHorizontalSpace(QChar c) { return c == QLatin1Char('\t') || c.category() == QChar::Separator_Space; }
+
+QString trimmedHorizontally(const QString &text)
+{
+    qsizetype begin = 0;
+    qsizetype end = text.size();
+    while (begin < end && isHorizontalSpace(text.at(begin)))
+        ++begin;
+    while (end > begin && isHorizontalSpace(text.at(end - 1)))
+        --end;
+    return text.mid(begin, end - begin);
+}
+
+// Case folded the way the user's language does it ("STRASSE" finds "Straße",
+// a Turkish "I" is not an "i"), accents kept: "cafe" does not find "Café".
+class Matcher
+{
+public:
+    explicit Matcher(const QString &query) : m_query(fold(query)) {}
+    bool matches(const QString &text) const { return fold(text).contains(m_query); }
+
+private:
+    QString fold(const QString &text) const
+    {
+        return m_locale.toLower(m_locale.toUpper(text.normalized(QString::NormalizationForm_C)));
+    }
+
+    QLocale m_locale;
+    QString m_query;
+};
+
+} // namespace
+
+QList<QUrl> Shelf::visible() const
+{
+    const QString query = trimmedHorizontally(m_query);
+    if (query.isEmpty())
+        return m_items;
+    const Matcher matcher(query);
+    QList<QUrl> kept;
+    for (const QUrl &url : m_items) {
+        const QString name = url.fileName();
+        if (matcher.matches(name)) {
+            kept.append(url);
+            continue;
+        }
+        if (!m_meta)
+            continue;
+        const std::optional<FileMeta> meta = m_meta->metaForName(name);
+        if (meta && meta->text && !meta->text->isEmpty() && matcher.matches(*meta->text))
+            kept.append(url);
+    }
+    return kept;
+}

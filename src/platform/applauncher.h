@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QIcon>
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+// One application offered under "Open With".
+struct AppChoice
+{
+    QString name; // display name, as the desktop shows it
+    QIcon icon;   // from the application's desktop entry; shown at 16 × 16
+    QUrl url;     // the application's desktop entry file
+};
+
+// Opening files with applications.
+class AppLauncher
+{
+public:
+    virtual ~AppLauncher() = default;
+
+    // Opens one file with its default application.
+    virtual void open(const QUrl &file) = 0;
+    // Opens all `files` in one launch of the application at `app`.
+    virtual void openWith(const QList<QUrl> &files, const QUrl &app) = 0;
+    // The applications that can open `file`, in the system's order.
+    virtual QList<AppChoice> applicationsFor(const QUrl &file) = 0;
+
+    // GIO's application registry and the desktop's default handlers.
+    static AppLauncher &shared();
+};
+
+// Sorts by name, ascending, locale-aware and ignoring case; equal names keep
+// their order and all stay.
+void sortAppChoices(QList<AppChoice> &choices);

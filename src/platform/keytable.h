@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QString>
+#include <Qt>
+#include <optional>
+
+// The one table from virtual key codes (positions on a US keyboard, in the
+// classic numbering the diagnostic key tokens use) to Qt keys. The key
+// tokens, the global shortcut and the window's key map all go through it,
+// so a code means the same key everywhere.
+namespace KeyTable {
+
+struct Key
+{
+    Qt::Key key;
+    bool keypad = false; // a key of the numeric keypad (Qt::KeypadModifier)
+};
+
+std::optional<Key> forVirtualCode(quint16 code);
+
+// The text a key event carries for the codes that type one (comma, space);
+// empty for every other key.
+QString textForVirtualCode(quint16 code);
+
+// Modifier bits of a key token's flag word: Shift is bit 17,
+// Command (Ctrl here) bit 20, Option (Alt here) bit 19, Control (Meta here) bit 18.
+inline constexpr quint32 shiftBit = 1u << 17;
+inline constexpr quint32 controlBit = 1u << 18;
+inline constexpr quint32 optionBit = 1u << 19;
+inline constexpr quint32 commandBit = 1u << 20;
+Qt::KeyboardModifiers modifiersForFlags(quint32 flags);
+
+// Virtual key codes by name, for the codes the program refers to.
+namespace Code {
+inline constexpr quint16 a = 0, s = 1, p = 35, n = 45;
+inline constexpr quint16 digit1 = 18, digit2 = 19, digit3 = 20, digit4 = 21, digit5 = 23,
+                         digit6 = 22, digit7 = 26, digit8 = 28, digit9 = 25, digit0 = 29;
+inline constexpr quint16 equal = 24, minus = 27, comma = 43;
+inline constexpr quint16 returnKey = 36, keypadEnter = 76, space = 49, deleteKey = 51,
+                         forwardDelete = 117, escape = 53;
+inline constexpr quint16 left = 123, right = 124, down = 125, up = 126;
+} // namespace Code
+
+} // namespace KeyTable

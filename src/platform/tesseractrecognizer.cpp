@@ -1,0 +1,226 @@
+#include "platform/tesseractrecognizer.h"
+
+#include <QFileInfo>
+#include <QImageReader>
+#include <QStringList>
+
+#include <tesseract/baseapi.h>
+#include <tesseract/resultiterator.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+// Screenshots of an 8K screen are 33 megapixels; anything far beyond that is
+// not a screenshot and would cost gigabytes to recognise.
+constexpr qint64 maxSourcePixels = 64LL * 1000 * 1000;
+constexpr qint64 maxScaledPixels = 40LL * 1000 * 1000;
+
+QString installedTessdata()
+{
+    const QByteArray prefix = qgetenv("TESSDATA_PREFIX");
+    if (!prefix.isEmpty())
+        return QString::fromLocal8Bit(prefix);
+    return QStringLiteral("/usr/share/tesseract-ocr/5/tessdata");
+}
+
+// Keeps only the languages whose trained data is installed, so that one
+// misspelt name in the setting does not switch recognition off.
+QString usableLanguages(const QString &wanted)
+{
+    QStringList usable;
+    const QString dir = installedTessdata();
+    for (const QString &lang : wanted.split(QLatin1Char('+'), Qt::SkipEmptyParts)) {
+        const QString name = lang.trimmed();
+        if (!name.isEmpty() && QFileInfo::exists(dir + QLatin1Char('/') + name + QStringLiteral(".traineddata")))
+            usable << name;
+    }
+    return usable.isEmpty() ? QStringLiteral("eng") : usable.join(QLatin1Char('+'));
+}
+
+// The gray value most of the image has: the ground the text sits on.
+int dominantGray(const QImage &gray)
+{
+    std::array<qint64, 256> histogram{};
+    const int step = std::max(1, gray.height() / 400);
+    for (int y = 0; y < gray.height(); y += step) {
+        const uchar *row = gray.constScanLine(y);
+        for (int x = 0; x < gray.width(); ++x)
+            ++histogram[row[x]];
+    }
+    return int(std::max_element(histogram.begin(), histogram.end()) - histogram.begin());
+}
+
+// Median height of the horizontal bands that hold ink: on a screenshot those
+// are mostly text lines. 0 when there are none.
+int typicalLineHeight(const QImage &gray, int ground)
+{
+    std::vector<int> runs;
+    int run = 0;
+    for (int y = 0; y < gray.height(); ++y) {
+        const uchar *row = gray.constScanLine(y);
+        int ink = 0;
+        for (int x = 0; x < gray.width(); ++x)
+            ink += std::abs(int(row[x]) - ground) > 80;
+        // A band of ink that spans nearly the whole width is a rule or a bar.
+        const bool inky = ink > 0 && ink < gray.width() * 3 / 4;
+        if (inky) {
+            ++run;
+        } else {
+            if (run >= 5 && run <= 120)
+                runs.push_back(run);
+            run = 0;
+        }
+    }
+    if (runs.empty())
+        return 0;
+    std::nth_element(runs.begin(), runs.begin() + runs.size() / 2, runs.end());
+    return runs[runs.size() / 2];
+}
+
+class TesseractRecognizer final : public TextRecognizer
+{
+public:
+    explicit TesseractRecognizer(const TesseractOptions &options) : m_options(options)
+    {
+        m_options.languages = usableLanguages(options.languages);
+        m_ready = m_api.Init(nullptr, m_options.languages.toUtf8().constData(), tesseract::OEM_LSTM_ONLY) == 0;
+        if (!m_ready)
+            return;
+        m_api.SetVariable("debug_file", "/dev/null");
+        m_api.SetPageSegMode(tesseract::PageSegMode(m_options.pageSegMode));
+        for (const auto &[name, value] : m_options.variables)
+            m_api.SetVariable(name.constData(), value.constData());
+    }
+    ~TesseractRecognizer() override { m_api.End(); }
+
+    std::optional<QString> recognize(const QString &filePath) override
+    {
+        if (!m_ready)
+            return std::nullopt;
+        QImageReader reader(filePath);
+        reader.setAutoTransform(true);
+        const QSize size = reader.size();
+        if (!size.isValid() || qint64(size.width()) * size.height() > maxSourcePixels)
+            return std::nullopt;
+        const QImage image = reader.read();
+        if (image.isNull())
+            return std::nullopt;
+        return recognizeImage(image);
+    }
+
+    QString recognizeImage(const QImage &image)
+    {
+        double scale = 1;
+        const QImage gray = prepareForRecognition(image, m_options, &scale);
+        m_api.SetImage(gray.constBits(), gray.width(), gray.height(), 1, int(gray.bytesPerLine()));
+        m_api.SetSourceResolution(m_options.sourceDpi > 0 ? m_options.sourceDpi : int(std::lround(96 * scale)));
+        QStringList lines;
+        int status = -1;
+        // OMP_THREAD_LIMIT is read once, when the OpenMP runtime loads with
+        // Tesseract at program start, so setting it now is too late. A host
+        // `teams` region with a thread limit of 1 sets the same limit for
+        // this thread only, and Tesseract's parallel loops then run inline.
+#pragma omp teams num_teams(1) thread_limit(1)
+        status = m_api.Recognize(nullptr);
+        if (status == 0) {
+            std::unique_ptr<tesseract::ResultIterator> it(m_api.GetIterator());
+            if (it) {
+                do {
+                    std::unique_ptr<char[]> text(it->GetUTF8Text(tesseract::RIL_TEXTLINE));
+                    if (!text)
+                        continue;
+                    const QString line = QString::fromUtf8(text.get()).trimmed();
+                    if (!line.isEmpty())
+                        lines << line;
+                } while (it->Next(tesseract::RIL_TEXTLINE));
+            }
+        }
+        m_api.Clear();
+        return lines.join(QLatin1Char('\n'));
+    }
+
+private:
+    TesseractOptions m_options;
+    tesseract::TessBaseAPI m_api;
+    bool m_ready = false;
+};
+
+} // namespace
+
+QImage prepareForRecognition(const QImage &image, const TesseractOptions &options, double *scale)
+{
+    // Transparent pixels count as white.
+    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+    QImage gray(argb.size(), QImage::Format_Grayscale8);
+    for (int y = 0; y < argb.height(); ++y) {
+        const auto *src = reinterpret_cast<const QRgb *>(argb.constScanLine(y));
+        uchar *dst = gray.scanLine(y);
+        for (int x = 0; x < argb.width(); ++x) {
+            const int a = qAlpha(src[x]);
+            // Leptonica's weights, as Tesseract uses for colour input.
+            const int luminance = (3 * qRed(src[x]) + 5 * qGreen(src[x]) + 2 * qBlue(src[x]) + 5) / 10;
+            dst[x] = uchar((luminance * a + 255 * (255 - a)) / 255);
+        }
+    }
+    // Dark themes: light text on a dark ground reads faster and better inverted.
+    if (options.invertDark && dominantGray(gray) < 128)
+        gray.invertPixels();
+    const int ground = dominantGray(gray);
+    double factor = 1;
+    if (options.scaleToText) {
+        const int lineHeight = typicalLineHeight(gray, ground);
+        // Tesseract's LSTM reads best when a line is about this many pixels
+        // tall; 1x UI text is half that.
+        const int target = options.targetLineHeight;
+        if (lineHeight > 0 && lineHeight < target * 2 / 3)
+            factor = std::min(3.0, double(target) / lineHeight);
+        const double pixels = double(gray.width()) * gray.height();
+        factor = std::min(factor, std::sqrt(double(maxScaledPixels) / pixels));
+        factor = std::max(1.0, factor);
+        if (factor > 1.05)
+            gray = gray.scaled(QSize(int(gray.width() * factor), int(gray.height() * factor)),
+                               Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        else
+            factor = 1;
+    }
+    if (scale)
+        *scale = factor;
+    return gray;
+}
+
+std::unique_ptr<TextRecognizer> makeTesseractRecognizer(const TesseractOptions &options)
+{
+    return std::make_unique<TesseractRecognizer>(options);
+}
+
+std::unique_ptr<TextRecognizer> makeTesseractRecognizer(const QString &languages)
+{
+    TesseractOptions options;
+    options.languages = languages;
+    return makeTesseractRecognizer(options);
+}
+
+QString recognitionLanguages(const QString &preference)
+{
+    const QString fromEnvironment = qEnvironmentVariable("BRINDLEWICK_OCR_LANGUAGES").trimmed();
+    if (!fromEnvironment.isEmpty())
+        return fromEnvironment;
+    if (!preference.trimmed().isEmpty())
+        return preference.trimmed();
+    return QStringLiteral("eng");
+}
+
+void lowerCurrentThreadPriority()
+{
+    // On Linux a nice value can be set per thread; Qt's thread priorities do
+    // nothing under the default scheduler.
+    setpriority(PRIO_PROCESS, pid_t(syscall(SYS_gettid)), 19);
+}

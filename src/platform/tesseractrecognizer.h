@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/textrecognizer.h"
+
+#include <QImage>
+#include <QList>
+#include <QPair>
+
+// The knobs of the Tesseract backend. The defaults are what the program uses;
+// the benchmark flips them one at a time to show what each is worth.
+struct TesseractOptions
+{
+    QString languages = QStringLiteral("eng");
+    bool invertDark = true;   // dark themes: light text on dark ground
+    bool scaleToText = true;  // bring small text up to the height the LSTM likes
+    int pageSegMode = 3;      // tesseract::PSM_AUTO
+    // What Tesseract is told the resolution is; 0: 96 times the scale applied.
+    // 96 throughout lays out upscaled 1x text best.
+    int sourceDpi = 96;
+    int targetLineHeight = 30; // pixels from ascender to descender
+    QList<QPair<QByteArray, QByteArray>> variables; // extra Tesseract settings
+};
+
+std::unique_ptr<TextRecognizer> makeTesseractRecognizer(const TesseractOptions &options);
+
+// Screenshot preprocessing, exposed for the benchmark and tests: 8-bit gray,
+// dark text on light ground, text lines about `targetLineHeight` pixels tall.
+// `scale` receives the factor applied.
+QImage prepareForRecognition(const QImage &image, const TesseractOptions &options, double *scale = nullptr);

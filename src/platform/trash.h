@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+#include <functional>
+
+// Moving files and folders to the Trash.
+class Trash
+{
+public:
+    virtual ~Trash() = default;
+    // True when `path` is now in a Trash; false leaves it where it was.
+    virtual bool moveToTrash(const QString &path) = 0;
+
+    // The freedesktop.org Trash of this session.
+    static Trash &shared();
+};
+
+// The freedesktop.org Trash, done by hand rather than with QFile::moveToTrash:
+// Qt 6.4 decides between the home Trash and a drive's own Trash by comparing
+// with the home folder's drive rather than the Trash's, and has no test seam.
+//
+// - Files on the drive of $XDG_DATA_HOME go to $XDG_DATA_HOME/Trash.
+// - Files on any other drive go to that drive's $topdir/.Trash/$uid when an
+//   administrator prepared $topdir/.Trash (a real folder, not a symlink, with
+//   the sticky bit), else to $topdir/.Trash-$uid, created on demand.
+// - If neither can be used (a read-only or foreign-owned drive) the file is
+//   refused and stays where it is: copying it across drives into the home
+//   Trash would be a silent, possibly huge copy the user never asked for.
+//
+// The .trashinfo file is created exclusively before the rename, as the
+// Trash format asks, so two trashings of equal names never collide.
+class FreedesktopTrash final : public Trash
+{
+public:
+    // Maps a path to the mount point of the file system holding it.
+    using MountRoot = std::function<QString(const QString &path)>;
+
+    // `homeTrash` is the home Trash folder ($XDG_DATA_HOME/Trash by default);
+    // `mountRoot` defaults to the system's mount table.
+    explicit FreedesktopTrash(QString homeTrash = {}, MountRoot mountRoot = {},
+                              std::function<QDateTime()> now = {});
+
+    bool moveToTrash(const QString &path) override;
+
+    // The Trash folder a path would go to; empty when there is none.
+    QString trashFolderFor(const QString &absolutePath) const;
+
+    static QString defaultHomeTrash();
+    QString homeTrash() const;
+
+private:
+    QString topDirTrash(const QString &topDir) const;
+    static bool ensureTrashSubfolders(const QString &trashFolder);
+
+    QString m_homeTrash;
+    MountRoot m_mountRoot;
+    std::function<QDateTime()> m_now;
+};

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QDateTime>
+#include <QList>
+#include <QObject>
+#include <QUrl>
+
+#include <functional>
+
+class MetaStore;
+class Prefs;
+class QTimer;
+class Shelf;
+class Trash;
+
+// Keeps Home in order: images in Home (not its subfolders) whose content was
+// last modified more than `days` days ago are the candidates; acting on them
+// moves them into Home's "Archive" folder, or to the Trash. When enabled it
+// acts by itself 15 s after launch and every six hours; when not, those
+// ticks only keep `candidates` current for the interface to offer.
+class AutoTidy : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool enabled READ enabled WRITE setEnabled NOTIFY enabledChanged)
+    Q_PROPERTY(int days READ days WRITE setDays NOTIFY daysChanged)
+    Q_PROPERTY(bool toTrash READ toTrash WRITE setToTrash NOTIFY toTrashChanged)
+    Q_PROPERTY(QList<QUrl> candidates READ candidates NOTIFY candidatesChanged)
+
+public:
+    static constexpr int defaultDays = 30;
+    static constexpr int firstTickMs = 15 * 1000;
+    static constexpr int tickIntervalMs = 21600 * 1000;
+    static constexpr qsizetype listLimit = 100000;
+    static inline const QString archiveFolderName = QStringLiteral("Archive");
+
+    using Clock = std::function<QDateTime()>;
+
+    // Reads the three settings once from `prefs`. `meta` may be null.
+    AutoTidy(Prefs &prefs, MetaStore *meta, Trash &trash, Clock now = {}, QObject *parent = nullptr);
+    ~AutoTidy() override;
+
+    // The process's instance, on the user's preferences, metadata and Trash.
+    static AutoTidy &shared();
+
+    bool enabled() const { return m_enabled; }
+    int days() const { return m_days; }
+    bool toTrash() const { return m_toTrash; }
+    QList<QUrl> candidates() const { return m_candidates; }
+
+    // Each writes its preference at once. None recomputes `candidates`: the
+    // new value applies from the next refresh.
+    void setEnabled(bool enabled);
+    void setDays(int days);
+    void setToTrash(bool toTrash);
+
+    // Starts (or restarts) the six-hour timer and the first tick 15 s later.
+    // Ticks stop doing anything once the shelf is gone.
+    void start(Shelf &shelf);
+    // The same with any source of Home and any delays (tests).
+    void start(std::function<QUrl()> home, QObject *guard, int firstTickDelayMs, int intervalMs);
+
+    void refresh(const QUrl &home);
+    void runNow(const QUrl &home);
+
+    static QUrl archiveFolder(const QUrl &home);
+
+Q_SIGNALS:
+    void enabledChanged();
+    void daysChanged();
+    void toTrashChanged();
+    void candidatesChanged();
+
+private:
+    void setCandidates(const QList<QUrl> &candidates);
+
+    Prefs &m_prefs;
+    MetaStore *m_meta;
+    Trash &m_trash;
+    Clock m_now;
+    bool m_enabled = false;
+    int m_days = defaultDays;
+    bool m_toTrash = false;
+    QList<QUrl> m_candidates;
+    QTimer *m_timer = nullptr;
+};

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QPointer>
+#include <QSize>
+#include <QWidget>
+
+class QKeyEvent;
+class QTimer;
+#include "model/shelf.h"
+
+// The floating shelf window: stays above ordinary windows, has no taskbar
+// entry, and closing it (close button, Ctrl+W, Escape) only hides it. The
+// application decides its size and place on every show; the window reports
+// when the user has finished resizing it so that size can be remembered.
+class ShelfWindow : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit ShelfWindow(QWidget *parent = nullptr);
+
+    Shelf *shelf() const { return m_shelf; }
+    void setShelf(Shelf *shelf) { m_shelf = shelf; }
+
+    // Replaces what the window shows (the shelf view, or its placeholder).
+    void setContent(QWidget *content);
+    QWidget *content() const { return m_content; }
+
+    // Sets the geometry as the application's own resize, which is not
+    // reported as the user's.
+    void placeAt(const QRect &geometry);
+
+    // The window's key map; true when the key was used.
+    bool handleKey(QKeyEvent *event);
+
+Q_SIGNALS:
+    // The user stopped resizing the window; `size` is its new size.
+    void liveResizeEnded(QSize size);
+    void shownChanged(bool shown);
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    QPointer<Shelf> m_shelf;
+    QWidget *m_content = nullptr;
+    QTimer *m_resizeSettle;
+    QSize m_placedSize;
+};

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+// A virtual X server for end-to-end tests, on a display number it picks
+// itself. Not started when Xvfb is not installed (`isRunning` is false).
+class VirtualDisplay
+{
+public:
+    VirtualDisplay();
+    ~VirtualDisplay();
+    VirtualDisplay(const VirtualDisplay &) = delete;
+    VirtualDisplay &operator=(const VirtualDisplay &) = delete;
+
+    static bool isInstalled();
+    bool isRunning() const { return !m_display.isEmpty(); }
+    // ":12"
+    QString display() const { return m_display; }
+
+private:
+    QProcess m_server;
+    QString m_display;
+};
+
+// The real brindlewick binary ($BRINDLEWICK_BIN) run in a throwaway home:
+// HOME, the XDG folders and the runtime folder point into a temporary
+// folder, and nothing of the test's own session (display, bus) leaks in.
+// Collects its standard error line by line.
+class AppRun
+{
+public:
+    // `display` empty: no display at all.
+    explicit AppRun(const QString &display);
+    ~AppRun();
+    AppRun(const AppRun &) = delete;
+    AppRun &operator=(const AppRun &) = delete;
+
+    static QString binary();
+
+    QString path(const QString &relative) const;
+    QString home() const { return path(QStringLiteral("home")); }
+    QString configHome() const { return path(QStringLiteral("home/.config")); }
+    QProcessEnvironment &environment() { return m_environment; }
+    void setVar(const QString &name, const QString &value = {}) { m_environment.insert(name, value); }
+
+    void start(const QStringList &arguments = {});
+    // Runs the binary once more in the same home and waits for it to end.
+    // Returns its exit code (-1 when it did not finish); `output` gets its
+    // standard output.
+    int runOnce(const QStringList &arguments, QString *output = nullptr, int timeoutMs = 15000);
+
+    // Waits, running the event loop, until a line containing `text` has
+    // arrived on standard error; false after `timeoutMs`.
+    bool waitForLine(const QString &text, int timeoutMs = 15000);
+    QStringList lines() const { return m_lines; }
+    // The "[Brindlewick] ..." lines without their prefix.
+    QStringList diagnosticLines() const;
+
+    qint64 processId() const { return m_process.processId(); }
+    void terminate() { m_process.terminate(); }
+    bool waitForExit(int timeoutMs = 15000);
+    int exitCode() const { return m_process.exitCode(); }
+    QProcess::ExitStatus exitStatus() const { return m_process.exitStatus(); }
+
+private:
+    void readErrors();
+
+    QTemporaryDir m_root;
+    QProcessEnvironment m_environment;
+    QProcess m_process;
+    QByteArray m_partial;
+    QStringList m_lines;
+};
+
+// Writes a small PNG (a coloured square) at `path`, creating its folder.
+void writeTestPng(const QString &path, int size = 64);

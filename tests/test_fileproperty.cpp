@@ -1,0 +1,218 @@
+// Random sequences of file actions on real folders. After every step the
+// bytes of every file that existed before must still exist somewhere (in a
+// folder or in a Trash), and the only new contents are the files the step
+// reports having written. A lost, truncated or overwritten file breaks that.
+#include "actions/fileactions.h"
+#include "actions/safefiles.h"
+#include "meta/metastore.h"
+#include "model/names.h"
+#include "platform/trash.h"
+#include "support/isolatedmain.h"
+
+#include <QDirIterator>
+#include <QImage>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+
+namespace {
+
+using Contents = QHash<QByteArray, int>; // file bytes -> how many files hold them
+
+constexpr int kSequences = 400;
+constexpr int kStepsPerSequence = 8;
+
+const QStringList kNamePool = {
+    QStringLiteral("a.png"), QStringLiteral("a 2.png"), QStringLiteral("a copy.png"),
+    QStringLiteral("README"), QStringLiteral("x.jpeg"), QStringLiteral("x.jpg"),
+    QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"), QStringLiteral("2026-10-08 05.12.49.png"),
+    QStringLiteral("shot 2"), QStringLiteral(".hidden.png")};
+const QStringList kBadNames = {QStringLiteral(".."), QStringLiteral("../up.png"), QStringLiteral("A/b.png"),
+                               QStringLiteral("   "), QString(300, QLatin1Char('n'))};
+
+dev_t deviceOf(const QString &path)
+{
+    struct stat st;
+    return ::stat(QFile::encodeName(path).constData(), &st) == 0 ? st.st_dev : dev_t(-1);
+}
+
+QByteArray readAll(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+bool isSubset(const Contents &small, const Contents &large)
+{
+    for (auto it = small.cbegin(); it != small.cend(); ++it) {
+        if (large.value(it.key()) < it.value())
+            return false;
+    }
+    return true;
+}
+
+Contents minus(Contents large, const Contents &small)
+{
+    for (auto it = small.cbegin(); it != small.cend(); ++it) {
+        if ((large[it.key()] -= it.value()) == 0)
+            large.remove(it.key());
+    }
+    return large;
+}
+
+} // namespace
+
+class TestFileProperty : public QObject
+{
+    Q_OBJECT
+
+    QRandomGenerator random{20261008};
+    QStringList roots;   // every folder a file may be in, Trash folders included
+    QStringList folders; // where files are made and moved
+    std::unique_ptr<FreedesktopTrash> trash;
+    std::unique_ptr<MetaStore> meta;
+    int serial = 0;
+    int steps = 0;
+
+    Contents snapshot(QStringList *files = nullptr)
+    {
+        Contents contents;
+        for (const QString &root : roots) {
+            QDirIterator it(root, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+            while (it.hasNext()) {
+                const QString path = it.next();
+                if (path.endsWith(QLatin1String(".trashinfo")))
+                    continue;
+                // A temporary file left behind is a half-written file.
+                if (it.fileName().startsWith(QLatin1String(".brindlewick-")))
+                    qFatal("left behind: %s", qPrintable(path));
+                ++contents[readAll(path)];
+                if (files && !path.contains(QLatin1String("Trash")))
+                    files->append(path);
+            }
+        }
+        return contents;
+    }
+
+    void makeFile(const QString &folder)
+    {
+        const QString name = kNamePool.at(random.bounded(kNamePool.size()));
+        const QString wanted = folder + QLatin1Char('/') + name;
+        const QString path = SafeFiles::uniquePath(wanted);
+        if (name.endsWith(QLatin1String(".png")) || name.endsWith(QLatin1String(".jpeg"))) {
+            QImage image(2 + random.bounded(5), 2 + random.bounded(5), QImage::Format_ARGB32);
+            image.fill(QColor::fromRgba(random.generate() | 0x01000000u));
+            image.setPixel(0, 0, uint(++serial)); // every image distinct
+            image.save(path, name.endsWith(QLatin1String(".png")) ? "PNG" : "JPEG");
+        } else {
+            QFile f(path);
+            if (f.open(QIODevice::NewOnly))
+                f.write("bytes #" + QByteArray::number(++serial));
+        }
+    }
+
+    QList<QUrl> pick(const QStringList &files, qsizetype most)
+    {
+        QList<QUrl> chosen;
+        const qsizetype count = files.isEmpty() ? 0 : 1 + random.bounded(int(std::min(most, files.size())));
+        for (qsizetype i = 0; i < count; ++i)
+            chosen.append(QUrl::fromLocalFile(files.at(random.bounded(int(files.size())))));
+        return chosen;
+    }
+
+    // One random action; returns the contents it reports having written.
+    QList<QUrl> step(const QStringList &files)
+    {
+        ++steps;
+        const QList<QUrl> some = pick(files, 3);
+        switch (random.bounded(8)) {
+        case 0:
+            return FileActions::duplicate(some);
+        case 1:
+            return FileActions::convertToJPG(some);
+        case 2:
+            return FileActions::resizeHalf(some);
+        case 3:
+        case 4:
+            // The folder on the other file system is a rarer target: every
+            // file written there is synced to a real disk.
+            FileActions::move(some, QUrl::fromLocalFile(folders.at(random.bounded(12) == 0 ? folders.size() - 1
+                                                                                         : random.bounded(2))),
+                              meta.get());
+            return {};
+        case 5:
+            if (!some.isEmpty()) {
+                const bool bad = random.bounded(4) == 0;
+                const QString name = bad ? kBadNames.at(random.bounded(kBadNames.size()))
+                                         : kNamePool.at(random.bounded(kNamePool.size()));
+                FileActions::renameTo(some.first(), name, meta.get());
+            }
+            return {};
+        case 6:
+            ScreenshotNames::cleanUpNames(some, meta.get());
+            return {};
+        default:
+            FileActions::trash(some, *trash);
+            return {};
+        }
+    }
+
+private Q_SLOTS:
+    void noBytesAreEverLostOrOverwritten()
+    {
+        // Most folders live in memory (/dev/shm) when it is a file system of
+        // its own, so syncing to disk does not dominate the run; one folder
+        // on the ordinary temporary folder makes moves cross file systems.
+        const QString shm = QStringLiteral("/dev/shm");
+        const bool split = QFileInfo(shm).isWritable() && deviceOf(shm) != deviceOf(QDir::tempPath());
+        const QString mainTemplate = (split ? shm : QDir::tempPath()) + QStringLiteral("/brindlewick-test-XXXXXX");
+        std::unique_ptr<QTemporaryDir> other;
+        if (split)
+            other = std::make_unique<QTemporaryDir>();
+        int crossDevice = 0;
+
+        for (int sequence = 0; sequence < kSequences; ++sequence) {
+            QTemporaryDir dir(mainTemplate);
+            const QString otherRoot = other ? other->path() + QLatin1Char('/') + QString::number(sequence)
+                                            : QString();
+            folders = {dir.filePath("A"), dir.filePath("A/B")};
+            if (other)
+                folders.append(otherRoot + QStringLiteral("/C"));
+            for (const QString &folder : folders)
+                QDir().mkpath(folder);
+            roots = {dir.path()};
+            if (other)
+                roots.append(otherRoot);
+            trash = std::make_unique<FreedesktopTrash>(dir.filePath("Trash"), [otherRoot](const QString &p) {
+                return !otherRoot.isEmpty() && p.startsWith(otherRoot) ? otherRoot : QStringLiteral("/");
+            });
+            meta = std::make_unique<MetaStore>(dir.filePath("meta.json"));
+            for (int i = 0; i < 6; ++i)
+                makeFile(folders.at(random.bounded(2)));
+
+            for (int s = 0; s < kStepsPerSequence; ++s) {
+                QStringList files;
+                const Contents before = snapshot(&files);
+                const QList<QUrl> written = step(files);
+                const Contents after = snapshot();
+                QVERIFY2(isSubset(before, after), qPrintable(QStringLiteral("bytes lost at step %1").arg(steps)));
+                Contents reported;
+                for (const QUrl &url : written)
+                    ++reported[readAll(url.toLocalFile())];
+                QCOMPARE(minus(after, before), reported);
+            }
+            if (other) {
+                QDirIterator it(otherRoot + QStringLiteral("/C"), QDir::Files);
+                crossDevice += it.hasNext() ? 1 : 0;
+            }
+        }
+        QVERIFY(steps == kSequences * kStepsPerSequence);
+        if (other)
+            QVERIFY(crossDevice > 0);
+    }
+};
+
+ISOLATED_GUI_TEST_MAIN(TestFileProperty)
+#include "test_fileproperty.moc"

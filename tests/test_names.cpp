@@ -1,0 +1,167 @@
+#include "actions/prompts.h"
+#include "meta/metastore.h"
+#include "model/names.h"
+#include "support/shelfrig.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace ScreenshotNames;
+
+namespace {
+
+class ScriptedConfirm final : public ConfirmPrompt
+{
+public:
+    bool answer = true;
+    ConfirmRequest asked;
+    int calls = 0;
+    bool confirm(const ConfirmRequest &request) override
+    {
+        asked = request;
+        ++calls;
+        return answer;
+    }
+};
+
+QString decomposed(const QString &text) { return text.normalized(QString::NormalizationForm_D); }
+
+} // namespace
+
+class TestNames : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void tables()
+    {
+        QCOMPARE(prefixes().size(), 21);
+        QCOMPARE(separators().size(), 11);
+        for (qsizetype i = 0; i < prefixes().size(); ++i) {
+            const QString &prefix = prefixes().at(i);
+            QCOMPARE(prefix.endsWith(QLatin1Char(' ')), i != 19);
+            QVERIFY(!prefix.endsWith(QLatin1String("  ")));
+        }
+        for (const QString &separator : separators())
+            QVERIFY(separator.startsWith(QLatin1Char(' ')) && separator.endsWith(QLatin1Char(' ')));
+        QCOMPARE(prefixes().at(4).at(9), QChar(0x27)); // a plain apostrophe
+    }
+
+    void cleanName_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("clean");
+        const QString bare = QStringLiteral("2026-10-08 05.12.49.png");
+        // As the screenshot tools of several languages write their names.
+        QTest::newRow("English") << "Screenshot 2026-10-08 at 05.12.49.png" << bare;
+        QTest::newRow("older English") << "Screen Shot 2026-10-08 at 05.12.49.png" << bare;
+        QTest::newRow("German") << "Bildschirmfoto 2026-10-08 um 05.12.49.png" << bare;
+        QTest::newRow("French") << QStringLiteral("Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png") << bare;
+        QTest::newRow("Spanish") << "Captura de pantalla 2026-10-08 a las 05.12.49.png" << bare;
+        QTest::newRow("Italian") << "Schermata 2026-10-08 alle 05.12.49.png" << bare;
+        QTest::newRow("Dutch") << "Schermafbeelding 2026-10-08 om 05.12.49.png" << bare;
+        QTest::newRow("Portuguese") << QStringLiteral("Captura de ecr\u00E3 2026-10-08 \u00E0s 05.12.49.png") << bare;
+        QTest::newRow("Swedish") << QStringLiteral("Sk\u00E4rmavbild 2026-10-08 kl. 05.12.49.png") << bare;
+        QTest::newRow("Finnish") << QStringLiteral("N\u00E4ytt\u00F6kuva 2026-10-08 klo 05.12.49.png") << bare;
+        QTest::newRow("Russian")
+            << QStringLiteral("\u0421\u043D\u0438\u043C\u043E\u043A \u044D\u043A\u0440\u0430\u043D\u0430 2026-10-08 \u0432 05.12.49.png")
+            << bare;
+        QTest::newRow("Japanese") << QStringLiteral("\u30B9\u30AF\u30EA\u30FC\u30F3\u30B7\u30E7\u30C3\u30C8 2026-10-08 5.12.49.png")
+                                  << "2026-10-08 5.12.49.png";
+        QTest::newRow("Chinese, no space") << QStringLiteral("\u622A\u5C4F2026-10-08 05.12.49.png") << bare;
+        QTest::newRow("Korean") << QStringLiteral("\uC2A4\uD06C\uB9B0\uC0F7 2026-10-08 05.12.49.png") << bare;
+        // File managers and other tools on Linux often write names decomposed.
+        QTest::newRow("French, decomposed")
+            << decomposed(QStringLiteral("Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png")) << bare;
+        QTest::newRow("Swedish, decomposed")
+            << decomposed(QStringLiteral("Sk\u00E4rmavbild 2026-10-08 kl. 05.12.49.png")) << bare;
+        QTest::newRow("Portuguese, decomposed")
+            << decomposed(QStringLiteral("Captura de ecr\u00E3 2026-10-08 \u00E0s 05.12.49.png")) << bare;
+        // Spelled otherwise than in the table: the prefix stays.
+        QTest::newRow("typographic apostrophe")
+            << QStringLiteral("Capture d\u2019\u00E9cran 2026-10-08 \u00E0 05.12.49.png")
+            << QStringLiteral("Capture d\u2019\u00E9cran 2026-10-08 05.12.49.png");
+        QTest::newRow("one prefix only") << "Screenshot Screenshot 1.png" << "Screenshot 1.png";
+        QTest::newRow("separator without prefix") << "Lunch at noon.png" << "Lunch noon.png";
+        QTest::newRow("case matters") << "Screenshot 2026-10-08 AT 05.12.49.png" << "2026-10-08 AT 05.12.49.png";
+        QTest::newRow("untouched") << "notes.png" << "notes.png";
+        QTest::newRow("tabs trimmed, inner kept") << "Screenshot \t a  b\t.png" << "a  b\t.png";
+        QTest::newRow("every separator, in order") << "x at y um z o w.png" << "x y z w.png";
+    }
+
+    void cleanName()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, clean);
+        QCOMPARE(ScreenshotNames::cleanName(name).normalized(QString::NormalizationForm_C),
+                 clean.normalized(QString::NormalizationForm_C));
+    }
+
+    void nameWithNothingToCleanKeepsItsOwnSpelling()
+    {
+        const QString name = decomposed(QStringLiteral("Caf\u00E9 menu.png"));
+        QCOMPARE(ScreenshotNames::cleanName(name), name);
+    }
+
+    void cleanUpRenamesNumbersAndCarriesRecords()
+    {
+        QTemporaryDir dir;
+        MetaStore meta(dir.filePath("meta.json"));
+        const auto file = [&](const QString &name) { return dir.filePath(name); };
+        const auto url = [&](const QString &name) { return QUrl::fromLocalFile(file(name)); };
+        for (const QString &name :
+             {QStringLiteral("2026-10-08 05.12.49.png"), QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"),
+              decomposed(QStringLiteral("Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png")),
+              decomposed(QStringLiteral("Caf\u00E9.png")), QStringLiteral("notes.png"),
+              QStringLiteral("Screenshot .png")})
+            Sandbox::writeFile(file(name), name.toUtf8());
+        meta.update(url("Screenshot 2026-10-08 at 05.12.49.png"),
+                    [](FileMeta &m) { m.text = QStringLiteral("receipt"); });
+
+        const QList<QUrl> files = {
+            url("Screenshot 2026-10-08 at 05.12.49.png"),
+            url(decomposed(QStringLiteral("Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png"))),
+            url(decomposed(QStringLiteral("Caf\u00E9.png"))), url("notes.png"), url("vanished at noon.png"),
+            url("Screenshot .png")};
+        QCOMPARE(cleanUpNames(files, &meta), qint64(2));
+
+        QStringList names = QDir(dir.path()).entryList({"*.png"}, QDir::Files | QDir::Hidden);
+        names.sort();
+        QStringList expected = {"2026-10-08 05.12.49 2.png", "2026-10-08 05.12.49 3.png",
+                                "2026-10-08 05.12.49.png", "Screenshot .png", // would be hidden
+                                decomposed(QStringLiteral("Caf\u00E9.png")), "notes.png"};
+        expected.sort();
+        QCOMPARE(names, expected);
+        QCOMPARE(QFile(file("2026-10-08 05.12.49 2.png")).size(),
+                 qint64(QByteArray("Screenshot 2026-10-08 at 05.12.49.png").size()));
+        QCOMPARE(meta.meta(url("2026-10-08 05.12.49 2.png"))->text, QStringLiteral("receipt"));
+    }
+
+    void confirmationAsksAboutTheWholeListing()
+    {
+        ShelfRig rig;
+        rig.addImage(QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"));
+        rig.addImage(QStringLiteral("a.png"));
+        rig.addImage(QStringLiteral("b.png"));
+        QVERIFY(rig.start());
+        QCOMPARE(rig.shelf->items().size(), 3);
+
+        ScriptedConfirm prompt;
+        prompt.answer = false;
+        QCOMPARE(confirmCleanUp(*rig.shelf, prompt, &rig.meta), std::nullopt);
+        QCOMPARE(prompt.asked.message, QStringLiteral("Clean up the names of 3 screenshots?"));
+        QCOMPARE(prompt.asked.informativeText,
+                 QStringLiteral("\u201CScreenshot 2026-10-08 at 05.12.49.png\u201D becomes "
+                                "\u201C2026-10-08 05.12.49.png\u201D. Only files in the current folder are renamed."));
+        QCOMPARE(prompt.asked.confirmButton, QStringLiteral("Clean Up"));
+        QVERIFY(QFile::exists(rig.file(QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"))));
+
+        prompt.answer = true;
+        QCOMPARE(confirmCleanUp(*rig.shelf, prompt, &rig.meta), std::optional<qint64>(1));
+        QVERIFY(QFile::exists(rig.file(QStringLiteral("2026-10-08 05.12.49.png"))));
+        QCOMPARE(resultText(1), QStringLiteral("Renamed 1"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestNames)
+#include "test_names.moc"

@@ -1,0 +1,195 @@
+#include "support/shelfrig.h"
+
+#include <QLocale>
+
+namespace {
+
+// A shelf showing `count` images named "<prefix><i>.png", index i in the grid.
+struct Grid
+{
+    ShelfRig rig;
+    QList<QUrl> urls;
+    Shelf &shelf() { return *rig.shelf; }
+
+    explicit Grid(int count, const QString &prefix = QStringLiteral("item "))
+    {
+        for (int i = 0; i < count; ++i) {
+            const QString name = prefix + QString::number(i) + QStringLiteral(".png");
+            rig.addImage(name, 100 + i); // older as i grows: newest first
+            urls.append(rig.url(name));
+        }
+    }
+    bool start(qint64 columns = 4)
+    {
+        if (!rig.start() || rig.shelf->items() != urls)
+            return false;
+        rig.shelf->setColumns(columns);
+        return true;
+    }
+    QSet<QUrl> at(std::initializer_list<int> indices) const
+    {
+        QSet<QUrl> set;
+        for (int i : indices)
+            set.insert(urls.at(i));
+        return set;
+    }
+    int cursorIndex() { return int(urls.indexOf(shelf().cursor())); }
+};
+
+} // namespace
+
+class TestSelection : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates)); }
+
+    void shiftClickSelectsARectangleOfTheGrid()
+    {
+        Grid grid(10);
+        QVERIFY(grid.start(4));
+        Shelf &shelf = grid.shelf();
+        shelf.select(grid.urls[1]);
+        shelf.extend(grid.urls[6]);
+        QCOMPARE(shelf.selection(), grid.at({1, 2, 5, 6})); // rows 0-1, columns 1-2
+        QCOMPARE(grid.cursorIndex(), 6);
+        QCOMPARE(shelf.anchor(), grid.urls[1]);
+
+        // A second Shift-click from the same anchor replaces the rectangle.
+        shelf.extend(grid.urls[4]);
+        QCOMPARE(shelf.selection(), grid.at({0, 1, 4, 5}));
+
+        // Cells past the end of a short last row do not exist.
+        shelf.select(grid.urls[3]);
+        shelf.extend(grid.urls[9]);
+        QCOMPARE(shelf.selection(), grid.at({1, 2, 3, 5, 6, 7, 9}));
+
+        // A Ctrl-click adds to what the next rectangle is added to.
+        shelf.select(grid.urls[0]);
+        shelf.toggle(grid.urls[2]);
+        shelf.extend(grid.urls[3]);
+        QCOMPARE(shelf.selection(), grid.at({0, 2, 3}));
+        shelf.toggle(grid.urls[0]);
+        QCOMPARE(shelf.selection(), grid.at({2, 3}));
+        QCOMPARE(shelf.base(), grid.at({2, 3}));
+
+        // An anchor hidden by the search does not fall back to the cursor.
+        shelf.select(grid.urls[1]);
+        shelf.toggle(grid.urls[3]);
+        shelf.setQuery(QStringLiteral("item 2"));
+        shelf.setCursor(grid.urls[2]);
+        shelf.extend(grid.urls[2]);
+        QCOMPARE(shelf.selection(), grid.at({2}));
+    }
+
+    void arrowsStopAtTheEdgesAndStartAtTheFirstItem()
+    {
+        Grid grid(7);
+        QVERIFY(grid.start(4));
+        Shelf &shelf = grid.shelf();
+        const auto move = [&](int from, Move direction) {
+            shelf.select(grid.urls[from]);
+            shelf.moveCursor(direction, false);
+            return grid.cursorIndex();
+        };
+        QCOMPARE(move(6, Move::right), 6);
+        QCOMPARE(move(0, Move::left), 0);
+        QCOMPARE(move(2, Move::up), 2);
+        QCOMPARE(move(5, Move::down), 5); // 5 + 4 is past the end, though row 1 exists
+        QCOMPARE(move(2, Move::down), 6);
+        QCOMPARE(move(6, Move::up), 2);
+        QCOMPARE(move(4, Move::left), 3); // no wrapping, but left walks back a row
+
+        // Without a cursor: from before the first item, or from it when something is selected.
+        for (Move direction : {Move::left, Move::right, Move::up, Move::down}) {
+            shelf.setSelection({});
+            shelf.setCursor({});
+            shelf.moveCursor(direction, false);
+            QCOMPARE(grid.cursorIndex(), 0);
+            QCOMPARE(shelf.selection(), grid.at({0}));
+        }
+        // A selection but no cursor: counted from the first item.
+        shelf.setSelection(grid.at({5}));
+        shelf.setCursor(QUrl::fromLocalFile(QStringLiteral("/gone.png"))); // names an item no longer listed
+        shelf.moveCursor(Move::down, false);
+        QCOMPARE(grid.cursorIndex(), 4);
+
+        // Nothing visible: nothing happens.
+        shelf.setQuery(QStringLiteral("matches nothing"));
+        shelf.moveCursor(Move::down, false);
+        QCOMPARE(grid.cursorIndex(), 4);
+    }
+
+    void shiftArrowsGrowARectangleFromTheAnchor()
+    {
+        Grid grid(10);
+        QVERIFY(grid.start(4));
+        Shelf &shelf = grid.shelf();
+        shelf.select(grid.urls[5]);
+        shelf.moveCursor(Move::up, true);
+        QCOMPARE(shelf.selection(), grid.at({1, 5}));
+        QCOMPARE(shelf.anchor(), grid.urls[5]);
+        shelf.moveCursor(Move::left, true);
+        QCOMPARE(shelf.selection(), grid.at({0, 1, 4, 5}));
+
+        // No anchor yet: the cursor's cell becomes it, and the selection the base.
+        shelf.setSelection(grid.at({9}));
+        shelf.setAnchor({});
+        shelf.setCursor(grid.urls[2]);
+        shelf.moveCursor(Move::right, true);
+        QCOMPARE(shelf.anchor(), grid.urls[2]);
+        QCOMPARE(shelf.selection(), grid.at({2, 3, 9}));
+    }
+
+    void selectAllAndActionsFollowTheSearch()
+    {
+        Grid grid(4);
+        QVERIFY(grid.start(4));
+        Shelf &shelf = grid.shelf();
+        shelf.select(grid.urls[0]);
+        shelf.setQuery(QStringLiteral("item 2"));
+        QCOMPARE(shelf.selection(), grid.at({0}));   // hidden, still selected...
+        QVERIFY(shelf.selectedURLs().isEmpty());     // ...but not acted on
+        shelf.selectAll();
+        QCOMPARE(shelf.selection(), grid.at({2}));
+        QCOMPARE(shelf.base(), grid.at({2}));
+        shelf.setQuery({});
+        shelf.setSelection(grid.at({3, 0, 2}));
+        QCOMPARE(shelf.selectedURLs(), (QList<QUrl>{grid.urls[0], grid.urls[2], grid.urls[3]}));
+    }
+
+    void searchMatchesNamesThenRecognisedText()
+    {
+        ShelfRig rig;
+        const QStringList names = {QStringLiteral("Invoice March.png"), QStringLiteral("receipt.jpg"),
+                                   QStringLiteral("notes.png"),         QStringLiteral("Café menu.png"),
+                                   QStringLiteral("blank.png"),         QStringLiteral("Straße.png")};
+        for (int i = 0; i < names.size(); ++i)
+            rig.addImage(names[i], 10 + i);
+        QVERIFY(rig.start());
+        rig.meta.update(rig.url(QStringLiteral("receipt.jpg")), [](FileMeta &m) { m.text = QStringLiteral("Total due: 12"); });
+        rig.meta.update(rig.url(QStringLiteral("notes.png")), [](FileMeta &m) { m.text = QStringLiteral("due total\nline two"); });
+        rig.meta.update(rig.url(QStringLiteral("blank.png")), [](FileMeta &m) { m.text = QString(); });
+        Shelf &shelf = *rig.shelf;
+        const auto found = [&](const QString &query) {
+            shelf.setQuery(query);
+            return ShelfRig::names(shelf.visible());
+        };
+        QCOMPARE(found(QStringLiteral(" \t ")), names);
+        QCOMPARE(found(QStringLiteral("  invoice ")), QStringList{QStringLiteral("Invoice March.png")});
+        QCOMPARE(found(QStringLiteral("PNG")), (QStringList{names[0], names[2], names[3], names[4], names[5]}));
+        QCOMPARE(found(QStringLiteral("total due")), QStringList{QStringLiteral("receipt.jpg")});
+        QCOMPARE(found(QStringLiteral("TOTAL\nLINE")), QStringList{QStringLiteral("notes.png")});
+        QCOMPARE(found(QStringLiteral("two\n")), QStringList()); // line breaks are not trimmed
+        QCOMPARE(found(QStringLiteral("cafe")), QStringList());                 // accents count
+        QCOMPARE(found(QStringLiteral("CAFÉ")), QStringList{QStringLiteral("Café menu.png")});
+        QCOMPARE(found(QStringLiteral("strasse")), QStringList{QStringLiteral("Straße.png")});
+        // A record with recognised text that is empty, or none at all: names only.
+        QCOMPARE(found(QStringLiteral("blank")), QStringList{QStringLiteral("blank.png")});
+        QCOMPARE(found(QStringLiteral("due")), (QStringList{names[1], names[2]})); // newest first still
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSelection)
+#include "test_selection.moc"

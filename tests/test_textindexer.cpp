@@ -1,0 +1,199 @@
+#include "meta/metastore.h"
+#include "meta/textindexer.h"
+#include "platform/tesseractrecognizer.h"
+#include "support/badimages.h"
+#include "support/sandbox.h"
+
+#include <QPainter>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <atomic>
+
+#include <pthread.h>
+
+namespace {
+
+// Shared between the test and the fake on the worker thread: the fake counts
+// the files it has begun and waits for a permit before finishing each one.
+struct Script
+{
+    QSemaphore permits;
+    std::atomic<int> begun{0};
+    std::atomic<int> made{0};
+    QString threadName;
+    QStringList failing; // file names the fake cannot read
+};
+
+class FakeRecognizer : public TextRecognizer
+{
+public:
+    explicit FakeRecognizer(Script &script) : m_script(script)
+    {
+        char name[16] = {};
+        pthread_getname_np(pthread_self(), name, sizeof name);
+        m_script.threadName = QString::fromLatin1(name);
+    }
+    std::optional<QString> recognize(const QString &filePath) override
+    {
+        ++m_script.begun;
+        m_script.permits.acquire();
+        const QString name = QFileInfo(filePath).fileName();
+        if (m_script.failing.contains(name))
+            return std::nullopt;
+        return QStringLiteral("text of ") + name;
+    }
+
+private:
+    Script &m_script;
+};
+
+QList<QUrl> files(const QString &dir, int count, const QString &prefix = QStringLiteral("shot"))
+{
+    QList<QUrl> out;
+    for (int i = 1; i <= count; ++i)
+        out << QUrl::fromLocalFile(QStringLiteral("%1/%2%3.png").arg(dir, prefix).arg(i));
+    return out;
+}
+
+void writeHelloWorld(const QString &path)
+{
+    QImage image(480, 240, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter p(&image);
+    QFont font(QStringLiteral("DejaVu Sans"));
+    font.setPixelSize(40);
+    p.setFont(font);
+    p.setPen(Qt::black);
+    p.drawText(QPoint(40, 90), QStringLiteral("Hello"));
+    p.drawText(QPoint(40, 170), QStringLiteral("World"));
+    p.end();
+    QVERIFY(image.save(path));
+}
+
+} // namespace
+
+class TestTextIndexer : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void recognisesLinesWithTesseract()
+    {
+        Sandbox box;
+        MetaStore store(box.path(QStringLiteral("meta.json")));
+        const QString png = box.path(QStringLiteral("hello.png"));
+        writeHelloWorld(png);
+        // A language that is not installed is left out rather than failing.
+        TextIndexer indexer(store, [] { return makeTesseractRecognizer(QStringLiteral("eng+zzz")); });
+        indexer.index({QUrl::fromLocalFile(png)}, false);
+        QVERIFY(indexer.running());
+        QTRY_VERIFY_WITH_TIMEOUT(!indexer.running(), 30000);
+        const auto record = store.meta(QUrl::fromLocalFile(png));
+        QVERIFY(record);
+        QCOMPARE(record->text, std::optional<QString>(QStringLiteral("Hello\nWorld")));
+        QVERIFY(record->textAt);
+    }
+
+    void unreadableImagesGiveNoTextWithoutCrashing()
+    {
+        Sandbox box;
+        auto recognizer = makeTesseractRecognizer(QStringLiteral("eng"));
+        QStringList bad = BadImages::write(box.path(QStringLiteral("bad")));
+        bad << box.path(QStringLiteral("missing.png"));
+        for (const QString &path : bad)
+            QVERIFY2(recognizer->recognize(path).value_or(QString()).isEmpty(), qPrintable(path));
+
+        QImage blank(200, 100, QImage::Format_RGB32);
+        blank.fill(Qt::white);
+        QVERIFY(blank.save(box.path(QStringLiteral("blank.png"))));
+        QCOMPARE(recognizer->recognize(box.path(QStringLiteral("blank.png"))), std::optional<QString>(QString()));
+    }
+
+    void storesEachResultAndCountsProgress()
+    {
+        Sandbox box;
+        MetaStore store(box.path(QStringLiteral("meta.json")));
+        Script script;
+        script.failing << QStringLiteral("shot2.png");
+        int factoryCalls = 0;
+        TextIndexer indexer(store, [&] {
+            ++factoryCalls;
+            return std::make_unique<FakeRecognizer>(script);
+        });
+        QSignalSpy doneSpy(&indexer, &TextIndexer::doneChanged);
+        const QList<QUrl> run = files(box.path(), 3);
+        indexer.index(run, false);
+        QCOMPARE(indexer.total(), 3);
+        QCOMPARE(indexer.done(), 0);
+
+        script.permits.release(1);
+        QTRY_COMPARE(indexer.done(), 1);
+        QCOMPARE(store.meta(run[0])->text, std::optional<QString>(QStringLiteral("text of shot1.png")));
+        QVERIFY(!store.meta(run[1]));
+        script.permits.release(2);
+        QTRY_VERIFY(!indexer.running());
+        QCOMPARE(indexer.done(), 3);
+        QCOMPARE(doneSpy.size(), 3);
+        // A file that cannot be read counts as indexed, with the empty text.
+        QCOMPARE(store.meta(run[1])->text, std::optional<QString>(QString()));
+        QCOMPARE(script.threadName, QStringLiteral("brindlewick.ocr"));
+
+        // Unforced runs skip indexed files (the empty text included) and
+        // change nothing when none is left.
+        indexer.index(run, false);
+        QVERIFY(!indexer.running());
+        QCOMPARE(indexer.done(), 3);
+        indexer.index({}, true);
+        QVERIFY(!indexer.running());
+
+        // A forced run recognises again, renews textAt, and reuses the warm
+        // recognizer.
+        const QDateTime before = *store.meta(run[1])->textAt;
+        script.failing.clear();
+        script.permits.release(1);
+        indexer.index({run[1]}, true);
+        QCOMPARE(indexer.total(), 1);
+        QTRY_VERIFY(!indexer.running());
+        QCOMPARE(store.meta(run[1])->text, std::optional<QString>(QStringLiteral("text of shot2.png")));
+        QVERIFY(*store.meta(run[1])->textAt >= before);
+        QCOMPARE(factoryCalls, 1);
+    }
+
+    void cancelStopsBeforeTheNextFileAndRequestsWhileRunningAreDropped()
+    {
+        Sandbox box;
+        MetaStore store(box.path(QStringLiteral("meta.json")));
+        Script script;
+        TextIndexer indexer(store, [&] { return std::make_unique<FakeRecognizer>(script); });
+        const QList<QUrl> run = files(box.path(), 10);
+        indexer.index(run, true);
+        script.permits.release(2);
+        QTRY_COMPARE(script.begun.load(), 3); // file 3 is being recognised
+
+        const QList<QUrl> other = files(box.path(), 2, QStringLiteral("other"));
+        indexer.index(other, true);
+        QCOMPARE(indexer.total(), 10);
+
+        indexer.cancel();
+        script.permits.release(1);
+        QTRY_VERIFY(!indexer.running());
+        QCOMPARE(indexer.done(), 3);
+        QCOMPARE(indexer.total(), 10);
+        QVERIFY(store.meta(run[2]) && store.meta(run[2])->text);
+        QVERIFY(!store.meta(run[3]));
+        QVERIFY(!store.meta(other[0]));
+        QCOMPARE(script.begun.load(), 3);
+
+        // An earlier stop does not affect the next run.
+        script.permits.release(2);
+        indexer.index(other, true);
+        QTRY_VERIFY(!indexer.running());
+        QCOMPARE(indexer.done(), 2);
+        QVERIFY(store.meta(other[1])->text);
+    }
+};
+
+QTEST_MAIN(TestTextIndexer)
+#include "test_textindexer.moc"

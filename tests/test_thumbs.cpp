@@ -1,0 +1,246 @@
+#include "meta/thumbdiskcache.h"
+#include "meta/thumbs.h"
+#include "support/badimages.h"
+#include "support/sandbox.h"
+
+#include <QDirIterator>
+#include <QImageWriter>
+#include <QTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+QUrl writeImage(const QString &path, QSize size, QColor color, const char *format = "PNG")
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(color);
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    image.save(path, format);
+    return QUrl::fromLocalFile(path);
+}
+
+// Loads and waits for the answer, which may come at once or later.
+std::optional<QImage> loadAndWait(Thumbs &thumbs, const QUrl &file, int size)
+{
+    bool answered = false;
+    std::optional<QImage> result;
+    thumbs.load(file, size, [&](const std::optional<QImage> &image) {
+        answered = true;
+        result = image;
+    });
+    if (!QTest::qWaitFor([&] { return answered; }, 10000))
+        qFatal("no answer for %s", qPrintable(file.toLocalFile()));
+    return result;
+}
+
+void setMtime(const QString &path, qint64 seconds)
+{
+    const struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0);
+}
+
+QStringList entries(const QString &dir)
+{
+    return QDir(dir).entryList({QStringLiteral("*.thumb")}, QDir::Files);
+}
+
+} // namespace
+
+class TestThumbs : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void makesUprightThumbnailsAndCachesThemBySize()
+    {
+        Sandbox box;
+        Thumbs thumbs(nullptr);
+        const QUrl big = writeImage(box.path(QStringLiteral("big.png")), {4000, 3000}, Qt::red);
+        QCOMPARE(Thumbs::key(big, 600), box.path(QStringLiteral("big.png#600")));
+
+        QCOMPARE(loadAndWait(thumbs, big, 600)->size(), QSize(600, 450));
+        bool atOnce = false;
+        thumbs.load(big, 600, [&](const std::optional<QImage> &image) { atOnce = image.has_value(); });
+        QVERIFY(atOnce);
+        QVERIFY(!thumbs.cached(big, 900));
+        QCOMPARE(loadAndWait(thumbs, big, 900)->size(), QSize(900, 675));
+        QCOMPARE(thumbs.cachedCount(), 2);
+
+        // Small images are not blown up; a photo taken sideways comes out upright.
+        const QUrl small = writeImage(box.path(QStringLiteral("small.png")), {120, 80}, Qt::blue);
+        QCOMPARE(loadAndWait(thumbs, small, 600)->size(), QSize(120, 80));
+        QImage wide(400, 200, QImage::Format_RGB32);
+        wide.fill(Qt::green);
+        QImageWriter writer(box.path(QStringLiteral("sideways.jpg")));
+        writer.setTransformation(QImageIOHandler::TransformationRotate90);
+        QVERIFY(writer.write(wide));
+        QCOMPARE(loadAndWait(thumbs, QUrl::fromLocalFile(writer.fileName()), 100)->size(), QSize(50, 100));
+    }
+
+    void badFilesGiveNothingAndAreTriedAgain()
+    {
+        Sandbox box;
+        const QString diskDir = box.path(QStringLiteral("cache"));
+        Thumbs thumbs(std::make_shared<ThumbDiskCache>(diskDir));
+        QStringList bad = BadImages::write(box.path(QStringLiteral("bad")));
+        bad << box.path(QStringLiteral("missing.png"));
+        for (const QString &path : bad)
+            QVERIFY2(!loadAndWait(thumbs, QUrl::fromLocalFile(path), 600), qPrintable(path));
+        QCOMPARE(thumbs.cachedCount(), 0);
+        QVERIFY(entries(diskDir).isEmpty());
+
+        // Not cached: once the file is a real image, the next load makes it.
+        const QString notes = box.path(QStringLiteral("bad/notes.png"));
+        QFile::remove(notes);
+        QVERIFY(loadAndWait(thumbs, writeImage(notes, {64, 64}, Qt::red), 600));
+    }
+
+    void keepsAtMost400AndWithinItsBudget()
+    {
+        Sandbox box;
+        Thumbs thumbs(nullptr);
+        QList<QUrl> files;
+        for (int i = 0; i < 402; ++i)
+            files << writeImage(box.path(QStringLiteral("f%1.png").arg(i)), {10, 10}, Qt::gray);
+        int answers = 0;
+        for (const QUrl &file : files)
+            thumbs.load(file, 100, [&](const std::optional<QImage> &) { ++answers; });
+        QTRY_COMPARE_WITH_TIMEOUT(answers, 402, 20000);
+        QCOMPARE(thumbs.cachedCount(), Thumbs::countLimit);
+
+        // The least recently used go first when the budget shrinks.
+        thumbs.setByteBudget(0);
+        QCOMPARE(thumbs.cachedCount(), 0);
+        const qint64 one = loadAndWait(thumbs, files[0], 100)->sizeInBytes();
+        thumbs.setByteBudget(3 * one);
+        loadAndWait(thumbs, files[0], 100);
+        loadAndWait(thumbs, files[1], 100);
+        loadAndWait(thumbs, files[2], 100);
+        QVERIFY(thumbs.cached(files[0], 100)); // now the most recently used
+        loadAndWait(thumbs, files[3], 100);
+        QCOMPARE(thumbs.cachedCount(), 3);
+        QVERIFY(!thumbs.cached(files[1], 100));
+        QVERIFY(thumbs.cached(files[0], 100));
+        QCOMPARE(thumbs.cachedBytes(), 3 * one);
+    }
+
+    void servesTheMostRecentlyAskedFirstAndDecodesOnce()
+    {
+        Sandbox box;
+        Thumbs thumbs(nullptr);
+        thumbs.pool().setMaxThreadCount(1);
+        QStringList order;
+        for (const QString &name : {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d")}) {
+            const QUrl file = writeImage(box.path(name + QStringLiteral(".png")), {300, 200}, Qt::red);
+            thumbs.load(file, 100, [&order, name](const std::optional<QImage> &image) {
+                if (image)
+                    order << name;
+            });
+        }
+        // Asking for "b" again makes it the most recent and does not add work.
+        thumbs.load(QUrl::fromLocalFile(box.path(QStringLiteral("b.png"))), 100,
+                    [&order](const std::optional<QImage> &image) {
+                        if (image)
+                            order << QStringLiteral("b again");
+                    });
+        QCOMPARE(thumbs.pendingCount(), 4);
+        QTRY_COMPARE(order.size(), 5);
+        // "a" was already decoding when the others were asked for.
+        QCOMPARE(order, (QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("b again"),
+                                     QStringLiteral("d"), QStringLiteral("c")}));
+    }
+
+    void diskCacheServesUnchangedFilesAndSurvivesDamage()
+    {
+        Sandbox box;
+        const QString diskDir = box.path(QStringLiteral("cache"));
+        const QString path = box.path(QStringLiteral("shot.png"));
+        const QUrl file = writeImage(path, {800, 500}, Qt::red);
+        setMtime(path, 1700000000);
+        {
+            Thumbs first(std::make_shared<ThumbDiskCache>(diskDir));
+            QVERIFY(loadAndWait(first, file, 400));
+        }
+        QCOMPARE(entries(diskDir).size(), 1);
+
+        // Same modification time and size: the next run uses the entry without
+        // decoding the file, which we prove by making the file unreadable.
+        const QByteArray original = [&] { QFile f(path); f.open(QIODevice::ReadOnly); return f.readAll(); }();
+        Sandbox::writeFile(path, QByteArray(original.size(), 'x'));
+        setMtime(path, 1700000000);
+        {
+            Thumbs second(std::make_shared<ThumbDiskCache>(diskDir));
+            const auto image = loadAndWait(second, file, 400);
+            QVERIFY(image);
+            QCOMPARE(image->size(), QSize(400, 250));
+            QVERIFY(qRed(image->pixel(200, 125)) > 200);
+        }
+        // A changed file is never shown stale.
+        setMtime(path, 1700000100);
+        {
+            Thumbs third(std::make_shared<ThumbDiskCache>(diskDir));
+            QVERIFY(!loadAndWait(third, file, 400));
+        }
+
+        // Damaged entries count as missing and are written again.
+        writeImage(path, {800, 500}, Qt::blue);
+        ThumbDiskCache disk(diskDir);
+        const QString entry = disk.entryPath(path, 400);
+        for (int damage = 0; damage < 2; ++damage) {
+            QFile f(entry);
+            if (f.exists()) {
+                QVERIFY(f.open(QIODevice::ReadWrite));
+                const QByteArray bytes = f.readAll();
+                f.resize(0);
+                f.seek(0);
+                if (damage == 0) {
+                    f.write(bytes.left(bytes.size() - 10)); // cut short
+                } else {
+                    QByteArray flipped = bytes;
+                    flipped[flipped.size() - 100] = char(flipped[flipped.size() - 100] ^ 0xff);
+                    f.write(flipped);
+                }
+                f.close();
+            }
+            Thumbs thumbs(std::make_shared<ThumbDiskCache>(diskDir));
+            const auto image = loadAndWait(thumbs, file, 400);
+            QVERIFY(image && qBlue(image->pixel(10, 10)) > 200);
+            QVERIFY(disk.read(path, 400, *ThumbDiskCache::stampOf(path)));
+        }
+    }
+
+    void diskCacheKeepsToItsCap()
+    {
+        Sandbox box;
+        const QString diskDir = box.path(QStringLiteral("cache"));
+        ThumbDiskCache probe(diskDir);
+        QImage image(200, 200, QImage::Format_RGB32);
+        for (int y = 0; y < 200; ++y)
+            for (int x = 0; x < 200; ++x)
+                image.setPixel(x, y, qRgb(x, y, x ^ y));
+        const ThumbDiskCache::Stamp stamp{1, 1};
+        probe.write(QStringLiteral("/probe.png"), 1, stamp, image);
+        const qint64 entryBytes = QFileInfo(probe.entryPath(QStringLiteral("/probe.png"), 1)).size();
+        QFile::remove(probe.entryPath(QStringLiteral("/probe.png"), 1));
+
+        ThumbDiskCache disk(diskDir, 8 * entryBytes);
+        for (int i = 0; i < 12; ++i) {
+            disk.write(QStringLiteral("/shot%1.png").arg(i), 200, stamp, image);
+            setMtime(disk.entryPath(QStringLiteral("/shot%1.png").arg(i), 200), 1700000000 + i);
+        }
+        QVERIFY(disk.read(QStringLiteral("/shot0.png"), 200, stamp)); // used again just now
+        disk.trim();
+        qint64 total = 0;
+        for (const QString &name : entries(diskDir))
+            total += QFileInfo(diskDir + QLatin1Char('/') + name).size();
+        QVERIFY(total <= 6 * entryBytes);
+        QVERIFY(disk.read(QStringLiteral("/shot0.png"), 200, stamp));
+        QVERIFY(disk.read(QStringLiteral("/shot11.png"), 200, stamp));
+        QVERIFY(!disk.read(QStringLiteral("/shot1.png"), 200, stamp));
+    }
+};
+
+QTEST_MAIN(TestThumbs)
+#include "test_thumbs.moc"
