@@ -6,12 +6,9 @@
 #include "app/diagnostics.h"
 #include "model/shelf.h"
 #include "platform/keytable.h"
-#include "support/fakecapturesettings.h"
-#include "support/sandbox.h"
 #include "platform/globalshortcut.h"
-#include "system/capturelocation.h"
+#include "support/shelfrig.h"
 #include "system/hotkey.h"
-#include "system/prefs.h"
 #include "ui/settingssheet.h"
 #include "ui/shelfwindow.h"
 
@@ -22,12 +19,8 @@
 namespace {
 
 // A delegate over its own preferences, screenshot tool and Home folder.
-struct Rig
+struct Rig : HomeRig
 {
-    Sandbox box;
-    Prefs prefs{box.path(QStringLiteral("prefs.conf"))};
-    FakeCaptureSettings tool;
-    CaptureLocation capture{prefs, &tool};
     std::unique_ptr<AppDelegate> app;
 
     QString shots() const { return box.path(QStringLiteral("shots")); }
@@ -55,8 +48,6 @@ public:
         press = std::move(onPress);
     }
 };
-
-QRect screenFrame() { return QGuiApplication::primaryScreen()->availableGeometry(); }
 
 } // namespace
 
@@ -130,7 +121,7 @@ private Q_SLOTS:
 
         rig.app->showShelf();
         QVERIFY(window->isVisible());
-        const QRect frame = screenFrame();
+        const QRect frame = QGuiApplication::primaryScreen()->availableGeometry();
         const QSize expected = AppDelegate::defaultShelfSize(frame, 300).toSize();
         QCOMPARE(window->geometry().size(), expected);
         QCOMPARE(window->geometry().center(), frame.center());
@@ -151,8 +142,10 @@ private Q_SLOTS:
         QCOMPARE(window->geometry().center(), frame.center());
     }
 
-    // Opening twice attaches one sheet; Escape closes it, Return does not.
-    void settingsSheet()
+    // Opening the settings shows the shelf and attaches one sheet however
+    // often it is asked; Escape closes it, Return does not. With no menu bar
+    // drawn, the menus' shortcuts still work in the shelf.
+    void settingsSheetAndMenuShortcuts()
     {
         Rig rig;
         rig.launch();
@@ -165,24 +158,15 @@ private Q_SLOTS:
         QVERIFY(sheet && sheet->isVisible());
         const int expectedHeight = std::max(420, std::min(window->frameGeometry().height() - 60, 780));
         QCOMPARE(sheet->size(), QSize(540, expectedHeight));
-
         QTest::keyClick(sheet, Qt::Key_Return);
         QVERIFY(rig.app->settingsWindow());
         QTest::keyClick(sheet, Qt::Key_Escape);
         QVERIFY(!rig.app->settingsWindow());
         QVERIFY(window->isVisible());
-    }
 
-    // With no menu bar drawn, the menus' shortcuts still work in the shelf.
-    void menuShortcutsWorkInTheShelf()
-    {
-        Rig rig;
-        rig.launch();
         rig.app->showShelf();
-        ShelfWindow *window = rig.app->window();
         QTRY_VERIFY(window->isActiveWindow());
         Shelf &shelf = rig.app->shelf();
-
         QTest::keyClick(window, Qt::Key_Equal, Qt::ControlModifier);
         QCOMPARE(shelf.cellWidth(), 340.0);
         QTest::keyClick(window, Qt::Key_0, Qt::ControlModifier);

@@ -1,34 +1,12 @@
-#include "meta/metastore.h"
 #include "platform/trash.h"
-#include "support/sandbox.h"
-#include "system/prefs.h"
+#include "support/shelfrig.h"
 #include "tidy/autotidy.h"
 
-#include <QSignalSpy>
-#include <QTest>
-
-#include <fcntl.h>
-#include <sys/stat.h>
+using TestFiles::names;
 
 namespace {
 
 const QDateTime kNow = QDateTime(QDate(2026, 10, 8), QTime(12, 0, 0, 250), Qt::UTC);
-
-void setModified(const QString &path, qint64 secondsBeforeNow)
-{
-    const qint64 ms = kNow.toMSecsSinceEpoch() - secondsBeforeNow * 1000;
-    const struct timespec t = {time_t(ms / 1000), long(ms % 1000) * 1000000};
-    const struct timespec times[2] = {t, t};
-    ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0);
-}
-
-QStringList names(const QList<QUrl> &urls)
-{
-    QStringList out;
-    for (const QUrl &url : urls)
-        out << url.fileName();
-    return out;
-}
 
 } // namespace
 
@@ -36,41 +14,44 @@ class TestAutoTidy : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<Sandbox> box;
-    std::unique_ptr<Prefs> prefs;
-    std::unique_ptr<MetaStore> meta;
+    // Only its preferences, metadata store and folder: no shelf is started.
+    std::unique_ptr<ShelfRig> rig;
     std::unique_ptr<FreedesktopTrash> trash;
     QString home;
 
     std::unique_ptr<AutoTidy> makeTidy()
     {
-        return std::make_unique<AutoTidy>(*prefs, meta.get(), *trash, [] { return kNow; });
+        return std::make_unique<AutoTidy>(rig->prefs, &rig->meta, *trash, [] { return kNow; });
     }
     QString file(const QString &name) const { return home + QLatin1Char('/') + name; }
     void add(const QString &name, qint64 days, qint64 extraSeconds = 0)
     {
         Sandbox::writeFile(file(name), name.toUtf8());
-        setModified(file(name), days * 86400 + extraSeconds);
+        TestFiles::setMtimeMs(file(name), kNow.toMSecsSinceEpoch() - (days * 86400 + extraSeconds) * 1000);
     }
 
 private Q_SLOTS:
     void init()
     {
-        box = std::make_unique<Sandbox>();
-        prefs = std::make_unique<Prefs>(box->path("prefs.conf"));
-        meta = std::make_unique<MetaStore>(box->path("meta.json"));
-        trash = std::make_unique<FreedesktopTrash>(box->path("Trash"),
+        rig = std::make_unique<ShelfRig>();
+        trash = std::make_unique<FreedesktopTrash>(rig->box.path("Trash"),
                                                    [](const QString &) { return QStringLiteral("/"); });
-        home = box->path("shots");
+        home = rig->folder();
         QDir().mkpath(home);
+    }
+    // Each sandbox puts the environment back as it found it: one at a time.
+    void cleanup()
+    {
+        trash.reset();
+        rig.reset();
     }
 
     void settingsReadOnceAndWrittenAtOnce()
     {
         QCOMPARE(makeTidy()->days(), 30);
-        prefs->setValue(PrefKey::tidyDays, QStringLiteral("7.5"));
+        rig->prefs.setValue(PrefKey::tidyDays, QStringLiteral("7.5"));
         QCOMPARE(makeTidy()->days(), 30);
-        prefs->setValue(PrefKey::tidyDays, QStringLiteral("often"));
+        rig->prefs.setValue(PrefKey::tidyDays, QStringLiteral("often"));
         QCOMPARE(makeTidy()->days(), 30);
 
         auto tidy = makeTidy();
@@ -81,9 +62,9 @@ private Q_SLOTS:
         tidy->setEnabled(true);
         tidy->setToTrash(true);
         QCOMPARE(days.count(), 1);
-        Prefs reread(box->path("prefs.conf"));
+        Prefs reread(rig->box.path("prefs.conf"));
         QCOMPARE(reread.value(PrefKey::tidyDays).toInt(), 7);
-        auto again = std::make_unique<AutoTidy>(reread, meta.get(), *trash);
+        auto again = std::make_unique<AutoTidy>(reread, &rig->meta, *trash);
         QCOMPARE(again->days(), 7);
         QVERIFY(again->enabled());
         QVERIFY(again->toTrash());
@@ -114,26 +95,26 @@ private Q_SLOTS:
         add("shot.png", 40);
         add("Archive/shot.png", 100);
         add("keep.png", 1);
-        meta->update(QUrl::fromLocalFile(file("shot.png")), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
+        rig->meta.update(QUrl::fromLocalFile(file("shot.png")), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
         auto tidy = makeTidy();
         tidy->runNow(QUrl::fromLocalFile(home));
         QVERIFY(tidy->candidates().isEmpty());
         QVERIFY(!QFile::exists(file("shot.png")));
         QCOMPARE(QFile(file("Archive/shot 2.png")).size(), qint64(8));
-        QCOMPARE(meta->meta(QUrl::fromLocalFile(file("Archive/shot 2.png")))->app, QStringLiteral("Term"));
+        QCOMPARE(rig->meta.meta(QUrl::fromLocalFile(file("Archive/shot 2.png")))->app, QStringLiteral("Term"));
         QVERIFY(QFile::exists(file("keep.png")));
     }
 
     void trashingMakesNoArchiveAndLeavesRecords()
     {
         add("old.png", 40);
-        meta->update(QUrl::fromLocalFile(file("old.png")), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
+        rig->meta.update(QUrl::fromLocalFile(file("old.png")), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
         auto tidy = makeTidy();
         tidy->setToTrash(true);
         tidy->runNow(QUrl::fromLocalFile(home));
         QVERIFY(!QFileInfo::exists(file("Archive")));
-        QVERIFY(QFile::exists(box->path("Trash/files/old.png")));
-        QVERIFY(meta->meta(QUrl::fromLocalFile(file("old.png"))).has_value());
+        QVERIFY(QFile::exists(rig->box.path("Trash/files/old.png")));
+        QVERIFY(rig->meta.meta(QUrl::fromLocalFile(file("old.png"))).has_value());
     }
 
     void failedMovesStillEmptyTheCandidates()

@@ -1,23 +1,11 @@
 #include "platform/capturesettings.h"
-#include "support/fakecapturesettings.h"
-#include "support/sandbox.h"
-#include "system/capturelocation.h"
-#include "system/prefs.h"
+#include "support/shelfrig.h"
 
 #include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTest>
 
-namespace {
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-} // namespace
+using TestFiles::readAll;
 
 class TestCaptureLocation : public QObject
 {
@@ -26,10 +14,8 @@ class TestCaptureLocation : public QObject
 private Q_SLOTS:
     void applyRemembersTheFirstValueAndRestorePutsItBack()
     {
-        Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
-        FakeCaptureSettings tool;
-        CaptureLocation capture(prefs, &tool);
+        HomeRig rig;
+        auto &[box, prefs, tool, capture] = rig;
         const QString home = box.path(QStringLiteral("Shots"));
         const QString other = box.path(QStringLiteral("Other"));
         QDir().mkpath(home);
@@ -63,10 +49,8 @@ private Q_SLOTS:
 
     void userValueIsRestoredUnexpanded()
     {
-        Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
-        FakeCaptureSettings tool;
-        CaptureLocation capture(prefs, &tool);
+        HomeRig rig;
+        auto &[box, prefs, tool, capture] = rig;
         tool.writeText(CaptureSettings::location, QStringLiteral("~/Pictures/Shots"));
         QDir().mkpath(box.home() + QStringLiteral("/Pictures/Shots"));
 
@@ -85,10 +69,8 @@ private Q_SLOTS:
 
     void symlinkedDesktopCountsAsTheDefault()
     {
-        Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
-        FakeCaptureSettings tool;
-        CaptureLocation capture(prefs, &tool);
+        HomeRig rig;
+        auto &[box, prefs, tool, capture] = rig;
         const QString link = box.path(QStringLiteral("desk-link"));
         QVERIFY(QFile::link(box.home() + QStringLiteral("/Desktop"), link));
 

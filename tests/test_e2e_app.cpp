@@ -5,6 +5,7 @@
 // files it leaves behind.
 
 #include "support/apprun.h"
+#include "support/files.h"
 
 #include <QDir>
 #include <QFile>
@@ -32,41 +33,49 @@ private:
     static QString prepareShots(AppRun &run)
     {
         const QString folder = run.path(QStringLiteral("shots"));
-        const QDateTime now = QDateTime::currentDateTime();
+        const qint64 now = QDateTime::currentSecsSinceEpoch();
         int age = 3;
         for (const char *name : {"a.png", "b.png", "c.png"}) {
             const QString file = folder + QLatin1Char('/') + QLatin1String(name);
             writeTestPng(file);
-            QFile f(file);
-            f.open(QIODevice::ReadWrite);
-            f.setFileTime(now.addSecs(-60 * age--), QFileDevice::FileModificationTime);
+            TestFiles::setMtime(file, now - 60 * age--);
         }
         return folder;
     }
 
-    bool shelfShown(const QString &display)
+    void needXdotool()
     {
-        QProcess search;
-        QProcessEnvironment env;
-        env.insert(QStringLiteral("DISPLAY"), display);
-        env.insert(QStringLiteral("PATH"), qEnvironmentVariable("PATH"));
-        search.setProcessEnvironment(env);
-        search.start(QStringLiteral("xdotool"), {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                                 QStringLiteral("--name"), QStringLiteral("^Brindlewick$")});
-        search.waitForFinished(5000);
-        return search.exitCode() == 0 && !search.readAllStandardOutput().trimmed().isEmpty();
+        needDisplay();
+        if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
+            QSKIP("xdotool is not installed (./setup.sh test installs it)");
     }
 
-    void sendShortcut(const QString &display, const QString &keys = QStringLiteral("alt+shift+s"))
+    // Runs xdotool on the virtual display; its exit code, -1 when it did not finish.
+    int xdotool(const QStringList &arguments, QByteArray *output = nullptr)
     {
-        QProcess key;
+        QProcess tool;
         QProcessEnvironment env;
-        env.insert(QStringLiteral("DISPLAY"), display);
+        env.insert(QStringLiteral("DISPLAY"), m_display->display());
         env.insert(QStringLiteral("PATH"), qEnvironmentVariable("PATH"));
-        key.setProcessEnvironment(env);
-        key.start(QStringLiteral("xdotool"), {QStringLiteral("key"), keys});
-        QVERIFY(key.waitForFinished(5000));
-        QCOMPARE(key.exitCode(), 0);
+        tool.setProcessEnvironment(env);
+        tool.start(QStringLiteral("xdotool"), arguments);
+        if (!tool.waitForFinished(5000))
+            return -1;
+        if (output)
+            *output = tool.readAllStandardOutput();
+        return tool.exitCode();
+    }
+
+    bool shelfShown()
+    {
+        QByteArray windows;
+        const QStringList search = {"search", "--onlyvisible", "--name", "^Brindlewick$"};
+        return xdotool(search, &windows) == 0 && !windows.trimmed().isEmpty();
+    }
+
+    void sendShortcut(const QString &keys = QStringLiteral("alt+shift+s"))
+    {
+        QCOMPARE(xdotool({QStringLiteral("key"), keys}), 0);
     }
 
 private Q_SLOTS:
@@ -84,24 +93,22 @@ private Q_SLOTS:
         AppRun run({});
         const QString entry = run.configHome() + QStringLiteral("/autostart/brindlewick.desktop");
         QString out;
+        // What `--login <argument>` prints when it succeeds.
+        const auto login = [&](const char *argument) {
+            return run.runOnce({QStringLiteral("--login"), QLatin1String(argument)}, &out) == 0 ? out : QString();
+        };
 
-        QCOMPARE(run.runOnce({QStringLiteral("--login"), QStringLiteral("foo")}, &out), 0);
-        QCOMPARE(out, QStringLiteral("launch at login: disabled (0)\n"));
+        QCOMPARE(login("foo"), QStringLiteral("launch at login: disabled (0)\n"));
         QVERIFY(!QFile::exists(entry));
-
-        QCOMPARE(run.runOnce({QStringLiteral("--login"), QStringLiteral("on")}, &out), 0);
-        QCOMPARE(out, QStringLiteral("launch at login: enabled\n"));
+        QCOMPARE(login("on"), QStringLiteral("launch at login: enabled\n"));
         QFile file(entry);
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QString text = QString::fromUtf8(file.readAll());
         QVERIFY(text.startsWith(QStringLiteral("[Desktop Entry]\n")));
         QVERIFY(text.contains(QStringLiteral("\nExec=") + AppRun::binary() + QLatin1Char('\n')));
 
-        QCOMPARE(run.runOnce({QStringLiteral("--login"), QStringLiteral("foo")}, &out), 0);
-        QCOMPARE(out, QStringLiteral("launch at login: enabled\n"));
-
-        QCOMPARE(run.runOnce({QStringLiteral("--login"), QStringLiteral("off")}, &out), 0);
-        QCOMPARE(out, QStringLiteral("launch at login: disabled (0)\n"));
+        QCOMPARE(login("foo"), QStringLiteral("launch at login: enabled\n"));
+        QCOMPARE(login("off"), QStringLiteral("launch at login: disabled (0)\n"));
         QVERIFY(!QFile::exists(entry));
         QSettings prefs(run.configHome() + QStringLiteral("/Brindlewick/Brindlewick.conf"), QSettings::IniFormat);
         QCOMPARE(prefs.value(QStringLiteral("loginAutoRegisterOff")).toString(), QStringLiteral("true"));
@@ -164,7 +171,7 @@ private Q_SLOTS:
         run.start();
 
         QVERIFY2(run.waitForLine(QStringLiteral("] snapshot ")), qPrintable(run.lines().join('\n')));
-        QVERIFY(shelfShown(m_display->display()));
+        QVERIFY(shelfShown());
         // 566 - 60, between 420 and 780.
         QVERIFY(run.diagnosticLines().contains(QStringLiteral("snapshot 540x506 -> ") + snapshot));
         QCOMPARE(QImage(snapshot).size(), QSize(540, 506));
@@ -176,9 +183,7 @@ private Q_SLOTS:
     // Alt+Shift+S from anywhere shows the shelf; a second press hides it.
     void globalShortcutToggles()
     {
-        needDisplay();
-        if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
-            QSKIP("xdotool is not installed (./setup.sh test installs it)");
+        needXdotool();
         AppRun run(m_display->display());
         run.setVar(QStringLiteral("BRINDLEWICK_FOLDER"), prepareShots(run));
         run.setVar(QStringLiteral("BRINDLEWICK_DEBUG"));
@@ -187,28 +192,26 @@ private Q_SLOTS:
         run.setVar(QStringLiteral("BRINDLEWICK_KEY"), QStringLiteral("53"));
         run.start();
         QVERIFY(run.waitForLine(QStringLiteral("after key 53")));
-        QVERIFY(!shelfShown(m_display->display()));
+        QVERIFY(!shelfShown());
 
-        sendShortcut(m_display->display());
-        QVERIFY(QTest::qWaitFor([&] { return shelfShown(m_display->display()); }, 10000));
+        sendShortcut();
+        QVERIFY(QTest::qWaitFor([&] { return shelfShown(); }, 10000));
         QVERIFY(run.waitForLine(QStringLiteral("first responder after show")));
-        sendShortcut(m_display->display());
-        QVERIFY(QTest::qWaitFor([&] { return !shelfShown(m_display->display()); }, 10000));
+        sendShortcut();
+        QVERIFY(QTest::qWaitFor([&] { return !shelfShown(); }, 10000));
 
         // Caps Lock on does not stop it.
-        sendShortcut(m_display->display(), QStringLiteral("Caps_Lock"));
-        sendShortcut(m_display->display());
-        const bool shownWithCapsLock = QTest::qWaitFor([&] { return shelfShown(m_display->display()); }, 10000);
-        sendShortcut(m_display->display(), QStringLiteral("Caps_Lock"));
+        sendShortcut(QStringLiteral("Caps_Lock"));
+        sendShortcut();
+        const bool shownWithCapsLock = QTest::qWaitFor([&] { return shelfShown(); }, 10000);
+        sendShortcut(QStringLiteral("Caps_Lock"));
         QVERIFY(shownWithCapsLock);
     }
 
     // Starting it again shows the running one's shelf; --toggle hides it.
     void secondStartShowsRunningShelf()
     {
-        needDisplay();
-        if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
-            QSKIP("xdotool is not installed (./setup.sh test installs it)");
+        needXdotool();
         AppRun run(m_display->display());
         run.setVar(QStringLiteral("BRINDLEWICK_FOLDER"), prepareShots(run));
         run.setVar(QStringLiteral("BRINDLEWICK_DEBUG"));
@@ -216,10 +219,10 @@ private Q_SLOTS:
         QVERIFY(run.waitForLine(QStringLiteral("3 images")));
 
         QCOMPARE(run.runOnce({}), 0);
-        QVERIFY(QTest::qWaitFor([&] { return shelfShown(m_display->display()); }, 10000));
+        QVERIFY(QTest::qWaitFor([&] { return shelfShown(); }, 10000));
         QVERIFY(run.waitForLine(QStringLiteral("first responder after show")));
         QCOMPARE(run.runOnce({QStringLiteral("--toggle")}), 0);
-        QVERIFY(QTest::qWaitFor([&] { return !shelfShown(m_display->display()); }, 10000));
+        QVERIFY(QTest::qWaitFor([&] { return !shelfShown(); }, 10000));
     }
 
     // However it ends - SIGTERM or Ctrl+Q - the screenshot tool gets its

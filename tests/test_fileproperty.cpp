@@ -7,6 +7,7 @@
 #include "meta/metastore.h"
 #include "model/names.h"
 #include "platform/trash.h"
+#include "support/files.h"
 #include "support/isolatedmain.h"
 
 #include <QDirIterator>
@@ -15,7 +16,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <sys/stat.h>
+using TestFiles::deviceOf;
+using TestFiles::readAll;
 
 namespace {
 
@@ -31,18 +33,6 @@ const QStringList kNamePool = {
     QStringLiteral("shot 2"), QStringLiteral(".hidden.png")};
 const QStringList kBadNames = {QStringLiteral(".."), QStringLiteral("../up.png"), QStringLiteral("A/b.png"),
                                QStringLiteral("   "), QString(300, QLatin1Char('n'))};
-
-dev_t deviceOf(const QString &path)
-{
-    struct stat st;
-    return ::stat(QFile::encodeName(path).constData(), &st) == 0 ? st.st_dev : dev_t(-1);
-}
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 bool isSubset(const Contents &small, const Contents &large)
 {

@@ -1,24 +1,11 @@
 #include "model/folderops.h"
 #include "platform/trash.h"
+#include "support/scriptedprompts.h"
 #include "support/shelfrig.h"
 
 #include <QTest>
 
 namespace {
-
-class ScriptedPrompt final : public TextPrompt
-{
-public:
-    std::optional<QString> answer;
-    TextPromptRequest asked;
-    int calls = 0;
-    std::optional<QString> askText(const TextPromptRequest &request) override
-    {
-        asked = request;
-        ++calls;
-        return answer;
-    }
-};
 
 QStringList folderNames(const QString &path)
 {
@@ -75,38 +62,33 @@ private Q_SLOTS:
         QCOMPARE(folderNames(rig.box.path()), before);
     }
 
-    void trashingTheShownFolderGoesHome()
+    void renamingOrTrashingTheShownFolder()
     {
         ShelfRig rig;
         QDir().mkpath(rig.file("A"));
         QDir().mkpath(rig.file("B"));
         QVERIFY(rig.start());
-        FreedesktopTrash trash(rig.box.path("Trash"), [](const QString &) { return QStringLiteral("/"); });
-        const QUrl a = Shelf::folderKey(QUrl::fromLocalFile(rig.file("A")));
-        rig.shelf->openFolder(a);
-
-        FolderOps::trashFolder(*rig.shelf, QUrl::fromLocalFile(rig.file("B")), trash);
-        QCOMPARE(rig.shelf->current(), a);
-        FolderOps::trashFolder(*rig.shelf, a, trash);
-        QCOMPARE(rig.shelf->current(), rig.shelf->home());
-        FolderOps::trashFolder(*rig.shelf, rig.shelf->home(), trash); // never Home itself
-        QVERIFY(QFileInfo(rig.folder()).isDir());
-        QCOMPARE(folderNames(rig.box.path("Trash/files")), QStringList({"A", "B"}));
-        QTRY_COMPARE_WITH_TIMEOUT(rig.shelf->subfolders().size(), 0, 10000);
-    }
-
-    void renamingTheShownFolderKeepsShowingIt()
-    {
-        ShelfRig rig;
-        QDir().mkpath(rig.file("A"));
-        QVERIFY(rig.start());
         rig.shelf->openFolder(QUrl::fromLocalFile(rig.file("A")));
+
+        // Renamed while shown: the new name is shown.
         ScriptedPrompt prompt;
         prompt.answer = QStringLiteral("Renamed");
         FolderOps::renameFolder(*rig.shelf, QUrl::fromLocalFile(rig.file("A")), prompt, &rig.meta);
         QCOMPARE(prompt.asked.text, QStringLiteral("A"));
-        QCOMPARE(rig.shelf->current(), Shelf::folderKey(QUrl::fromLocalFile(rig.file("Renamed"))));
+        const QUrl renamed = Shelf::folderKey(QUrl::fromLocalFile(rig.file("Renamed")));
+        QCOMPARE(rig.shelf->current(), renamed);
         QVERIFY(QFileInfo(rig.file("Renamed")).isDir());
+
+        // Trashing another folder stays; trashing the shown one goes Home.
+        FreedesktopTrash trash(rig.box.path("Trash"), [](const QString &) { return QStringLiteral("/"); });
+        FolderOps::trashFolder(*rig.shelf, QUrl::fromLocalFile(rig.file("B")), trash);
+        QCOMPARE(rig.shelf->current(), renamed);
+        FolderOps::trashFolder(*rig.shelf, renamed, trash);
+        QCOMPARE(rig.shelf->current(), rig.shelf->home());
+        FolderOps::trashFolder(*rig.shelf, rig.shelf->home(), trash); // never Home itself
+        QVERIFY(QFileInfo(rig.folder()).isDir());
+        QCOMPARE(folderNames(rig.box.path("Trash/files")), QStringList({"B", "Renamed"}));
+        QTRY_COMPARE_WITH_TIMEOUT(rig.shelf->subfolders().size(), 0, 10000);
     }
 
     void droppingOnAFolderClearsTheSelectionOnlyWhenSomethingMoved()

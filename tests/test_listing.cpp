@@ -1,40 +1,34 @@
 #include "model/listing.h"
+#include "support/files.h"
 #include "support/sandbox.h"
 
 #include <QDirIterator>
 #include <QTest>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-namespace {
-
-void setMtime(const QString &path, qint64 seconds)
-{
-    const struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
-    ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW);
-}
-
-QStringList names(const QList<QUrl> &urls)
-{
-    QStringList out;
-    for (const QUrl &u : urls)
-        out << u.fileName();
-    return out;
-}
-
-} // namespace
+using TestFiles::names;
+using TestFiles::setMtime;
 
 class TestListing : public QObject
 {
     Q_OBJECT
 
+    std::unique_ptr<Sandbox> box;
+    QString dir;
+
 private Q_SLOTS:
+    void init()
+    {
+        box = std::make_unique<Sandbox>();
+        dir = box->path(QStringLiteral("shots"));
+    }
+    // Each sandbox puts the environment back as it found it: one at a time.
+    void cleanup() { box.reset(); }
+
     void onlyRegularVisibleImagesAreListed()
     {
-        Sandbox box;
-        const QString dir = box.path(QStringLiteral("shots"));
         Sandbox::writeFile(dir + QStringLiteral("/b.PNG"));
         Sandbox::writeFile(dir + QStringLiteral("/a.txt"));
         Sandbox::writeFile(dir + QStringLiteral("/.hidden.png"));
@@ -44,16 +38,22 @@ private Q_SLOTS:
         QFile::link(dir + QStringLiteral("/b.PNG"), dir + QStringLiteral("/l.png"));
         QFile::link(dir + QStringLiteral("/missing.png"), dir + QStringLiteral("/dangling.png"));
         QFile::link(dir + QStringLiteral("/loop.png"), dir + QStringLiteral("/loop.png"));
+        // A name that is not UTF-8 is skipped, not mangled into another file's name.
+        const QByteArray badName = QFile::encodeName(dir) + "/caf\xe9.png"; // Latin-1 é
+        const int fd = ::open(badName.constData(), O_CREAT | O_WRONLY, 0644);
+        QVERIFY(fd >= 0);
+        ::close(fd);
 
-        QCOMPARE(names(listImages(dir, 400)), QStringList{QStringLiteral("b.PNG")});
-        QCOMPARE(countImages(dir, 100000), 1);
+        const QStringList listed = names(listImages(dir, 400));
+        const int counted = countImages(dir, 100000);
+        ::unlink(badName.constData()); // QTemporaryDir cannot remove what it cannot name
+        QCOMPARE(listed, QStringList{QStringLiteral("b.PNG")});
+        QCOMPARE(counted, 1);
         QCOMPARE(names(listSubfolders(dir)), QStringList{QStringLiteral("x.png")});
     }
 
     void unusualNamesListAndSortByTime()
     {
-        Sandbox box;
-        const QString dir = box.path(QStringLiteral("shots"));
         const QStringList odd = {
             QStringLiteral("with space.png"),
             QStringLiteral("quote\"and'apostrophe.png"),
@@ -74,26 +74,8 @@ private Q_SLOTS:
             QVERIFY2(QFileInfo::exists(url.toLocalFile()), qPrintable(url.toLocalFile()));
     }
 
-    void namesThatAreNotUtf8AreSkippedNotMangled()
-    {
-        Sandbox box;
-        const QString dir = box.path(QStringLiteral("shots"));
-        QDir().mkpath(dir);
-        const QByteArray badName = QFile::encodeName(dir) + "/caf\xe9.png"; // Latin-1 é
-        const int fd = ::open(badName.constData(), O_CREAT | O_WRONLY, 0644);
-        QVERIFY(fd >= 0);
-        ::close(fd);
-        Sandbox::writeFile(dir + QStringLiteral("/good.png"));
-
-        QCOMPARE(names(listImages(dir, 400)), QStringList{QStringLiteral("good.png")});
-        QCOMPARE(countImages(dir, 100000), 1);
-        ::unlink(badName.constData()); // QTemporaryDir cannot remove what it cannot name
-    }
-
     void equalTimesKeepDirectoryOrder()
     {
-        Sandbox box;
-        const QString dir = box.path(QStringLiteral("shots"));
         for (int i = 0; i < 30; ++i) {
             const QString path = dir + QStringLiteral("/same %1.png").arg(i);
             Sandbox::writeFile(path);
@@ -113,8 +95,6 @@ private Q_SLOTS:
 
     void limitsCapTheListAndTheCount()
     {
-        Sandbox box;
-        const QString dir = box.path(QStringLiteral("shots"));
         for (int i = 0; i < 450; ++i) {
             const QString path = dir + QStringLiteral("/%1.png").arg(i);
             Sandbox::writeFile(path);
@@ -135,12 +115,10 @@ private Q_SLOTS:
 
     void subfoldersSortLikeAFileManager()
     {
-        Sandbox box;
-        const QString dir = box.path(QStringLiteral("shelf"));
         for (const char *name : {"Folder 10", "folder 2", "Archive", ".cache", "b"})
             QDir().mkpath(dir + QLatin1Char('/') + QLatin1String(name));
-        QDir().mkpath(box.path(QStringLiteral("elsewhere")));
-        QFile::link(box.path(QStringLiteral("elsewhere")), dir + QStringLiteral("/linked"));
+        QDir().mkpath(box->path(QStringLiteral("elsewhere")));
+        QFile::link(box->path(QStringLiteral("elsewhere")), dir + QStringLiteral("/linked"));
         Sandbox::writeFile(dir + QStringLiteral("/file.png"));
 
         QCOMPARE(names(listSubfolders(dir)),
@@ -150,17 +128,16 @@ private Q_SLOTS:
 
     void unreadableOrMissingFoldersListAsEmpty()
     {
-        Sandbox box;
-        QVERIFY(listImages(box.path(QStringLiteral("nope")), 400).isEmpty());
-        QVERIFY(listSubfolders(box.path(QStringLiteral("nope"))).isEmpty());
-        const QString file = box.path(QStringLiteral("plain.png"));
+        QVERIFY(listImages(box->path(QStringLiteral("nope")), 400).isEmpty());
+        QVERIFY(listSubfolders(box->path(QStringLiteral("nope"))).isEmpty());
+        const QString file = box->path(QStringLiteral("plain.png"));
         Sandbox::writeFile(file);
         QVERIFY(listImages(file, 400).isEmpty());
         QCOMPARE(countImages(file, 100000), 0);
 
         if (::geteuid() == 0)
             QSKIP("root reads every folder");
-        const QString locked = box.path(QStringLiteral("locked"));
+        const QString locked = box->path(QStringLiteral("locked"));
         Sandbox::writeFile(locked + QStringLiteral("/a.png"));
         QFile::setPermissions(locked, QFileDevice::WriteOwner);
         QVERIFY(listImages(locked, 400).isEmpty());
@@ -174,10 +151,9 @@ private Q_SLOTS:
         QCOMPARE(folderUrl(QStringLiteral("/tmp/shots/sub/..")), folderUrl(QStringLiteral("/tmp/shots")));
         QCOMPARE(folderUrl(QStringLiteral("/")).toLocalFile(), QStringLiteral("/"));
         // Subfolder URLs from a listing match the identity built from a path.
-        Sandbox box;
-        QDir().mkpath(box.path(QStringLiteral("shelf/Sub")));
-        const QList<QUrl> subs = listSubfolders(box.path(QStringLiteral("shelf/")));
-        QCOMPARE(subs.value(0), folderUrl(box.path(QStringLiteral("shelf/Sub/"))));
+        QDir().mkpath(box->path(QStringLiteral("shots/Sub")));
+        const QList<QUrl> subs = listSubfolders(box->path(QStringLiteral("shots/")));
+        QCOMPARE(subs.value(0), folderUrl(box->path(QStringLiteral("shots/Sub/"))));
     }
 };
 

@@ -42,16 +42,30 @@ class TestLoginItem : public QObject
 {
     Q_OBJECT
 
+    std::unique_ptr<Sandbox> box;
+    std::unique_ptr<Prefs> prefs;
+    QString entry;
+
 private Q_SLOTS:
+    void init()
+    {
+        box = std::make_unique<Sandbox>();
+        prefs = std::make_unique<Prefs>(box->path(QStringLiteral("prefs.conf")));
+        entry = box->path(QStringLiteral("autostart/brindlewick.desktop"));
+    }
+    // Each sandbox puts the environment back as it found it: one at a time.
+    void cleanup()
+    {
+        prefs.reset();
+        box.reset();
+    }
+
     // First run registers; later runs find it enabled; opting out removes
     // it and keeps every later check from registering again.
     void registersOnceAndHonoursOptOut()
     {
-        Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
         FakePrompts prompts;
-        const QString entry = box.path(QStringLiteral("autostart/brindlewick.desktop"));
-        LoginItem item(prefs, entry, QStringLiteral("/opt/My Apps/brindle%wick"), &prompts, 42);
+        LoginItem item(*prefs, entry, QStringLiteral("/opt/My Apps/brindle%wick"), &prompts, 42);
 
         QVERIFY(item.autoRegister());
         QCOMPARE(item.status(), LoginItem::notRegistered);
@@ -90,11 +104,8 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, text);
         QFETCH(bool, enabled);
-        Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
-        const QString entry = box.path(QStringLiteral("autostart/brindlewick.desktop"));
         Sandbox::writeFile(entry, text);
-        LoginItem item(prefs, entry, QStringLiteral("/usr/bin/brindlewick"), nullptr, 1);
+        LoginItem item(*prefs, entry, QStringLiteral("/usr/bin/brindlewick"), nullptr, 1);
         QCOMPARE(item.isEnabled(), enabled);
     }
 
@@ -102,20 +113,17 @@ private Q_SLOTS:
     // and its first button shows the folder.
     void failureShowsTheRealReason()
     {
-        Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
-        Sandbox::writeFile(box.path(QStringLiteral("autostart")), "not a folder");
-        const QString entry = box.path(QStringLiteral("autostart/brindlewick.desktop"));
+        Sandbox::writeFile(box->path(QStringLiteral("autostart")), "not a folder");
         FakePrompts prompts;
         prompts.answerOpen = true;
-        LoginItem item(prefs, entry, QStringLiteral("/usr/bin/brindlewick"), &prompts, 1);
+        LoginItem item(*prefs, entry, QStringLiteral("/usr/bin/brindlewick"), &prompts, 1);
 
         item.checkRegistration(false);
         QCOMPARE(prompts.errors, 1);
         QCOMPARE(prompts.lastTitle, QStringLiteral("Brindlewick could not register itself to start at login"));
         QVERIFY2(prompts.lastDetail.contains(entry), qPrintable(prompts.lastDetail));
-        QCOMPARE(prompts.opened, QStringList{box.path(QStringLiteral("autostart"))});
-        QFile blocker(box.path(QStringLiteral("autostart")));
+        QCOMPARE(prompts.opened, QStringList{box->path(QStringLiteral("autostart"))});
+        QFile blocker(box->path(QStringLiteral("autostart")));
         QVERIFY(blocker.open(QIODevice::ReadOnly));
         QCOMPARE(blocker.readAll(), QByteArray("not a folder"));
     }
@@ -123,11 +131,8 @@ private Q_SLOTS:
     // The guide shows once per process unless forced; "Never" opts out.
     void guideOncePerRun()
     {
-        Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
         FakePrompts prompts;
-        LoginItem item(prefs, box.path(QStringLiteral("autostart/brindlewick.desktop")),
-                       QStringLiteral("/usr/bin/brindlewick"), &prompts, 4711);
+        LoginItem item(*prefs, entry, QStringLiteral("/usr/bin/brindlewick"), &prompts, 4711);
         QCOMPARE(item.guideKey(), QStringLiteral("loginGuideShownForStatus.4711"));
 
         item.showGuide(false);
@@ -136,7 +141,7 @@ private Q_SLOTS:
         item.showGuide(true);
         QCOMPARE(prompts.guides, 2);
 
-        LoginItem nextRun(prefs, item.entryPath(), QStringLiteral("/usr/bin/brindlewick"), &prompts, 4712);
+        LoginItem nextRun(*prefs, item.entryPath(), QStringLiteral("/usr/bin/brindlewick"), &prompts, 4712);
         prompts.guideAnswer = LoginPrompts::GuideChoice::never;
         nextRun.showGuide(false);
         QCOMPARE(prompts.guides, 3);

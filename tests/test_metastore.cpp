@@ -1,4 +1,5 @@
 #include "meta/metastore.h"
+#include "support/files.h"
 #include "support/sandbox.h"
 
 #include <QJsonDocument>
@@ -7,15 +8,11 @@
 #include <QTest>
 #include <QTimer>
 
+using TestFiles::readAll;
+
 namespace {
 
 QUrl file(const char *name) { return QUrl::fromLocalFile(QStringLiteral("/shots/") + QLatin1String(name)); }
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 QStringList setAsideFiles(const QString &folder)
 {

@@ -1,14 +1,6 @@
-#include "model/shelf.h"
-#include "support/fakecapturesettings.h"
-#include "support/sandbox.h"
-#include "system/capturelocation.h"
-#include "system/prefs.h"
-
-#include <QSignalSpy>
-#include <QTest>
+#include "support/shelfrig.h"
 
 #include <cmath>
-#include <sys/stat.h>
 
 namespace {
 
@@ -33,14 +25,11 @@ class TestShelf : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<Sandbox> box;
-    std::unique_ptr<Prefs> prefs;
-    std::unique_ptr<FakeCaptureSettings> tool;
-    std::unique_ptr<CaptureLocation> capture;
+    std::unique_ptr<HomeRig> rig;
 
     std::unique_ptr<Shelf> makeShelf()
     {
-        auto shelf = std::make_unique<Shelf>(*prefs, *capture);
+        auto shelf = std::make_unique<Shelf>(rig->prefs, rig->capture);
         QSignalSpy applied(shelf.get(), &Shelf::scanApplied);
         if (!applied.wait(5000))
             qWarning("first scan did not arrive");
@@ -54,62 +43,69 @@ class TestShelf : public QObject
         QVERIFY(applied.wait(5000));
     }
 
+    QString shots(const QString &name = {}) const
+    {
+        return rig->box.path(name.isEmpty() ? QStringLiteral("Shots") : QStringLiteral("Shots/") + name);
+    }
+    // A shelf whose Home is "Shots", holding `files`.
+    std::unique_ptr<Shelf> shelfWith(const QStringList &files)
+    {
+        for (const QString &name : files)
+            Sandbox::writeFile(shots(name));
+        rig->prefs.setValue(PrefKey::folder, shots());
+        return makeShelf();
+    }
+
 private Q_SLOTS:
     void init()
     {
         qunsetenv("BRINDLEWICK_FOLDER");
-        box = std::make_unique<Sandbox>();
-        prefs = std::make_unique<Prefs>(box->path(QStringLiteral("prefs.conf")));
-        tool = std::make_unique<FakeCaptureSettings>();
-        capture = std::make_unique<CaptureLocation>(*prefs, tool.get());
+        rig = std::make_unique<HomeRig>();
     }
     void cleanup()
     {
-        capture.reset();
-        tool.reset();
-        prefs.reset();
-        box.reset();
+        rig.reset();
         qunsetenv("BRINDLEWICK_FOLDER");
     }
 
     void homeResolvesInOrder()
     {
-        const QString envFolder = box->path(QStringLiteral("from-env"));
-        const QString chosen = box->path(QStringLiteral("chosen"));
-        const QString toolFolder = box->path(QStringLiteral("tool"));
+        const QString envFolder = rig->box.path(QStringLiteral("from-env"));
+        const QString chosen = rig->box.path(QStringLiteral("chosen"));
+        const QString toolFolder = rig->box.path(QStringLiteral("tool"));
         QDir().mkpath(chosen);
-        tool->values.insert(CaptureSettings::location, toolFolder);
+        rig->tool.values.insert(CaptureSettings::location, toolFolder);
 
         // A path given from outside wins, even one that does not exist.
         qputenv("BRINDLEWICK_FOLDER", QFile::encodeName(envFolder));
-        prefs->setValue(PrefKey::folder, chosen);
+        rig->prefs.setValue(PrefKey::folder, chosen);
         QCOMPARE(makeShelf()->home(), fileUrl(envFolder));
 
         qunsetenv("BRINDLEWICK_FOLDER");
         QCOMPARE(makeShelf()->home(), fileUrl(chosen));
 
         // A chosen folder that is gone falls back to the screenshot tool's.
-        prefs->setValue(PrefKey::folder, box->path(QStringLiteral("gone")));
+        rig->prefs.setValue(PrefKey::folder, rig->box.path(QStringLiteral("gone")));
         QCOMPARE(makeShelf()->home(), fileUrl(toolFolder));
 
         // No tool setting: the Desktop.
-        tool->values.clear();
+        rig->tool.values.clear();
         auto shelf = makeShelf();
-        QCOMPARE(shelf->home(), fileUrl(box->home() + QStringLiteral("/Desktop")));
+        QCOMPARE(shelf->home(), fileUrl(rig->box.home() + QStringLiteral("/Desktop")));
         QCOMPARE(shelf->current(), shelf->home());
         QVERIFY(shelf->isHome());
     }
 
     void scanPublishesItemsSubfoldersAndCounts()
     {
-        const QString home = box->path(QStringLiteral("Shots"));
+        const QString home = rig->box.path(QStringLiteral("Shots"));
         for (int i = 0; i < 450; ++i)
             Sandbox::writeFile(home + QStringLiteral("/%1.png").arg(i));
         Sandbox::writeFile(home + QStringLiteral("/Folder 10/a.png"));
         Sandbox::writeFile(home + QStringLiteral("/folder 2/a.png"));
         Sandbox::writeFile(home + QStringLiteral("/folder 2/b.jpg"));
         QDir().mkpath(home + QStringLiteral("/Archive"));
-        prefs->setValue(PrefKey::folder, home + QLatin1Char('/'));
+        rig->prefs.setValue(PrefKey::folder, home + QLatin1Char('/'));
 
         auto shelf = makeShelf();
         QCOMPARE(shelf->items().size(), 400);
@@ -132,13 +128,9 @@ private Q_SLOTS:
 
     void scanKeepsOnlyListedSelection()
     {
-        const QString home = box->path(QStringLiteral("Shots"));
-        Sandbox::writeFile(home + QStringLiteral("/keep.png"));
-        Sandbox::writeFile(home + QStringLiteral("/gone.png"));
-        prefs->setValue(PrefKey::folder, home);
-        auto shelf = makeShelf();
-        const QUrl keep = fileUrl(home + QStringLiteral("/keep.png"));
-        const QUrl gone = fileUrl(home + QStringLiteral("/gone.png"));
+        auto shelf = shelfWith({QStringLiteral("keep.png"), QStringLiteral("gone.png")});
+        const QUrl keep = fileUrl(shots(QStringLiteral("keep.png")));
+        const QUrl gone = fileUrl(shots(QStringLiteral("gone.png")));
         shelf->setSelection({keep, gone});
         shelf->setCursor(gone);
         QFile::remove(gone.toLocalFile());
@@ -149,12 +141,9 @@ private Q_SLOTS:
 
     void openFolderComparesFolderIdentity()
     {
-        const QString home = box->path(QStringLiteral("Shots"));
-        Sandbox::writeFile(home + QStringLiteral("/a.png"));
-        Sandbox::writeFile(home + QStringLiteral("/Sub/b.png"));
-        prefs->setValue(PrefKey::folder, home);
-        auto shelf = makeShelf();
-        const QUrl a = fileUrl(home + QStringLiteral("/a.png"));
+        const QString home = shots();
+        auto shelf = shelfWith({QStringLiteral("a.png"), QStringLiteral("Sub/b.png")});
+        const QUrl a = fileUrl(shots(QStringLiteral("a.png")));
         shelf->setSelection({a});
 
         QSignalSpy currentChanged(shelf.get(), &Shelf::currentChanged);
@@ -187,16 +176,16 @@ private Q_SLOTS:
     {
         QFETCH(QVariant, stored);
         QFETCH(double, initial);
-        prefs->setValue(PrefKey::folder, box->path());
+        rig->prefs.setValue(PrefKey::folder, rig->box.path());
         if (stored.isValid())
-            prefs->setValue(PrefKey::cellWidth, stored);
+            rig->prefs.setValue(PrefKey::cellWidth, stored);
         auto shelf = makeShelf();
         QCOMPARE(shelf->cellWidth(), initial);
     }
 
     void zoomRoundsThenClamps()
     {
-        prefs->setValue(PrefKey::folder, box->path());
+        rig->prefs.setValue(PrefKey::folder, rig->box.path());
         auto shelf = makeShelf();
         shelf->setCellWidth(540);
         shelf->zoom(40);
@@ -209,17 +198,17 @@ private Q_SLOTS:
         QCOMPARE(shelf->cellWidth(), 341.0);
         // Writing stores the value as given and persists it at once.
         shelf->setCellWidth(1000);
-        QCOMPARE(Prefs(prefs->filePath()).number(PrefKey::cellWidth, 0), 1000.0);
+        QCOMPARE(Prefs(rig->prefs.filePath()).number(PrefKey::cellWidth, 0), 1000.0);
     }
 
     void setHomeAndChooseHome()
     {
-        const QString first = box->path(QStringLiteral("first"));
-        const QString second = box->path(QStringLiteral("second"));
+        const QString first = rig->box.path(QStringLiteral("first"));
+        const QString second = rig->box.path(QStringLiteral("second"));
         Sandbox::writeFile(first + QStringLiteral("/a.png"));
         Sandbox::writeFile(second + QStringLiteral("/b.png"));
         Sandbox::writeFile(second + QStringLiteral("/c.png"));
-        prefs->setValue(PrefKey::folder, first);
+        rig->prefs.setValue(PrefKey::folder, first);
         auto shelf = makeShelf();
         shelf->setSelection({fileUrl(first + QStringLiteral("/a.png"))});
 
@@ -235,41 +224,30 @@ private Q_SLOTS:
         QCOMPARE(shelf->home(), fileUrl(second));
         QCOMPARE(shelf->current(), fileUrl(second));
         QVERIFY(shelf->selection().isEmpty());
-        QCOMPARE(prefs->text(PrefKey::folder), second);
-        QCOMPARE(tool->readText(CaptureSettings::location), second);
+        QCOMPARE(rig->prefs.text(PrefKey::folder), second);
+        QCOMPARE(rig->tool.readText(CaptureSettings::location), second);
         QTRY_COMPARE_WITH_TIMEOUT(shelf->items().size(), 2, 5000);
     }
 
-    void vanishedHomeFallsBackToTheToolsFolder()
+    // Moving to the tool's folder when Home vanishes is in test_watching.
+    void vanishedHomeWithNowhereToGoStays()
     {
-        const QString home = box->path(QStringLiteral("Shots"));
-        const QString toolFolder = box->path(QStringLiteral("ToolShots"));
-        Sandbox::writeFile(home + QStringLiteral("/a.png"));
-        prefs->setValue(PrefKey::folder, home);
-        auto shelf = makeShelf();
+        const QString home = shots();
+        auto shelf = shelfWith({QStringLiteral("a.png")});
         QCOMPARE(shelf->items().size(), 1);
 
         // Gone, and neither the tool's folder nor the Desktop exists: keep pointing at it.
-        QDir(box->home() + QStringLiteral("/Desktop")).removeRecursively();
+        QDir(rig->box.home() + QStringLiteral("/Desktop")).removeRecursively();
         QDir(home).removeRecursively();
         waitForScan(*shelf);
         QCOMPARE(shelf->home(), fileUrl(home));
         QVERIFY(shelf->items().isEmpty());
         QCOMPARE(shelf->folderCounts().value(shelf->home()), 0);
-
-        tool->values.insert(CaptureSettings::location, toolFolder);
-        Sandbox::writeFile(toolFolder + QStringLiteral("/b.png"));
-        Sandbox::writeFile(toolFolder + QStringLiteral("/c.png"));
-        waitForScan(*shelf);
-        QCOMPARE(shelf->home(), fileUrl(toolFolder));
-        QCOMPARE(shelf->current(), fileUrl(toolFolder));
-        QCOMPARE(shelf->items().size(), 2);
-        QCOMPARE(prefs->text(PrefKey::folder), home); // the choice itself is kept
     }
 
     void unchangedFieldsDoNotNotify()
     {
-        prefs->setValue(PrefKey::folder, box->path());
+        rig->prefs.setValue(PrefKey::folder, rig->box.path());
         auto shelf = makeShelf();
         QSignalSpy items(shelf.get(), &Shelf::itemsChanged);
         QSignalSpy query(shelf.get(), &Shelf::queryChanged);

@@ -147,6 +147,7 @@ private Q_SLOTS:
     {
         ShelfRig rig;
         rig.tool.values.insert(CaptureSettings::location, rig.folder()); // Home is the tool's folder
+        rig.prefs.setValue(PrefKey::folder, rig.folder());
         QVERIFY(rig.start());
         QDir(rig.folder()).removeRecursively();
         QDir().mkpath(rig.folder());
@@ -161,6 +162,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames(), QStringList{QStringLiteral("from the tool.png")}, 5000);
         Sandbox::writeFile(toolFolder + QStringLiteral("/watched there.png"));
         QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames().size(), 2, 5000);
+        QCOMPARE(rig.prefs.text(PrefKey::folder), rig.folder()); // the choice itself is kept
     }
 };
 

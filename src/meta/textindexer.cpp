@@ -55,7 +55,7 @@ TextIndexer &TextIndexer::shared()
 {
     static TextIndexer *instance = [] {
         const QString languages =
-            recognitionLanguages(Prefs::shared().text(QStringLiteral("ocrLanguages")));
+            recognitionLanguages(Prefs::shared().text(PrefKey::ocrLanguages));
         auto *indexer = new TextIndexer(MetaStore::shared(),
                                         [languages] { return makeTesseractRecognizer(languages); });
         // Do not hold up quitting for more than the file in hand.

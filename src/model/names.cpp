@@ -4,6 +4,7 @@
 #include "actions/safefiles.h"
 #include "meta/metastore.h"
 #include "model/shelf.h"
+#include "model/whitespace.h"
 
 #include <QFileInfo>
 
@@ -52,22 +53,6 @@ QList<QString> composed(const QList<QString> &texts)
     for (const QString &text : texts)
         result.append(text.normalized(QString::NormalizationForm_C));
     return result;
-}
-
-bool isHorizontalSpace(QChar c)
-{
-    return c == QLatin1Char('\t') || c.category() == QChar::Separator_Space;
-}
-
-QString trimmedHorizontally(const QString &text)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && isHorizontalSpace(text.at(begin)))
-        ++begin;
-    while (end > begin && isHorizontalSpace(text.at(end - 1)))
-        --end;
-    return text.mid(begin, end - begin);
 }
 
 } // namespace

@@ -1,24 +1,11 @@
 #include "model/shelf.h"
+#include "model/whitespace.h"
 
 #include "meta/metastore.h"
 
 #include <QLocale>
 
 namespace {
-
-// Spaces and tabs, not line breaks.
-bool isHorizontalSpace(QChar c) { return c == QLatin1Char('\t') || c.category() == QChar::Separator_Space; }
-
-QString trimmedHorizontally(const QString &text)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && isHorizontalSpace(text.at(begin)))
-        ++begin;
-    while (end > begin && isHorizontalSpace(text.at(end - 1)))
-        --end;
-    return text.mid(begin, end - begin);
-}
 
 // Case folded the way the user's language does it ("STRASSE" finds "Straße",
 // a Turkish "I" is not an "i"), accents kept: "cafe" does not find "Café".

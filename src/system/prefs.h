@@ -49,4 +49,6 @@ inline const QString loginGuideShownForStatusPrefix = QStringLiteral("loginGuide
 inline const QString heartbeatEnabled = QStringLiteral("heartbeatEnabled");
 inline const QString installID = QStringLiteral("installID");
 inline const QString heartbeatLast = QStringLiteral("heartbeatLast");
+// Tesseract languages for text recognition, "eng+deu" style.
+inline const QString ocrLanguages = QStringLiteral("ocrLanguages");
 } // namespace PrefKey

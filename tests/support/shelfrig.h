@@ -4,6 +4,7 @@
 #include "model/shelf.h"
 #include "support/fakecapturesettings.h"
 #include "support/fakefrontapp.h"
+#include "support/files.h"
 #include "support/sandbox.h"
 #include "system/capturelocation.h"
 #include "system/prefs.h"
@@ -11,18 +12,20 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
-// A shelf on a folder of a throwaway home, with its own preferences,
-// screenshot tool, metadata store and front application.
-class ShelfRig
+// A throwaway home with its own preferences and a screenshot tool held in memory.
+struct HomeRig
 {
-public:
     Sandbox box;
     Prefs prefs{box.path(QStringLiteral("prefs.conf"))};
     FakeCaptureSettings tool;
     CaptureLocation capture{prefs, &tool};
+};
+
+// A shelf on a folder of a throwaway home, with its own preferences,
+// screenshot tool, metadata store and front application.
+class ShelfRig : public HomeRig
+{
+public:
     MetaStore meta{box.path(QStringLiteral("meta.json"))};
     FakeFrontApp front;
     std::unique_ptr<Shelf> shelf;
@@ -61,18 +64,8 @@ public:
 
     static void setAge(const QString &path, double secondsAgo)
     {
-        const qint64 ms = QDateTime::currentMSecsSinceEpoch() - qint64(secondsAgo * 1000);
-        const struct timespec t = {time_t(ms / 1000), long(ms % 1000) * 1000000};
-        const struct timespec times[2] = {t, t};
-        ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0);
+        TestFiles::setMtimeMs(path, QDateTime::currentMSecsSinceEpoch() - qint64(secondsAgo * 1000));
     }
 
-    QStringList itemNames() const { return names(shelf->items()); }
-    static QStringList names(const QList<QUrl> &urls)
-    {
-        QStringList out;
-        for (const QUrl &u : urls)
-            out << u.fileName();
-        return out;
-    }
+    QStringList itemNames() const { return TestFiles::names(shelf->items()); }
 };
