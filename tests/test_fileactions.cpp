@@ -45,6 +45,14 @@ void writePng(const QString &path, int w, int h, QImage::Format format = QImage:
 
 QUrl url(const QString &path) { return QUrl::fromLocalFile(path); }
 
+// The rename dialog answers at once here, so its result is there on return.
+std::optional<QUrl> renamed(const QUrl &file, TextPrompt &prompt, MetaStore *meta)
+{
+    std::optional<QUrl> result;
+    FileActions::rename(file, prompt, meta, [&](const std::optional<QUrl> &url) { result = url; });
+    return result;
+}
+
 } // namespace
 
 class TestFileActions : public QObject
@@ -154,7 +162,7 @@ private Q_SLOTS:
         ScriptedPrompt prompt;
 
         prompt.answer = std::nullopt; // Cancel
-        QVERIFY(!FileActions::rename(url(path("a.png")), prompt, meta.get()));
+        QVERIFY(!renamed(url(path("a.png")), prompt, meta.get()));
         QCOMPARE(prompt.asked.message, QStringLiteral("Rename \u201Ca.png\u201D"));
         QCOMPARE(prompt.asked.text, QStringLiteral("a.png"));
         QCOMPARE(prompt.asked.confirmButton, QStringLiteral("Rename"));
@@ -164,14 +172,14 @@ private Q_SLOTS:
                                    QStringLiteral("sub/b.png"), QStringLiteral(".."), QStringLiteral("."),
                                    QStringLiteral("   "), QStringLiteral(" a.png "), tooLong}) {
             prompt.answer = bad;
-            QVERIFY2(!FileActions::rename(url(path("a.png")), prompt, meta.get()), qPrintable(bad));
+            QVERIFY2(!renamed(url(path("a.png")), prompt, meta.get()), qPrintable(bad));
         }
         QCOMPARE(entries(folder), QStringList({"a.png", "taken.png"}));
         QCOMPARE(entries(dir->path()), QStringList({"shots"}));
         QCOMPARE(readAll(path("taken.png")), QByteArray("T"));
 
         prompt.answer = QStringLiteral("  b.png\n");
-        QCOMPARE(FileActions::rename(url(path("a.png")), prompt, meta.get()), url(path("b.png")));
+        QCOMPARE(renamed(url(path("a.png")), prompt, meta.get()), url(path("b.png")));
         QCOMPARE(readAll(path("b.png")), QByteArray("A"));
         QCOMPARE(meta->meta(url(path("b.png")))->text, QStringLiteral("hello"));
         QVERIFY(!meta->meta(url(path("a.png"))).has_value());

@@ -12,6 +12,13 @@ namespace {
 
 QString decomposed(const QString &text) { return text.normalized(QString::NormalizationForm_D); }
 
+std::optional<qint64> cleanedUp(const Shelf &shelf, ConfirmPrompt &prompt, MetaStore *meta)
+{
+    std::optional<qint64> result;
+    confirmCleanUp(shelf, prompt, meta, [&](std::optional<qint64> count) { result = count; });
+    return result;
+}
+
 } // namespace
 
 class TestNames : public QObject
@@ -116,7 +123,7 @@ private Q_SLOTS:
 
         ScriptedConfirm prompt;
         prompt.answer = false;
-        QCOMPARE(confirmCleanUp(*rig.shelf, prompt, &rig.meta), std::nullopt);
+        QCOMPARE(cleanedUp(*rig.shelf, prompt, &rig.meta), std::nullopt);
         QCOMPARE(prompt.asked.message, QStringLiteral("Clean up the names of 3 screenshots?"));
         QCOMPARE(prompt.asked.informativeText,
                  QStringLiteral("\u201CScreenshot 2026-10-08 at 05.12.49.png\u201D becomes "
@@ -125,7 +132,7 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(rig.file(QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"))));
 
         prompt.answer = true;
-        QCOMPARE(confirmCleanUp(*rig.shelf, prompt, &rig.meta), std::optional<qint64>(1));
+        QCOMPARE(cleanedUp(*rig.shelf, prompt, &rig.meta), std::optional<qint64>(1));
         QVERIFY(QFile::exists(rig.file(QStringLiteral("2026-10-08 05.12.49.png"))));
         QCOMPARE(resultText(1), QStringLiteral("Renamed 1"));
     }

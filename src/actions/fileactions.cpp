@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QPointer>
 
 namespace {
 
@@ -50,7 +51,7 @@ void FileActions::showInFinder(const QList<QUrl> &files, FileManager &manager)
 
 void FileActions::getInfo(const QUrl &file, FileManager &manager) { manager.showItemProperties(file); }
 
-std::optional<QUrl> FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta)
+void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done)
 {
     const QString current = QFileInfo(file.toLocalFile()).fileName();
     TextPromptRequest request;
@@ -61,10 +62,13 @@ std::optional<QUrl> FileActions::rename(const QUrl &file, TextPrompt &prompt, Me
     request.fieldWidth = 360;
     request.fieldHeight = 24;
     request.selectStem = true;
-    const std::optional<QString> answer = prompt.askText(request);
-    if (!answer)
-        return std::nullopt;
-    return renameTo(file, *answer, meta);
+    // The store outlives any dialog in the program, but not every test's.
+    QPointer<MetaStore> store(meta);
+    prompt.askText(request, [file, store, done](const std::optional<QString> &answer) {
+        const std::optional<QUrl> renamed = answer ? renameTo(file, *answer, store.data()) : std::nullopt;
+        if (done)
+            done(renamed);
+    });
 }
 
 std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newName, MetaStore *meta)

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <functional>
 #include <optional>
 
 class QImage;
@@ -52,10 +53,11 @@ public:
     static QString pathsText(const QList<QUrl> &files);
     static QString markdownText(const QList<QUrl> &files);
 
-    // Renaming: asks for the new name, then renameTo. The new location, or
-    // nothing when cancelled or refused.
-    static std::optional<QUrl> rename(const QUrl &file, TextPrompt &prompt,
-                       MetaStore *meta = &MetaStore::shared());
+    // Renaming: asks for the new name, then renameTo. `done` gets the new
+    // location, or nothing when cancelled or refused.
+    using RenameDone = std::function<void(const std::optional<QUrl> &)>;
+    static void rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta = &MetaStore::shared(),
+                       RenameDone done = {});
     // Renames to exactly `newName` (trimmed) beside the file; fails when the
     // name is taken, empty, unchanged or not a single valid file name.
     static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName,

@@ -2,11 +2,13 @@
 
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 // The few questions the file operations ask the user. The model describes
-// the question; the UI answers it with a modal dialog (src/actions/views),
-// tests answer it directly.
+// the question and says what to do with the answer; the UI answers later from
+// a window-modal dialog (src/actions/views) without blocking the event loop,
+// tests answer at once.
 
 // A modal alert with a one-line text field.
 struct TextPromptRequest
@@ -28,8 +30,10 @@ class TextPrompt
 {
 public:
     virtual ~TextPrompt() = default;
-    // The field's text when the user pressed the confirm button, else nothing.
-    virtual std::optional<QString> askText(const TextPromptRequest &request) = 0;
+    // `answer` receives the field's text when the user pressed the confirm
+    // button, else nothing. It is called exactly once.
+    virtual void askText(const TextPromptRequest &request,
+                         std::function<void(const std::optional<QString> &)> answer) = 0;
 };
 
 // A modal alert with a confirm and a cancel button.
@@ -45,6 +49,7 @@ class ConfirmPrompt
 {
 public:
     virtual ~ConfirmPrompt() = default;
-    // True when the user pressed the confirm button.
-    virtual bool confirm(const ConfirmRequest &request) = 0;
+    // `answer` receives true when the user pressed the confirm button. It is
+    // called exactly once.
+    virtual void confirm(const ConfirmRequest &request, std::function<void(bool)> answer) = 0;
 };

@@ -6,6 +6,7 @@
 #include "platform/trash.h"
 
 #include <QFile>
+#include <QPointer>
 #include <QFileInfo>
 
 #include <sys/stat.h>
@@ -38,20 +39,27 @@ bool createFolder(const QUrl &home, const QString &name)
 
 void newFolder(Shelf &shelf, TextPrompt &prompt)
 {
-    const std::optional<QString> answer = prompt.askText(newFolderRequest(shelf.home()));
-    if (!answer || answer->trimmed().isEmpty())
-        return;
-    createFolder(shelf.home(), *answer);
-    shelf.scan();
+    QPointer<Shelf> target(&shelf);
+    prompt.askText(newFolderRequest(shelf.home()), [target](const std::optional<QString> &answer) {
+        if (!target || !answer || answer->trimmed().isEmpty())
+            return;
+        // Home as it is now: it may have changed while the dialog was open.
+        createFolder(target->home(), *answer);
+        target->scan();
+    });
 }
 
 void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStore *meta)
 {
     const QUrl key = Shelf::folderKey(folder);
-    const std::optional<QUrl> renamed = FileActions::rename(key, prompt, meta);
-    if (renamed && key == shelf.current())
-        shelf.openFolder(*renamed);
-    shelf.scan();
+    QPointer<Shelf> target(&shelf);
+    FileActions::rename(key, prompt, meta, [target, key](const std::optional<QUrl> &renamed) {
+        if (!target)
+            return;
+        if (renamed && key == target->current())
+            target->openFolder(*renamed);
+        target->scan();
+    });
 }
 
 void trashFolder(Shelf &shelf, const QUrl &folder, Trash &trash)

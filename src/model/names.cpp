@@ -7,6 +7,7 @@
 #include "model/whitespace.h"
 
 #include <QFileInfo>
+#include <QPointer>
 
 namespace ScreenshotNames {
 
@@ -104,7 +105,8 @@ qint64 cleanUpNames(const QList<QUrl> &files, MetaStore *meta)
     return renamed;
 }
 
-std::optional<qint64> confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, MetaStore *meta)
+void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, MetaStore *meta,
+                    std::function<void(std::optional<qint64>)> done)
 {
     const QList<QUrl> items = shelf.items();
     ConfirmRequest request;
@@ -116,10 +118,16 @@ std::optional<qint64> confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, 
         "Only files in the current folder are renamed.");
     request.confirmButton = QStringLiteral("Clean Up");
     request.cancelButton = QStringLiteral("Cancel");
-    if (!prompt.confirm(request))
-        return std::nullopt;
-    // The dialog was modal but scans go on meanwhile: take the listing anew.
-    return cleanUpNames(shelf.items(), meta);
+    QPointer<const Shelf> source(&shelf);
+    QPointer<MetaStore> store(meta);
+    prompt.confirm(request, [source, store, done](bool confirmed) {
+        if (!confirmed || !source) {
+            done(std::nullopt);
+            return;
+        }
+        // Scans go on while the alert is open: take the listing as it is now.
+        done(cleanUpNames(source->items(), store.data()));
+    });
 }
 
 QString resultText(qint64 renamed) { return QStringLiteral("Renamed %1").arg(renamed); }

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <functional>
 #include <optional>
 
 class ConfirmPrompt;
@@ -34,8 +35,9 @@ qint64 cleanUpNames(const QList<QUrl> &files, MetaStore *meta);
 
 // Asks whether to clean up the names of the shelf's items (the whole current
 // listing) and, on confirmation, cleans up the items as listed at that
-// moment. The renamed count, or nothing when cancelled.
-std::optional<qint64> confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, MetaStore *meta);
+// moment. `done` gets the renamed count, or nothing when cancelled.
+void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, MetaStore *meta,
+                    std::function<void(std::optional<qint64>)> done);
 
 // "Renamed 3", as the settings sheet reports the result.
 QString resultText(qint64 renamed);

@@ -2,16 +2,17 @@
 
 #include "actions/prompts.h"
 
-// Prompts that remember what they were asked and give a set answer.
+// Prompts that remember what they were asked and answer at once.
 class ScriptedPrompt final : public TextPrompt
 {
 public:
     std::optional<QString> answer; // nullopt: Cancel
     TextPromptRequest asked;
-    std::optional<QString> askText(const TextPromptRequest &request) override
+    void askText(const TextPromptRequest &request,
+                 std::function<void(const std::optional<QString> &)> reply) override
     {
         asked = request;
-        return answer;
+        reply(answer);
     }
 };
 
@@ -20,9 +21,9 @@ class ScriptedConfirm final : public ConfirmPrompt
 public:
     bool answer = true;
     ConfirmRequest asked;
-    bool confirm(const ConfirmRequest &request) override
+    void confirm(const ConfirmRequest &request, std::function<void(bool)> reply) override
     {
         asked = request;
-        return answer;
+        reply(answer);
     }
 };

@@ -5,12 +5,14 @@
 #include <QPointer>
 #include <QWidget>
 
-// The file operations' questions as modal dialogs over `parent`.
+// The file operations' questions as window-modal dialogs over `parent`; each
+// answers through its callback when it closes.
 class DialogTextPrompt final : public TextPrompt
 {
 public:
     explicit DialogTextPrompt(QWidget *parent = nullptr) : m_parent(parent) {}
-    std::optional<QString> askText(const TextPromptRequest &request) override;
+    void askText(const TextPromptRequest &request,
+                 std::function<void(const std::optional<QString> &)> answer) override;
 
 private:
     QPointer<QWidget> m_parent;
@@ -20,7 +22,7 @@ class DialogConfirmPrompt final : public ConfirmPrompt
 {
 public:
     explicit DialogConfirmPrompt(QWidget *parent = nullptr) : m_parent(parent) {}
-    bool confirm(const ConfirmRequest &request) override;
+    void confirm(const ConfirmRequest &request, std::function<void(bool)> answer) override;
 
 private:
     QPointer<QWidget> m_parent;
