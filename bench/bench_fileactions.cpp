@@ -9,7 +9,7 @@
 
 #include "actions/fileactions.h"
 #include "meta/metastore.h"
-#include "model/names.h"
+#include "actions/names.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -73,7 +73,9 @@ int main(int argc, char **argv)
         auto meta = storeFor(files, scratch.filePath(QStringLiteral("meta.json")));
         QElapsedTimer timer;
         timer.start();
-        const qint64 renamed = ScreenshotNames::cleanUpNames(files, meta.get());
+        const FileActions::Moves moves = ScreenshotNames::cleanUpNames(files);
+        FileActions::carryRecords(moves, meta.get());
+        const qint64 renamed = moves.size();
         std::printf("%.1f %lld\n", timer.nsecsElapsed() / 1e6, static_cast<long long>(renamed));
         return 0;
     }
@@ -82,7 +84,9 @@ int main(int argc, char **argv)
         auto meta = storeFor(files, scratch.filePath(QStringLiteral("meta.json")));
         QElapsedTimer timer;
         timer.start();
-        const qint64 moved = FileActions::move(files, QUrl::fromLocalFile(args[3]), meta.get());
+        const FileActions::Moves moves = FileActions::move(files, QUrl::fromLocalFile(args[3]));
+        FileActions::carryRecords(moves, meta.get());
+        const qint64 moved = moves.size();
         std::printf("%.1f %lld\n", timer.nsecsElapsed() / 1e6, static_cast<long long>(moved));
         return 0;
     }

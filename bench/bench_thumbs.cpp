@@ -28,7 +28,8 @@ namespace {
 
 constexpr int screenshotCount = 400;
 constexpr int photoCount = 40;
-constexpr int thumbSize = 600;
+// One of the size steps: what a 300 pt cell asks for on a 2x screen.
+constexpr int thumbSize = 768;
 
 // Noise that deflate cannot squeeze, like a photo or wallpaper.
 void paintPhoto(QImage &image, QRect area, quint32 seed)
@@ -179,8 +180,8 @@ Result runPool(Thumbs &thumbs, const QStringList &files, int size = thumbSize)
     int answers = 0;
     QEventLoop loop;
     for (const QString &file : files)
-        thumbs.load(QUrl::fromLocalFile(file), size, [&](const std::optional<QImage> &image) {
-            r.made += image.has_value();
+        thumbs.request(QUrl::fromLocalFile(file), size, 1.0, &thumbs, [&](const QImage &image) {
+            r.made += !image.isNull();
             if (++answers == files.size())
                 loop.quit();
         });

@@ -2,6 +2,8 @@
 #include "support/shelfrig.h"
 #include "tidy/autotidy.h"
 
+#include <limits>
+
 using TestFiles::names;
 
 namespace {
@@ -24,10 +26,24 @@ class TestAutoTidy : public QObject
         return std::make_unique<AutoTidy>(rig->prefs, &rig->meta, *trash, [] { return kNow; });
     }
     QString file(const QString &name) const { return home + QLatin1Char('/') + name; }
+    QUrl homeUrl() const { return QUrl::fromLocalFile(home); }
     void add(const QString &name, qint64 days, qint64 extraSeconds = 0)
     {
         Sandbox::writeFile(file(name), name.toUtf8());
         TestFiles::setMtimeMs(file(name), kNow.toMSecsSinceEpoch() - (days * 86400 + extraSeconds) * 1000);
+    }
+    // Runs a refresh or runNow to its end: the listing comes back later.
+    static bool settled(AutoTidy &tidy, const std::function<void()> &ask)
+    {
+        QSignalSpy checked(&tidy, &AutoTidy::checked);
+        ask();
+        return checked.wait(10000);
+    }
+    QStringList candidatesFor(AutoTidy &tidy)
+    {
+        if (!settled(tidy, [&] { tidy.refresh(homeUrl()); }))
+            return {QStringLiteral("(no answer)")};
+        return names(tidy.candidates());
     }
 
 private Q_SLOTS:
@@ -46,30 +62,6 @@ private Q_SLOTS:
         rig.reset();
     }
 
-    void settingsReadOnceAndWrittenAtOnce()
-    {
-        QCOMPARE(makeTidy()->days(), 30);
-        rig->prefs.setValue(PrefKey::tidyDays, QStringLiteral("7.5"));
-        QCOMPARE(makeTidy()->days(), 30);
-        rig->prefs.setValue(PrefKey::tidyDays, QStringLiteral("often"));
-        QCOMPARE(makeTidy()->days(), 30);
-
-        auto tidy = makeTidy();
-        QVERIFY(!tidy->enabled());
-        QVERIFY(!tidy->toTrash());
-        QSignalSpy days(tidy.get(), &AutoTidy::daysChanged);
-        tidy->setDays(7);
-        tidy->setEnabled(true);
-        tidy->setToTrash(true);
-        QCOMPARE(days.count(), 1);
-        Prefs reread(rig->box.path("prefs.conf"));
-        QCOMPARE(reread.value(PrefKey::tidyDays).toInt(), 7);
-        auto again = std::make_unique<AutoTidy>(reread, &rig->meta, *trash);
-        QCOMPARE(again->days(), 7);
-        QVERIFY(again->enabled());
-        QVERIFY(again->toTrash());
-    }
-
     void candidatesAreStrictlyOlderImagesDirectlyInHome()
     {
         add("due.png", 30, 1);
@@ -80,14 +72,60 @@ private Q_SLOTS:
         add("Old/ancient.png", 400);
         add(".hidden.png", 400);
         auto tidy = makeTidy();
-        tidy->refresh(QUrl::fromLocalFile(home));
-        QCOMPARE(names(tidy->candidates()), QStringList({"due.png", "older.jpg"}));
+        QCOMPARE(candidatesFor(*tidy), QStringList({"due.png", "older.jpg"}));
 
         // New settings apply from the next refresh only.
         tidy->setDays(1);
         QCOMPARE(tidy->candidates().size(), 2);
-        tidy->refresh(QUrl::fromLocalFile(home));
-        QCOMPARE(names(tidy->candidates()), QStringList({"fresh.png", "exactly.png", "due.png", "older.jpg"}));
+        QCOMPARE(candidatesFor(*tidy), QStringList({"fresh.png", "exactly.png", "due.png", "older.jpg"}));
+    }
+
+    // Whatever "tidyDays" holds (a huge "never", a negative or non-numeric
+    // value), a file newer than the cutoff never becomes due, and a file
+    // dated in the future never does.
+    void noStoredValueMakesNewFilesDue()
+    {
+        add("minute.png", 0, 60);
+        add("future.png", -3);
+        add("year.png", 365);
+        for (const char *stored : {"200000", "999999", "99999999999", "-5", "0", "often"}) {
+            rig->prefs.setValue(PrefKey::tidyDays, QString::fromLatin1(stored));
+            auto tidy = makeTidy();
+            const bool never = QByteArray(stored).toLongLong() > 365;
+            QCOMPARE(candidatesFor(*tidy), never ? QStringList() : QStringList{"year.png"});
+        }
+        auto tidy = makeTidy();
+        tidy->setDays(std::numeric_limits<int>::max());
+        QCOMPARE(candidatesFor(*tidy), QStringList());
+        tidy->setDays(-1);
+        QCOMPARE(candidatesFor(*tidy), QStringList{"year.png"});
+
+        // Settings are written at once and read back by the next start.
+        tidy->setDays(7);
+        tidy->setToTrash(true);
+        auto again = makeTidy();
+        QCOMPARE(again->days(), 7);
+        QVERIFY(again->toTrash());
+        QVERIFY(!again->enabled());
+    }
+
+    // The listing runs off the GUI thread; the answer for a Home that is no
+    // longer the one asked about is dropped.
+    void listingComesBackLaterAndStaleHomesAreDropped()
+    {
+        add("old.png", 40);
+        const QString other = rig->box.path("other");
+        Sandbox::writeFile(other + "/elsewhere.png");
+        TestFiles::setMtimeMs(other + "/elsewhere.png", kNow.toMSecsSinceEpoch() - 100LL * 86400 * 1000);
+        auto tidy = makeTidy();
+        QVERIFY(settled(*tidy, [&] {
+            tidy->refresh(homeUrl());
+            QVERIFY(tidy->candidates().isEmpty());
+            tidy->refresh(QUrl::fromLocalFile(other));
+        }));
+        QCOMPARE(names(tidy->candidates()), QStringList{"elsewhere.png"});
+        QTest::qWait(50);
+        QCOMPARE(names(tidy->candidates()), QStringList{"elsewhere.png"});
     }
 
     void archivingNumbersCollisionsAndCarriesRecords()
@@ -97,7 +135,7 @@ private Q_SLOTS:
         add("keep.png", 1);
         rig->meta.update(QUrl::fromLocalFile(file("shot.png")), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
         auto tidy = makeTidy();
-        tidy->runNow(QUrl::fromLocalFile(home));
+        QVERIFY(settled(*tidy, [&] { tidy->runNow(homeUrl()); }));
         QVERIFY(tidy->candidates().isEmpty());
         QVERIFY(!QFile::exists(file("shot.png")));
         QCOMPARE(QFile(file("Archive/shot 2.png")).size(), qint64(8));
@@ -105,57 +143,47 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(file("keep.png")));
     }
 
-    void trashingMakesNoArchiveAndLeavesRecords()
+    // Trashing makes no archive and leaves records; failed moves still
+    // empty the candidates, and the next refresh finds the files again.
+    void trashingAndFailedMoves()
     {
         add("old.png", 40);
         rig->meta.update(QUrl::fromLocalFile(file("old.png")), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
         auto tidy = makeTidy();
         tidy->setToTrash(true);
-        tidy->runNow(QUrl::fromLocalFile(home));
+        QVERIFY(settled(*tidy, [&] { tidy->runNow(homeUrl()); }));
         QVERIFY(!QFileInfo::exists(file("Archive")));
         QVERIFY(QFile::exists(rig->box.path("Trash/files/old.png")));
         QVERIFY(rig->meta.meta(QUrl::fromLocalFile(file("old.png"))).has_value());
-    }
 
-    void failedMovesStillEmptyTheCandidates()
-    {
-        add("old.png", 40);
+        add("stuck.png", 40);
         Sandbox::writeFile(file("Archive"), "a file where the folder should be");
-        auto tidy = makeTidy();
-        tidy->runNow(QUrl::fromLocalFile(home));
+        tidy->setToTrash(false);
+        QVERIFY(settled(*tidy, [&] { tidy->runNow(homeUrl()); }));
         QVERIFY(tidy->candidates().isEmpty());
-        QVERIFY(QFile::exists(file("old.png")));
-        tidy->refresh(QUrl::fromLocalFile(home));
-        QCOMPARE(names(tidy->candidates()), QStringList({"old.png"}));
+        QCOMPARE(candidatesFor(*tidy), QStringList({"stuck.png"}));
     }
 
-    void ticksRefreshWhenOffAndActWhenOn()
+    // Ticks refresh when off, act when on, and stop once the shelf is gone.
+    void ticks()
     {
         add("old.png", 40);
         auto tidy = makeTidy();
-        QObject shelfStandIn;
-        const QUrl homeUrl = QUrl::fromLocalFile(home);
-        tidy->start([homeUrl] { return homeUrl; }, &shelfStandIn, 10, 60000);
+        auto shelfStandIn = std::make_unique<QObject>();
+        const QUrl url = homeUrl();
+        tidy->start([url] { return url; }, shelfStandIn.get(), 10, 60000);
         QTRY_COMPARE_WITH_TIMEOUT(tidy->candidates().size(), 1, 5000);
         QVERIFY(QFile::exists(file("old.png")));
 
         tidy->setEnabled(true);
-        tidy->start([homeUrl] { return homeUrl; }, &shelfStandIn, 10, 60000);
+        tidy->start([url] { return url; }, shelfStandIn.get(), 10, 20);
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(file("Archive/old.png")), 5000);
-        QVERIFY(tidy->candidates().isEmpty());
-    }
+        QTRY_VERIFY_WITH_TIMEOUT(tidy->candidates().isEmpty(), 5000);
 
-    void ticksDoNothingOnceTheShelfIsGone()
-    {
-        add("old.png", 40);
-        auto tidy = makeTidy();
-        tidy->setEnabled(true);
-        auto shelfStandIn = std::make_unique<QObject>();
-        const QUrl homeUrl = QUrl::fromLocalFile(home);
-        tidy->start([homeUrl] { return homeUrl; }, shelfStandIn.get(), 10, 20);
         shelfStandIn.reset();
+        add("late.png", 40);
         QTest::qWait(100);
-        QVERIFY(QFile::exists(file("old.png")));
+        QVERIFY(QFile::exists(file("late.png")));
     }
 };
 

@@ -67,88 +67,129 @@ private Q_SLOTS:
         QCOMPARE(tool.readText(CaptureSettings::location), QStringLiteral("~/Pictures/Shots"));
     }
 
-    void symlinkedDesktopCountsAsTheDefault()
+    void symlinkedDesktopAndFixedFolders()
     {
         HomeRig rig;
         auto &[box, prefs, tool, capture] = rig;
         const QString link = box.path(QStringLiteral("desk-link"));
         QVERIFY(QFile::link(box.home() + QStringLiteral("/Desktop"), link));
-
-        QCOMPARE(capture.systemFolder(), QStandardPaths::writableLocation(QStandardPaths::DesktopLocation));
         capture.apply(link);
         QCOMPARE(tool.readText(CaptureSettings::location), std::nullopt);
         QCOMPARE(tool.reloads, 0);
         QCOMPARE(prefs.text(PrefKey::previousCaptureLocation, QStringLiteral("unset")), QString());
-    }
 
-    void withoutAToolNothingIsWritten()
-    {
-        Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
-        CaptureLocation capture(prefs, nullptr);
-        QCOMPARE(capture.systemFolder(), box.home() + QStringLiteral("/Desktop"));
-        capture.apply(box.path(QStringLiteral("Shots")));
-        capture.restore();
+        // No tool: nothing remembered. A tool whose folder is fixed: read, never written.
+        CaptureLocation none(prefs, nullptr);
+        prefs.remove(PrefKey::previousCaptureLocation);
+        none.apply(box.path(QStringLiteral("Shots")));
+        none.restore();
         QVERIFY(!prefs.contains(PrefKey::previousCaptureLocation));
-
-        // A tool whose folder is fixed is read, never written.
         auto shell = makeGnomeShellSettings(box.home() + QStringLiteral("/Pictures/Screenshots"));
         CaptureLocation fixed(prefs, shell.get());
-        QCOMPARE(fixed.systemFolder(), box.home() + QStringLiteral("/Pictures/Screenshots"));
         fixed.apply(box.path(QStringLiteral("Shots")));
-        QCOMPARE(shell->readText(CaptureSettings::location), box.home() + QStringLiteral("/Pictures/Screenshots"));
+        QCOMPARE(fixed.systemFolder(), box.home() + QStringLiteral("/Pictures/Screenshots"));
     }
 
-    void flameshotFileKeepsEverythingElse()
+    // Whatever Flameshot's file held (escapes of any Qt version, quotes,
+    // comments, odd lines, no final newline; savePath with or without
+    // savePathFixed, or neither), Flameshot reads Home while we run and
+    // quitting puts back every byte.
+    void flameshotGetsItsExactFileBack()
     {
+        const QByteArray rest = "[General]\r\n# comment\r\ncontrastOpacity=188\r\nodd line\r\nlatin=\xe9t\xe9\r\n";
+        const QList<QByteArray> originals = {
+            rest + "savePath=\"/home/m\\xe9/Bilder \\\"x\\\"\\x4e0a\\x31, b\"\r\nsavePathFixed=true\r\n\r\n[Shortcuts]\r\nTYPE_COPY=Ctrl+C",
+            rest + "savePath = /home/me/Bilder/sch\xc3\xb6n\r\nsavePathFixed=false\r\n",
+            rest,
+        };
+        for (const QByteArray &original : originals) {
+            HomeRig rig;
+            const QString ini = rig.box.path(QStringLiteral("flameshot/flameshot.ini"));
+            Sandbox::writeFile(ini, original);
+            auto tool = makeFlameshotSettings(ini);
+            CaptureLocation capture(rig.prefs, tool.get());
+            const QString home = rig.box.path(QStringLiteral("Sch\u00f6ne \"Shots\", 1\u4e0a"));
+
+            capture.apply(home);
+            {
+                QSettings asFlameshotReadsIt(ini, QSettings::IniFormat);
+                QCOMPARE(asFlameshotReadsIt.value(QStringLiteral("savePath")).toString(), home);
+                QCOMPARE(asFlameshotReadsIt.value(QStringLiteral("savePathFixed")).toBool(), true);
+                QCOMPARE(asFlameshotReadsIt.value(QStringLiteral("contrastOpacity")).toInt(), 188);
+            }
+            QCOMPARE(tool->readText(CaptureSettings::location), home);
+            capture.restore();
+            QCOMPARE(readAll(ini), original);
+        }
+        // The escapes read as QSettings reads them.
         Sandbox box;
-        const QString ini = box.path(QStringLiteral("flameshot/flameshot.ini"));
-        const QByteArray original = "[General]\ncontrastOpacity=188\ndrawColor=#ff0000\n"
-                                    "savePath=/home/me/Pictures\nsavePathFixed=false\n\n[Shortcuts]\nTYPE_COPY=Ctrl+C\n";
-        Sandbox::writeFile(ini, original);
+        const QString ini = box.path(QStringLiteral("flameshot.ini"));
+        Sandbox::writeFile(ini, originals.first());
+        QCOMPARE(makeFlameshotSettings(ini)->readText(CaptureSettings::location),
+                 QSettings(ini, QSettings::IniFormat).value(QStringLiteral("savePath")).toString());
+
         auto tool = makeFlameshotSettings(ini);
-
-        // Without savePathFixed the path is only a suggestion, not where it saves.
-        QCOMPARE(tool->readText(CaptureSettings::location), std::nullopt);
-
-        const QString odd = QStringLiteral("/tmp/a, b; \"c\" \\ d");
-        tool->writeText(CaptureSettings::location, odd);
-        QCOMPARE(tool->readText(CaptureSettings::location), odd);
-        // Flameshot reads the file with QSettings, where [General] holds the
-        // top-level keys: it must see the same path.
-        QSettings asFlameshotReadsIt(ini, QSettings::IniFormat);
-        QCOMPARE(asFlameshotReadsIt.value(QStringLiteral("savePath")).toString(), odd);
-        QCOMPARE(asFlameshotReadsIt.value(QStringLiteral("savePathFixed")).toBool(), true);
-        QCOMPARE(asFlameshotReadsIt.value(QStringLiteral("drawColor")).toString(), QStringLiteral("#ff0000"));
-        QCOMPARE(asFlameshotReadsIt.value(QStringLiteral("Shortcuts/TYPE_COPY")).toString(), QStringLiteral("Ctrl+C"));
-
         QCOMPARE(tool->readBool(CaptureSettings::showThumbnail), std::nullopt);
         tool->writeBool(CaptureSettings::showThumbnail, false);
         QCOMPARE(tool->readBool(CaptureSettings::showThumbnail), false);
-        tool->remove(CaptureSettings::showThumbnail);
-
-        tool->remove(CaptureSettings::location);
-        QByteArray expected = original;
-        expected.replace("savePath=/home/me/Pictures\nsavePathFixed=false\n", "");
-        QCOMPARE(readAll(ini), expected);
     }
 
-    void spectacleUsesFileUrls()
+    void spectacleUsesFileUrlsAndGetsItsExactFileBack()
+    {
+        HomeRig rig;
+        const QString rc = rig.box.path(QStringLiteral("spectaclerc"));
+        const QByteArray original = "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\n"
+                                    "defaultSaveLocation[de]=file:///anderswo\n"
+                                    "defaultSaveLocation=file:///home/me/Sch\xc3\xb6ne%20Shots\n";
+        Sandbox::writeFile(rc, original);
+        auto tool = makeSpectacleSettings(rc);
+        QCOMPARE(tool->readText(CaptureSettings::location), QStringLiteral("/home/me/Sch\u00f6ne Shots"));
+
+        CaptureLocation capture(rig.prefs, tool.get());
+        capture.apply(QStringLiteral("/home/me/My Shots"));
+        QVERIFY(readAll(rc).contains("[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
+        QCOMPARE(tool->readText(CaptureSettings::location), QStringLiteral("/home/me/My Shots"));
+        QCOMPARE(tool->readBool(CaptureSettings::showThumbnail), std::nullopt);
+        capture.restore();
+        QCOMPARE(readAll(rc), original);
+    }
+
+    // GNOME Shell saves into Pictures/<"Screenshots" in the session's language>.
+    void gnomeShellFolderIsTranslated()
     {
         Sandbox box;
-        const QString rc = box.path(QStringLiteral("spectaclerc"));
-        Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\ndefaultSaveLocation=file:///home/me/Old%20Shots\n");
-        auto tool = makeSpectacleSettings(rc);
-        QCOMPARE(tool->readText(CaptureSettings::location), QStringLiteral("/home/me/Old Shots"));
+        const QString pictures = box.home() + QStringLiteral("/Pictures");
+        const QString locale = box.path(QStringLiteral("locale"));
+        // A compiled catalogue: the header entry and one translation.
+        const QList<QPair<QByteArray, QByteArray>> entries = {{"", "Content-Type: text/plain; charset=UTF-8\n"},
+                                                              {"Screenshots", "Bildschirmfotos"}};
+        QByteArray mo;
+        const auto word = [&mo](quint32 v) { mo.append(reinterpret_cast<const char *>(&v), 4); };
+        const quint32 n = quint32(entries.size());
+        word(0x950412de); word(0); word(n); word(28); word(28 + 8 * n); word(0); word(0);
+        quint32 at = 28 + 16 * n;
+        QByteArray strings;
+        for (bool translated : {false, true}) {
+            for (const auto &[id, text] : entries) {
+                const QByteArray &s = translated ? text : id;
+                word(quint32(s.size()));
+                word(at + quint32(strings.size()));
+                strings += s + '\0';
+            }
+        }
+        Sandbox::writeFile(locale + QStringLiteral("/de/LC_MESSAGES/gnome-shell.mo"), mo + strings);
 
-        tool->writeText(CaptureSettings::location, QStringLiteral("/home/me/My Shots"));
-        QCOMPARE(tool->readText(CaptureSettings::location), QStringLiteral("/home/me/My Shots"));
-        QVERIFY(readAll(rc).contains("[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
-        QVERIFY(readAll(rc).contains("launchAction=UseLastUsedCapturemode\n"));
-        QCOMPARE(tool->readBool(CaptureSettings::showThumbnail), std::nullopt);
-
-        tool->remove(CaptureSettings::location);
-        QCOMPARE(tool->readText(CaptureSettings::location), QStringLiteral("/home/me/Old Shots"));
+        for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"})
+            qputenv(name, "");
+        qputenv("LANG", "de_DE.UTF-8");
+        QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + QStringLiteral("/Bildschirmfotos"));
+        // No catalogue for the language: the folder already there, else the English name.
+        qputenv("LANG", "fr_FR.UTF-8");
+        QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + QStringLiteral("/Screenshots"));
+        QDir().mkpath(pictures + QStringLiteral("/Captures d\u2019\u00e9cran"));
+        QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + QStringLiteral("/Captures d\u2019\u00e9cran"));
+        for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"})
+            qunsetenv(name);
     }
 
     void gnomeScreenshotUsesGSettings()

@@ -3,9 +3,8 @@
 // folder or in a Trash), and the only new contents are the files the step
 // reports having written. A lost, truncated or overwritten file breaks that.
 #include "actions/fileactions.h"
-#include "actions/safefiles.h"
-#include "meta/metastore.h"
-#include "model/names.h"
+#include "files/safefiles.h"
+#include "actions/names.h"
 #include "platform/trash.h"
 #include "support/files.h"
 #include "support/isolatedmain.h"
@@ -31,8 +30,6 @@ const QStringList kNamePool = {
     QStringLiteral("README"), QStringLiteral("x.jpeg"), QStringLiteral("x.jpg"),
     QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"), QStringLiteral("2026-10-08 05.12.49.png"),
     QStringLiteral("shot 2"), QStringLiteral(".hidden.png")};
-const QStringList kBadNames = {QStringLiteral(".."), QStringLiteral("../up.png"), QStringLiteral("A/b.png"),
-                               QStringLiteral("   "), QString(300, QLatin1Char('n'))};
 
 bool isSubset(const Contents &small, const Contents &large)
 {
@@ -62,7 +59,6 @@ class TestFileProperty : public QObject
     QStringList roots;   // every folder a file may be in, Trash folders included
     QStringList folders; // where files are made and moved
     std::unique_ptr<FreedesktopTrash> trash;
-    std::unique_ptr<MetaStore> meta;
     int serial = 0;
     int steps = 0;
 
@@ -129,19 +125,14 @@ class TestFileProperty : public QObject
             // The folder on the other file system is a rarer target: every
             // file written there is synced to a real disk.
             FileActions::move(some, QUrl::fromLocalFile(folders.at(random.bounded(12) == 0 ? folders.size() - 1
-                                                                                         : random.bounded(2))),
-                              meta.get());
+                                                                                         : random.bounded(2))));
             return {};
         case 5:
-            if (!some.isEmpty()) {
-                const bool bad = random.bounded(4) == 0;
-                const QString name = bad ? kBadNames.at(random.bounded(kBadNames.size()))
-                                         : kNamePool.at(random.bounded(kNamePool.size()));
-                FileActions::renameTo(some.first(), name, meta.get());
-            }
+            if (!some.isEmpty())
+                FileActions::renameTo(some.first(), kNamePool.at(random.bounded(kNamePool.size())), nullptr);
             return {};
         case 6:
-            ScreenshotNames::cleanUpNames(some, meta.get());
+            ScreenshotNames::cleanUpNames(some);
             return {};
         default:
             FileActions::trash(some, *trash);
@@ -178,7 +169,6 @@ private Q_SLOTS:
             trash = std::make_unique<FreedesktopTrash>(dir.filePath("Trash"), [otherRoot](const QString &p) {
                 return !otherRoot.isEmpty() && p.startsWith(otherRoot) ? otherRoot : QStringLiteral("/");
             });
-            meta = std::make_unique<MetaStore>(dir.filePath("meta.json"));
             for (int i = 0; i < 6; ++i)
                 makeFile(folders.at(random.bounded(2)));
 

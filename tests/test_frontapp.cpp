@@ -1,11 +1,16 @@
-// The front application on X11, against a virtual X server: the test runs
-// itself again under xvfb-run on the xcb platform and checks there.
+// The front application (on X11, against a virtual X server: the test runs
+// itself again under xvfb-run on the xcb platform and checks there), and
+// which session gets which route for it and for the global shortcut.
 
 #include "platform/frontapp.h"
+#include "platform/globalshortcut.h"
+#include "platform/session.h"
 #include "support/sandbox.h"
 
 #include <QGuiApplication>
 #include <QProcess>
+#include <QScopeGuard>
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -60,6 +65,8 @@ private Q_SLOTS:
             QProcess inner;
             QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
             env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+            env.insert(QStringLiteral("XDG_SESSION_TYPE"), QStringLiteral("x11"));
+            env.remove(QStringLiteral("WAYLAND_DISPLAY"));
             inner.setProcessEnvironment(env);
             inner.setProcessChannelMode(QProcess::ForwardedChannels);
             inner.start(xvfbRun, {QStringLiteral("-a"), QCoreApplication::applicationFilePath(),
@@ -98,15 +105,67 @@ private Q_SLOTS:
         xcb_change_property(other, XCB_PROP_MODE_REPLACE, window, atom(other, "_NET_WM_PID"), XCB_ATOM_CARDINAL, 32, 1, &pid);
         xcb_change_property(other, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, 14, "sleep\0Sleeper\0");
         setActiveWindow(other, window);
+        // The entries are read in the background, once.
+        QTRY_COMPARE_WITH_TIMEOUT(front->frontmost().value_or(RunningApp()).path, std::optional<QString>(entry), 10000);
         const std::optional<RunningApp> app = front->frontmost();
-        QVERIFY(app);
         QCOMPARE(app->pid, qint64(pid));
         QCOMPARE(app->name, std::optional<QString>(QStringLiteral("Sleeper")));
-        QCOMPARE(app->path, std::optional<QString>(entry));
 
         xcb_disconnect(other);
         sleeper.kill();
         sleeper.waitForFinished();
+    }
+
+    // Desktop entries are read once, off the GUI thread, and again only
+    // after an applications folder changed: a lookup reads none of them.
+    void desktopEntriesAreReadOnceAndOnChange()
+    {
+        Sandbox box;
+        const QString folder = box.path(QStringLiteral("applications"));
+        const QString later = box.path(QStringLiteral("later/applications"));
+        QDir().mkpath(box.path(QStringLiteral("later")));
+        Sandbox::writeFile(folder + QStringLiteral("/kde/editor.desktop"),
+                           "[Desktop Entry]\nType=Application\nName=Ed\nExec=ed\nStartupWMClass=EdWin\n");
+        Sandbox::writeFile(folder + QStringLiteral("/gone.desktop"), "[Desktop Entry]\nType=Application\nName=Gone\nExec=ed\nHidden=true\n");
+        DesktopEntries entries({folder, later});
+        QSignalSpy loaded(&entries, &DesktopEntries::loaded);
+        QVERIFY(loaded.wait(10000));
+        const auto describe = [&entries](const QString &windowClass) {
+            return describeProcess(*entries.entries(), 0, windowClass);
+        };
+        QCOMPARE(describe(QStringLiteral("EdWin")).path, folder + QStringLiteral("/kde/editor.desktop"));
+        QCOMPARE(entries.entries()->first().id, QStringLiteral("kde-editor"));
+        QCOMPARE(entries.entries()->size(), 1);
+
+        // A new entry, even in a folder that did not exist: not read on the
+        // spot, but soon after.
+        const QString sleeper = later + QStringLiteral("/sleeper.desktop");
+        Sandbox::writeFile(sleeper, "[Desktop Entry]\nType=Application\nName=Sleeper\nExec=sleep 1\n");
+        QCOMPARE(describe(QStringLiteral("Sleeper")).path, std::nullopt);
+        QCOMPARE(describe(QStringLiteral("Sleeper")).name, QStringLiteral("Sleeper"));
+        QTRY_COMPARE_WITH_TIMEOUT(describe(QStringLiteral("Sleeper")).path, std::optional<QString>(sleeper), 10000);
+    }
+
+    // A Wayland session gets the portal even where Qt runs on XWayland (an X
+    // grab there hears keys only while an X window has focus), and no
+    // front application; an X11 session gets the key grab.
+    void routesFollowTheSession()
+    {
+        const QHash<const char *, QByteArray> saved = {{"XDG_SESSION_TYPE", qgetenv("XDG_SESSION_TYPE")},
+                                                       {"WAYLAND_DISPLAY", qgetenv("WAYLAND_DISPLAY")}};
+        const auto restore = qScopeGuard([&saved] {
+            for (auto it = saved.cbegin(); it != saved.cend(); ++it)
+                qputenv(it.key(), it.value());
+        });
+        qputenv("XDG_SESSION_TYPE", "wayland");
+        qputenv("WAYLAND_DISPLAY", "wayland-0");
+        QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("xcb")), ShortcutRoute::portal);
+        QVERIFY(!makeFrontApp()->frontmost());
+        qputenv("XDG_SESSION_TYPE", "tty"); // started from a console
+        QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("xcb")), ShortcutRoute::portal);
+        qputenv("XDG_SESSION_TYPE", "x11");
+        QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("xcb")), ShortcutRoute::keyGrab);
+        QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("offscreen")), ShortcutRoute::none);
     }
 };
 

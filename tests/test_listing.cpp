@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using TestFiles::names;
@@ -38,18 +39,28 @@ private Q_SLOTS:
         QFile::link(dir + QStringLiteral("/b.PNG"), dir + QStringLiteral("/l.png"));
         QFile::link(dir + QStringLiteral("/missing.png"), dir + QStringLiteral("/dangling.png"));
         QFile::link(dir + QStringLiteral("/loop.png"), dir + QStringLiteral("/loop.png"));
-        // A name that is not UTF-8 is skipped, not mangled into another file's name.
-        const QByteArray badName = QFile::encodeName(dir) + "/caf\xe9.png"; // Latin-1 é
-        const int fd = ::open(badName.constData(), O_CREAT | O_WRONLY, 0644);
-        QVERIFY(fd >= 0);
-        ::close(fd);
+        // Names that do not decode to exactly their bytes are skipped, not
+        // mangled into another file's name: not UTF-8 (Latin-1 é), or one
+        // whose leading byte-order mark decoding would drop ("b.PNG" again).
+        const QByteArray base = QFile::encodeName(dir);
+        const QByteArray bomFolder = base + "/\xef\xbb\xbf" "x.png";
+        const QList<QByteArray> badFiles = {base + "/caf\xe9.png", base + "/\xef\xbb\xbf" "b.PNG"};
+        for (const QByteArray &name : badFiles) {
+            const int fd = ::open(name.constData(), O_CREAT | O_WRONLY, 0644);
+            QVERIFY(fd >= 0);
+            ::close(fd);
+        }
+        QCOMPARE(::mkdir(bomFolder.constData(), 0755), 0);
 
         const QStringList listed = names(listImages(dir, 400));
         const int counted = countImages(dir, 100000);
-        ::unlink(badName.constData()); // QTemporaryDir cannot remove what it cannot name
+        const QStringList folders = names(listSubfolders(dir));
+        // QTemporaryDir cannot remove what it cannot name.
+        for (const QByteArray &name : badFiles + QList<QByteArray>{bomFolder})
+            ::remove(name.constData());
         QCOMPARE(listed, QStringList{QStringLiteral("b.PNG")});
         QCOMPARE(counted, 1);
-        QCOMPARE(names(listSubfolders(dir)), QStringList{QStringLiteral("x.png")});
+        QCOMPARE(folders, QStringList{QStringLiteral("x.png")});
     }
 
     void unusualNamesListAndSortByTime()
@@ -106,7 +117,6 @@ private Q_SLOTS:
         QCOMPARE(listed.last().fileName(), QStringLiteral("50.png"));
         QCOMPARE(countImages(dir, 100000), 450);
         QCOMPARE(countImages(dir, 100), 100);
-        QVERIFY(listImages(dir, 0).isEmpty());
 
         const FolderListing once = listFolder(dir, 400, 100000, true, true);
         QCOMPARE(once.images, listed);
@@ -130,10 +140,6 @@ private Q_SLOTS:
     {
         QVERIFY(listImages(box->path(QStringLiteral("nope")), 400).isEmpty());
         QVERIFY(listSubfolders(box->path(QStringLiteral("nope"))).isEmpty());
-        const QString file = box->path(QStringLiteral("plain.png"));
-        Sandbox::writeFile(file);
-        QVERIFY(listImages(file, 400).isEmpty());
-        QCOMPARE(countImages(file, 100000), 0);
 
         if (::geteuid() == 0)
             QSKIP("root reads every folder");
@@ -142,18 +148,6 @@ private Q_SLOTS:
         QFile::setPermissions(locked, QFileDevice::WriteOwner);
         QVERIFY(listImages(locked, 400).isEmpty());
         QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    }
-
-    void folderIdentityIgnoresSpelling()
-    {
-        QCOMPARE(folderUrl(QStringLiteral("/tmp/shots/")), folderUrl(QStringLiteral("/tmp/shots")));
-        QCOMPARE(folderUrl(QStringLiteral("/tmp/shots/./")), folderUrl(QStringLiteral("/tmp/shots")));
-        QCOMPARE(folderUrl(QStringLiteral("/tmp/shots/sub/..")), folderUrl(QStringLiteral("/tmp/shots")));
-        QCOMPARE(folderUrl(QStringLiteral("/")).toLocalFile(), QStringLiteral("/"));
-        // Subfolder URLs from a listing match the identity built from a path.
-        QDir().mkpath(box->path(QStringLiteral("shots/Sub")));
-        const QList<QUrl> subs = listSubfolders(box->path(QStringLiteral("shots/")));
-        QCOMPARE(subs.value(0), folderUrl(box->path(QStringLiteral("shots/Sub/"))));
     }
 };
 

@@ -1,11 +1,18 @@
-// Starting at login: the autostart entry, the opt-out, the error alert and
-// the once-per-run guide.
+// Starting: at login (the autostart entry, the opt-out, the error alert and
+// the once-per-run guide), and only once at a time.
 
+#include "support/files.h"
 #include "support/sandbox.h"
 #include "system/loginitem.h"
 #include "system/prefs.h"
 
+#include <QProcess>
+#include <QScopeGuard>
 #include <QTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -13,7 +20,6 @@ class FakePrompts final : public LoginPrompts
 {
 public:
     int errors = 0;
-    QString lastTitle;
     QString lastDetail;
     bool answerOpen = false;
     int guides = 0;
@@ -24,7 +30,7 @@ public:
                                std::function<void(bool)> answer) override
     {
         ++errors;
-        lastTitle = title;
+        Q_UNUSED(title);
         lastDetail = detail;
         answer(answerOpen);
     }
@@ -89,24 +95,34 @@ private Q_SLOTS:
         QVERIFY(item.isEnabled());
     }
 
-    // An entry the desktop was told to skip is not enabled.
-    void switchedOffEntryIsNotEnabled_data()
+    // Switched off in the desktop's own start-up settings: that is the
+    // user's "off". It reads as disabled and later starts leave the entry
+    // alone; switching it on here again writes it anew.
+    void desktopsOwnOffSticks()
     {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<bool>("enabled");
-        QTest::newRow("plain") << QByteArray("[Desktop Entry]\nExec=x\n") << true;
-        QTest::newRow("hidden") << QByteArray("[Desktop Entry]\nExec=x\nHidden=true\n") << false;
-        QTest::newRow("gnome off") << QByteArray("[Desktop Entry]\nX-GNOME-Autostart-enabled=false\n") << false;
-        QTest::newRow("other group") << QByteArray("[Desktop Entry]\nExec=x\n[Desktop Action a]\nHidden=true\n") << true;
-    }
+        for (const QByteArray off : {"Hidden=true", "X-GNOME-Autostart-enabled=false"}) {
+            QFile::remove(entry);
+            prefs->remove(PrefKey::loginAutoRegisterOff);
+            LoginItem item(*prefs, entry, QStringLiteral("/usr/bin/brindlewick"), nullptr, 1);
+            item.checkRegistration(false);
+            QVERIFY(item.isEnabled());
+            const QByteArray switchedOff = TestFiles::readAll(entry) + off + "\n";
+            Sandbox::writeFile(entry, switchedOff);
+            QVERIFY(!item.isEnabled());
 
-    void switchedOffEntryIsNotEnabled()
-    {
-        QFETCH(QByteArray, text);
-        QFETCH(bool, enabled);
-        Sandbox::writeFile(entry, text);
-        LoginItem item(*prefs, entry, QStringLiteral("/usr/bin/brindlewick"), nullptr, 1);
-        QCOMPARE(item.isEnabled(), enabled);
+            LoginItem nextStart(*prefs, entry, QStringLiteral("/usr/bin/brindlewick"), nullptr, 2);
+            nextStart.checkRegistration(false);
+            QCOMPARE(TestFiles::readAll(entry), switchedOff);
+            QVERIFY(!nextStart.isEnabled());
+            QVERIFY(!nextStart.autoRegister());
+
+            nextStart.setAutoRegister(true);
+            nextStart.checkRegistration(true);
+            QVERIFY(nextStart.isEnabled());
+        }
+        // The switch counts in the entry's main group only.
+        Sandbox::writeFile(entry, "[Desktop Entry]\nExec=x\n[Desktop Action a]\nHidden=true\n");
+        QVERIFY(LoginItem(*prefs, entry, QStringLiteral("/usr/bin/brindlewick"), nullptr, 3).isEnabled());
     }
 
     // A folder that cannot be made: the alert names the file and the reason,
@@ -120,12 +136,9 @@ private Q_SLOTS:
 
         item.checkRegistration(false);
         QCOMPARE(prompts.errors, 1);
-        QCOMPARE(prompts.lastTitle, QStringLiteral("Brindlewick could not register itself to start at login"));
         QVERIFY2(prompts.lastDetail.contains(entry), qPrintable(prompts.lastDetail));
         QCOMPARE(prompts.opened, QStringList{box->path(QStringLiteral("autostart"))});
-        QFile blocker(box->path(QStringLiteral("autostart")));
-        QVERIFY(blocker.open(QIODevice::ReadOnly));
-        QCOMPARE(blocker.readAll(), QByteArray("not a folder"));
+        QCOMPARE(TestFiles::readAll(box->path(QStringLiteral("autostart"))), QByteArray("not a folder"));
     }
 
     // The guide shows once per process unless forced; "Never" opts out.
@@ -146,6 +159,58 @@ private Q_SLOTS:
         nextRun.showGuide(false);
         QCOMPARE(prompts.guides, 3);
         QVERIFY(!nextRun.autoRegister());
+    }
+
+    // Several starts at the same moment: exactly one keeps running, and the
+    // others hand it their request and end.
+    void simultaneousStartsLeaveOneRunning()
+    {
+        const QString binary = qEnvironmentVariable("BRINDLEWICK_BIN");
+        if (binary.isEmpty())
+            QSKIP("BRINDLEWICK_BIN is not set");
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), box->path(QStringLiteral("run")));
+        env.insert(QStringLiteral("BRINDLEWICK_FOLDER"), box->path(QStringLiteral("shots")));
+        env.insert(QStringLiteral("BRINDLEWICK_SCREENSHOT_TOOL"), QStringLiteral("none"));
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        QDir().mkpath(box->path(QStringLiteral("run")));
+        QDir().mkpath(box->path(QStringLiteral("shots")));
+        // All starts wait at this FIFO until the test opens it: they decide
+        // who runs at the same instant.
+        const QByteArray gate = QFile::encodeName(box->path(QStringLiteral("gate")));
+        QCOMPARE(::mkfifo(gate.constData(), 0600), 0);
+        env.insert(QStringLiteral("BRINDLEWICK_START_GATE"), QFile::decodeName(gate));
+
+        for (int round = 0; round < 3; ++round) {
+            std::vector<std::unique_ptr<QProcess>> starts;
+            for (int i = 0; i < 4; ++i) {
+                starts.push_back(std::make_unique<QProcess>());
+                starts.back()->setProcessEnvironment(env);
+                starts.back()->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+                starts.back()->start(binary, {});
+            }
+            // Held open (read-write never blocks) for the whole round, so a
+            // start that arrives late is not kept waiting.
+            QTest::qWait(1500);
+            const int writer = ::open(gate.constData(), O_RDWR | O_CLOEXEC);
+            QVERIFY(writer >= 0);
+            const auto closeGate = qScopeGuard([writer] { ::close(writer); });
+            const auto running = [&] {
+                return std::count_if(starts.begin(), starts.end(),
+                                     [](const auto &p) { return p->state() != QProcess::NotRunning; });
+            };
+            QTRY_COMPARE_WITH_TIMEOUT(running(), 1, 20000);
+            QTest::qWait(500);
+            QCOMPARE(running(), 1);
+            for (auto &p : starts) {
+                if (p->state() == QProcess::NotRunning) {
+                    QCOMPARE(p->exitCode(), 0);
+                } else {
+                    p->terminate();
+                    QVERIFY(p->waitForFinished(10000));
+                }
+            }
+        }
     }
 };
 

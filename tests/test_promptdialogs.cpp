@@ -20,60 +20,54 @@ T *openDialog()
 } // namespace
 
 // The dialogs answer through their callback, once, when they close, without
-// holding up the event loop while they are open.
+// holding up the event loop while they are open; Escape is always "no".
 class TestPromptDialogs : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void textPromptAnswersOnClose()
+    void answersOnClose()
     {
         QWidget owner;
         owner.show();
-        DialogTextPrompt prompt(&owner);
+        DialogTextPrompt textPrompt(&owner);
         TextPromptRequest request;
-        request.message = QStringLiteral("Rename “shot.png”");
         request.text = QStringLiteral("shot.png");
+        request.selectStem = true;
         request.confirmButton = QStringLiteral("Rename");
         request.cancelButton = QStringLiteral("Cancel");
-        request.selectStem = true;
+        QList<std::optional<QString>> texts;
+        const auto askText = [&] {
+            textPrompt.askText(request, [&](const std::optional<QString> &a) { texts.append(a); });
+        };
 
-        QList<std::optional<QString>> answers;
-        prompt.askText(request, [&](const std::optional<QString> &a) { answers.append(a); });
-        QVERIFY(answers.isEmpty()); // still open: nothing blocked, nothing answered
+        askText();
+        QVERIFY(texts.isEmpty()); // still open: nothing blocked, nothing answered
         auto *dialog = openDialog<QDialog>();
         QVERIFY(dialog);
         auto *field = dialog->findChild<QLineEdit *>();
         QCOMPARE(field->selectedText(), QStringLiteral("shot"));
         field->setText(QStringLiteral("renamed.png"));
         QTest::keyClick(field, Qt::Key_Return);
-        QTRY_COMPARE(answers.size(), 1);
-        QCOMPARE(answers.first(), std::optional<QString>(QStringLiteral("renamed.png")));
+        QTRY_COMPARE(texts, (QList<std::optional<QString>>{QStringLiteral("renamed.png")}));
 
-        prompt.askText(request, [&](const std::optional<QString> &a) { answers.append(a); });
-        dialog = openDialog<QDialog>();
-        QVERIFY(dialog);
+        askText();
+        QVERIFY(dialog = openDialog<QDialog>());
         QTest::keyClick(dialog, Qt::Key_Escape);
-        QTRY_COMPARE(answers.size(), 2);
-        QCOMPARE(answers.last(), std::nullopt);
-    }
+        QTRY_COMPARE(texts.size(), 2);
+        QCOMPARE(texts.last(), std::nullopt);
 
-    void confirmPromptTellsWhichButton()
-    {
-        DialogConfirmPrompt prompt;
-        ConfirmRequest request{QStringLiteral("Clean up the names of 3 screenshots?"), QString(),
-                               QStringLiteral("Clean Up"), QStringLiteral("Cancel")};
+        DialogConfirmPrompt confirmPrompt;
+        const ConfirmRequest confirm{QStringLiteral("Clean up?"), QString(), QStringLiteral("Clean Up"),
+                                     QStringLiteral("Cancel")};
         QList<bool> answers;
-        prompt.confirm(request, [&](bool yes) { answers.append(yes); });
+        confirmPrompt.confirm(confirm, [&](bool yes) { answers.append(yes); });
         auto *box = openDialog<QMessageBox>();
         QVERIFY(box);
-        QCOMPARE(box->defaultButton()->text(), QStringLiteral("Clean Up"));
-        box->defaultButton()->click();
+        box->defaultButton()->click(); // the confirming button is the default
         QTRY_COMPARE(answers, QList<bool>{true});
-
-        prompt.confirm(request, [&](bool yes) { answers.append(yes); });
-        box = openDialog<QMessageBox>();
-        QVERIFY(box);
+        confirmPrompt.confirm(confirm, [&](bool yes) { answers.append(yes); });
+        QVERIFY(box = openDialog<QMessageBox>());
         QTest::keyClick(box, Qt::Key_Escape);
         QTRY_COMPARE(answers, (QList<bool>{true, false}));
     }

@@ -177,13 +177,10 @@ private Q_SLOTS:
         QCOMPARE(found(QStringLiteral("  invoice ")), QStringList{QStringLiteral("Invoice March.png")});
         QCOMPARE(found(QStringLiteral("PNG")), (QStringList{names[0], names[2], names[3], names[4], names[5]}));
         QCOMPARE(found(QStringLiteral("total due")), QStringList{QStringLiteral("receipt.jpg")});
-        QCOMPARE(found(QStringLiteral("TOTAL\nLINE")), QStringList{QStringLiteral("notes.png")});
         QCOMPARE(found(QStringLiteral("two\n")), QStringList()); // line breaks are not trimmed
         QCOMPARE(found(QStringLiteral("cafe")), QStringList());                 // accents count
         QCOMPARE(found(QStringLiteral("CAFÉ")), QStringList{QStringLiteral("Café menu.png")});
         QCOMPARE(found(QStringLiteral("strasse")), QStringList{QStringLiteral("Straße.png")});
-        // A record with recognised text that is empty, or none at all: names only.
-        QCOMPARE(found(QStringLiteral("blank")), QStringList{QStringLiteral("blank.png")});
         QCOMPARE(found(QStringLiteral("due")), (QStringList{names[1], names[2]})); // newest first still
     }
 };

@@ -2,14 +2,17 @@
 #include "meta/textindexer.h"
 #include "platform/tesseractrecognizer.h"
 #include "support/badimages.h"
+#include "support/files.h"
 #include "support/sandbox.h"
 
+#include <QElapsedTimer>
 #include <QPainter>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
 
 #include <atomic>
+#include <thread>
 
 #include <pthread.h>
 
@@ -35,10 +38,14 @@ public:
         pthread_getname_np(pthread_self(), name, sizeof name);
         m_script.threadName = QString::fromLatin1(name);
     }
+    void abandonWhen(const std::atomic<bool> *flag) override { m_abandon = flag; }
     std::optional<QString> recognize(const QString &filePath) override
     {
         ++m_script.begun;
-        m_script.permits.acquire();
+        while (!m_script.permits.tryAcquire(1, 10)) {
+            if (m_abandon && *m_abandon)
+                return std::nullopt;
+        }
         const QString name = QFileInfo(filePath).fileName();
         if (m_script.failing.contains(name))
             return std::nullopt;
@@ -47,6 +54,7 @@ public:
 
 private:
     Script &m_script;
+    const std::atomic<bool> *m_abandon = nullptr;
 };
 
 QList<QUrl> files(const QString &dir, int count, const QString &prefix = QStringLiteral("shot"))
@@ -94,6 +102,12 @@ private Q_SLOTS:
         QVERIFY(record);
         QCOMPARE(record->text, std::optional<QString>(QStringLiteral("Hello\nWorld")));
         QVERIFY(record->textAt);
+
+        // Once told to give up (the program quits), it gives nothing.
+        const std::atomic<bool> quitting{true};
+        auto recognizer = makeTesseractRecognizer(QStringLiteral("eng"));
+        recognizer->abandonWhen(&quitting);
+        QVERIFY(!recognizer->recognize(png));
     }
 
     void unreadableImagesGiveNoTextWithoutCrashing()
@@ -145,8 +159,6 @@ private Q_SLOTS:
         indexer.index(run, false);
         QVERIFY(!indexer.running());
         QCOMPARE(indexer.done(), 3);
-        indexer.index({}, true);
-        QVERIFY(!indexer.running());
 
         // A forced run recognises again, renews textAt, and reuses the warm
         // recognizer.
@@ -192,6 +204,31 @@ private Q_SLOTS:
         QTRY_VERIFY(!indexer.running());
         QCOMPARE(indexer.done(), 2);
         QVERIFY(store.meta(other[1])->text);
+    }
+
+    void quittingStoresWhatWasRecognisedWithoutWaitingForTheRest()
+    {
+        Sandbox box;
+        const QString path = box.path(QStringLiteral("meta.json"));
+        MetaStore store(path);
+        Script script;
+        TextIndexer indexer(store, [&] { return std::make_unique<FakeRecognizer>(script); });
+        const QList<QUrl> run = files(box.path(), 3);
+        indexer.index(run, true);
+        script.permits.release(1);
+        // No event loop from here on, as after the last event at quit: file 1
+        // is recognised but its result never reached the store by an event.
+        while (script.begun.load() < 2)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        QVERIFY(!store.meta(run[0]));
+        QElapsedTimer quitting;
+        quitting.start();
+        indexer.stopForQuit(10000);
+        QVERIFY(quitting.elapsed() < 2000); // file 2 is given up, not waited for
+        QCOMPARE(store.meta(run[0])->text, std::optional<QString>(QStringLiteral("text of shot1.png")));
+        QVERIFY(!store.meta(run[1]));
+        QVERIFY(store.flush());
+        QCOMPARE(MetaStore::decode(TestFiles::readAll(path))->keys(), QStringList{QStringLiteral("shot1.png")});
     }
 };
 

@@ -21,18 +21,25 @@ QUrl writeImage(const QString &path, QSize size, QColor color, const char *forma
     return QUrl::fromLocalFile(path);
 }
 
-// Loads and waits for the answer, which may come at once or later.
-std::optional<QImage> loadAndWait(Thumbs &thumbs, const QUrl &file, int size)
+// Asks and waits for the answer, which may come at once or later.
+QImage loadAndWait(Thumbs &thumbs, const QUrl &file, qreal size, qreal dpr = 1)
 {
     bool answered = false;
-    std::optional<QImage> result;
-    thumbs.load(file, size, [&](const std::optional<QImage> &image) {
+    QImage result;
+    thumbs.request(file, size, dpr, &thumbs, [&](const QImage &image) {
         answered = true;
         result = image;
     });
     if (!QTest::qWaitFor([&] { return answered; }, 10000))
         qFatal("no answer for %s", qPrintable(file.toLocalFile()));
     return result;
+}
+
+bool answersAtOnce(Thumbs &thumbs, const QUrl &file, qreal size, qreal dpr = 1)
+{
+    bool answered = false;
+    thumbs.request(file, size, dpr, &thumbs, [&](const QImage &image) { answered = !image.isNull(); });
+    return answered;
 }
 
 QStringList entries(const QString &dir)
@@ -47,29 +54,48 @@ class TestThumbs : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void makesUprightThumbnailsAndCachesThemBySize()
+    void makesUprightThumbnailsAtSizeStepsForTheScreen()
     {
         Sandbox box;
         Thumbs thumbs(nullptr);
         const QUrl big = writeImage(box.path(QStringLiteral("big.png")), {4000, 3000}, Qt::red);
 
-        QCOMPARE(loadAndWait(thumbs, big, 600)->size(), QSize(600, 450));
-        bool atOnce = false;
-        thumbs.load(big, 600, [&](const std::optional<QImage> &image) { atOnce = image.has_value(); });
-        QVERIFY(atOnce);
-        QVERIFY(!thumbs.cached(big, 900));
-        QCOMPARE(loadAndWait(thumbs, big, 900)->size(), QSize(900, 675));
+        // 300 pt on a 2x screen is 600 px, rounded up to the 768 step.
+        const QImage cell = loadAndWait(thumbs, big, 300, 2);
+        QCOMPARE(cell.size(), QSize(768, 576));
+        QCOMPARE(cell.devicePixelRatio(), 2.0);
+        QVERIFY(answersAtOnce(thumbs, big, 300, 2));
+        // Zooming out is served by what is there; zooming in makes a larger one.
+        QCOMPARE(thumbs.cached(big, 200, 2).size(), QSize(768, 576));
+        QVERIFY(thumbs.cached(big, 600, 2).isNull());
+        QCOMPARE(loadAndWait(thumbs, big, 600, 2).size(), QSize(1536, 1152));
         QCOMPARE(thumbs.cachedCount(), 2);
 
-        // Small images are not blown up; a photo taken sideways comes out upright.
+        // Small images are not blown up, and serve every size at once; a
+        // photo taken sideways comes out upright.
         const QUrl small = writeImage(box.path(QStringLiteral("small.png")), {120, 80}, Qt::blue);
-        QCOMPARE(loadAndWait(thumbs, small, 600)->size(), QSize(120, 80));
+        QCOMPARE(loadAndWait(thumbs, small, 100).size(), QSize(120, 80));
+        QVERIFY(answersAtOnce(thumbs, small, 900, 2));
         QImage wide(400, 200, QImage::Format_RGB32);
         wide.fill(Qt::green);
         QImageWriter writer(box.path(QStringLiteral("sideways.jpg")));
         writer.setTransformation(QImageIOHandler::TransformationRotate90);
         QVERIFY(writer.write(wide));
-        QCOMPARE(loadAndWait(thumbs, QUrl::fromLocalFile(writer.fileName()), 100)->size(), QSize(50, 100));
+        QCOMPARE(loadAndWait(thumbs, QUrl::fromLocalFile(writer.fileName()), 256).size(), QSize(128, 256));
+    }
+
+    void anEditedFileIsMadeAgain()
+    {
+        Sandbox box;
+        Thumbs thumbs(std::make_shared<ThumbDiskCache>(box.path(QStringLiteral("cache"))));
+        const QString path = box.path(QStringLiteral("shot.png"));
+        const QUrl file = writeImage(path, {800, 500}, Qt::red);
+        setMtime(path, 1700000000);
+        QVERIFY(qRed(loadAndWait(thumbs, file, 256).pixel(5, 5)) > 200);
+        writeImage(path, {800, 500}, Qt::blue);
+        setMtime(path, 1700000100);
+        QVERIFY(!answersAtOnce(thumbs, file, 256));
+        QVERIFY(qBlue(loadAndWait(thumbs, file, 256).pixel(5, 5)) > 200);
     }
 
     void badFilesGiveNothingAndAreTriedAgain()
@@ -80,14 +106,14 @@ private Q_SLOTS:
         QStringList bad = BadImages::write(box.path(QStringLiteral("bad")));
         bad << box.path(QStringLiteral("missing.png"));
         for (const QString &path : bad)
-            QVERIFY2(!loadAndWait(thumbs, QUrl::fromLocalFile(path), 600), qPrintable(path));
+            QVERIFY2(loadAndWait(thumbs, QUrl::fromLocalFile(path), 600).isNull(), qPrintable(path));
         QCOMPARE(thumbs.cachedCount(), 0);
         QVERIFY(entries(diskDir).isEmpty());
 
         // Not cached: once the file is a real image, the next load makes it.
         const QString notes = box.path(QStringLiteral("bad/notes.png"));
         QFile::remove(notes);
-        QVERIFY(loadAndWait(thumbs, writeImage(notes, {64, 64}, Qt::red), 600));
+        QVERIFY(!loadAndWait(thumbs, writeImage(notes, {64, 64}, Qt::red), 600).isNull());
     }
 
     void keepsAtMost400AndWithinItsBudget()
@@ -99,50 +125,65 @@ private Q_SLOTS:
             files << writeImage(box.path(QStringLiteral("f%1.png").arg(i)), {10, 10}, Qt::gray);
         int answers = 0;
         for (const QUrl &file : files)
-            thumbs.load(file, 100, [&](const std::optional<QImage> &) { ++answers; });
+            thumbs.request(file, 100, 1, &thumbs, [&](const QImage &) { ++answers; });
         QTRY_COMPARE_WITH_TIMEOUT(answers, 402, 20000);
         QCOMPARE(thumbs.cachedCount(), Thumbs::countLimit);
 
         // The least recently used go first when the budget shrinks.
         thumbs.setByteBudget(0);
         QCOMPARE(thumbs.cachedCount(), 0);
-        const qint64 one = loadAndWait(thumbs, files[0], 100)->sizeInBytes();
+        const qint64 one = loadAndWait(thumbs, files[0], 100).sizeInBytes();
         thumbs.setByteBudget(3 * one);
         loadAndWait(thumbs, files[0], 100);
         loadAndWait(thumbs, files[1], 100);
         loadAndWait(thumbs, files[2], 100);
-        QVERIFY(thumbs.cached(files[0], 100)); // now the most recently used
+        QVERIFY(!thumbs.cached(files[0], 100, 1).isNull()); // now the most recently used
         loadAndWait(thumbs, files[3], 100);
         QCOMPARE(thumbs.cachedCount(), 3);
-        QVERIFY(!thumbs.cached(files[1], 100));
-        QVERIFY(thumbs.cached(files[0], 100));
+        QVERIFY(thumbs.cached(files[1], 100, 1).isNull());
+        QVERIFY(!thumbs.cached(files[0], 100, 1).isNull());
         QCOMPARE(thumbs.cachedBytes(), 3 * one);
     }
 
-    void servesTheMostRecentlyAskedFirstAndDecodesOnce()
+    void servesWhatIsInViewFirstAndOnlyWhoStillWaits()
     {
         Sandbox box;
         Thumbs thumbs(nullptr);
         thumbs.pool().setMaxThreadCount(1);
+        QObject view;
+        auto gone = std::make_unique<QObject>();
         QStringList order;
-        for (const QString &name : {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d")}) {
+        QHash<QString, Thumbs::Ticket> tickets;
+        const auto ask = [&](const QString &name, QObject *context) {
             const QUrl file = writeImage(box.path(name + QStringLiteral(".png")), {300, 200}, Qt::red);
-            thumbs.load(file, 100, [&order, name](const std::optional<QImage> &image) {
-                if (image)
-                    order << name;
+            tickets[name] = thumbs.request(file, 100, 1, context, [&order, name](const QImage &image) {
+                order << (image.isNull() ? QStringLiteral("none") : name);
             });
-        }
-        // Asking for "b" again makes it the most recent and does not add work.
-        thumbs.load(QUrl::fromLocalFile(box.path(QStringLiteral("b.png"))), 100,
-                    [&order](const std::optional<QImage> &image) {
-                        if (image)
-                            order << QStringLiteral("b again");
-                    });
+        };
+        for (const char *name : {"a", "b", "c", "d", "e"})
+            ask(QLatin1String(name), &view);
+        const Thumbs::Ticket b = tickets[QStringLiteral("b")];
+        ask(QStringLiteral("b"), &view); // asked again: one answer, and now the most recent
+        QCOMPARE(tickets[QStringLiteral("b")], b);
+        ask(QStringLiteral("f"), gone.get());
+        gone.reset(); // a requester that is gone gets nothing, and its work is dropped
+        thumbs.cancel(tickets[QStringLiteral("c")]);
         QCOMPARE(thumbs.pendingCount(), 4);
-        QTRY_COMPARE(order.size(), 5);
+        thumbs.prioritize({QUrl::fromLocalFile(box.path(QStringLiteral("e.png"))),
+                           QUrl::fromLocalFile(box.path(QStringLiteral("d.png")))});
+        QTRY_COMPARE(thumbs.pendingCount(), 0);
         // "a" was already decoding when the others were asked for.
-        QCOMPARE(order, (QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("b again"),
-                                     QStringLiteral("d"), QStringLiteral("c")}));
+        QCOMPARE(order, (QStringList{QStringLiteral("a"), QStringLiteral("e"), QStringLiteral("d"), QStringLiteral("b")}));
+
+        // Beyond the bound the longest waiting are dropped unanswered.
+        int answered = 0;
+        for (int i = 0; i < Thumbs::queueLimit + 5; ++i)
+            thumbs.request(QUrl::fromLocalFile(box.path(QStringLiteral("no%1.png").arg(i))), 100, 1, &view,
+                           [&](const QImage &) { ++answered; });
+        QCOMPARE(thumbs.pendingCount(), Thumbs::queueLimit + 1); // one is decoding
+        thumbs.pool().setMaxThreadCount(50); // a test's event loop turns slowly
+        QTRY_COMPARE(thumbs.pendingCount(), 0);
+        QCOMPARE(answered, Thumbs::queueLimit + 1);
     }
 
     void diskCacheServesUnchangedFilesAndSurvivesDamage()
@@ -154,7 +195,7 @@ private Q_SLOTS:
         setMtime(path, 1700000000);
         {
             Thumbs first(std::make_shared<ThumbDiskCache>(diskDir));
-            QVERIFY(loadAndWait(first, file, 400));
+            QVERIFY(!loadAndWait(first, file, 400).isNull());
         }
         QCOMPARE(entries(diskDir).size(), 1);
 
@@ -165,22 +206,21 @@ private Q_SLOTS:
         setMtime(path, 1700000000);
         {
             Thumbs second(std::make_shared<ThumbDiskCache>(diskDir));
-            const auto image = loadAndWait(second, file, 400);
-            QVERIFY(image);
-            QCOMPARE(image->size(), QSize(400, 250));
-            QVERIFY(qRed(image->pixel(200, 125)) > 200);
+            const QImage image = loadAndWait(second, file, 400);
+            QCOMPARE(image.size(), QSize(512, 320)); // the 512 step
+            QVERIFY(qRed(image.pixel(200, 125)) > 200);
         }
         // A changed file is never shown stale.
         setMtime(path, 1700000100);
         {
             Thumbs third(std::make_shared<ThumbDiskCache>(diskDir));
-            QVERIFY(!loadAndWait(third, file, 400));
+            QVERIFY(loadAndWait(third, file, 400).isNull());
         }
 
         // Damaged entries count as missing and are written again.
         writeImage(path, {800, 500}, Qt::blue);
         ThumbDiskCache disk(diskDir);
-        const QString entry = disk.entryPath(path, 400);
+        const QString entry = disk.entryPath(path, 512);
         for (int damage = 0; damage < 2; ++damage) {
             QFile f(entry);
             if (f.exists()) {
@@ -198,9 +238,8 @@ private Q_SLOTS:
                 f.close();
             }
             Thumbs thumbs(std::make_shared<ThumbDiskCache>(diskDir));
-            const auto image = loadAndWait(thumbs, file, 400);
-            QVERIFY(image && qBlue(image->pixel(10, 10)) > 200);
-            QVERIFY(disk.read(path, 400, *ThumbDiskCache::stampOf(path)));
+            QVERIFY(qBlue(loadAndWait(thumbs, file, 400).pixel(10, 10)) > 200);
+            QVERIFY(disk.read(path, 512, *ThumbDiskCache::stampOf(path)));
         }
     }
 

@@ -2,7 +2,7 @@
 // and a single image also as a picture for editors and chat programs.
 #include "actions/fileactions.h"
 
-#include "actions/safefiles.h"
+#include "files/safefiles.h"
 
 #include <QBuffer>
 #include <QClipboard>

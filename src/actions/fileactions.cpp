@@ -1,7 +1,8 @@
 #include "actions/fileactions.h"
 
 #include "actions/prompts.h"
-#include "actions/safefiles.h"
+#include "files/safefiles.h"
+#include "meta/metastore.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -43,7 +44,7 @@ QList<AppChoice> FileActions::applications(const QUrl &file, AppLauncher &launch
     return launcher.applicationsFor(file);
 }
 
-void FileActions::showInFinder(const QList<QUrl> &files, FileManager &manager)
+void FileActions::showInFileManager(const QList<QUrl> &files, FileManager &manager)
 {
     if (!files.isEmpty())
         manager.showItems(files);
@@ -104,23 +105,29 @@ QList<QUrl> FileActions::duplicate(const QList<QUrl> &files)
     return written;
 }
 
-qint64 FileActions::move(const QList<QUrl> &files, const QUrl &folder, MetaStore *meta)
+FileActions::Moves FileActions::move(const QList<QUrl> &files, const QUrl &folder)
 {
     const QString target = QDir::cleanPath(QFileInfo(folder.toLocalFile()).absoluteFilePath());
-    qint64 moved = 0;
+    Moves moves;
     for (const QUrl &file : files) {
         const QFileInfo info(file.toLocalFile());
-        if (QDir::cleanPath(info.absolutePath()) == target)
-            continue; // already there
-        const QString wanted = joined(target, info.fileName());
-        const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(), wanted);
-        if (placed.isEmpty())
+        // Compared as folders, not as text: through a symlink the same
+        // folder has another name, and "moving" there would only renumber.
+        if (SafeFiles::sameObject(info.absolutePath(), target))
             continue;
-        if (meta)
-            meta->moveRecord(file, QUrl::fromLocalFile(placed));
-        ++moved;
+        const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(), joined(target, info.fileName()));
+        if (!placed.isEmpty())
+            moves.append({file, QUrl::fromLocalFile(placed)});
     }
-    return moved;
+    return moves;
+}
+
+void FileActions::carryRecords(const Moves &moves, MetaStore *meta)
+{
+    if (!meta)
+        return;
+    for (const auto &[from, to] : moves)
+        meta->moveRecord(from, to);
 }
 
 qint64 FileActions::trash(const QList<QUrl> &files, Trash &trash)

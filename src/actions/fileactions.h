@@ -1,17 +1,18 @@
 #pragma once
 
-#include "meta/metastore.h"
 #include "platform/applauncher.h"
 #include "platform/filemanager.h"
 #include "platform/trash.h"
 
 #include <QList>
+#include <QPair>
 #include <QString>
 #include <QUrl>
 
 #include <functional>
 #include <optional>
 
+class MetaStore;
 class QImage;
 class QMimeData;
 class TextPrompt;
@@ -22,8 +23,11 @@ class TextPrompt;
 // rest go on; nothing is ever written over, and only move and rename carry
 // the file's metadata record along.
 //
-// The platform services are parameters with the session's defaults, so
-// tests hand in their own.
+// The desktop services, the Trash and the metadata store are always passed
+// in, so nothing reaches the user's real ones by accident. The slow
+// operations (duplicate, the image copies, move, trash) are safe on a worker
+// thread and touch no model state; ActionRunner runs them there, and the
+// metadata records follow on the GUI thread (carryRecords).
 class FileActions
 {
 public:
@@ -35,14 +39,15 @@ public:
     // (a huge or maliciously small-compressed image fails cleanly).
     static constexpr qint64 maxDecodeBytes = 256LL * 1024 * 1024;
 
+    // Where files went: (from, to) for each file that moved.
+    using Moves = QList<QPair<QUrl, QUrl>>;
+
     // Opening.
-    static void open(const QList<QUrl> &files, AppLauncher &launcher = AppLauncher::shared());
-    static void openWith(const QList<QUrl> &files, const QUrl &app,
-                         AppLauncher &launcher = AppLauncher::shared());
-    static QList<AppChoice> applications(const QUrl &file,
-                                         AppLauncher &launcher = AppLauncher::shared());
-    static void showInFinder(const QList<QUrl> &files, FileManager &manager = FileManager::shared());
-    static void getInfo(const QUrl &file, FileManager &manager = FileManager::shared());
+    static void open(const QList<QUrl> &files, AppLauncher &launcher);
+    static void openWith(const QList<QUrl> &files, const QUrl &app, AppLauncher &launcher);
+    static QList<AppChoice> applications(const QUrl &file, AppLauncher &launcher);
+    static void showInFileManager(const QList<QUrl> &files, FileManager &manager);
+    static void getInfo(const QUrl &file, FileManager &manager);
 
     // The clipboard.
     static void copyFiles(const QList<QUrl> &files);
@@ -53,26 +58,28 @@ public:
     static QString pathsText(const QList<QUrl> &files);
     static QString markdownText(const QList<QUrl> &files);
 
-    // Renaming: asks for the new name, then renameTo. `done` gets the new
-    // location, or nothing when cancelled or refused.
+    // Renaming (GUI thread): asks for the new name, then renameTo. `done`
+    // gets the new location, or nothing when cancelled or refused. `meta`
+    // may be null.
     using RenameDone = std::function<void(const std::optional<QUrl> &)>;
-    static void rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta = &MetaStore::shared(),
-                       RenameDone done = {});
+    static void rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done = {});
     // Renames to exactly `newName` (trimmed) beside the file; fails when the
     // name is taken, empty, unchanged or not a single valid file name.
-    static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName,
-                                        MetaStore *meta = &MetaStore::shared());
+    static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName, MetaStore *meta);
 
     // New files beside the originals; each returns the files it wrote.
     static QList<QUrl> duplicate(const QList<QUrl> &files);
     static QList<QUrl> resizeHalf(const QList<QUrl> &files);
     static QList<QUrl> convertToJPG(const QList<QUrl> &files);
 
-    // Moves the files into `folder`; returns how many moved.
-    static qint64 move(const QList<QUrl> &files, const QUrl &folder,
-                       MetaStore *meta = &MetaStore::shared());
+    // Moves the files into `folder` and says where each one went. A file
+    // already in that folder (however the folder is spelled) stays and is
+    // not listed. The records are the caller's: carryRecords.
+    static Moves move(const QList<QUrl> &files, const QUrl &folder);
+    // Moves the metadata records after the files (GUI thread; `meta` may be null).
+    static void carryRecords(const Moves &moves, MetaStore *meta);
     // Moves each file to the Trash; returns how many went.
-    static qint64 trash(const QList<QUrl> &files, Trash &trash = Trash::shared());
+    static qint64 trash(const QList<QUrl> &files, Trash &trash);
 
     // `wanted` when nothing is there, else the first free "stem n.ext".
     static QUrl uniqueURL(const QUrl &wanted);

@@ -3,7 +3,7 @@
 // and renamed there only when complete, so a failure leaves nothing behind.
 #include "actions/fileactions.h"
 
-#include "actions/safefiles.h"
+#include "files/safefiles.h"
 
 #include <QColorSpace>
 #include <QFile>
@@ -31,10 +31,17 @@ std::optional<QImage> FileActions::readImage(const QString &path)
     // Refuse before decoding: the header's size is what decoding would cost,
     // whatever the compressed file's size.
     const QSize size = reader.size();
-    if (!size.isValid() || qint64(size.width()) * size.height() * 4 > maxDecodeBytes)
+    if (size.isValid() && qint64(size.width()) * size.height() * 4 > maxDecodeBytes)
+        return std::nullopt;
+    // Some readers (icons, for one) learn the size only while decoding. Qt's
+    // readers refuse any single picture above the allocation limit then, so
+    // decoding is safe only while that limit is on and within ours.
+    if (!size.isValid()
+        && (QImageReader::allocationLimit() <= 0
+            || qint64(QImageReader::allocationLimit()) * 1024 * 1024 > maxDecodeBytes))
         return std::nullopt;
     QImage image;
-    if (!reader.read(&image) || image.isNull())
+    if (!reader.read(&image) || image.isNull() || image.sizeInBytes() > maxDecodeBytes)
         return std::nullopt;
     return image;
 }

@@ -120,11 +120,11 @@ void AppDelegate::applicationDidFinishLaunching()
     //     joins here with the shelf view.
     // 11. New screenshots: the corner preview shows them unless the shelf
     //     is in front. The preview card itself joins here.
-    m_shelf->onFreshScreenshot = [self](const QUrl &) {
-        if (!self || self->shelfIsKey())
+    connect(m_shelf.get(), &Shelf::freshScreenshot, this, [this](const QUrl &) {
+        if (shelfIsKey())
             return;
         // The corner preview shows the file here.
-    };
+    });
     // 12.
     HotKey::registerShortcut();
     // 13. Automatic tidying starts here.
@@ -195,7 +195,16 @@ void AppDelegate::nameStatusToggle()
     m_statusMenu->actions().first()->setText(shown ? QStringLiteral("Hide Shelf") : QStringLiteral("Open Shelf"));
 }
 
-bool AppDelegate::shelfIsKey() const { return m_window && m_window->isVisible() && m_window->isActiveWindow(); }
+bool AppDelegate::shelfIsKey() const
+{
+    if (!m_window || !m_window->isVisible())
+        return false;
+    // Hidden and shown again while it kept the desktop's focus (the shortcut
+    // pressed twice in quick succession), the window gets no new focus event,
+    // so Qt's active window stays unset though the focus is ours.
+    return m_window->isActiveWindow()
+           || (m_window->windowHandle() && QGuiApplication::focusWindow() == m_window->windowHandle());
+}
 
 void AppDelegate::toggleShelf()
 {

@@ -88,6 +88,7 @@ public:
     QSystemTrayIcon *statusItem() const { return m_statusItem; }
     QMenu *statusMenu() const { return m_statusMenu.get(); }
     LoginItem &loginItem() const { return *m_loginItem; }
+    DiagnosticHooks &diagnostics() const { return *m_hooks; }
     // Visible and holding the keyboard focus of the desktop.
     bool shelfIsKey() const;
 

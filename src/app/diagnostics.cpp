@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <QWindow>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -35,6 +36,43 @@ constexpr int debugDelayMs = 1500;
 
 bool hookSet(const char *name) { return qEnvironmentVariableIsSet(name); }
 
+bool anyHookSet()
+{
+    for (const char *name : {"BRINDLEWICK_DEBUG", "BRINDLEWICK_OPEN", "BRINDLEWICK_SETTINGS", "BRINDLEWICK_CLICK",
+                             "BRINDLEWICK_MARQUEE", "BRINDLEWICK_KEY", "BRINDLEWICK_SNAPSHOT",
+                             "BRINDLEWICK_SNAPSHOT_SETTINGS"}) {
+        if (hookSet(name))
+            return true;
+    }
+    return false;
+}
+
+void writeToStandardError(const QString &line)
+{
+    const QByteArray bytes = (QStringLiteral("[Brindlewick] ") + line + QLatin1Char('\n')).toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
+    std::fflush(stderr);
+}
+
+// Runs `fn` `ms` from now (at once when `ms` is not positive), unless
+// `context` is gone by then. Precise: these delays are short and documented.
+template <typename Fn>
+void later(QObject *context, qint64 ms, Fn fn)
+{
+    if (context)
+        QTimer::singleShot(int(std::max<qint64>(ms, 0)), Qt::PreciseTimer, context, std::move(fn));
+}
+
+// Runs `fn` once every event posted so far has been handled: posted events
+// are delivered in order, so this comes after a synthetic event posted
+// just before it, however long the loop was held up.
+template <typename Fn>
+void afterPostedEvents(QObject *context, Fn fn)
+{
+    if (context)
+        QMetaObject::invokeMethod(context, std::move(fn), Qt::QueuedConnection);
+}
+
 void postMouse(ShelfWindow *window, QEvent::Type type, const QPointF &at, Qt::MouseButton button,
                Qt::MouseButtons buttons)
 {
@@ -54,13 +92,31 @@ QPointF centreInWindow(QWidget *cell, QWidget *window)
 
 } // namespace
 
-DiagnosticHooks::DiagnosticHooks(AppDelegate &delegate) : m_delegate(&delegate) {}
-
-void DiagnosticHooks::log(const QString &line)
+DiagnosticHooks::DiagnosticHooks(AppDelegate &delegate) : m_delegate(&delegate), m_sink(writeToStandardError)
 {
-    const QByteArray bytes = (QStringLiteral("[Brindlewick] ") + line + QLatin1Char('\n')).toUtf8();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
-    std::fflush(stderr);
+    m_clock.start();
+    // The shelf started its first scan when it was made; its result arrives
+    // through the event loop, so it cannot have been applied yet.
+    QObject::connect(&delegate.shelf(), &Shelf::scanApplied, &delegate, [this] {
+        m_scanned = true;
+        announceReadyIfDue();
+    });
+}
+
+DiagnosticHooks::~DiagnosticHooks() = default;
+
+void DiagnosticHooks::log(const QString &line) const
+{
+    if (m_sink)
+        m_sink(line);
+}
+
+void DiagnosticHooks::announceReadyIfDue()
+{
+    if (m_announced || !m_launched || !m_scanned || !anyHookSet())
+        return;
+    m_announced = true;
+    log(QStringLiteral("ready"));
 }
 
 QString DiagnosticHooks::typeName(const QObject *object)
@@ -75,7 +131,7 @@ void DiagnosticHooks::scheduleSettingsHook()
 {
     if (!hookSet("BRINDLEWICK_SETTINGS"))
         return;
-    QTimer::singleShot(settingsDelayMs, m_delegate, [this] {
+    later(m_delegate, settingsDelayMs, [this] {
         if (m_delegate)
             m_delegate->openSettings();
     });
@@ -83,34 +139,66 @@ void DiagnosticHooks::scheduleSettingsHook()
 
 void DiagnosticHooks::scheduleLaunchHooks()
 {
+    // The hooks' times count from here, the end of launching.
+    m_clock.restart();
     if (hookSet("BRINDLEWICK_OPEN")) {
-        QTimer::singleShot(openDelayMs, m_delegate, [this] {
+        later(m_delegate, openDelayMs, [this] {
             if (m_delegate)
                 m_delegate->showShelf();
         });
     }
-    if (hookSet("BRINDLEWICK_CLICK"))
-        QTimer::singleShot(clickDelayMs, m_delegate, [this] { click(); });
-    if (hookSet("BRINDLEWICK_MARQUEE"))
-        QTimer::singleShot(clickDelayMs, m_delegate, [this] { marquee(); });
     const QStringList tokens = keyTokens(qEnvironmentVariable("BRINDLEWICK_KEY"));
     for (qsizetype i = 0; i < tokens.size(); ++i) {
         const QString token = tokens.at(i);
-        QTimer::singleShot(keyFirstDelayMs + keySpacingMs * int(i), m_delegate, [this, token] { sendKey(token); });
+        enqueue({keyFirstDelayMs + keySpacingMs * i, keySpacingMs,
+                 [this, token](Done done) { sendKey(token, std::move(done)); }});
     }
+    if (hookSet("BRINDLEWICK_CLICK"))
+        enqueue({clickDelayMs, 0, [this](Done done) { click(std::move(done)); }});
+    if (hookSet("BRINDLEWICK_MARQUEE"))
+        enqueue({clickDelayMs, 0, [this](Done done) { marquee(std::move(done)); }});
+    m_launched = true;
+    announceReadyIfDue();
+}
+
+void DiagnosticHooks::enqueue(Gesture gesture)
+{
+    // Stable: gestures due at the same time keep the order they were given.
+    const auto at = std::upper_bound(m_gestures.begin(), m_gestures.end(), gesture.dueMs,
+                                     [](qint64 due, const Gesture &g) { return due < g.dueMs; });
+    m_gestures.insert(at, std::move(gesture));
+    runNextGesture();
+}
+
+void DiagnosticHooks::runNextGesture()
+{
+    if (m_gestureRunning || m_gestures.isEmpty())
+        return;
+    const Gesture &next = m_gestures.first();
+    qint64 startMs = next.dueMs;
+    if (next.keySpacingMs > 0 && m_lastKeyMs >= 0)
+        startMs = std::max(startMs, m_lastKeyMs + next.keySpacingMs);
+    m_gestureRunning = true;
+    later(m_delegate, startMs - m_clock.elapsed(), [this] {
+        const Gesture gesture = m_gestures.takeFirst();
+        gesture.run([this] {
+            m_gestureRunning = false;
+            runNextGesture();
+        });
+    });
 }
 
 void DiagnosticHooks::afterShow()
 {
     const QString path = qEnvironmentVariable("BRINDLEWICK_SNAPSHOT");
     if (!path.isEmpty()) {
-        QTimer::singleShot(snapshotDelayMs, m_delegate, [this, path] {
+        later(m_delegate, snapshotDelayMs, [this, path] {
             if (m_delegate)
                 snapshotWindow(m_delegate->window(), path);
         });
     }
     if (hookSet("BRINDLEWICK_DEBUG")) {
-        QTimer::singleShot(debugDelayMs, m_delegate, [this] {
+        later(m_delegate, debugDelayMs, [this] {
             ShelfWindow *window = m_delegate ? m_delegate->window() : nullptr;
             QWidget *responder = window ? window->focusWidget() : nullptr;
             // With no view focused, keys go to the window itself.
@@ -126,7 +214,7 @@ void DiagnosticHooks::afterOpenSettings(QWidget *sheet)
     if (path.isEmpty())
         return;
     QPointer<QWidget> target(sheet);
-    QTimer::singleShot(settingsSnapshotDelayMs, m_delegate, [target, path] {
+    later(m_delegate, settingsSnapshotDelayMs, [this, target, path] {
         if (target)
             snapshotWindow(target, path);
     });
@@ -191,7 +279,7 @@ QWidget *DiagnosticHooks::findCell(QWidget *root, const QUrl &url)
     return nullptr;
 }
 
-void DiagnosticHooks::snapshotWindow(QWidget *window, const QString &path)
+void DiagnosticHooks::snapshotWindow(QWidget *window, const QString &path) const
 {
     if (!window)
         return;
@@ -203,86 +291,104 @@ void DiagnosticHooks::snapshotWindow(QWidget *window, const QString &path)
         return;
     if (!image.save(&file, "PNG") || !file.commit())
         return;
-    log(QStringLiteral("snapshot %1x%2 -> %3").arg(image.width()).arg(image.height()).arg(path));
+    log(QStringLiteral("snapshot %1x%2 -> %3").arg(QString::number(image.width()), QString::number(image.height()), path));
 }
 
-void DiagnosticHooks::click()
+void DiagnosticHooks::click(Done done)
 {
-    if (!m_delegate)
+    ShelfWindow *window = m_delegate ? m_delegate->window() : nullptr;
+    const QList<QUrl> visible = window ? m_delegate->shelf().visible() : QList<QUrl>();
+    QWidget *cell = visible.isEmpty() ? nullptr : findCell(window, visible.first());
+    if (!cell) {
+        done();
         return;
-    ShelfWindow *window = m_delegate->window();
-    Shelf &shelf = m_delegate->shelf();
-    const QList<QUrl> visible = shelf.visible();
-    if (!window || visible.isEmpty())
-        return;
+    }
     const QUrl clicked = visible.first();
-    QWidget *cell = findCell(window, clicked);
-    if (!cell)
-        return;
     const QPointF p = centreInWindow(cell, window);
     QWidget *hit = window->childAt(p.toPoint());
     log(QStringLiteral("view under the click point: ")
         + typeName(hit ? static_cast<QObject *>(hit) : window));
     QPointer<ShelfWindow> target(window);
     postMouse(window, QEvent::MouseButtonPress, p, Qt::LeftButton, Qt::LeftButton);
-    QTimer::singleShot(clickReleaseDelayMs, m_delegate, [this, target, p, clicked] {
-        if (!target)
+    later(m_delegate, clickReleaseDelayMs, [this, target, p, clicked, done] {
+        if (!target) {
+            done();
             return;
+        }
         postMouse(target, QEvent::MouseButtonRelease, p, Qt::LeftButton, Qt::NoButton);
-        QTimer::singleShot(clickReportDelayMs, m_delegate, [this, clicked] {
-            if (!m_delegate)
-                return;
-            QStringList names;
-            for (const QUrl &url : m_delegate->shelf().selection())
-                names << QLatin1Char('"') + url.fileName() + QLatin1Char('"');
-            log(QStringLiteral("after click: selected [%1] (clicked %2)")
-                    .arg(names.join(QStringLiteral(", ")), clicked.fileName()));
+        const qint64 releasedMs = m_clock.elapsed();
+        afterPostedEvents(m_delegate, [this, releasedMs, clicked, done] {
+            later(m_delegate, releasedMs + clickReportDelayMs - m_clock.elapsed(), [this, clicked, done] {
+                QStringList names;
+                for (const QUrl &url : m_delegate->shelf().selection())
+                    names << QLatin1Char('"') + url.fileName() + QLatin1Char('"');
+                log(QStringLiteral("after click: selected [%1] (clicked %2)")
+                        .arg(names.join(QStringLiteral(", ")), clicked.fileName()));
+                done();
+            });
         });
     });
 }
 
-void DiagnosticHooks::marquee()
+void DiagnosticHooks::marquee(Done done)
 {
-    if (!m_delegate)
+    ShelfWindow *window = m_delegate ? m_delegate->window() : nullptr;
+    const QList<QUrl> visible = window ? m_delegate->shelf().visible() : QList<QUrl>();
+    QWidget *cell = visible.size() < 2 ? nullptr : findCell(window, visible.at(1));
+    if (!cell) {
+        done();
         return;
-    ShelfWindow *window = m_delegate->window();
-    const QList<QUrl> visible = m_delegate->shelf().visible();
-    if (!window || visible.size() < 2)
-        return;
-    QWidget *cell = findCell(window, visible.at(1));
-    if (!cell)
-        return;
+    }
     // From empty grid background 40 points in from the right edge and 60
     // above the bottom, to the centre of the second cell.
     const QPointF s(window->width() - 40, window->height() - 60);
     const QPointF t = centreInWindow(cell, window);
+    const qint64 pressedMs = m_clock.elapsed();
     QPointer<ShelfWindow> target(window);
     postMouse(window, QEvent::MouseButtonPress, s, Qt::LeftButton, Qt::LeftButton);
-    for (int k = 1; k <= marqueeSteps; ++k) {
-        const QPointF at = s + (t - s) * (double(k) / marqueeSteps);
-        QTimer::singleShot(k * marqueeStepMs, m_delegate, [target, at] {
-            if (target)
-                postMouse(target, QEvent::MouseMove, at, Qt::NoButton, Qt::LeftButton);
-        });
-    }
-    QTimer::singleShot(marqueeReleaseMs, m_delegate, [this, target, t] {
-        if (!target)
+
+    auto release = [this, target, t, done] {
+        if (!target) {
+            done();
             return;
+        }
         postMouse(target, QEvent::MouseButtonRelease, t, Qt::LeftButton, Qt::NoButton);
-        QTimer::singleShot(marqueeReportDelayMs, m_delegate, [this] {
-            if (m_delegate)
+        const qint64 releasedMs = m_clock.elapsed();
+        afterPostedEvents(m_delegate, [this, releasedMs, done] {
+            later(m_delegate, releasedMs + marqueeReportDelayMs - m_clock.elapsed(), [this, done] {
                 log(QStringLiteral("after marquee: selected slots ") + selectedSlots(m_delegate->shelf()));
+                done();
+            });
         });
-    });
+    };
+    // Built from the last step back: each step schedules the next, so they
+    // go out in order even when their times have all passed.
+    std::function<void()> next = [this, pressedMs, release] {
+        later(m_delegate, pressedMs + marqueeReleaseMs - m_clock.elapsed(), release);
+    };
+    for (int k = marqueeSteps; k >= 1; --k) {
+        const QPointF at = s + (t - s) * (double(k) / marqueeSteps);
+        const qint64 dueMs = pressedMs + k * marqueeStepMs;
+        next = [this, target, at, dueMs, next] {
+            later(m_delegate, dueMs - m_clock.elapsed(), [target, at, next] {
+                if (target)
+                    postMouse(target, QEvent::MouseMove, at, Qt::NoButton, Qt::LeftButton);
+                next();
+            });
+        };
+    }
+    next();
 }
 
-void DiagnosticHooks::sendKey(const QString &tokenText)
+void DiagnosticHooks::sendKey(const QString &tokenText, Done done)
 {
-    if (!m_delegate)
-        return;
+    // A token that does not parse is skipped but keeps its place in time.
+    m_lastKeyMs = m_clock.elapsed();
     const std::optional<KeyToken> token = parseKeyToken(tokenText);
-    if (!token)
+    if (!token || !m_delegate) {
+        done();
         return;
+    }
     ShelfWindow *window = m_delegate->window();
     const auto key = KeyTable::forVirtualCode(token->code);
     if (window && window->windowHandle() && key) {
@@ -295,22 +401,33 @@ void DiagnosticHooks::sendKey(const QString &tokenText)
                                     new QKeyEvent(QEvent::KeyPress, key->key, modifiers,
                                                   KeyTable::textForVirtualCode(token->code)));
     }
+    const qint64 sentMs = m_lastKeyMs;
     const QString text = token->text;
-    QTimer::singleShot(keyReportDelayMs, m_delegate, [this, text] {
-        if (!m_delegate)
-            return;
-        Shelf &shelf = m_delegate->shelf();
-        QString line = QStringLiteral("after key %1: selected slots %2 columns=%3")
-                           .arg(text, selectedSlots(shelf))
-                           .arg(shelf.columns());
-        ShelfWindow *window = m_delegate->window();
-        if (QWidget *cell = shelf.cursor().isEmpty() ? nullptr : findCell(window, shelf.cursor())) {
-            const QRect r(cell->mapTo(window, QPoint(0, 0)), cell->size());
-            const int h = window->height();
-            const bool fully = r.top() >= 0 && r.top() + r.height() <= h;
-            line += (fully ? QStringLiteral(" cursor cell fully visible (y ") : QStringLiteral(" cursor cell OFFSCREEN (y "))
-                    + QStringLiteral("%1\u2013%2 of %3)").arg(r.top()).arg(r.top() + r.height()).arg(h);
-        }
-        log(line);
+    // The report waits for the key to be handled, and the next key waits
+    // for the report.
+    afterPostedEvents(m_delegate, [this, sentMs, text, done] {
+        later(m_delegate, sentMs + keyReportDelayMs - m_clock.elapsed(), [this, text, done] {
+            reportKey(text);
+            done();
+        });
     });
+}
+
+void DiagnosticHooks::reportKey(const QString &text) const
+{
+    if (!m_delegate)
+        return;
+    Shelf &shelf = m_delegate->shelf();
+    QString line = QStringLiteral("after key %1: selected slots %2 columns=%3")
+                       .arg(text, selectedSlots(shelf))
+                       .arg(shelf.columns());
+    ShelfWindow *window = m_delegate->window();
+    if (QWidget *cell = shelf.cursor().isEmpty() ? nullptr : findCell(window, shelf.cursor())) {
+        const QRect r(cell->mapTo(window, QPoint(0, 0)), cell->size());
+        const int h = window->height();
+        const bool fully = r.top() >= 0 && r.top() + r.height() <= h;
+        line += (fully ? QStringLiteral(" cursor cell fully visible (y ") : QStringLiteral(" cursor cell OFFSCREEN (y "))
+                + QStringLiteral("%1\u2013%2 of %3)").arg(r.top()).arg(r.top() + r.height()).arg(h);
+    }
+    log(line);
 }

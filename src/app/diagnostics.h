@@ -1,10 +1,12 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QList>
 #include <QPointer>
 #include <QString>
 #include <QUrl>
 #include <Qt>
+#include <functional>
 #include <optional>
 
 class AppDelegate;
@@ -26,18 +28,38 @@ class Shelf;
 //   BRINDLEWICK_SNAPSHOT_SETTINGS  PNG of the settings 1.5 s after they open
 //   BRINDLEWICK_DEBUG              the focused view 1.5 s after every show
 //
+// With any of them set, "[Brindlewick] ready" is written once launching has
+// finished and the first scan of the folder is in, so a harness can wait
+// for it instead of guessing.
+//
+// The click, the marquee and the keys are gestures that run one at a time:
+// each starts when it falls due, but never before the previous one has
+// written its report, so a report describes exactly the input sent so far
+// however late a busy machine runs the event loop. The times above are the
+// earliest a gesture starts.
+//
 // The click and marquee find an item's cell by searching the shelf window's
 // widgets depth first for a visible CellInteractionView whose `url`
 // property is the item's file.
 class DiagnosticHooks
 {
 public:
+    using LogSink = std::function<void(const QString &line)>;
+
+    // `delegate` must already own its shelf: the first scan is watched from here.
     explicit DiagnosticHooks(AppDelegate &delegate);
+    ~DiagnosticHooks();
 
     void scheduleSettingsHook();
+    // The last step of launching: schedules the launch hooks and writes the
+    // ready line once the first scan is in.
     void scheduleLaunchHooks();
     void afterShow();
     void afterOpenSettings(QWidget *sheet);
+
+    // Where the lines go (without the "[Brindlewick] " prefix); standard
+    // error unless a test listens instead.
+    void setLogSink(LogSink sink) { m_sink = std::move(sink); }
 
     // One key token: modifier letters ("S" Shift, "C" Ctrl) and a virtual
     // key code ("C18" is Ctrl+1). std::nullopt for a token that does not
@@ -55,15 +77,36 @@ public:
     // "1,3": the 1-based places in `visible` of the selected items.
     static QString selectedSlots(const Shelf &shelf);
     static QWidget *findCell(QWidget *root, const QUrl &url);
-    // Writes `window` as a PNG (atomically) and logs it; silent on failure.
-    static void snapshotWindow(QWidget *window, const QString &path);
     static QString typeName(const QObject *object);
-    static void log(const QString &line);
 
 private:
-    void click();
-    void marquee();
-    void sendKey(const QString &token);
+    using Done = std::function<void()>;
+    struct Gesture
+    {
+        qint64 dueMs = 0;        // after launch
+        qint64 keySpacingMs = 0; // at least this long after the previous key
+        std::function<void(Done)> run;
+    };
+
+    void log(const QString &line) const;
+    void snapshotWindow(QWidget *window, const QString &path) const;
+    void announceReadyIfDue();
+
+    void enqueue(Gesture gesture);
+    void runNextGesture();
+    void click(Done done);
+    void marquee(Done done);
+    void sendKey(const QString &token, Done done);
+    void reportKey(const QString &token) const;
 
     QPointer<AppDelegate> m_delegate;
+    LogSink m_sink;
+    bool m_launched = false;
+    bool m_scanned = false;
+    bool m_announced = false;
+
+    QElapsedTimer m_clock; // since launch
+    QList<Gesture> m_gestures;
+    bool m_gestureRunning = false;
+    qint64 m_lastKeyMs = -1;
 };

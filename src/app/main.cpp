@@ -3,6 +3,7 @@
 #include "app/quitsignals.h"
 #include "app/singleinstance.h"
 #include "meta/metastore.h"
+#include "meta/textindexer.h"
 #include "platform/frontapp.h"
 #include "system/capturelocation.h"
 #include "system/loginitem.h"
@@ -14,6 +15,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -53,17 +57,27 @@ int main(int argc, char *argv[])
     app.setQuitOnLastWindowClosed(false);
     app.setWindowIcon(appIcon());
 
-    // A second start shows the running one's shelf instead.
+    // A second start shows the running one's shelf instead, and ends before
+    // it touches any shared file.
     SingleInstance instance(SingleInstance::defaultSocketPath());
-    if (instance.sendToRunning(toggle ? "toggle" : "show"))
-        return 0;
-    instance.listen();
+    // Test hook: several starts wait here on one FIFO and are let go at the
+    // same instant, when the test opens it for writing.
+    if (const QByteArray gate = qgetenv("BRINDLEWICK_START_GATE"); !gate.isEmpty())
+        ::close(::open(gate.constData(), O_RDONLY | O_CLOEXEC));
+    if (!instance.claim()) {
+        if (instance.sendToRunning(toggle ? "toggle" : "show"))
+            return 0;
+        std::fputs("Brindlewick is already running, but did not answer.\n", stderr);
+        return 1;
+    }
 
     // The process-wide instances exist before the exit hook is registered,
     // so they are still alive when it runs.
     CaptureLocation::shared();
     std::atexit(restoreCaptureLocationAtExit);
     quitOnTerminationSignals();
+    // Unsaved records and recognised text are written at quit.
+    saveOnQuit(MetaStore::shared(), TextIndexer::shared());
 
     const std::unique_ptr<FrontApp> frontApp = makeFrontApp();
     AppDelegate delegate(Prefs::shared(), CaptureLocation::shared(), &MetaStore::shared(), frontApp.get());

@@ -1,15 +1,44 @@
 #include "app/quitsignals.h"
 
-#include <QCoreApplication>
+#include "meta/metastore.h"
+#include "meta/textindexer.h"
+
+#include <QGuiApplication>
+#include <QSessionManager>
 #include <QSocketNotifier>
+#include <QThread>
 
 #include <csignal>
+#include <cstdlib>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
 
 int signalPipe[2] = {-1, -1};
+
+MetaStore *quitStore = nullptr;
+TextIndexer *quitIndexer = nullptr;
+
+void saveNow(bool quitting)
+{
+    if (!quitStore || !quitIndexer)
+        return;
+    if (quitting)
+        quitIndexer->stopForQuit();
+    else
+        quitIndexer->storeRecognised();
+    quitStore->flush();
+}
+
+void saveAtExit()
+{
+    // After main() returns the application is gone and the quit already
+    // saved; only an exit() from inside the event loop gets here with work.
+    const QCoreApplication *app = QCoreApplication::instance();
+    if (app && QThread::currentThread() == app->thread())
+        saveNow(true);
+}
 
 void onSignal(int)
 {
@@ -36,4 +65,15 @@ void quitOnTerminationSignals()
     action.sa_flags = SA_RESTART;
     for (int signal : {SIGTERM, SIGINT, SIGHUP})
         ::sigaction(signal, &action, nullptr);
+}
+
+void saveOnQuit(MetaStore &store, TextIndexer &indexer)
+{
+    quitStore = &store;
+    quitIndexer = &indexer;
+    QCoreApplication *app = QCoreApplication::instance();
+    QObject::connect(app, &QCoreApplication::aboutToQuit, &store, [] { saveNow(true); });
+    if (auto *gui = qobject_cast<QGuiApplication *>(app))
+        QObject::connect(gui, &QGuiApplication::commitDataRequest, &store, [](QSessionManager &) { saveNow(false); });
+    std::atexit(saveAtExit);
 }

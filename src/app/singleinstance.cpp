@@ -1,15 +1,36 @@
 #include "app/singleinstance.h"
 
 #include <QDir>
+#include <QFile>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QStandardPaths>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
-SingleInstance::SingleInstance(QString socketPath, QObject *parent)
-    : QObject(parent), m_socketPath(std::move(socketPath))
+namespace {
+
+int openLockFile(const QString &path)
 {
+    return ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+}
+
+} // namespace
+
+SingleInstance::SingleInstance(QString basePath, QObject *parent)
+    : QObject(parent), m_socketPath(std::move(basePath))
+{
+}
+
+SingleInstance::~SingleInstance()
+{
+    // Closed last: the socket goes first, so a start that wins the lock
+    // next finds no one listening.
+    delete m_server;
+    m_server = nullptr;
+    if (m_lockFd >= 0)
+        ::close(m_lockFd);
 }
 
 QString SingleInstance::defaultSocketPath()
@@ -17,14 +38,29 @@ QString SingleInstance::defaultSocketPath()
     QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (folder.isEmpty() || !QDir(folder).exists())
         folder = QDir::tempPath();
-    QString display = qEnvironmentVariable("WAYLAND_DISPLAY");
-    if (display.isEmpty())
-        display = qEnvironmentVariable("DISPLAY");
-    for (QChar &c : display) {
-        if (!c.isLetterOrNumber())
-            c = QLatin1Char('_');
+    return folder + QStringLiteral("/brindlewick-%1.socket").arg(::getuid());
+}
+
+bool SingleInstance::claim()
+{
+    // The gate makes "take the lock, then listen" one step as others see
+    // it: a loser waits at the gate until the winner listens, instead of
+    // polling for a socket that is not there yet. It is held for
+    // milliseconds, never while running.
+    const int gate = openLockFile(m_socketPath + QStringLiteral(".gate"));
+    if (gate >= 0)
+        (void)::flock(gate, LOCK_EX);
+    m_lockFd = openLockFile(m_socketPath + QStringLiteral(".lock"));
+    const bool won = m_lockFd >= 0 && ::flock(m_lockFd, LOCK_EX | LOCK_NB) == 0;
+    if (won) {
+        listen();
+    } else if (m_lockFd >= 0) {
+        ::close(m_lockFd);
+        m_lockFd = -1;
     }
-    return folder + QStringLiteral("/brindlewick-%1-%2.socket").arg(::getuid()).arg(display);
+    if (gate >= 0)
+        ::close(gate);
+    return won;
 }
 
 bool SingleInstance::sendToRunning(const QByteArray &request, int timeoutMs)
@@ -41,17 +77,14 @@ bool SingleInstance::sendToRunning(const QByteArray &request, int timeoutMs)
     return true;
 }
 
-bool SingleInstance::listen()
+void SingleInstance::listen()
 {
     m_server = new QLocalServer(this);
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
-    if (!m_server->listen(m_socketPath)) {
-        // Nobody answered on it (sendToRunning failed first), so the socket
-        // is a leftover.
-        QLocalServer::removeServer(m_socketPath);
-        if (!m_server->listen(m_socketPath))
-            return false;
-    }
+    // We hold the lock, so a socket file is a crashed run's leftover.
+    QLocalServer::removeServer(m_socketPath);
+    if (!m_server->listen(m_socketPath))
+        return; // still the one instance, only unreachable
     connect(m_server, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket *client = m_server->nextPendingConnection()) {
             connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
@@ -64,5 +97,4 @@ bool SingleInstance::listen()
             });
         }
     });
-    return true;
 }

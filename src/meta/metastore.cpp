@@ -1,30 +1,99 @@
 #include "meta/metastore.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QPointer>
 #include <QSaveFile>
 #include <QStandardPaths>
-#include <QTimer>
-#include <QCoreApplication>
-#include <QPointer>
 #include <QThreadPool>
+#include <QTimer>
 #include <QtConcurrent>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
 QString fileNameOf(const QUrl &url) { return url.fileName(); }
 
+constexpr unsigned appField = 1, appPathField = 2, textField = 4, textAtField = 8;
+
+unsigned alteredFields(const FileMeta &before, const FileMeta &after)
+{
+    return (before.app != after.app ? appField : 0) | (before.appPath != after.appPath ? appPathField : 0)
+           | (before.text != after.text ? textField : 0) | (before.textAt != after.textAt ? textAtField : 0);
+}
+
+void applyFields(FileMeta &record, const FileMeta &from, unsigned fields)
+{
+    if (fields & appField)
+        record.app = from.app;
+    if (fields & appPathField)
+        record.appPath = from.appPath;
+    if (fields & textField)
+        record.text = from.text;
+    if (fields & textAtField)
+        record.textAt = from.textAt;
+}
+
+// Runs `work` on the I/O thread, then `done` on the GUI thread unless the
+// store is gone by then.
+template<typename Work, typename Done>
+void runOnIoThread(MetaStore *store, Work work, Done done)
+{
+    QPointer<MetaStore> self(store);
+    (void)QtConcurrent::run(&MetaStore::ioThread(), [self, work = std::move(work), done = std::move(done)]() mutable {
+        work();
+        QCoreApplication *app = QCoreApplication::instance();
+        if (!app)
+            return; // the program is ending
+        QMetaObject::invokeMethod(
+            app,
+            [self = std::move(self), done = std::move(done)] {
+                if (self)
+                    done(self.data());
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+bool isRegularOrAbsent(const QString &path)
+{
+    struct stat st;
+    if (::stat(QFile::encodeName(path).constData(), &st) == 0)
+        return S_ISREG(st.st_mode);
+    return errno == ENOENT;
+}
+
+QString setAsideName(const QString &filePath)
+{
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'"));
+    QString name = filePath + QStringLiteral(".unreadable-") + stamp;
+    for (int n = 2; QFileInfo::exists(name) || QFileInfo(name).isSymLink(); ++n)
+        name = filePath + QStringLiteral(".unreadable-") + stamp + QLatin1Char('-') + QString::number(n);
+    return name;
+}
+
 } // namespace
 
 MetaStore::MetaStore(const QString &filePath, QObject *parent)
-    : QObject(parent), m_filePath(filePath), m_saveWork(new QTimer(this))
+    : QObject(parent), m_filePath(filePath), m_saveWork(new QTimer(this)),
+      m_loadResult(std::make_shared<std::optional<LoadResult>>())
 {
     m_saveWork->setSingleShot(true);
     m_saveWork->setInterval(saveDelayMs);
     connect(m_saveWork, &QTimer::timeout, this, &MetaStore::save);
-    QDir().mkpath(QFileInfo(filePath).absolutePath());
-    load();
+    runOnIoThread(
+        this,
+        [slot = m_loadResult, filePath] {
+            QDir().mkpath(QFileInfo(filePath).absolutePath());
+            *slot = readFile(filePath);
+        },
+        [](MetaStore *self) { self->finishLoad(); });
 }
 
 MetaStore::~MetaStore() = default;
@@ -42,21 +111,116 @@ MetaStore &MetaStore::shared()
     return *instance;
 }
 
-void MetaStore::load()
+QThreadPool &MetaStore::ioThread()
 {
-    QFile file(m_filePath);
-    if (!file.exists())
-        return;
-    if (!file.open(QIODevice::ReadOnly)) {
-        m_setAsideBeforeSave = true;
-        return;
+    // One thread for every store: reads and writes never overlap, and the
+    // GUI thread never waits for a large file.
+    static QThreadPool *pool = [] {
+        auto *p = new QThreadPool;
+        p->setMaxThreadCount(1);
+        p->setExpiryTimeout(-1);
+        return p;
+    }();
+    return *pool;
+}
+
+MetaStore::LoadResult MetaStore::readFile(const QString &filePath)
+{
+    LoadResult result;
+    const QByteArray path = QFile::encodeName(filePath);
+    // Non-blocking: opening a pipe for reading would otherwise wait for a writer.
+    const int fd = ::open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    struct stat st;
+    if (fd < 0) {
+        if (::stat(path.constData(), &st) != 0)
+            result.state = errno == ENOENT ? OnDisk::missing : OnDisk::notAFile;
+        else
+            result.state = S_ISREG(st.st_mode) ? OnDisk::unreadable : OnDisk::notAFile;
+        return result;
     }
-    auto decoded = decode(file.readAll());
-    if (!decoded) {
-        m_setAsideBeforeSave = true;
-        return;
+    result.state = OnDisk::unreadable;
+    QByteArray bytes;
+    if (::fstat(fd, &st) != 0) {
+        ::close(fd);
+        return result;
     }
-    m_byName = std::move(*decoded);
+    if (!S_ISREG(st.st_mode)) {
+        ::close(fd);
+        result.state = OnDisk::notAFile;
+        return result;
+    }
+    bool ok = st.st_size <= maxFileBytes;
+    if (ok) {
+        bytes.resize(qsizetype(st.st_size) + 1);
+        qsizetype filled = 0;
+        while (true) {
+            if (filled == bytes.size()) {
+                if (bytes.size() > maxFileBytes) {
+                    ok = false;
+                    break;
+                }
+                bytes.resize(bytes.size() * 2); // it grew as we read
+            }
+            const ssize_t n = ::read(fd, bytes.data() + filled, size_t(bytes.size() - filled));
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n < 0) {
+                ok = false;
+                break;
+            }
+            if (n == 0)
+                break;
+            filled += n;
+        }
+        bytes.truncate(filled);
+    }
+    ::close(fd);
+    if (!ok)
+        return result;
+    if (auto decoded = decode(bytes)) {
+        result.state = OnDisk::records;
+        result.records = std::move(*decoded);
+    }
+    return result;
+}
+
+void MetaStore::finishLoad()
+{
+    if (m_loaded || !*m_loadResult)
+        return;
+    LoadResult result = std::move(**m_loadResult);
+    m_loadResult->reset();
+    m_loaded = true;
+    m_setAsideBeforeSave = result.state == OnDisk::unreadable;
+
+    // What was done before the load lands on top of it, in order.
+    QHash<QString, FileMeta> records = std::move(result.records);
+    bool replayed = false;
+    for (const Early &early : std::as_const(m_early)) {
+        if (!early.to.isNull()) {
+            const auto it = records.find(early.name);
+            if (it == records.end())
+                continue;
+            const FileMeta record = *it;
+            records.erase(it);
+            records.insert(early.to, record);
+        } else {
+            FileMeta &record = records[early.name];
+            applyFields(record, early.altered, early.fields);
+        }
+        replayed = true;
+    }
+    m_early.clear();
+    m_byName = std::move(records);
+    if (replayed)
+        m_unsaved = true;
+    Q_EMIT byNameChanged();
+    Q_EMIT loaded();
+    if (m_saveWhenLoaded) {
+        m_saveWhenLoaded = false;
+        if (m_unsaved)
+            save();
+    }
 }
 
 std::optional<FileMeta> MetaStore::meta(const QUrl &file) const { return metaForName(fileNameOf(file)); }
@@ -72,92 +236,104 @@ std::optional<FileMeta> MetaStore::metaForName(const QString &fileName) const
 void MetaStore::update(const QUrl &file, const std::function<void(FileMeta &)> &change)
 {
     const QString name = fileNameOf(file);
-    FileMeta record = m_byName.value(name);
+    const FileMeta before = m_byName.value(name);
+    FileMeta record = before;
     change(record);
     m_byName.insert(name, record);
-    Q_EMIT byNameChanged();
-    scheduleSave();
+    if (!m_loaded)
+        m_early.append({name, QString(), record, alteredFields(before, record)});
+    changed();
 }
 
 void MetaStore::moveRecord(const QUrl &from, const QUrl &to)
 {
+    if (!m_loaded) {
+        // The record may be in the file still on its way.
+        m_early.append({fileNameOf(from), fileNameOf(to), {}, 0});
+        scheduleSave();
+    }
     const auto it = m_byName.find(fileNameOf(from));
     if (it == m_byName.end())
         return;
     FileMeta record = *it;
     m_byName.erase(it);
     m_byName.insert(fileNameOf(to), record);
+    changed();
+}
+
+void MetaStore::changed()
+{
+    m_unsaved = true;
     Q_EMIT byNameChanged();
     scheduleSave();
 }
 
 void MetaStore::scheduleSave() { m_saveWork->start(); }
 
-namespace {
-
-// One worker for every store: writes never overlap, and the GUI thread never
-// waits for a large encode.
-QThreadPool &writerPool()
-{
-    static QThreadPool *pool = [] {
-        auto *p = new QThreadPool;
-        p->setMaxThreadCount(1);
-        p->setExpiryTimeout(-1);
-        return p;
-    }();
-    return *pool;
-}
-
-QString setAsideName(const QString &filePath)
-{
-    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'"));
-    QString name = filePath + QStringLiteral(".unreadable-") + stamp;
-    for (int n = 2; QFileInfo::exists(name) || QFileInfo(name).isSymLink(); ++n)
-        name = filePath + QStringLiteral(".unreadable-") + stamp + QLatin1Char('-') + QString::number(n);
-    return name;
-}
-
-} // namespace
-
 void MetaStore::save()
 {
     m_saveWork->stop();
+    if (!m_loaded) {
+        m_saveWhenLoaded = true;
+        return;
+    }
     if (m_writing) {
         m_writeAgain = true;
         return;
     }
     m_writing = true;
+    m_unsaved = false;
     // Implicitly shared: the copy is cheap. A change made while the writer
     // still holds it detaches, copying the records once.
     QHash<QString, FileMeta> snapshot = m_byName;
-    const QString path = m_filePath;
-    const bool setAsideFirst = m_setAsideBeforeSave;
-    QPointer<MetaStore> self(this);
-    (void)QtConcurrent::run(&writerPool(), [self, snapshot = std::move(snapshot), path, setAsideFirst]() mutable {
-        const WriteResult result = writeSnapshot(std::move(snapshot), path, setAsideFirst);
-        QCoreApplication *app = QCoreApplication::instance();
-        if (!app)
-            return; // the program is ending
-        QMetaObject::invokeMethod(
-            app,
-            [self, result] {
-                if (self)
-                    self->onWriteFinished(result);
-            },
-            Qt::QueuedConnection);
-    });
+    m_writeResult = std::make_shared<std::optional<WriteResult>>();
+    runOnIoThread(
+        this,
+        [slot = m_writeResult, snapshot = std::move(snapshot), path = m_filePath,
+         setAsideFirst = m_setAsideBeforeSave]() mutable {
+            *slot = writeSnapshot(std::move(snapshot), path, setAsideFirst);
+        },
+        [](MetaStore *self) { self->finishWrite(); });
 }
 
-void MetaStore::onWriteFinished(WriteResult result)
+void MetaStore::finishWrite()
 {
+    if (!m_writing || !m_writeResult || !*m_writeResult)
+        return;
+    const WriteResult result = **m_writeResult;
+    m_writeResult.reset();
     m_writing = false;
     if (result.setAside)
         m_setAsideBeforeSave = false;
+    if (!result.written)
+        m_unsaved = true; // the next change, or the flush at quit, tries again
     Q_EMIT saveFinished(result.written);
     if (m_writeAgain) {
         m_writeAgain = false;
         save();
     }
+}
+
+bool MetaStore::flush(int timeoutMs)
+{
+    m_saveWork->stop();
+    if (!ioThread().waitForDone(timeoutMs))
+        return false; // a load or a write is stuck: writing now could drop records
+    // Take in what the I/O thread finished, without starting anything new there.
+    m_saveWhenLoaded = false;
+    m_writeAgain = false;
+    finishLoad();
+    finishWrite();
+    if (!m_loaded)
+        return false;
+    if (!m_unsaved)
+        return true;
+    const WriteResult result = writeSnapshot(m_byName, m_filePath, m_setAsideBeforeSave);
+    if (result.setAside)
+        m_setAsideBeforeSave = false;
+    m_unsaved = !result.written;
+    Q_EMIT saveFinished(result.written);
+    return result.written;
 }
 
 MetaStore::WriteResult MetaStore::writeSnapshot(QHash<QString, FileMeta> records, const QString &filePath,
@@ -166,6 +342,9 @@ MetaStore::WriteResult MetaStore::writeSnapshot(QHash<QString, FileMeta> records
     WriteResult result;
     const QByteArray bytes = encode(records);
     records = {}; // let go before the slow part: changes from now on copy nothing
+    // A pipe, a device or a folder in the file's place is not ours to replace.
+    if (!isRegularOrAbsent(filePath))
+        return result;
     if (setAsideFirst) {
         // Keep whatever we could not read; never write over it.
         const QFileInfo existing(filePath);

@@ -2,13 +2,16 @@
 
 #include <QDateTime>
 #include <QHash>
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <QUrl>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
+class QThreadPool;
 class QTimer;
 
 // What we know about one screenshot that the file itself does not carry.
@@ -24,32 +27,59 @@ struct FileMeta
 };
 
 // Per-file records keyed by file name, kept in memory and written to one JSON
-// file 1 s after the last change. GUI thread only; the encoding and writing of
-// a save happen on a worker thread from a snapshot, one write at a time.
+// file 1 s after the last change. GUI thread only; reading the file, and the
+// encoding and writing of each save, happen on one I/O thread.
+//
+// Loading. The file is read on the I/O thread, so the shelf shows its names
+// at once and the records follow: until `loaded()`, `byName()` holds only the
+// changes made since start. Changes and moves made before the load lands are
+// replayed over the loaded records when it does (a change counts by the fields
+// it altered), and no save is written before that, since it would drop the
+// records still on their way. `byNameChanged()` follows the load, so search
+// and the views look again.
+//
+// What is on disk is never thrown away. Only a regular file is read (opened
+// non-blocking, so a pipe or a device in its place cannot hang us). A regular
+// file that cannot be read or decoded, or is implausibly large, is renamed
+// aside ("meta.json.unreadable-<time>") before the first save. Anything else
+// in its place (a pipe, a socket, a device, a folder) is not ours to move or
+// replace: the store works in memory and its saves are refused for as long as
+// that entry is there.
 class MetaStore : public QObject
 {
     Q_OBJECT
 
 public:
     static constexpr int saveDelayMs = 1000;
+    // Far above any real store (100,000 records of recognised text); a bigger
+    // file is not ours and is set aside unread.
+    static constexpr qint64 maxFileBytes = 512LL * 1024 * 1024;
 
-    // Loads `filePath` (a missing or unreadable file gives an empty store).
+    // Starts loading `filePath` (missing, unreadable: an empty store).
     explicit MetaStore(const QString &filePath, QObject *parent = nullptr);
     ~MetaStore() override;
 
-    // $XDG_DATA_HOME/Brindlewick/meta.json, loaded on first use.
+    // $XDG_DATA_HOME/Brindlewick/meta.json. Program wiring only.
     static MetaStore &shared();
     static QString defaultFilePath();
+    // The one thread that reads and writes every store's file, in order.
+    static QThreadPool &ioThread();
+
+    bool isLoaded() const { return m_loaded; }
 
     std::optional<FileMeta> meta(const QUrl &file) const;
     std::optional<FileMeta> metaForName(const QString &fileName) const;
     void update(const QUrl &file, const std::function<void(FileMeta &)> &change);
     void moveRecord(const QUrl &from, const QUrl &to);
     void scheduleSave();
-    // Starts writing the records as they are now. While a write is under way
-    // a second one waits for it, so the newest records always land last.
+    // Starts writing the records as they are now (once loaded). While a write
+    // is under way a second one waits for it, so the newest records land last.
     void save();
     bool isSaving() const { return m_writing; }
+    // The last word before the program ends: waits at most `timeoutMs` for
+    // the load and any write under way, then writes what is unsaved on this
+    // thread. False when something is left unwritten.
+    bool flush(int timeoutMs = 3000);
 
     const QHash<QString, FileMeta> &byName() const { return m_byName; }
     QString filePath() const { return m_filePath; }
@@ -61,25 +91,51 @@ public:
 
 Q_SIGNALS:
     void byNameChanged();
+    void loaded();
     // A write finished (whether or not it reached the disk).
     void saveFinished(bool written);
 
 private:
+    enum class OnDisk { missing, records, unreadable, notAFile };
+    struct LoadResult
+    {
+        OnDisk state = OnDisk::missing;
+        QHash<QString, FileMeta> records;
+    };
     struct WriteResult
     {
         bool written = false;
         bool setAside = false;
     };
+    // A change made before the load landed, to be replayed over it.
+    struct Early
+    {
+        QString name;
+        QString to;        // a move when set
+        FileMeta altered;  // the fields the change set
+        unsigned fields = 0;
+    };
+
+    static LoadResult readFile(const QString &filePath);
     static WriteResult writeSnapshot(QHash<QString, FileMeta> records, const QString &filePath,
                                      bool setAsideFirst);
-    void load();
-    void onWriteFinished(WriteResult result);
+    void finishLoad();
+    void finishWrite();
+    void changed();
 
     QString m_filePath;
     QHash<QString, FileMeta> m_byName;
     QTimer *m_saveWork = nullptr;
+    bool m_loaded = false;
+    QList<Early> m_early;
+    bool m_saveWhenLoaded = false;
+    // Changed since the last snapshot went to the writer.
+    bool m_unsaved = false;
     // The file on disk could not be read; it is moved aside before the first save.
     bool m_setAsideBeforeSave = false;
     bool m_writing = false;
     bool m_writeAgain = false;
+    // Filled on the I/O thread, taken on ours.
+    std::shared_ptr<std::optional<LoadResult>> m_loadResult;
+    std::shared_ptr<std::optional<WriteResult>> m_writeResult;
 };

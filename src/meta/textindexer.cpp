@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QMutex>
 #include <QPointer>
 #include <QThread>
 
@@ -21,11 +22,20 @@ struct TextIndexer::Worker
     std::unique_ptr<TextRecognizer> recognizer;
     // Written on the GUI thread, read by the job before each file.
     std::atomic<bool> cancelled{false};
+    // Set at quit: the recognizer gives up on the file in hand.
+    std::atomic<bool> abandoned{false};
+    // Recognised and not yet in the store, oldest first. Kept here rather
+    // than in the posted events so that quitting can still store them.
+    QMutex lock;
+    QList<QPair<QUrl, QString>> recognised;
 
     std::optional<QString> recognize(const QUrl &file)
     {
-        if (!recognizer && makeRecognizer)
+        if (!recognizer && makeRecognizer) {
             recognizer = makeRecognizer();
+            if (recognizer)
+                recognizer->abandonWhen(&abandoned);
+        }
         if (!recognizer || !file.isLocalFile())
             return std::nullopt;
         return recognizer->recognize(file.toLocalFile());
@@ -56,15 +66,8 @@ TextIndexer &TextIndexer::shared()
     static TextIndexer *instance = [] {
         const QString languages =
             recognitionLanguages(Prefs::shared().text(PrefKey::ocrLanguages));
-        auto *indexer = new TextIndexer(MetaStore::shared(),
-                                        [languages] { return makeTesseractRecognizer(languages); });
-        // Do not hold up quitting for more than the file in hand.
-        QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, indexer,
-                         [indexer] {
-                             indexer->cancel();
-                             indexer->m_queue.waitForDone();
-                         });
-        return indexer;
+        return new TextIndexer(MetaStore::shared(),
+                               [languages] { return makeTesseractRecognizer(languages); });
     }();
     return *instance;
 }
@@ -87,6 +90,7 @@ void TextIndexer::index(const QList<QUrl> &files, bool force)
         return;
 
     m_worker->cancelled = false;
+    m_worker->abandoned = false;
     setRunning(true);
     setDone(0);
     setTotal(int(kept.size()));
@@ -103,31 +107,57 @@ void TextIndexer::index(const QList<QUrl> &files, bool force)
             if (worker->cancelled)
                 break;
             const QString text = worker->recognize(file).value_or(QString());
+            if (worker->abandoned)
+                break; // cut short: not a result
+            {
+                QMutexLocker locked(&worker->lock);
+                worker->recognised.append({file, text});
+            }
             // Results are stored even when the indexer is gone, never after
             // the store is.
             QMetaObject::invokeMethod(
-                QCoreApplication::instance(),
-                [self, store, file, text] {
-                    if (!store)
-                        return;
-                    store->update(file, [&text](FileMeta &meta) {
-                        meta.text = text;
-                        meta.textAt = QDateTime::currentDateTimeUtc();
-                    });
-                    if (self)
-                        self->setDone(self->m_done + 1);
-                },
+                QCoreApplication::instance(), [self, store, worker] { deliver(worker, store, self); },
                 Qt::QueuedConnection);
         }
         // Queued behind the last result, so it runs after that was stored.
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [self] {
+            [self, store, worker] {
+                deliver(worker, store, self);
                 if (self)
                     self->setRunning(false);
             },
             Qt::QueuedConnection);
     });
+}
+
+void TextIndexer::deliver(const std::shared_ptr<Worker> &worker, MetaStore *store, TextIndexer *self)
+{
+    QList<QPair<QUrl, QString>> results;
+    {
+        QMutexLocker locked(&worker->lock);
+        results.swap(worker->recognised);
+    }
+    if (!store)
+        return;
+    for (const auto &[file, text] : std::as_const(results)) {
+        store->update(file, [&text](FileMeta &meta) {
+            meta.text = text;
+            meta.textAt = QDateTime::currentDateTimeUtc();
+        });
+        if (self)
+            self->setDone(self->m_done + 1);
+    }
+}
+
+void TextIndexer::storeRecognised() { deliver(m_worker, &m_store, this); }
+
+void TextIndexer::stopForQuit(int waitMs)
+{
+    m_worker->cancelled = true;
+    m_worker->abandoned = true;
+    m_queue.waitForDone(waitMs);
+    storeRecognised();
 }
 
 void TextIndexer::cancel() { m_worker->cancelled = true; }

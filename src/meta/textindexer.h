@@ -31,7 +31,8 @@ public:
     ~TextIndexer() override;
 
     // Tesseract in the languages of $BRINDLEWICK_OCR_LANGUAGES or the
-    // "ocrLanguages" preference, writing into MetaStore::shared().
+    // "ocrLanguages" preference, writing into MetaStore::shared(). Program
+    // wiring only.
     static TextIndexer &shared();
 
     // Starts a run over `files` (only the unindexed ones unless `force`).
@@ -39,6 +40,13 @@ public:
     void index(const QList<QUrl> &files, bool force);
     // Stops the run before its next file; the file in hand is still stored.
     void cancel();
+    // For the end of the program: stops the run, gives up on the file in
+    // hand (waiting at most `waitMs` for the recogniser to let go), and puts
+    // every result already recognised into the store.
+    void stopForQuit(int waitMs = 500);
+    // Puts the results recognised so far into the store now rather than when
+    // the event loop gets to them (the session is ending).
+    void storeRecognised();
 
     bool running() const { return m_running; }
     int done() const { return m_done; }
@@ -53,6 +61,7 @@ Q_SIGNALS:
 private:
     struct Worker;
 
+    static void deliver(const std::shared_ptr<Worker> &worker, MetaStore *store, TextIndexer *self);
     void setRunning(bool running);
     void setDone(int done);
     void setTotal(int total);

@@ -1,8 +1,9 @@
 #include "meta/thumbs.h"
 
-#include "meta/thumbdiskcache.h"
-
 #include <QImageReader>
+
+#include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -10,22 +11,11 @@ namespace {
 // file is refused before decoding instead of costing gigabytes.
 constexpr qint64 maxSourcePixels = 100LL * 1000 * 1000;
 
-std::optional<QImage> decodeOrReuse(const std::shared_ptr<ThumbDiskCache> &disk, const QUrl &file, int size)
+QImage withRatio(QImage image, qreal dpr)
 {
-    if (!file.isLocalFile())
-        return std::nullopt;
-    const QString path = file.toLocalFile();
-    const auto stamp = ThumbDiskCache::stampOf(path);
-    if (!stamp)
-        return std::nullopt;
-    if (disk) {
-        if (auto image = disk->read(path, size, *stamp))
-            return image;
-    }
-    auto image = Thumbs::makeThumbnail(file, size);
-    // A file that changed while we decoded it is not recorded as unchanged.
-    if (image && disk && ThumbDiskCache::stampOf(path) == stamp)
-        disk->write(path, size, *stamp, *image);
+    // Only when it differs: changing it copies the pixels.
+    if (!image.isNull() && image.devicePixelRatio() != dpr)
+        image.setDevicePixelRatio(dpr);
     return image;
 }
 
@@ -50,75 +40,220 @@ Thumbs &Thumbs::shared()
     return *instance;
 }
 
-QString Thumbs::key(const QUrl &file, int size)
+int Thumbs::stepFor(qreal logicalSize, qreal dpr)
 {
-    return file.toLocalFile() + QLatin1Char('#') + QString::number(size);
+    const qreal pixels = logicalSize * (dpr > 0 ? dpr : 1);
+    for (int step : sizeSteps) {
+        if (pixels <= step)
+            return step;
+    }
+    return sizeSteps.back();
 }
 
-std::optional<QImage> Thumbs::cached(const QUrl &file, int size) const
+QString Thumbs::entryKey(const QString &path, int step) { return path + QLatin1Char('#') + QString::number(step); }
+
+const Thumbs::Entry *Thumbs::lookup(const QString &path, int step, const Stamp &stamp) const
 {
-    const auto it = m_entries.constFind(key(file, size));
-    if (it == m_entries.cend())
-        return std::nullopt;
-    m_useOrder.splice(m_useOrder.end(), m_useOrder, it->use);
-    return it->image;
+    // The step itself, else the smallest larger one, else a smaller one that
+    // holds the whole (small) source.
+    const Entry *smallerWhole = nullptr;
+    for (int s : sizeSteps) {
+        const auto it = m_entries.constFind(entryKey(path, s));
+        if (it == m_entries.cend() || !(it->stamp == stamp))
+            continue;
+        if (s >= step)
+            return &*it;
+        if (it->whole)
+            smallerWhole = &*it;
+    }
+    return smallerWhole;
 }
 
-void Thumbs::load(const QUrl &file, int size, Completion completion)
+QImage Thumbs::cached(const QUrl &file, qreal logicalSize, qreal dpr) const
 {
-    if (auto image = cached(file, size)) {
+    if (!file.isLocalFile())
+        return {};
+    const QString path = file.toLocalFile();
+    // A stat, no open: what makes an edited file miss.
+    const auto stamp = ThumbDiskCache::stampOf(path);
+    if (!stamp)
+        return {};
+    const Entry *entry = lookup(path, stepFor(logicalSize, dpr), *stamp);
+    if (!entry)
+        return {};
+    m_useOrder.splice(m_useOrder.end(), m_useOrder, entry->use);
+    return withRatio(entry->image, dpr);
+}
+
+Thumbs::Ticket Thumbs::request(const QUrl &file, qreal logicalSize, qreal dpr, QObject *context,
+                               Completion completion)
+{
+    if (const QImage image = cached(file, logicalSize, dpr); !image.isNull()) {
         completion(image);
-        return;
+        return 0;
     }
-    if (needsDownload(file)) {
-        completion(std::nullopt);
-        return;
+    if (needsDownload(file) || !file.isLocalFile()) {
+        completion(QImage());
+        return 0;
     }
-    const QString k = key(file, size);
-    auto pending = m_completions.find(k);
-    if (pending != m_completions.end()) {
-        // Asked again before it was made: decode once, and if it is still
-        // waiting, it is now the most recently asked.
-        pending->append(std::move(completion));
-        for (qsizetype i = 0; i < m_waiting.size(); ++i) {
-            if (m_waiting[i].key == k) {
-                m_waiting.append(m_waiting.takeAt(i));
-                break;
-            }
+    if (!context)
+        context = this;
+    const int step = stepFor(logicalSize, dpr);
+    const QString key = entryKey(file.toLocalFile(), step);
+    Job &job = m_jobs[key];
+    job.file = file;
+    job.step = step;
+    Ticket ticket = 0;
+    for (Waiter &waiter : job.waiters) {
+        if (waiter.context == context) {
+            waiter.completion = std::move(completion);
+            waiter.dpr = dpr;
+            ticket = waiter.ticket;
         }
-        return;
     }
-    m_completions.insert(k, {std::move(completion)});
-    m_waiting.append({file, size, k});
+    if (!ticket) {
+        ticket = ++m_lastTicket;
+        job.waiters.append({ticket, context, QPointer<QObject>(context), dpr, std::move(completion)});
+        m_tickets.insert(ticket, key);
+        watch(context);
+    }
+    if (!job.running) {
+        m_waiting.removeOne(key);
+        m_waiting.prepend(key);
+        trimQueue();
+    }
     startWaiting();
+    return ticket;
+}
+
+void Thumbs::watch(QObject *context)
+{
+    if (context == this || m_contexts.contains(context))
+        return;
+    m_contexts.insert(context, connect(context, &QObject::destroyed, this, [this, context] { cancel(context); }));
+}
+
+void Thumbs::cancel(Ticket ticket)
+{
+    const QString key = m_tickets.take(ticket);
+    const auto job = m_jobs.find(key);
+    if (job == m_jobs.end())
+        return;
+    job->waiters.removeIf([ticket](const Waiter &w) { return w.ticket == ticket; });
+    if (job->waiters.isEmpty() && !job->running) {
+        m_waiting.removeOne(key);
+        m_jobs.erase(job);
+    }
+}
+
+void Thumbs::cancel(QObject *context)
+{
+    if (const auto connection = m_contexts.find(context); connection != m_contexts.end()) {
+        disconnect(*connection);
+        m_contexts.erase(connection);
+    }
+    for (auto job = m_jobs.begin(); job != m_jobs.end();) {
+        job->waiters.removeIf([this, context](const Waiter &w) {
+            if (w.context != context)
+                return false;
+            m_tickets.remove(w.ticket);
+            return true;
+        });
+        if (job->waiters.isEmpty() && !job->running) {
+            m_waiting.removeOne(job.key());
+            job = m_jobs.erase(job);
+        } else {
+            ++job;
+        }
+    }
+}
+
+void Thumbs::forget(const Job &job)
+{
+    for (const Waiter &waiter : job.waiters)
+        m_tickets.remove(waiter.ticket);
+}
+
+void Thumbs::trimQueue()
+{
+    while (m_waiting.size() > queueLimit)
+        forget(m_jobs.take(m_waiting.takeLast()));
+}
+
+void Thumbs::prioritize(const QList<QUrl> &files)
+{
+    QHash<QString, qsizetype> rank;
+    for (qsizetype i = 0; i < files.size(); ++i)
+        rank.insert(files[i].toLocalFile(), i); // a later duplicate does not matter
+    QList<QString> first, rest;
+    for (const QString &key : std::as_const(m_waiting))
+        (rank.contains(m_jobs.value(key).file.toLocalFile()) ? first : rest).append(key);
+    std::stable_sort(first.begin(), first.end(), [&](const QString &a, const QString &b) {
+        return rank.value(m_jobs.value(a).file.toLocalFile()) < rank.value(m_jobs.value(b).file.toLocalFile());
+    });
+    m_waiting = first + rest;
 }
 
 void Thumbs::startWaiting()
 {
     while (m_inFlight < m_pool.maxThreadCount() && !m_waiting.isEmpty()) {
-        const Request request = m_waiting.takeLast();
+        const QString key = m_waiting.takeFirst();
+        Job &job = m_jobs[key];
+        job.running = true;
         ++m_inFlight;
-        m_pool.start([this, disk = m_disk, request] {
-            const auto image = decodeOrReuse(disk, request.file, request.size);
+        m_pool.start([this, disk = m_disk, file = job.file, step = job.step, key] {
+            Made made = make(disk, file, step);
             // Queued on us: dropped if we are gone by then.
             QMetaObject::invokeMethod(
-                this, [this, key = request.key, image] { finished(key, image); }, Qt::QueuedConnection);
+                this, [this, key, made = std::move(made)]() mutable { finished(key, std::move(made)); },
+                Qt::QueuedConnection);
         });
     }
 }
 
-void Thumbs::finished(const QString &key, const std::optional<QImage> &image)
+Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUrl &file, int step)
+{
+    Made made;
+    const QString path = file.toLocalFile();
+    const auto stamp = ThumbDiskCache::stampOf(path);
+    if (!stamp)
+        return made;
+    if (disk) {
+        if (auto image = disk->read(path, step, *stamp)) {
+            made.image = std::move(image);
+            made.stamp = stamp;
+            return made;
+        }
+    }
+    made.image = makeThumbnail(file, step);
+    // A file that changed while we decoded it is not recorded as unchanged.
+    if (made.image && ThumbDiskCache::stampOf(path) == stamp) {
+        made.stamp = stamp;
+        if (disk)
+            disk->write(path, step, *stamp, *made.image);
+    }
+    return made;
+}
+
+void Thumbs::finished(const QString &key, Made made)
 {
     --m_inFlight;
-    if (image)
-        insert(key, *image);
-    const QList<Completion> completions = m_completions.take(key);
-    for (const Completion &completion : completions)
-        completion(image);
+    const Job job = m_jobs.take(key);
+    forget(job);
+    // Not shared yet, so setting its ratio copies nothing.
+    QImage image = made.image ? std::move(*made.image) : QImage();
+    if (!image.isNull() && !job.waiters.isEmpty())
+        image.setDevicePixelRatio(job.waiters.first().dpr); // stored as most will want it
+    if (!image.isNull() && made.stamp)
+        insert(key, image, *made.stamp, std::max(image.width(), image.height()) < job.step);
+    for (const Waiter &waiter : job.waiters) {
+        if (waiter.alive)
+            waiter.completion(withRatio(image, waiter.dpr));
+    }
     startWaiting();
 }
 
-void Thumbs::insert(const QString &key, const QImage &image)
+void Thumbs::insert(const QString &key, const QImage &image, Stamp stamp, bool whole)
 {
     auto it = m_entries.find(key);
     if (it != m_entries.end()) {
@@ -127,7 +262,7 @@ void Thumbs::insert(const QString &key, const QImage &image)
         m_entries.erase(it);
     }
     m_useOrder.push_back(key);
-    m_entries.insert(key, {image, std::prev(m_useOrder.end())});
+    m_entries.insert(key, {image, stamp, whole, std::prev(m_useOrder.end())});
     m_bytes += image.sizeInBytes();
     evict();
 }
@@ -148,9 +283,9 @@ void Thumbs::evict()
     }
 }
 
-std::optional<QImage> Thumbs::makeThumbnail(const QUrl &file, int size)
+std::optional<QImage> Thumbs::makeThumbnail(const QUrl &file, int pixels)
 {
-    if (!file.isLocalFile() || size <= 0)
+    if (!file.isLocalFile() || pixels <= 0)
         return std::nullopt;
     QImageReader reader(file.toLocalFile());
     reader.setAutoTransform(true);
@@ -160,14 +295,14 @@ std::optional<QImage> Thumbs::makeThumbnail(const QUrl &file, int size)
             return std::nullopt;
         // Orientation is applied after scaling, so fitting the stored size
         // into a square bounds the upright image's longest side as well.
-        if (full.width() > size || full.height() > size)
-            reader.setScaledSize(full.scaled(size, size, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
+        if (full.width() > pixels || full.height() > pixels)
+            reader.setScaledSize(full.scaled(pixels, pixels, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
     }
     QImage image = reader.read();
     if (image.isNull())
         return std::nullopt;
-    if (!full.isValid() && (image.width() > size || image.height() > size))
-        image = image.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    if (!full.isValid() && (image.width() > pixels || image.height() > pixels))
+        image = image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     // The formats the paint engine draws fastest.
     return image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
                                                          : QImage::Format_RGB32);

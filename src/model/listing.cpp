@@ -26,15 +26,6 @@ constexpr std::array<std::string_view, 52> kImageExtensions = {
 
 bool isHiddenName(const char *name) { return name[0] == '.'; }
 
-// Names we cannot turn into text and back byte for byte would point at a
-// different file if we listed them; they are skipped.
-bool decodeName(const char *name, QString *out)
-{
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    *out = decoder(QByteArrayView(name, qsizetype(std::strlen(name))));
-    return !decoder.hasError();
-}
-
 struct Entry
 {
     QString name;
@@ -123,6 +114,16 @@ QList<QUrl> sortedFolders(const QString &folder, QStringList names)
 
 } // namespace
 
+bool decodeEntryName(QByteArrayView name, QString *out)
+{
+    // Strict: a name that is not UTF-8 fails, and so does one the decoder
+    // changes on the way (it drops a leading byte-order mark, which would make
+    // "\xEF\xBB\xBFa.png" and "a.png" one name).
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    *out = decoder(name);
+    return !decoder.hasError() && QFile::encodeName(*out) == name;
+}
+
 bool isImageName(const QByteArray &fileName)
 {
     const qsizetype dot = fileName.lastIndexOf('.');
@@ -157,20 +158,21 @@ FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 coun
         const char *name = entry->d_name;
         if (isHiddenName(name))
             continue;
-        const bool imageName = isImageName(QByteArray::fromRawData(name, qsizetype(std::strlen(name))));
+        const QByteArray raw = QByteArray::fromRawData(name, qsizetype(std::strlen(name)));
+        const bool imageName = isImageName(raw);
         if (!imageName && !wantSubfolders)
             continue;
         const unsigned char type = entryType(dirFd, entry);
         if (type == DT_DIR && wantSubfolders) {
             QString decoded;
-            if (decodeName(name, &decoded))
+            if (decodeEntryName(raw, &decoded))
                 folders.append(decoded);
             continue;
         }
         if (type != DT_REG || !imageName)
             continue;
         QString decoded;
-        if (!decodeName(name, &decoded))
+        if (!decodeEntryName(raw, &decoded))
             continue;
         if (wantImages) {
             struct statx sx;

@@ -7,6 +7,11 @@
 // Reading folders the way the shelf needs them. Every function here is safe to
 // call from any thread: it touches nothing but the file system.
 
+// A directory entry's name as text, when it names exactly those bytes on disk
+// again. Names that do not (not UTF-8, or changed by decoding) would point at
+// another file, so callers skip them.
+bool decodeEntryName(QByteArrayView name, QString *out);
+
 // Whether a file name's extension names an image type (compared lower-case).
 bool isImageName(const QByteArray &fileName);
 

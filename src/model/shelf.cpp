@@ -41,8 +41,10 @@ bool existsAt(const QString &path)
 
 void writeDebugLine(const QString &current, qsizetype images, qsizetype subfolders)
 {
-    const QByteArray line = QStringLiteral("[Brindlewick] %1: %2 images, %3 subfolders\n")
-                                .arg(current).arg(images).arg(subfolders)
+    // Concatenated: a path holding "%1" must not take part in the formatting.
+    const QByteArray line = (QStringLiteral("[Brindlewick] ") + current + QStringLiteral(": ")
+                             + QString::number(images) + QStringLiteral(" images, ")
+                             + QString::number(subfolders) + QStringLiteral(" subfolders\n"))
                                 .toUtf8();
     // One write per line so lines from overlapping scans never interleave.
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.constData(), size_t(line.size()));
@@ -66,6 +68,7 @@ Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *
     m_home = folderUrl(homePath);
     m_current = m_home;
     m_cellWidth = initialCellWidth(prefs);
+    m_clock.start();
     watch();
     scan();
 }
@@ -102,34 +105,52 @@ Shelf::ScanResult Shelf::runScan(const QString &current, const QString &home)
 
 void Shelf::scan()
 {
-    // A Home that vanished gives way to the screenshot tool's folder, if that exists.
+    // This scan sees whatever a pending rescan was waiting for.
+    if (m_pending)
+        m_pending->stop();
+
+    // A Home that vanished gives way to the screenshot tool's folder, if that
+    // exists. What that folder already holds is not news.
     const QString homePath = m_home.toLocalFile();
     if (!existsAt(homePath)) {
         const QUrl fallback = folderUrl(m_capture.systemFolder());
         if (fallback != m_home && existsAt(fallback.toLocalFile())) {
             setHomeAndCurrent(fallback, fallback);
+            m_known.clear();
+            m_firstScan = true;
+            dropRunningScans();
             watch();
         }
     }
 
     const QString current = m_current.toLocalFile();
     const QString home = m_home.toLocalFile();
+    const quint64 serial = ++m_scansStarted;
     QPointer<Shelf> self(this);
-    (void)QtConcurrent::run(&scanPool(), [self, current, home] {
-        ScanResult result = runScan(current, home);
+    (void)QtConcurrent::run(&scanPool(), [self, scanner = m_scanner, serial, current, home] {
+        ScanResult result = scanner(current, home);
         QMetaObject::invokeMethod(
             qApp,
-            [self, result = std::move(result)] {
+            [self, serial, result = std::move(result)]() mutable {
                 if (self)
-                    self->applyScan(result);
+                    self->applyScan(serial, std::move(result));
             },
             Qt::QueuedConnection);
     });
 }
 
-void Shelf::applyScan(const ScanResult &result)
+void Shelf::applyScan(quint64 serial, ScanResult result)
 {
-    noticeNew(result.images);
+    // Scans overlap and finish in any order: one started before the folders
+    // changed, or before a scan already shown, would show the past.
+    if (serial < m_staleBefore)
+        return;
+    m_staleBefore = serial + 1;
+    // Images still being written wait for their last byte.
+    if (!m_writing.isEmpty())
+        result.images.removeIf([this](const QUrl &url) { return m_writing.contains(url.toLocalFile()); });
+
+    const QUrl fresh = noticeNew(result.images);
     setItems(result.images);
     setSubfolders(result.subfolders);
     setFolderCounts(result.counts);
@@ -139,6 +160,9 @@ void Shelf::applyScan(const ScanResult &result)
             kept.insert(url);
     setSelection(kept);
     Q_EMIT scanApplied();
+    // Last, so whoever opens another folder in answer starts from a clean slate.
+    if (!fresh.isEmpty())
+        Q_EMIT freshScreenshot(fresh);
 }
 
 void Shelf::openFolder(const QUrl &folder)
@@ -151,6 +175,7 @@ void Shelf::openFolder(const QUrl &folder)
     setSelection({});
     m_known.clear();
     m_firstScan = true;
+    dropRunningScans();
     watch();
     scan();
 }
@@ -162,6 +187,7 @@ void Shelf::setHome(const QUrl &folder)
     setSelection({});
     m_known.clear();
     m_firstScan = true;
+    dropRunningScans();
     m_prefs.setValue(PrefKey::folder, key.toLocalFile());
     m_capture.apply(key.toLocalFile());
     watch();

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "platform/folderwatch.h"
+
+#include <QElapsedTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -11,7 +14,6 @@
 #include <memory>
 
 class CaptureLocation;
-class FolderWatch;
 class FrontApp;
 class MetaStore;
 class Prefs;
@@ -58,6 +60,12 @@ public:
     static constexpr qint64 defaultColumns = 4;
     static constexpr qint64 largestColumns = 6;
     static constexpr int rescanDelayMs = 400;
+    // However busy the folder, a rescan follows its first unserved event
+    // within this long.
+    static constexpr int rescanMaxWaitMs = 1000;
+    // An image still open for writing is held back until it is closed, or
+    // has not been written to for this long.
+    static constexpr int writeQuietMs = 3000;
     static constexpr double freshAgeSeconds = 20;
 
     // Resolves Home, starts watching and starts the first scan.
@@ -105,9 +113,10 @@ public:
     // Watching and new screenshots.
     void watch();
     void scheduleScan();
-    void noticeNew(const QList<QUrl> &images);
+    // Records the front application for the images new since the last scan
+    // and returns the newest new screenshot (empty when there is none).
+    QUrl noticeNew(const QList<QUrl> &images);
     void remember(const QList<QUrl> &images);
-    std::function<void(const QUrl &)> onFreshScreenshot;
     bool firstScan() const { return m_firstScan; }
     const QSet<QString> &known() const { return m_known; }
 
@@ -130,6 +139,10 @@ public:
         FolderCounts counts;
     };
     static ScanResult runScan(const QString &current, const QString &home);
+    // What the background half runs; runScan unless replaced (tests slow a
+    // scan down with it). Called off the GUI thread.
+    using Scanner = std::function<ScanResult(const QString &current, const QString &home)>;
+    void setScanner(Scanner scanner) { m_scanner = std::move(scanner); }
 
 Q_SIGNALS:
     void homeChanged();
@@ -144,12 +157,19 @@ Q_SIGNALS:
     void cursorChanged();
     // After each applied scan, once every field above is published.
     void scanApplied();
+    // The newest image that appeared since the last scan and was created
+    // moments ago: a new screenshot. At most once per applied scan.
+    void freshScreenshot(const QUrl &url);
 
 private:
-    void applyScan(const ScanResult &result);
-    // An event source on `folder` that schedules a rescan; none when the
-    // folder cannot be watched.
+    void applyScan(quint64 serial, ScanResult result);
+    // Results of scans started before now no longer fit the shelf's folders.
+    void dropRunningScans() { m_staleBefore = m_scansStarted + 1; }
+    // An event source on `folder` that schedules a rescan when something that
+    // can change the listing happens; none when the folder cannot be watched.
     std::unique_ptr<FolderWatch> makeSource(const QUrl &folder);
+    void folderEvents(const QString &folder, const QList<FolderWatch::Event> &events);
+    void expireQuietWrites();
     void setHomeAndCurrent(const QUrl &home, const QUrl &current);
     void setItems(const QList<QUrl> &items);
     void setSubfolders(const QList<QUrl> &subfolders);
@@ -175,6 +195,13 @@ private:
     std::unique_ptr<FolderWatch> m_homeSource;
     std::unique_ptr<FolderWatch> m_currentSource;
     QTimer *m_pending = nullptr;
+    QElapsedTimer m_clock;
+    qint64 m_firstUnservedMs = 0;  // on m_clock, while m_pending runs
+    QHash<QString, qint64> m_writing; // image path -> last write seen, on m_clock
+    QTimer *m_quietCheck = nullptr;
+    Scanner m_scanner = &Shelf::runScan;
+    quint64 m_scansStarted = 0;
+    quint64 m_staleBefore = 1;     // results of scans numbered below this are dropped
     QSet<QString> m_known;
     bool m_firstScan = true;
     QUrl m_cursor;

@@ -1,6 +1,7 @@
 #include "model/shelf.h"
 
 #include "meta/metastore.h"
+#include "model/listing.h"
 #include "platform/folderwatch.h"
 #include "platform/frontapp.h"
 
@@ -49,10 +50,88 @@ void Shelf::watch()
 std::unique_ptr<FolderWatch> Shelf::makeSource(const QUrl &folder)
 {
     QPointer<Shelf> self(this);
-    return FolderWatch::open(folder.toLocalFile(), [self] {
+    const QString path = folder.toLocalFile();
+    return FolderWatch::open(path, [self, path](const QList<FolderWatch::Event> &events) {
         if (self)
-            self->scheduleScan();
+            self->folderEvents(path, events);
     });
+}
+
+void Shelf::folderEvents(const QString &folder, const QList<FolderWatch::Event> &events)
+{
+    using Event = FolderWatch::Event;
+    const QString prefix = folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
+    const qint64 now = m_clock.elapsed();
+    bool rescan = false;
+    for (const Event &event : events) {
+        if (event.kind == Event::folder) {
+            rescan = true;
+            continue;
+        }
+        if (event.name.startsWith('.'))
+            continue; // hidden: never listed (a tool's temporary file, say)
+        if (event.isFolder) {
+            rescan = true; // a subfolder the column shows
+            continue;
+        }
+        // Other files (a log written every second) cost nothing.
+        QString name;
+        if (!isImageName(event.name) || !decodeEntryName(event.name, &name))
+            continue;
+        const QString path = prefix + name;
+        switch (event.kind) {
+        case Event::created:
+        case Event::modified:
+            // Half-written: kept off the shelf until it is closed or goes quiet.
+            m_writing.insert(path, now);
+            break;
+        case Event::closedWritten:
+        case Event::movedIn:
+        case Event::removed:
+            m_writing.remove(path);
+            rescan = true;
+            break;
+        case Event::attributes: // a new modification time reorders the grid
+            rescan = true;
+            break;
+        case Event::folder:
+            break;
+        }
+    }
+    if (!m_writing.isEmpty()) {
+        if (!m_quietCheck) {
+            m_quietCheck = new QTimer(this);
+            m_quietCheck->setSingleShot(true);
+            connect(m_quietCheck, &QTimer::timeout, this, &Shelf::expireQuietWrites);
+        }
+        if (!m_quietCheck->isActive())
+            m_quietCheck->start(writeQuietMs);
+    }
+    if (rescan)
+        scheduleScan();
+}
+
+void Shelf::expireQuietWrites()
+{
+    // A writer that never closes its file (or a hard link, which is never
+    // written) cannot hold an image back for ever.
+    const qint64 now = m_clock.elapsed();
+    qint64 nextDue = -1;
+    bool expired = false;
+    for (auto it = m_writing.begin(); it != m_writing.end();) {
+        const qint64 due = it.value() + writeQuietMs;
+        if (due <= now) {
+            it = m_writing.erase(it);
+            expired = true;
+            continue;
+        }
+        nextDue = nextDue < 0 ? due : std::min(nextDue, due);
+        ++it;
+    }
+    if (nextDue >= 0)
+        m_quietCheck->start(int(nextDue - now));
+    if (expired)
+        scheduleScan();
 }
 
 void Shelf::scheduleScan()
@@ -62,17 +141,22 @@ void Shelf::scheduleScan()
         // reaches a shelf that is gone.
         m_pending = new QTimer(this);
         m_pending->setSingleShot(true);
-        m_pending->setInterval(rescanDelayMs);
         connect(m_pending, &QTimer::timeout, this, &Shelf::scan);
     }
-    m_pending->start(); // restarting cancels the earlier one
+    // Each event pushes the rescan back, so a burst costs one listing; but
+    // never past a limit, so a folder that never falls quiet is still listed.
+    const qint64 now = m_clock.elapsed();
+    if (!m_pending->isActive())
+        m_firstUnservedMs = now;
+    const qint64 due = std::min(now + rescanDelayMs, m_firstUnservedMs + rescanMaxWaitMs);
+    m_pending->start(int(std::max<qint64>(due - now, 0)));
 }
 
-void Shelf::noticeNew(const QList<QUrl> &images)
+QUrl Shelf::noticeNew(const QList<QUrl> &images)
 {
     if (m_firstScan) {
         remember(images);
-        return;
+        return {};
     }
     QList<QUrl> added;
     for (const QUrl &url : images)
@@ -100,9 +184,7 @@ void Shelf::noticeNew(const QList<QUrl> &images)
         }
     }
     remember(images);
-    // Last, so a callback that opens another folder starts from a clean slate.
-    if (!fresh.isEmpty() && onFreshScreenshot)
-        onFreshScreenshot(fresh);
+    return fresh;
 }
 
 void Shelf::remember(const QList<QUrl> &images)

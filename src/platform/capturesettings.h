@@ -26,6 +26,11 @@ public:
     virtual std::optional<bool> readBool(const QString &key) const = 0;
     virtual void writeBool(const QString &key, bool value) = 0;
     virtual void remove(const QString &key) = 0;
+    // Every setting that writing "location" changes, exactly as the tool
+    // stored it (present or absent), and putting that back byte for byte.
+    // Empty, and false, for tools without such a file.
+    virtual QByteArray locationState() const { return {}; }
+    virtual bool restoreLocationState(const QByteArray &) { return false; }
     // Makes the tool pick up a change: a reload request where the tool has
     // one, otherwise nothing. Never ends a process.
     virtual void reload() = 0;
@@ -37,6 +42,14 @@ std::unique_ptr<CaptureSettings> makeSpectacleSettings(const QString &rcPath);
 // nullptr when the gnome-screenshot schema is not installed.
 std::unique_ptr<CaptureSettings> makeGnomeScreenshotSettings();
 std::unique_ptr<CaptureSettings> makeGnomeShellSettings(const QString &screenshotsFolder);
+
+// Where GNOME Shell saves screenshots: `picturesFolder` plus "Screenshots"
+// in the session's language, read from GNOME Shell's own translation
+// catalogue under `localeRoot` (LANGUAGE, LC_ALL, LC_MESSAGES, LANG as
+// gettext reads them). Without a catalogue, an existing folder under one of
+// the common translated names, else "Screenshots".
+QString gnomeShellScreenshotsFolder(const QString &picturesFolder,
+                                    const QString &localeRoot = QStringLiteral("/usr/share/locale"));
 
 // The tool in use on this desktop, or nullptr when none is recognised (then
 // screenshots are assumed to land on the Desktop and nothing is changed).

@@ -5,32 +5,51 @@
 #include <QFileInfo>
 #include <QSocketNotifier>
 
-#include <cerrno>
 #include <climits>
+#include <cstring>
+#include <optional>
 #include <sys/inotify.h>
 #include <unistd.h>
 
 namespace {
 
-// Entry changes of the folder, and the folder itself going away. A file that
-// is finished being written counts too: a screenshot tool that takes longer
-// than the rescan delay to write a large image would otherwise be listed
-// half-written and never looked at again.
+// Entry changes of the folder, writes to its files, and the folder itself
+// going away. Whoever listens decides which of these matter.
 constexpr uint32_t folderMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB
-                                | IN_CLOSE_WRITE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR
-                                | IN_EXCL_UNLINK;
-// While the folder is gone: anything that could bring it back in its parent.
+                                | IN_MODIFY | IN_CLOSE_WRITE | IN_DELETE_SELF | IN_MOVE_SELF
+                                | IN_ONLYDIR | IN_EXCL_UNLINK;
+// While the folder is not there: anything that could bring it back in its parent.
 constexpr uint32_t ancestorMask = IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
-// One inotify instance per watched folder. When the folder is deleted or moved
-// away, the watch moves to its nearest existing ancestor and comes back to the
-// folder's path as soon as something appears there again, so a folder that is
-// recreated is followed without anyone having to ask.
+using Event = FolderWatch::Event;
+
+// What one inotify event on the folder says about one of its entries.
+std::optional<Event::Kind> entryKind(uint32_t mask)
+{
+    if (mask & IN_CREATE)
+        return Event::created;
+    if (mask & IN_MOVED_TO)
+        return Event::movedIn;
+    if (mask & (IN_DELETE | IN_MOVED_FROM))
+        return Event::removed;
+    if (mask & IN_MODIFY)
+        return Event::modified;
+    if (mask & IN_CLOSE_WRITE)
+        return Event::closedWritten;
+    if (mask & IN_ATTRIB)
+        return Event::attributes;
+    return std::nullopt;
+}
+
+// One inotify instance per watched folder. When the folder is not there, the
+// watch sits on its nearest existing ancestor and comes back to the folder's
+// path as soon as something appears on the way, so a folder that is made
+// later, or made again, is followed without anyone having to ask.
 class InotifyFolderWatch final : public FolderWatch
 {
 public:
-    InotifyFolderWatch(int fd, const QString &folder, std::function<void()> onEvent)
-        : m_fd(fd), m_folder(folder), m_onEvent(std::move(onEvent)),
+    InotifyFolderWatch(int fd, const QString &folder, Handler onEvents)
+        : m_fd(fd), m_folder(folder), m_onEvents(std::move(onEvents)),
           m_notifier(fd, QSocketNotifier::Read)
     {
         QObject::connect(&m_notifier, &QSocketNotifier::activated, [this] { readEvents(); });
@@ -38,6 +57,9 @@ public:
 
     ~InotifyFolderWatch() override { ::close(m_fd); }
 
+    bool arm() { return armFolder() || armAncestor(); }
+
+private:
     bool armFolder()
     {
         const int wd = ::inotify_add_watch(m_fd, QFile::encodeName(m_folder).constData(), folderMask);
@@ -48,7 +70,6 @@ public:
         return true;
     }
 
-private:
     void dropAncestorWatch()
     {
         if (m_ancestorWatch >= 0)
@@ -56,20 +77,20 @@ private:
         m_ancestorWatch = -1;
     }
 
-    // Watches the nearest ancestor that exists, for the folder to reappear.
-    void armAncestor()
+    // Watches the nearest ancestor that exists, for the folder to appear.
+    bool armAncestor()
     {
         dropAncestorWatch();
         QString dir = m_folder;
         while (true) {
             const QString parent = QFileInfo(dir).path();
             if (parent == dir)
-                return;
+                return false;
             dir = parent;
             const int wd = ::inotify_add_watch(m_fd, QFile::encodeName(dir).constData(), ancestorMask);
             if (wd >= 0) {
                 m_ancestorWatch = wd;
-                return;
+                return true;
             }
         }
     }
@@ -77,7 +98,8 @@ private:
     void readEvents()
     {
         alignas(inotify_event) char buffer[16 * (sizeof(inotify_event) + NAME_MAX + 1)];
-        bool changed = false;
+        QList<Event> events;
+        bool folderChanged = false;
         bool folderGone = false;
         bool ancestorChanged = false;
         while (true) {
@@ -88,11 +110,16 @@ private:
                 const auto *event = reinterpret_cast<const inotify_event *>(buffer + offset);
                 offset += ssize_t(sizeof(inotify_event) + event->len);
                 if (event->mask & IN_Q_OVERFLOW) {
-                    changed = true;
+                    folderChanged = true; // events were lost: anything may have changed
                 } else if (event->wd == m_folderWatch) {
-                    changed = true;
                     if (event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED | IN_UNMOUNT))
                         folderGone = true;
+                    const QByteArray name(event->name, qsizetype(::strnlen(event->name, event->len)));
+                    const std::optional<Event::Kind> kind = entryKind(event->mask);
+                    if (name.isEmpty() || !kind)
+                        folderChanged = true; // the folder's own attributes, or it went away
+                    else
+                        events.append(Event{*kind, name, (event->mask & IN_ISDIR) != 0});
                 } else if (event->wd == m_ancestorWatch) {
                     ancestorChanged = true;
                 }
@@ -107,33 +134,35 @@ private:
         }
         if (ancestorChanged && m_folderWatch < 0) {
             if (armFolder())
-                changed = true; // back again: whatever it holds now is news
+                folderChanged = true; // there again: whatever it holds now is news
             else
                 armAncestor();
         }
-        if (changed)
-            m_onEvent(); // last: the callback may end this watch
+        if (folderChanged)
+            events.append(Event{Event::folder, {}, true});
+        if (!events.isEmpty())
+            m_onEvents(events); // last: the handler may end this watch
     }
 
     int m_fd;
     int m_folderWatch = -1;
     int m_ancestorWatch = -1;
     QString m_folder;
-    std::function<void()> m_onEvent;
+    Handler m_onEvents;
     QSocketNotifier m_notifier;
 };
 
 } // namespace
 
-std::unique_ptr<FolderWatch> FolderWatch::open(const QString &folder, std::function<void()> onEvent)
+std::unique_ptr<FolderWatch> FolderWatch::open(const QString &folder, Handler onEvents)
 {
     if (folder.isEmpty())
         return nullptr;
     const int fd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (fd < 0)
         return nullptr;
-    auto watch = std::make_unique<InotifyFolderWatch>(fd, QDir::cleanPath(folder), std::move(onEvent));
-    if (!watch->armFolder())
+    auto watch = std::make_unique<InotifyFolderWatch>(fd, QDir::cleanPath(folder), std::move(onEvents));
+    if (!watch->arm())
         return nullptr; // the destructor closes the descriptor
     return watch;
 }

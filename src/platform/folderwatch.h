@@ -1,19 +1,38 @@
 #pragma once
 
+#include <QByteArray>
+#include <QList>
 #include <QString>
 #include <functional>
 #include <memory>
 
-// Change notifications for one folder's entries (added, removed, renamed,
-// attributes, finished writing) and for the folder itself (moved or deleted),
-// delivered on the GUI thread. A watch follows the path, not the folder: once
-// the folder is deleted or moved away, the next folder made at that path is
-// watched again (with one more notification when it appears).
+// Change notifications for one folder's entries and for the folder itself,
+// delivered on the GUI thread in batches. A watch follows the path, not the
+// folder: while nothing is at the path (not yet made, deleted, moved away) the
+// nearest existing ancestor is watched, and the folder that appears there is
+// watched again, with a `folder` event when it does.
 class FolderWatch
 {
 public:
+    struct Event
+    {
+        enum Kind {
+            created,       // a new entry; a file may still be being written
+            movedIn,       // an entry renamed or moved into the folder, complete
+            removed,       // deleted, or renamed or moved away
+            modified,      // a file's contents were written
+            closedWritten, // a file opened for writing was closed
+            attributes,    // times, permissions or owner of an entry changed
+            folder,        // the folder itself changed, appeared or went away, or events were lost
+        };
+        Kind kind;
+        QByteArray name;       // the entry's name as stored on disk; empty for `folder`
+        bool isFolder = false; // the entry is a directory
+    };
+    using Handler = std::function<void(const QList<Event> &)>;
+
     virtual ~FolderWatch() = default;
 
-    // nullptr when the folder cannot be watched (missing, no permission).
-    static std::unique_ptr<FolderWatch> open(const QString &folder, std::function<void()> onEvent);
+    // nullptr when nothing on the way to the folder can be watched.
+    static std::unique_ptr<FolderWatch> open(const QString &folder, Handler onEvents);
 };

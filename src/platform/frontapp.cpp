@@ -1,9 +1,19 @@
 #include "platform/frontapp.h"
 
+#include "platform/session.h"
+
 #include <QCoreApplication>
+#include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QFileSystemWatcher>
 #include <QGuiApplication>
+#include <QPointer>
+#include <QSet>
+#include <QStandardPaths>
+#include <QThreadPool>
+#include <QTimer>
 
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
@@ -63,9 +73,61 @@ ProcessFacts readProcess(qint64 pid)
 
 QString fromGString(const char *text) { return text ? QString::fromUtf8(text) : QString(); }
 
+
+// Runs on a worker thread: GIO parses each entry (with its localised name).
+QList<DesktopEntry> readDesktopEntries(const QStringList &folders, QStringList *subfolders)
+{
+    QList<DesktopEntry> entries;
+    QSet<QString> seen;
+    for (const QString &folder : folders) {
+        const QDir root(folder);
+        QDirIterator it(folder, QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            if (it.fileInfo().isDir()) {
+                subfolders->append(path);
+                continue;
+            }
+            if (!path.endsWith(QLatin1String(".desktop")))
+                continue;
+            QString id = root.relativeFilePath(path);
+            id.chop(8);
+            id.replace(QLatin1Char('/'), QLatin1Char('-'));
+            if (seen.contains(id))
+                continue;
+            seen.insert(id);
+            GDesktopAppInfo *info = g_desktop_app_info_new_from_filename(QFile::encodeName(path).constData());
+            if (!info)
+                continue;
+            if (!g_desktop_app_info_get_is_hidden(info)) {
+                DesktopEntry entry;
+                entry.id = id;
+                entry.name = fromGString(g_app_info_get_name(G_APP_INFO(info)));
+                entry.file = path;
+                entry.windowClass = fromGString(g_desktop_app_info_get_startup_wm_class(info));
+                const QString executable = fromGString(g_app_info_get_executable(G_APP_INFO(info)));
+                entry.executableName = QFileInfo(executable).fileName();
+                if (!executable.isEmpty() && !isLauncher(entry.executableName)) {
+                    QString onPath = executable;
+                    if (!executable.startsWith(QLatin1Char('/'))) {
+                        char *found = g_find_program_in_path(executable.toUtf8().constData());
+                        onPath = fromGString(found);
+                        g_free(found);
+                    }
+                    if (!onPath.isEmpty())
+                        entry.executablePath = canonical(onPath);
+                }
+                entries.append(entry);
+            }
+            g_object_unref(info);
+        }
+    }
+    return entries;
+}
+
 } // namespace
 
-RunningApp describeProcess(qint64 pid, const QString &windowClass)
+RunningApp describeProcess(const QList<DesktopEntry> &entries, qint64 pid, const QString &windowClass)
 {
     RunningApp app;
     app.pid = pid;
@@ -75,57 +137,109 @@ RunningApp describeProcess(qint64 pid, const QString &windowClass)
     // The best match wins: the same executable file or the window class the
     // entry declares, then the entry named after the window class, then the
     // command name alone.
-    GList *all = g_app_info_get_all();
     int bestScore = 0;
-    GDesktopAppInfo *best = nullptr;
-    for (GList *node = all; node; node = node->next) {
-        if (!G_IS_DESKTOP_APP_INFO(node->data))
-            continue;
-        auto *info = G_DESKTOP_APP_INFO(node->data);
+    const DesktopEntry *best = nullptr;
+    for (const DesktopEntry &entry : entries) {
         int score = 0;
-        const QString wmClass = fromGString(g_desktop_app_info_get_startup_wm_class(info));
-        if (!windowClass.isEmpty() && wmClass.compare(windowClass, Qt::CaseInsensitive) == 0)
+        if (!windowClass.isEmpty() && entry.windowClass.compare(windowClass, Qt::CaseInsensitive) == 0)
             score = 4;
-        const QString executable = fromGString(g_app_info_get_executable(G_APP_INFO(info)));
-        const QString executableName = QFileInfo(executable).fileName();
-        if (score < 3 && !executable.isEmpty() && !isLauncher(executableName) && !exe.isEmpty()) {
-            QString onPath = executable;
-            if (!executable.startsWith(QLatin1Char('/'))) {
-                char *found = g_find_program_in_path(executable.toUtf8().constData());
-                onPath = fromGString(found);
-                g_free(found);
-            }
-            if (!onPath.isEmpty() && canonical(onPath) == exe)
-                score = 3;
-        }
-        if (score < 2 && !windowClass.isEmpty()) {
-            // "org.gnome.TextEditor.desktop" is named after the class "TextEditor".
-            QString id = fromGString(g_app_info_get_id(G_APP_INFO(info)));
-            id.chop(id.endsWith(QLatin1String(".desktop")) ? 8 : 0);
-            if (id.compare(windowClass, Qt::CaseInsensitive) == 0
-                || id.section(QLatin1Char('.'), -1).compare(windowClass, Qt::CaseInsensitive) == 0)
-                score = 2;
-        }
-        if (score < 1 && !executableName.isEmpty() && !isLauncher(executableName)
-            && (executableName == facts.command || executableName == facts.argv0))
+        if (score < 3 && !exe.isEmpty() && entry.executablePath == exe)
+            score = 3;
+        // "org.gnome.TextEditor.desktop" is named after the class "TextEditor".
+        if (score < 2 && !windowClass.isEmpty()
+            && (entry.id.compare(windowClass, Qt::CaseInsensitive) == 0
+                || entry.id.section(QLatin1Char('.'), -1).compare(windowClass, Qt::CaseInsensitive) == 0))
+            score = 2;
+        if (score < 1 && !entry.executableName.isEmpty() && !isLauncher(entry.executableName)
+            && (entry.executableName == facts.command || entry.executableName == facts.argv0))
             score = 1;
         if (score > bestScore) {
             bestScore = score;
-            best = info;
+            best = &entry;
         }
     }
     if (best) {
-        app.name = fromGString(g_app_info_get_name(G_APP_INFO(best)));
-        const QString file = fromGString(g_desktop_app_info_get_filename(best));
-        if (!file.isEmpty())
-            app.path = file;
+        app.name = best->name;
+        app.path = best->file;
     } else if (!windowClass.isEmpty()) {
         app.name = windowClass;
     } else if (!facts.command.isEmpty()) {
         app.name = facts.command;
     }
-    g_list_free_full(all, g_object_unref);
     return app;
+}
+
+DesktopEntries::DesktopEntries(QStringList folders, QObject *parent)
+    : QObject(parent), m_folders(std::move(folders)), m_entries(std::make_shared<QList<DesktopEntry>>()),
+      m_watcher(new QFileSystemWatcher(this)), m_debounce(new QTimer(this))
+{
+    // Installing a package touches many entries in a row: read once after.
+    m_debounce->setSingleShot(true);
+    m_debounce->setInterval(1000);
+    connect(m_debounce, &QTimer::timeout, this, &DesktopEntries::reload);
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, [this](const QString &path) {
+        // A parent watched for a folder yet to come: only that folder's
+        // arrival counts, not the parent's other traffic.
+        if (m_parents.contains(path)
+            && std::none_of(m_folders.cbegin(), m_folders.cend(), [&path](const QString &folder) {
+                   return QFileInfo(folder).absolutePath() == path && QFileInfo(folder).isDir();
+               }))
+            return;
+        m_debounce->start();
+    });
+    reload();
+}
+
+DesktopEntries::~DesktopEntries() = default;
+
+QStringList DesktopEntries::defaultFolders()
+{
+    return QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
+}
+
+void DesktopEntries::reload()
+{
+    const quint64 generation = ++m_generation;
+    QPointer<DesktopEntries> self(this);
+    const QStringList folders = m_folders;
+    QThreadPool::globalInstance()->start([self, generation, folders] {
+        QStringList subfolders;
+        auto entries = std::make_shared<const QList<DesktopEntry>>(readDesktopEntries(folders, &subfolders));
+        QMetaObject::invokeMethod(
+            qApp,
+            [self, generation, entries, subfolders] {
+                if (!self || generation != self->m_generation)
+                    return; // a newer reading is under way
+                self->m_entries = entries;
+                self->watch(subfolders);
+                Q_EMIT self->loaded();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void DesktopEntries::watch(const QStringList &subfolders)
+{
+    // A folder that does not exist yet is watched through its parent, so
+    // its creation is noticed (the parent's other changes cost one reading).
+    QStringList wanted = subfolders;
+    m_parents.clear();
+    for (const QString &folder : std::as_const(m_folders)) {
+        if (QFileInfo(folder).isDir()) {
+            wanted << folder;
+        } else {
+            wanted << QFileInfo(folder).absolutePath();
+            m_parents.insert(QFileInfo(folder).absolutePath());
+        }
+    }
+    wanted.removeDuplicates();
+    const QStringList current = m_watcher->directories();
+    for (const QString &path : current)
+        if (!wanted.contains(path))
+            m_watcher->removePath(path);
+    for (const QString &path : std::as_const(wanted))
+        if (!current.contains(path) && QFileInfo(path).isDir())
+            m_watcher->addPath(path);
 }
 
 namespace {
@@ -143,7 +257,8 @@ public:
 class X11FrontApp final : public FrontApp
 {
 public:
-    explicit X11FrontApp(xcb_connection_t *connection) : m_connection(connection)
+    explicit X11FrontApp(xcb_connection_t *connection)
+        : m_connection(connection), m_entries(DesktopEntries::defaultFolders())
     {
         const xcb_setup_t *setup = xcb_get_setup(connection);
         m_root = xcb_setup_roots_iterator(setup).data->root;
@@ -183,7 +298,7 @@ public:
         const QString windowClass = classParts.size() > 1 ? QString::fromLocal8Bit(classParts.at(1)) : QString();
         if (pid == 0 && windowClass.isEmpty())
             return std::nullopt;
-        return describeProcess(pid, windowClass);
+        return describeProcess(*m_entries.entries(), pid, windowClass);
     }
 
 private:
@@ -209,6 +324,7 @@ private:
     }
 
     xcb_connection_t *m_connection;
+    DesktopEntries m_entries;
     xcb_window_t m_root = XCB_WINDOW_NONE;
     uint32_t m_ownIdBase = 0;
     uint32_t m_ownIdMask = 0;
@@ -223,6 +339,10 @@ private:
 std::unique_ptr<FrontApp> makeFrontApp()
 {
 #if QT_CONFIG(xcb)
+    // On Wayland, XWayland's active window says nothing about the other
+    // applications.
+    if (sessionKind() == SessionKind::wayland)
+        return std::make_unique<NoFrontApp>();
     if (auto *gui = qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
         if (auto *x11 = gui->nativeInterface<QNativeInterface::QX11Application>()) {
             if (xcb_connection_t *connection = x11->connection())

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <Qt>
 #include <functional>
 #include <memory>
@@ -14,8 +15,16 @@ public:
     virtual void grab(Qt::Key key, Qt::KeyboardModifiers modifiers, std::function<void()> onPress) = 0;
 };
 
-// The route this desktop offers: a key grab on X11, the desktop portal's
-// GlobalShortcuts on Wayland; nullptr when there is none. Needs the GUI
+enum class SessionKind;
+
+// How the shortcut reaches us: the desktop portal's GlobalShortcuts in a
+// Wayland session (also when Qt runs on XWayland, where a key grab hears
+// keys only while an X window has focus), a key grab in an X11 session
+// (when Qt talks to that X server), otherwise none.
+enum class ShortcutRoute { keyGrab, portal, none };
+ShortcutRoute shortcutRoute(SessionKind session, const QString &qtPlatform);
+
+// The route this session offers; nullptr when there is none. Needs the GUI
 // application to exist.
 std::unique_ptr<GlobalShortcut> makeGlobalShortcut();
 

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <tesseract/baseapi.h>
+#include <tesseract/ocrclass.h>
 #include <tesseract/resultiterator.h>
 
 #include <algorithm>
@@ -101,9 +102,11 @@ public:
     }
     ~TesseractRecognizer() override { m_api.End(); }
 
+    void abandonWhen(const std::atomic<bool> *flag) override { m_abandon = flag; }
+
     std::optional<QString> recognize(const QString &filePath) override
     {
-        if (!m_ready)
+        if (!m_ready || abandoned())
             return std::nullopt;
         QImageReader reader(filePath);
         reader.setAutoTransform(true);
@@ -124,13 +127,18 @@ public:
         m_api.SetSourceResolution(m_options.sourceDpi > 0 ? m_options.sourceDpi : int(std::lround(96 * scale)));
         QStringList lines;
         int status = -1;
+        // Tesseract asks this between words, so quitting need not wait for a
+        // whole page.
+        tesseract::ETEXT_DESC monitor;
+        monitor.cancel = [](void *flag, int) { return static_cast<const std::atomic<bool> *>(flag)->load(); };
+        monitor.cancel_this = const_cast<std::atomic<bool> *>(m_abandon);
         // OMP_THREAD_LIMIT is read once, when the OpenMP runtime loads with
         // Tesseract at program start, so setting it now is too late. A host
         // `teams` region with a thread limit of 1 sets the same limit for
         // this thread only, and Tesseract's parallel loops then run inline.
 #pragma omp teams num_teams(1) thread_limit(1)
-        status = m_api.Recognize(nullptr);
-        if (status == 0) {
+        status = m_api.Recognize(m_abandon ? &monitor : nullptr);
+        if (status == 0 && !abandoned()) {
             std::unique_ptr<tesseract::ResultIterator> it(m_api.GetIterator());
             if (it) {
                 do {
@@ -148,9 +156,12 @@ public:
     }
 
 private:
+    bool abandoned() const { return m_abandon && m_abandon->load(); }
+
     TesseractOptions m_options;
     tesseract::TessBaseAPI m_api;
     bool m_ready = false;
+    const std::atomic<bool> *m_abandon = nullptr;
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 
@@ -15,6 +16,10 @@ public:
     // The recognised lines in reading order joined by "\n" ("" when the image
     // shows no text), or nothing when the file cannot be read as an image.
     virtual std::optional<QString> recognize(const QString &filePath) = 0;
+    // From now on recognition watches `flag` (set from any thread) and gives
+    // up on the file in hand soon after it is set; what it returns then is
+    // not to be used. The program sets it when it quits.
+    virtual void abandonWhen(const std::atomic<bool> *flag) { (void)flag; }
 };
 
 // Tesseract (LSTM engine, dictionary on) for the given languages in

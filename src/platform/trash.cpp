@@ -1,6 +1,6 @@
 #include "platform/trash.h"
 
-#include "actions/safefiles.h"
+#include "files/safefiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,6 +9,8 @@
 #include <QStorageInfo>
 
 #include <cerrno>
+#include <climits>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,6 +35,17 @@ bool makePrivateFolder(const QString &path)
     return isOwnPrivateFolder(path);
 }
 
+// The home Trash may be a symlink (to keep it on another disk, say), but it
+// must lead to a folder of ours that nobody else can put things into or take
+// them out of.
+bool isUsableHomeTrash(const QString &path)
+{
+    struct stat st;
+    if (::stat(encoded(path).constData(), &st) != 0 || !S_ISDIR(st.st_mode) || st.st_uid != ::getuid())
+        return false;
+    return !(st.st_mode & S_IWOTH) || (st.st_mode & S_ISVTX);
+}
+
 QString systemMountRoot(const QString &path) { return QStorageInfo(path).rootPath(); }
 
 QString parentOf(const QString &absolutePath)
@@ -44,6 +57,41 @@ QString parentOf(const QString &absolutePath)
 bool isWithin(const QString &path, const QString &folder)
 {
     return path == folder || path.startsWith(folder + QLatin1Char('/'));
+}
+
+constexpr char kInfoSuffix[] = ".trashinfo";
+
+// Cuts characters off the end of `stem` until stem + tail fits in `limit`
+// bytes, never inside a character.
+QString fitted(QString stem, const QString &tail, qsizetype limit)
+{
+    while (!stem.isEmpty() && encoded(stem + tail).size() > limit) {
+        stem.chop(1);
+        if (!stem.isEmpty() && stem.back().isHighSurrogate())
+            stem.chop(1);
+    }
+    return stem + tail;
+}
+
+// The name of the n-th candidate entry for `name` inside the Trash: the
+// name itself, then "stem 2.ext" and so on, shortened where the info file's
+// name ("<entry>.trashinfo") would pass the file system's limit. The real
+// name stays in the info file's Path. The extension is kept unless it is
+// long enough to leave no room for the stem.
+QString entryName(const QString &name, qint64 n, qsizetype limit)
+{
+    const SafeFiles::NameParts parts = SafeFiles::splitName(name);
+    const QString number = n == 1 ? QString() : QLatin1Char(' ') + QString::number(n);
+    const QString extension = parts.extension.isEmpty() ? QString() : QLatin1Char('.') + parts.extension;
+    if (encoded(number + extension).size() + 32 <= limit)
+        return fitted(parts.stem, number + extension, limit);
+    return fitted(parts.stem + extension, number, limit);
+}
+
+qsizetype nameLimit(const QString &folder)
+{
+    const long limit = ::pathconf(encoded(folder).constData(), _PC_NAME_MAX);
+    return qsizetype(limit > 0 ? limit : NAME_MAX);
 }
 
 } // namespace
@@ -100,14 +148,28 @@ QString FreedesktopTrash::topDirTrash(const QString &topDir) const
     return {};
 }
 
-QString FreedesktopTrash::trashFolderFor(const QString &absolutePath) const
+QString FreedesktopTrash::readyHomeTrash() const
 {
     const QString homeTrash = this->homeTrash();
     if (!QDir().mkpath(parentOf(homeTrash)))
         return {};
-    if (!makePrivateFolder(homeTrash) || !ensureTrashSubfolders(homeTrash))
+    if (::mkdir(encoded(homeTrash).constData(), 0700) != 0 && errno != EEXIST)
         return {};
+    if (!isUsableHomeTrash(homeTrash))
+        return {};
+    const QString resolved = QFileInfo(homeTrash).canonicalFilePath();
+    return !resolved.isEmpty() && ensureTrashSubfolders(resolved) ? resolved : QString();
+}
 
+QString FreedesktopTrash::trashFolderFor(const QString &absolutePath) const
+{
+    return trashFolderFor(absolutePath, readyHomeTrash());
+}
+
+QString FreedesktopTrash::trashFolderFor(const QString &absolutePath, const QString &homeTrash) const
+{
+    if (homeTrash.isEmpty())
+        return {};
     const QString fileRoot = m_mountRoot(parentOf(absolutePath));
     if (fileRoot.isEmpty() || fileRoot == m_mountRoot(homeTrash))
         return homeTrash;
@@ -127,7 +189,8 @@ bool FreedesktopTrash::moveToTrash(const QString &path)
         return false;
     const QString absolute = (folder == QLatin1String("/") ? QString() : folder) + QLatin1Char('/') + name;
 
-    const QString trash = trashFolderFor(absolute);
+    const QString homeTrash = readyHomeTrash();
+    const QString trash = trashFolderFor(absolute, homeTrash);
     if (trash.isEmpty() || isWithin(trash, absolute))
         return false;
 
@@ -135,25 +198,23 @@ bool FreedesktopTrash::moveToTrash(const QString &path)
     // entry stays right wherever the drive is mounted next time.
     QString recorded = absolute;
     const QString root = m_mountRoot(folder);
-    if (trash != homeTrash() && root != QLatin1String("/")
-        && absolute.startsWith(root + QLatin1Char('/')))
+    if (trash != homeTrash && root != QLatin1String("/") && absolute.startsWith(root + QLatin1Char('/')))
         recorded = absolute.mid(root.size() + 1);
 
+    // Path is percent-encoded, as in a URL, with "/" left as it is.
     const QByteArray infoText = "[Trash Info]\nPath=" + encoded(recorded).toPercentEncoding("/")
                                 + "\nDeletionDate="
                                 + m_now().toString(QStringLiteral("yyyy-MM-ddThh:mm:ss")).toUtf8()
                                 + "\n";
 
-    const SafeFiles::NameParts parts = SafeFiles::splitName(name);
+    const QString infoFolder = trash + QStringLiteral("/info/");
+    const qsizetype limit = nameLimit(infoFolder) - qsizetype(std::strlen(kInfoSuffix));
     for (qint64 n = 1; n < 100000; ++n) {
-        const QString trashedName =
-            n == 1 ? name
-                   : parts.stem + QLatin1Char(' ') + QString::number(n)
-                         + (parts.extension.isEmpty() ? QString() : QLatin1Char('.') + parts.extension);
+        const QString trashedName = entryName(name, n, limit);
         const QString filesEntry = trash + QStringLiteral("/files/") + trashedName;
         if (SafeFiles::pathTaken(filesEntry))
             continue;
-        const QString infoPath = trash + QStringLiteral("/info/") + trashedName + QStringLiteral(".trashinfo");
+        const QString infoPath = infoFolder + trashedName + QLatin1String(kInfoSuffix);
         const int fd = ::open(encoded(infoPath).constData(),
                               O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
         if (fd < 0) {

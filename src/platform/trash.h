@@ -5,7 +5,8 @@
 
 #include <functional>
 
-// Moving files and folders to the Trash.
+// Moving files and folders to the Trash. Called on the file-work thread, so
+// an implementation keeps no state that changes.
 class Trash
 {
 public:
@@ -21,7 +22,8 @@ public:
 // Qt 6.4 decides between the home Trash and a drive's own Trash by comparing
 // with the home folder's drive rather than the Trash's, and has no test seam.
 //
-// - Files on the drive of $XDG_DATA_HOME go to $XDG_DATA_HOME/Trash.
+// - Files on the drive of $XDG_DATA_HOME/Trash go there. That folder may be
+//   a symlink to a folder of ours that others cannot write into.
 // - Files on any other drive go to that drive's $topdir/.Trash/$uid when an
 //   administrator prepared $topdir/.Trash (a real folder, not a symlink, with
 //   the sticky bit), else to $topdir/.Trash-$uid, created on demand.
@@ -30,7 +32,9 @@ public:
 //   Trash would be a silent, possibly huge copy the user never asked for.
 //
 // The .trashinfo file is created exclusively before the rename, as the
-// Trash format asks, so two trashings of equal names never collide.
+// Trash format asks, so two trashings of equal names never collide. A name
+// too long for "<name>.trashinfo" is shortened inside the Trash; the info
+// file keeps the real path.
 class FreedesktopTrash final : public Trash
 {
 public:
@@ -51,6 +55,9 @@ public:
     QString homeTrash() const;
 
 private:
+    // The home Trash, created if need be and resolved; empty when unusable.
+    QString readyHomeTrash() const;
+    QString trashFolderFor(const QString &absolutePath, const QString &homeTrash) const;
     QString topDirTrash(const QString &topDir) const;
     static bool ensureTrashSubfolders(const QString &trashFolder);
 

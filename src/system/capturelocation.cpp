@@ -77,8 +77,14 @@ void CaptureLocation::apply(const QString &folder)
     // An absent setting means the tool saves to the Desktop.
     const QString currentFolder = current.isEmpty() ? desktopFolder() : expandTilde(current);
     const bool same = resolvedPath(currentFolder) == resolvedPath(folder);
-    if (!m_prefs.contains(PrefKey::previousCaptureLocation))
+    if (!m_prefs.contains(PrefKey::previousCaptureLocation)) {
         m_prefs.setValue(PrefKey::previousCaptureLocation, current);
+        const QByteArray state = m_settings ? m_settings->locationState() : QByteArray();
+        if (state.isEmpty())
+            m_prefs.remove(PrefKey::previousCaptureState);
+        else
+            m_prefs.setValue(PrefKey::previousCaptureState, QString::fromLatin1(state.toBase64()));
+    }
     if (same)
         return;
     if (m_settings && m_settings->canWrite(CaptureSettings::location)) {
@@ -92,13 +98,16 @@ void CaptureLocation::restore()
     if (!m_prefs.contains(PrefKey::previousCaptureLocation))
         return;
     const QString previous = m_prefs.text(PrefKey::previousCaptureLocation);
-    if (m_settings && m_settings->canWrite(CaptureSettings::location)) {
+    const QByteArray state = QByteArray::fromBase64(m_prefs.text(PrefKey::previousCaptureState).toLatin1());
+    if (m_settings && m_settings->canWrite(CaptureSettings::location)
+        && (state.isEmpty() || !m_settings->restoreLocationState(state))) {
         if (previous.isEmpty())
             m_settings->remove(CaptureSettings::location);
         else
             m_settings->writeText(CaptureSettings::location, previous);
     }
     m_prefs.remove(PrefKey::previousCaptureLocation);
+    m_prefs.remove(PrefKey::previousCaptureState);
     restartSystemUI();
 }
 

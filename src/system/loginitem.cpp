@@ -99,6 +99,12 @@ LoginItem::Status LoginItem::status() const
     return entrySwitchedOff(file.readAll()) ? notRegistered : enabled;
 }
 
+bool LoginItem::switchedOffByDesktop() const
+{
+    QFile file(m_entryPath);
+    return file.open(QIODevice::ReadOnly) && entrySwitchedOff(file.readAll());
+}
+
 bool LoginItem::registerEntry(QString *error)
 {
     const QString folder = QFileInfo(m_entryPath).absolutePath();
@@ -125,6 +131,13 @@ void LoginItem::checkRegistration(bool userInitiated)
 {
     if (!autoRegister())
         return;
+    // The user switched it off in the desktop's own start-up settings: that
+    // is their "off", remembered like ours. Only switching it on here again
+    // writes the entry anew.
+    if (!userInitiated && switchedOffByDesktop()) {
+        setAutoRegister(false);
+        return;
+    }
     switch (status()) {
     case enabled:
         return;

@@ -45,6 +45,10 @@ public:
     // the desktop has not been told to skip it.
     Status status() const;
     bool isEnabled() const { return status() == enabled; }
+    // The entry exists but tells the desktop to skip it (Hidden=true, or
+    // X-GNOME-Autostart-enabled=false): the desktop's start-up settings
+    // switched it off.
+    bool switchedOffByDesktop() const;
 
     // Writes the entry atomically. On failure returns false with the reason
     // in `error` (a whole sentence, naming the file and the system's words).

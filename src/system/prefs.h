@@ -44,6 +44,9 @@ inline const QString tidyEnabled = QStringLiteral("tidyEnabled");
 inline const QString tidyDays = QStringLiteral("tidyDays");
 inline const QString tidyToTrash = QStringLiteral("tidyToTrash");
 inline const QString previousCaptureLocation = QStringLiteral("previousCaptureLocation");
+// The screenshot tool's own lines behind previousCaptureLocation, so quitting
+// puts back exactly what was there (base64 of the tool backend's record).
+inline const QString previousCaptureState = QStringLiteral("previousCaptureState");
 inline const QString loginAutoRegisterOff = QStringLiteral("loginAutoRegisterOff");
 inline const QString loginGuideShownForStatusPrefix = QStringLiteral("loginGuideShownForStatus.");
 inline const QString heartbeatEnabled = QStringLiteral("heartbeatEnabled");

@@ -1,6 +1,6 @@
 #include "tidy/autotidy.h"
 
-#include "actions/fileactions.h"
+#include "actions/actionrunner.h"
 #include "meta/metastore.h"
 #include "model/listing.h"
 #include "model/shelf.h"
@@ -11,39 +11,59 @@
 #include <QFile>
 #include <QPointer>
 #include <QRegularExpression>
+#include <QThreadPool>
 #include <QTimer>
+#include <QtConcurrent>
+
+#include <limits>
+#include <optional>
 
 #include <sys/stat.h>
 
 namespace {
 
 constexpr qint64 kSecondsPerDay = 86400;
+constexpr qint64 kNsPerSecond = 1000000000LL;
+
+// Listing runs at utility priority, like the shelf's own.
+QThreadPool &listingPool()
+{
+    static QThreadPool *pool = [] {
+        auto *p = new QThreadPool;
+        p->setMaxThreadCount(1);
+        p->setThreadPriority(QThread::LowPriority);
+        return p;
+    }();
+    return *pool;
+}
 
 // The preferences file keeps no types, so "an integer" is text that reads
 // as one. Values below one day cannot come from the settings sheet; they
-// would make every image due, so they count as not set.
+// would make every image due, so they count as not set. A number too large
+// for an int is a long way of saying "never".
 int storedDays(const Prefs &prefs)
 {
     const QVariant value = prefs.value(PrefKey::tidyDays);
     if (!value.isValid())
         return AutoTidy::defaultDays;
-    static const QRegularExpression integer(QStringLiteral("^\\s*[+-]?\\d+\\s*$"));
-    const QString text = value.toString();
-    bool ok = false;
-    const int days = text.trimmed().toInt(&ok);
-    if (!integer.match(text).hasMatch() || !ok || days < 1)
+    static const QRegularExpression integer(QStringLiteral("^\\s*([+-]?)(\\d+)\\s*$"));
+    const QRegularExpressionMatch match = integer.match(value.toString());
+    if (!match.hasMatch() || match.captured(1) == QLatin1String("-"))
         return AutoTidy::defaultDays;
-    return days;
+    bool ok = false;
+    const qlonglong days = match.captured(2).toLongLong(&ok);
+    if (!ok || days > std::numeric_limits<int>::max())
+        return std::numeric_limits<int>::max();
+    return days < 1 ? AutoTidy::defaultDays : int(days);
 }
 
-// Modification time in nanoseconds since 1970; "now" when unreadable, which
-// keeps such a file out of the candidates.
-qint64 modifiedNs(const QString &path, qint64 nowNs)
+// Modification time in nanoseconds since 1970, if readable.
+std::optional<qint64> modifiedNs(const QString &path)
 {
     struct stat st;
     if (::stat(QFile::encodeName(path).constData(), &st) != 0)
-        return nowNs;
-    return qint64(st.st_mtim.tv_sec) * 1000000000LL + st.st_mtim.tv_nsec;
+        return std::nullopt;
+    return qint64(st.st_mtim.tv_sec) * kNsPerSecond + st.st_mtim.tv_nsec;
 }
 
 } // namespace
@@ -76,6 +96,7 @@ void AutoTidy::setEnabled(bool enabled)
 
 void AutoTidy::setDays(int days)
 {
+    days = std::max(days, 1);
     m_prefs.setValue(PrefKey::tidyDays, days);
     if (m_days == days)
         return;
@@ -105,33 +126,77 @@ QUrl AutoTidy::archiveFolder(const QUrl &home)
     return QUrl::fromLocalFile(Shelf::folderKey(home).toLocalFile() + QLatin1Char('/') + archiveFolderName);
 }
 
-void AutoTidy::refresh(const QUrl &home)
+QList<QUrl> AutoTidy::dueAmong(const QList<QUrl> &images, qint64 days, const QDateTime &now)
 {
-    const qint64 nowNs = m_now().toMSecsSinceEpoch() * 1000000LL;
+    const qint64 nowNs = now.toMSecsSinceEpoch() * 1000000LL;
     // Strictly older than the cutoff: a file exactly `days` old is not due.
-    const qint64 cutoffNs = nowNs - qint64(m_days) * kSecondsPerDay * 1000000000LL;
+    // A cutoff too far back to write down means nothing is due.
+    qint64 ageNs = 0;
+    qint64 cutoffNs = 0;
+    if (__builtin_mul_overflow(std::max<qint64>(days, 1), kSecondsPerDay * kNsPerSecond, &ageNs)
+        || __builtin_sub_overflow(nowNs, ageNs, &cutoffNs))
+        return {};
     QList<QUrl> due;
-    const QList<QUrl> images = listImages(Shelf::folderKey(home).toLocalFile(), listLimit);
     for (const QUrl &image : images) {
-        if (modifiedNs(image.toLocalFile(), nowNs) < cutoffNs)
+        // An unreadable date counts as "now": such a file stays.
+        const std::optional<qint64> modified = modifiedNs(image.toLocalFile());
+        if (modified && *modified < cutoffNs && *modified <= nowNs)
             due.append(image);
     }
-    setCandidates(due);
+    return due;
 }
 
-void AutoTidy::runNow(const QUrl &home)
+void AutoTidy::refresh(const QUrl &home) { check(home, false); }
+
+void AutoTidy::runNow(const QUrl &home) { check(home, true); }
+
+void AutoTidy::check(const QUrl &home, bool act)
 {
-    refresh(home);
-    if (m_candidates.isEmpty())
+    const quint64 request = ++m_lastRequest;
+    m_lastHome = Shelf::folderKey(home);
+    const QString folder = m_lastHome.toLocalFile();
+    const qint64 days = m_days;
+    const QDateTime now = m_now();
+    QPointer<AutoTidy> self(this);
+    const QUrl key = m_lastHome;
+    (void)QtConcurrent::run(&listingPool(), [self, request, key, folder, days, now, act] {
+        QList<QUrl> due = dueAmong(listImages(folder, listLimit), days, now);
+        QMetaObject::invokeMethod(
+            qApp,
+            [self, request, key, due = std::move(due), act] {
+                if (self)
+                    self->finishCheck(request, key, due, act);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void AutoTidy::finishCheck(quint64 request, const QUrl &home, const QList<QUrl> &due, bool act)
+{
+    // Home changed while this was listed: the answer is about another folder.
+    if (home != m_lastHome)
         return;
-    if (m_toTrash) {
-        FileActions::trash(m_candidates, m_trash);
-    } else {
-        const QUrl archive = archiveFolder(home);
-        QDir().mkpath(archive.toLocalFile());
-        FileActions::move(m_candidates, archive, m_meta);
+    // An older listing finishing late must not undo a newer one; an action
+    // asked for still happens.
+    if (request > m_lastApplied) {
+        m_lastApplied = request;
+        setCandidates(due);
     }
-    setCandidates({});
+    if (act && !due.isEmpty()) {
+        // The files move off the GUI thread; `checked` follows once they have.
+        ActionRunner *runner = ActionRunner::oneShot(m_trash, m_meta, this);
+        const auto moved = [this](const FileWorkResult &) { Q_EMIT checked(); };
+        if (m_toTrash) {
+            runner->trash(due, this, moved);
+        } else {
+            const QUrl archive = archiveFolder(home);
+            QDir().mkpath(archive.toLocalFile());
+            runner->move(due, archive, this, moved);
+        }
+        setCandidates({});
+        return;
+    }
+    Q_EMIT checked();
 }
 
 void AutoTidy::start(Shelf &shelf)

@@ -18,6 +18,10 @@ class Trash;
 // moves them into Home's "Archive" folder, or to the Trash. When enabled it
 // acts by itself 15 s after launch and every six hours; when not, those
 // ticks only keep `candidates` current for the interface to offer.
+//
+// Home may hold 100,000 images, so the listing runs on a worker thread and
+// `candidates` changes when it comes back; a listing of a Home that is no
+// longer the one last asked about is dropped.
 class AutoTidy : public QObject
 {
     Q_OBJECT
@@ -59,8 +63,15 @@ public:
     // The same with any source of Home and any delays (tests).
     void start(std::function<QUrl()> home, QObject *guard, int firstTickDelayMs, int intervalMs);
 
+    // Both return at once; `checked` follows when the listing is in (after
+    // the candidates were acted on, for runNow).
     void refresh(const QUrl &home);
     void runNow(const QUrl &home);
+
+    // The files of `images` (modification times read again) that are due
+    // with `days` at `now`. A file dated after `now` never is, whatever
+    // `days` holds.
+    static QList<QUrl> dueAmong(const QList<QUrl> &images, qint64 days, const QDateTime &now);
 
     static QUrl archiveFolder(const QUrl &home);
 
@@ -69,9 +80,12 @@ Q_SIGNALS:
     void daysChanged();
     void toTrashChanged();
     void candidatesChanged();
+    void checked();
 
 private:
     void setCandidates(const QList<QUrl> &candidates);
+    void check(const QUrl &home, bool act);
+    void finishCheck(quint64 request, const QUrl &home, const QList<QUrl> &due, bool act);
 
     Prefs &m_prefs;
     MetaStore *m_meta;
@@ -82,4 +96,7 @@ private:
     bool m_toTrash = false;
     QList<QUrl> m_candidates;
     QTimer *m_timer = nullptr;
+    quint64 m_lastRequest = 0;
+    quint64 m_lastApplied = 0;
+    QUrl m_lastHome;
 };

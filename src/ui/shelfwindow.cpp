@@ -1,7 +1,6 @@
 #include "ui/shelfwindow.h"
 
 #include "model/shelf.h"
-#include "ui/notifications.h"
 
 #include <QKeyEvent>
 #include <QTimer>
@@ -107,36 +106,6 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
             shelf->select(visible.first());
         return true;
     }
-    case Qt::Key_A:
-        if (!command)
-            return false;
-        if (shelf)
-            shelf->selectAll();
-        return true;
-    case Qt::Key_Equal:
-    case Qt::Key_Plus:
-        if (!command)
-            return false;
-        if (shelf)
-            shelf->zoom(40);
-        return true;
-    case Qt::Key_Minus:
-        if (!command)
-            return false;
-        if (shelf)
-            shelf->zoom(-40);
-        return true;
-    case Qt::Key_0:
-        if (!command)
-            return false;
-        if (shelf)
-            shelf->setCellWidth(Shelf::defaultCellWidth);
-        return true;
-    case Qt::Key_Comma:
-        if (!command)
-            return false;
-        Q_EMIT Notifications::shared().openSettings();
-        return true;
     case Qt::Key_1:
     case Qt::Key_2:
     case Qt::Key_3:
@@ -157,7 +126,8 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
     }
     // Return/Enter (open), Delete/Backspace (trash), P (pin) and
     // Ctrl+Shift+N (new folder) join this map with the file actions,
-    // pinned windows and folder operations.
+    // pinned windows and folder operations. Ctrl+A, Ctrl+=, Ctrl+-, Ctrl+0
+    // and Ctrl+, are the menu's shortcuts and never come here.
     default:
         return false;
     }

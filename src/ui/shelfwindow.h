@@ -30,7 +30,9 @@ public:
     // reported as the user's.
     void placeAt(const QRect &geometry);
 
-    // The window's key map; true when the key was used.
+    // The window's key map; true when the key was used. The keys the menu
+    // holds as shortcuts (Ctrl+A, Ctrl+=, Ctrl+-, Ctrl+0, Ctrl+,) are not
+    // in it, so every key has exactly one way in.
     bool handleKey(QKeyEvent *event);
 
 Q_SIGNALS:

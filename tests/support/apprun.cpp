@@ -1,11 +1,12 @@
 #include "support/apprun.h"
 
 #include <QColor>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QImage>
 #include <QStandardPaths>
-#include <QTest>
 
+#include <algorithm>
 
 VirtualDisplay::VirtualDisplay()
 {
@@ -20,10 +21,11 @@ VirtualDisplay::VirtualDisplay()
     if (!m_server.waitForStarted(10000))
         return;
     QByteArray number;
-    (void)QTest::qWaitFor([&] {
+    const QDeadlineTimer deadline(20000);
+    while (!number.contains('\n') && m_server.state() == QProcess::Running && !deadline.hasExpired()) {
+        m_server.waitForReadyRead(int(std::max<qint64>(deadline.remainingTime(), 1)));
         number += m_server.readAllStandardOutput();
-        return number.contains('\n') || m_server.state() != QProcess::Running;
-    }, 20000);
+    }
     number = number.trimmed();
     if (!number.isEmpty() && m_server.state() == QProcess::Running)
         m_display = QLatin1Char(':') + QString::fromLatin1(number);
@@ -58,6 +60,8 @@ AppRun::AppRun(const QString &display)
     if (!display.isEmpty())
         m_environment.insert(QStringLiteral("DISPLAY"), display);
     m_process.setProcessEnvironment(m_environment);
+    // waitForReadyRead then waits for standard error.
+    m_process.setReadChannel(QProcess::StandardError);
     QObject::connect(&m_process, &QProcess::readyReadStandardError, &m_process, [this] { readErrors(); });
 }
 
@@ -105,12 +109,22 @@ void AppRun::readErrors()
     }
 }
 
-bool AppRun::waitForLine(const QString &text, int timeoutMs)
+QString AppRun::waitForLine(const QString &text, int occurrence, int timeoutMs)
 {
-    return QTest::qWaitFor([&] {
+    const QDeadlineTimer deadline(timeoutMs);
+    qsizetype checked = 0;
+    int found = 0;
+    for (;;) {
         readErrors();
-        return std::any_of(m_lines.cbegin(), m_lines.cend(), [&](const QString &line) { return line.contains(text); });
-    }, timeoutMs);
+        for (; checked < m_lines.size(); ++checked) {
+            if (m_lines.at(checked).contains(text) && ++found == occurrence)
+                return m_lines.at(checked);
+        }
+        if (deadline.hasExpired() || m_process.state() == QProcess::NotRunning)
+            return {};
+        // Blocks until more of standard error arrives (or the time is up).
+        m_process.waitForReadyRead(int(std::max<qint64>(deadline.remainingTime(), 1)));
+    }
 }
 
 QStringList AppRun::diagnosticLines() const

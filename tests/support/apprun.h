@@ -35,6 +35,10 @@ class AppRun
 {
 public:
     // `display` empty: no display at all.
+    // Generous: a loaded two-core machine may take its time, and a wait
+    // ends as soon as what it waits for has happened.
+    static constexpr int defaultTimeoutMs = 30000;
+
     explicit AppRun(const QString &display);
     ~AppRun();
     AppRun(const AppRun &) = delete;
@@ -52,18 +56,20 @@ public:
     // Runs the binary once more in the same home and waits for it to end.
     // Returns its exit code (-1 when it did not finish); `output` gets its
     // standard output.
-    int runOnce(const QStringList &arguments, QString *output = nullptr, int timeoutMs = 15000);
+    int runOnce(const QStringList &arguments, QString *output = nullptr, int timeoutMs = defaultTimeoutMs);
 
-    // Waits, running the event loop, until a line containing `text` has
-    // arrived on standard error; false after `timeoutMs`.
-    bool waitForLine(const QString &text, int timeoutMs = 15000);
+    // Reads standard error as it arrives until the `occurrence`-th line
+    // containing `text` has come (counting those read before), and returns
+    // it; a null string after `timeoutMs` or once the program has ended
+    // without it.
+    QString waitForLine(const QString &text, int occurrence = 1, int timeoutMs = defaultTimeoutMs);
     QStringList lines() const { return m_lines; }
     // The "[Brindlewick] ..." lines without their prefix.
     QStringList diagnosticLines() const;
 
     qint64 processId() const { return m_process.processId(); }
     void terminate() { m_process.terminate(); }
-    bool waitForExit(int timeoutMs = 15000);
+    bool waitForExit(int timeoutMs = defaultTimeoutMs);
     int exitCode() const { return m_process.exitCode(); }
     QProcess::ExitStatus exitStatus() const { return m_process.exitStatus(); }
 

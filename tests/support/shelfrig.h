@@ -29,20 +29,23 @@ public:
     MetaStore meta{box.path(QStringLiteral("meta.json"))};
     FakeFrontApp front;
     std::unique_ptr<Shelf> shelf;
-    QList<QUrl> reported; // what onFreshScreenshot was called with
+    QList<QUrl> reported; // every freshScreenshot the shelf announced
 
     QString folder() const { return box.path(QStringLiteral("shots")); }
     QString file(const QString &name) const { return folder() + QLatin1Char('/') + name; }
     QUrl url(const QString &name) const { return QUrl::fromLocalFile(file(name)); }
 
-    // Starts the shelf on folder() and waits for its first scan.
-    bool start()
+    // Starts the shelf on folder() (made first unless told not to) and waits
+    // for its first scan.
+    bool start(bool makeFolder = true)
     {
-        QDir().mkpath(folder());
+        if (makeFolder)
+            QDir().mkpath(folder());
         qputenv("BRINDLEWICK_FOLDER", QFile::encodeName(folder()));
         shelf = std::make_unique<Shelf>(prefs, capture, &meta, &front);
         qunsetenv("BRINDLEWICK_FOLDER");
-        shelf->onFreshScreenshot = [this](const QUrl &url) { reported.append(url); };
+        QObject::connect(shelf.get(), &Shelf::freshScreenshot, shelf.get(),
+                         [this](const QUrl &url) { reported.append(url); });
         QSignalSpy applied(shelf.get(), &Shelf::scanApplied);
         return applied.wait(10000);
     }

@@ -15,6 +15,11 @@ namespace SafeFiles {
 // Whether anything (a dangling symlink included) occupies `path`.
 bool pathTaken(const QString &path);
 
+// Whether two paths reach the same file-system object (device and inode),
+// however differently they are spelled: through a symlink, "..", a bind
+// mount. False when either cannot be reached.
+bool sameObject(const QString &a, const QString &b);
+
 // Splits a file name into stem and extension the way the naming rules need:
 // "a.tar.gz" is "a.tar" + "gz"; ".hidden", "README" and "a." have no extension.
 struct NameParts

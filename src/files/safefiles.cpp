@@ -1,4 +1,4 @@
-#include "actions/safefiles.h"
+#include "files/safefiles.h"
 
 #include <QFile>
 #include <QRandomGenerator>
@@ -116,6 +116,14 @@ bool pathTaken(const QString &path)
 {
     struct stat st;
     return ::lstat(encoded(path).constData(), &st) == 0 || errno != ENOENT;
+}
+
+bool sameObject(const QString &a, const QString &b)
+{
+    struct stat sa;
+    struct stat sb;
+    return ::stat(encoded(a).constData(), &sa) == 0 && ::stat(encoded(b).constData(), &sb) == 0
+           && sa.st_dev == sb.st_dev && sa.st_ino == sb.st_ino;
 }
 
 NameParts splitName(const QString &fileName)

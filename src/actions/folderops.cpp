@@ -1,9 +1,9 @@
-#include "model/folderops.h"
+#include "actions/folderops.h"
 
+#include "actions/actionrunner.h"
 #include "actions/fileactions.h"
-#include "actions/safefiles.h"
+#include "files/safefiles.h"
 #include "model/shelf.h"
-#include "platform/trash.h"
 
 #include <QFile>
 #include <QPointer>
@@ -62,33 +62,41 @@ void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStor
     });
 }
 
-void trashFolder(Shelf &shelf, const QUrl &folder, Trash &trash)
+void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Count done)
 {
     const QUrl key = Shelf::folderKey(folder);
     if (key == shelf.home())
         return;
-    FileActions::trash({key}, trash);
-    if (key == shelf.current())
-        shelf.openFolder(shelf.home());
-    shelf.scan();
+    runner.trash({key}, &shelf, [&shelf, key, done](const FileWorkResult &result) {
+        if (key == shelf.current())
+            shelf.openFolder(shelf.home());
+        shelf.scan();
+        if (done)
+            done(result.count);
+    });
 }
 
-qint64 dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, MetaStore *meta)
+void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner,
+                  Count done)
 {
-    const qint64 moved = FileActions::move(files, Shelf::folderKey(folder), meta);
-    if (moved >= 1) {
-        shelf.setSelection({});
-        shelf.scan();
-    }
-    return moved;
+    runner.move(files, Shelf::folderKey(folder), &shelf, [&shelf, done](const FileWorkResult &result) {
+        if (result.count >= 1) {
+            shelf.setSelection({});
+            shelf.scan();
+        }
+        if (done)
+            done(result.count);
+    });
 }
 
-qint64 dropOnGrid(Shelf &shelf, const QList<QUrl> &files, MetaStore *meta)
+void dropOnGrid(Shelf &shelf, const QList<QUrl> &files, ActionRunner &runner, Count done)
 {
-    const qint64 moved = FileActions::move(files, shelf.current(), meta);
-    if (moved >= 1)
-        shelf.scan();
-    return moved;
+    runner.move(files, shelf.current(), &shelf, [&shelf, done](const FileWorkResult &result) {
+        if (result.count >= 1)
+            shelf.scan();
+        if (done)
+            done(result.count);
+    });
 }
 
 } // namespace FolderOps

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "actions/prompts.h"
-#include "platform/trash.h"
 
 #include <QList>
 #include <QUrl>
 
+#include <functional>
+
+class ActionRunner;
 class MetaStore;
 class Shelf;
 
@@ -31,16 +33,22 @@ void newFolder(Shelf &shelf, TextPrompt &prompt);
 // shown keeps showing it under its new name.
 void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStore *meta);
 
+// The moves and the Trash go through `runner`, off the GUI thread; the
+// shelf changes once they have landed. `done`, when given, then gets how
+// many files went. Neither happens if the shelf is gone by then.
+using Count = std::function<void(qint64)>;
+
 // Moves a folder to the Trash (never Home itself); the shelf goes back to
 // Home if it was showing it, then rescans.
-void trashFolder(Shelf &shelf, const QUrl &folder, Trash &trash = Trash::shared());
+void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Count done = {});
 
 // Files dropped on a folder row: moved there; if any moved, the selection
-// is emptied and the shelf rescans. Returns how many moved.
-qint64 dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, MetaStore *meta);
+// is emptied and the shelf rescans.
+void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner,
+                  Count done = {});
 
 // Files dropped on the grid: moved into the current folder; if any moved,
-// the shelf rescans (the selection is left to the scan). Returns how many.
-qint64 dropOnGrid(Shelf &shelf, const QList<QUrl> &files, MetaStore *meta);
+// the shelf rescans (the selection is left to the scan).
+void dropOnGrid(Shelf &shelf, const QList<QUrl> &files, ActionRunner &runner, Count done = {});
 
 } // namespace FolderOps

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "actions/fileactions.h"
+
 #include <QList>
 #include <QString>
 #include <QUrl>
@@ -7,8 +9,9 @@
 #include <functional>
 #include <optional>
 
+class ActionRunner;
 class ConfirmPrompt;
-class MetaStore;
+class QObject;
 class Shelf;
 
 // Screenshot tools name files with a localised word and a separator, e.g.
@@ -27,16 +30,19 @@ const QList<QString> &separators();
 // comes back exactly as given.
 QString cleanName(const QString &fileName);
 
-// Renames each file to its clean name, numbered when the name is taken,
-// moving its metadata record along. Returns how many were renamed. Clean
-// names that could not be a visible file of the folder (empty, "..", or a
-// leading dot that would hide the file) are left alone.
-qint64 cleanUpNames(const QList<QUrl> &files, MetaStore *meta);
+// Renames each file to its clean name, numbered when the name is taken, and
+// says where each renamed file went (the metadata records are the caller's,
+// FileActions::carryRecords). Clean names that could not be a visible file
+// of the folder (empty, "..", or a leading dot that would hide the file)
+// are left alone. Safe on a worker thread.
+FileActions::Moves cleanUpNames(const QList<QUrl> &files);
 
 // Asks whether to clean up the names of the shelf's items (the whole current
 // listing) and, on confirmation, cleans up the items as listed at that
-// moment. `done` gets the renamed count, or nothing when cancelled.
-void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, MetaStore *meta,
+// moment through `runner`, which carries the records along. `done` gets the
+// renamed count, or nothing when cancelled; it is not called once
+// `requester` is gone.
+void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, ActionRunner &runner, QObject *requester,
                     std::function<void(std::optional<qint64>)> done);
 
 // "Renamed 3", as the settings sheet reports the result.

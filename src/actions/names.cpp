@@ -1,8 +1,8 @@
-#include "model/names.h"
+#include "actions/names.h"
 
+#include "actions/actionrunner.h"
 #include "actions/prompts.h"
-#include "actions/safefiles.h"
-#include "meta/metastore.h"
+#include "files/safefiles.h"
 #include "model/shelf.h"
 #include "model/whitespace.h"
 
@@ -81,9 +81,9 @@ QString cleanName(const QString &fileName)
     return name == original ? fileName : name;
 }
 
-qint64 cleanUpNames(const QList<QUrl> &files, MetaStore *meta)
+FileActions::Moves cleanUpNames(const QList<QUrl> &files)
 {
-    qint64 renamed = 0;
+    FileActions::Moves renamed;
     for (const QUrl &file : files) {
         const QFileInfo info(file.toLocalFile());
         const QString oldName = info.fileName();
@@ -96,16 +96,13 @@ qint64 cleanUpNames(const QList<QUrl> &files, MetaStore *meta)
             continue;
         const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(),
                                                      folder + QLatin1Char('/') + newName);
-        if (placed.isEmpty())
-            continue;
-        if (meta)
-            meta->moveRecord(file, QUrl::fromLocalFile(placed));
-        ++renamed;
+        if (!placed.isEmpty())
+            renamed.append({file, QUrl::fromLocalFile(placed)});
     }
     return renamed;
 }
 
-void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, MetaStore *meta,
+void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, ActionRunner &runner, QObject *requester,
                     std::function<void(std::optional<qint64>)> done)
 {
     const QList<QUrl> items = shelf.items();
@@ -119,14 +116,26 @@ void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, MetaStore *meta,
     request.confirmButton = QStringLiteral("Clean Up");
     request.cancelButton = QStringLiteral("Cancel");
     QPointer<const Shelf> source(&shelf);
-    QPointer<MetaStore> store(meta);
-    prompt.confirm(request, [source, store, done](bool confirmed) {
-        if (!confirmed || !source) {
+    QPointer<ActionRunner> worker(&runner);
+    QPointer<QObject> asker(requester);
+    const bool hasRequester = requester != nullptr;
+    prompt.confirm(request, [source, worker, asker, hasRequester, done](bool confirmed) {
+        if (hasRequester && !asker)
+            return;
+        if (!confirmed || !source || !worker) {
             done(std::nullopt);
             return;
         }
         // Scans go on while the alert is open: take the listing as it is now.
-        done(cleanUpNames(source->items(), store.data()));
+        const QList<QUrl> files = source->items();
+        worker->run(
+            [files] {
+                FileWorkResult result;
+                result.moves = cleanUpNames(files);
+                result.count = result.moves.size();
+                return result;
+            },
+            asker.data(), [done](const FileWorkResult &result) { done(result.count); });
     });
 }
 

@@ -1,0 +1,115 @@
+#include "actions/actionrunner.h"
+
+#include "meta/metastore.h"
+
+ActionRunner::ActionRunner(Trash &trash, MetaStore *meta, QObject *parent)
+    : QObject(parent), m_trash(trash), m_meta(meta)
+{
+    // One worker: jobs run in the order asked, and two jobs never race for
+    // the same file.
+    m_pool.setMaxThreadCount(1);
+    m_pool.setObjectName(QStringLiteral("brindlewick.files"));
+}
+
+ActionRunner::~ActionRunner()
+{
+    m_pool.waitForDone();
+    // The requesters may be halfway through their own destruction here, so
+    // only the records are carried over.
+    deliver(false);
+}
+
+ActionRunner *ActionRunner::oneShot(Trash &trash, MetaStore *meta, QObject *parent)
+{
+    auto *runner = new ActionRunner(trash, meta, parent);
+    connect(runner, &ActionRunner::pendingChanged, runner, [runner] {
+        if (runner->pending() == 0)
+            runner->deleteLater();
+    });
+    return runner;
+}
+
+void ActionRunner::run(Work work, QObject *requester, Done done)
+{
+    const quint64 id = ++m_nextId;
+    m_jobs.insert(id, Job{requester, requester != nullptr, std::move(done)});
+    Q_EMIT pendingChanged();
+    // The pool lives and dies with this object, so `this` outlives the task.
+    m_pool.start([this, id, work = std::move(work)] {
+        FileWorkResult result = work();
+        {
+            const std::lock_guard<std::mutex> lock(m_landedLock);
+            m_landed.append({id, std::move(result)});
+        }
+        QMetaObject::invokeMethod(this, [this] { deliver(true); }, Qt::QueuedConnection);
+    });
+}
+
+void ActionRunner::deliver(bool callBack)
+{
+    QList<QPair<quint64, FileWorkResult>> landed;
+    {
+        const std::lock_guard<std::mutex> lock(m_landedLock);
+        landed.swap(m_landed);
+    }
+    if (landed.isEmpty())
+        return;
+    for (const auto &[id, result] : std::as_const(landed)) {
+        const Job job = m_jobs.take(id);
+        FileActions::carryRecords(result.moves, m_meta.data());
+        if (callBack && job.done && (!job.hasRequester || job.requester))
+            job.done(result);
+    }
+    if (callBack)
+        Q_EMIT pendingChanged();
+}
+
+void ActionRunner::duplicate(const QList<QUrl> &files, QObject *requester, Done done)
+{
+    run([files] {
+        FileWorkResult result;
+        result.written = FileActions::duplicate(files);
+        result.count = result.written.size();
+        return result;
+    }, requester, std::move(done));
+}
+
+void ActionRunner::resizeHalf(const QList<QUrl> &files, QObject *requester, Done done)
+{
+    run([files] {
+        FileWorkResult result;
+        result.written = FileActions::resizeHalf(files);
+        result.count = result.written.size();
+        return result;
+    }, requester, std::move(done));
+}
+
+void ActionRunner::convertToJPG(const QList<QUrl> &files, QObject *requester, Done done)
+{
+    run([files] {
+        FileWorkResult result;
+        result.written = FileActions::convertToJPG(files);
+        result.count = result.written.size();
+        return result;
+    }, requester, std::move(done));
+}
+
+void ActionRunner::move(const QList<QUrl> &files, const QUrl &folder, QObject *requester, Done done)
+{
+    run([files, folder] {
+        FileWorkResult result;
+        result.moves = FileActions::move(files, folder);
+        result.count = result.moves.size();
+        return result;
+    }, requester, std::move(done));
+}
+
+void ActionRunner::trash(const QList<QUrl> &files, QObject *requester, Done done)
+{
+    Trash *trash = &m_trash;
+    run([files, trash] {
+        FileWorkResult result;
+        result.count = FileActions::trash(files, *trash);
+        return result;
+    }, requester, std::move(done));
+}
