@@ -21,8 +21,6 @@
 
 namespace {
 
-const char *innerFlag = "--inside-x-server";
-
 xcb_atom_t atom(xcb_connection_t *c, const char *name)
 {
     xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, uint16_t(std::strlen(name)), name), nullptr);
@@ -31,11 +29,10 @@ xcb_atom_t atom(xcb_connection_t *c, const char *name)
     return result;
 }
 
-xcb_window_t rootOf(xcb_connection_t *c) { return xcb_setup_roots_iterator(xcb_get_setup(c)).data->root; }
-
 void setActiveWindow(xcb_connection_t *c, xcb_window_t window)
 {
-    xcb_change_property(c, XCB_PROP_MODE_REPLACE, rootOf(c), atom(c, "_NET_ACTIVE_WINDOW"), XCB_ATOM_WINDOW, 32, 1, &window);
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+    xcb_change_property(c, XCB_PROP_MODE_REPLACE, root, atom(c, "_NET_ACTIVE_WINDOW"), XCB_ATOM_WINDOW, 32, 1, &window);
     std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr)); // a round trip: the change is in
 }
 
@@ -64,13 +61,12 @@ private Q_SLOTS:
                 QSKIP("xvfb-run is not installed");
             QProcess inner;
             QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-            env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-            env.insert(QStringLiteral("XDG_SESSION_TYPE"), QStringLiteral("x11"));
-            env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+            env.insert("QT_QPA_PLATFORM", "xcb");
+            env.insert("XDG_SESSION_TYPE", "x11");
+            env.remove("WAYLAND_DISPLAY");
             inner.setProcessEnvironment(env);
             inner.setProcessChannelMode(QProcess::ForwardedChannels);
-            inner.start(xvfbRun, {QStringLiteral("-a"), QCoreApplication::applicationFilePath(),
-                                  QLatin1String(innerFlag)});
+            inner.start(xvfbRun, {"-a", QCoreApplication::applicationFilePath(), QTest::currentTestFunction()});
             QVERIFY(inner.waitForFinished(60000));
             QCOMPARE(inner.exitCode(), 0);
             return;
@@ -83,19 +79,13 @@ private Q_SLOTS:
         sleeper.start(QStringLiteral("sleep"), {QStringLiteral("30")});
         QVERIFY(sleeper.waitForStarted());
 
-        auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-        QVERIFY(x11);
-        xcb_connection_t *ours = x11->connection();
+        xcb_connection_t *ours = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
         std::unique_ptr<FrontApp> front = makeFrontApp();
-
-        // No window manager has named an active window yet.
-        QVERIFY(!front->frontmost());
+        QVERIFY(!front->frontmost()); // no window manager has named an active window yet
 
         // One of our own windows: ourselves.
         setActiveWindow(ours, makeWindow(ours));
-        const std::optional<RunningApp> self = front->frontmost();
-        QVERIFY(self);
-        QCOMPARE(self->pid, QCoreApplication::applicationPid());
+        QCOMPARE(front->frontmost().value_or(RunningApp()).pid, QCoreApplication::applicationPid());
 
         // Another client's window, naming the sleeping process.
         xcb_connection_t *other = xcb_connect(nullptr, nullptr);
@@ -107,9 +97,7 @@ private Q_SLOTS:
         setActiveWindow(other, window);
         // The entries are read in the background, once.
         QTRY_COMPARE_WITH_TIMEOUT(front->frontmost().value_or(RunningApp()).path, std::optional<QString>(entry), 10000);
-        const std::optional<RunningApp> app = front->frontmost();
-        QCOMPARE(app->pid, qint64(pid));
-        QCOMPARE(app->name, std::optional<QString>(QStringLiteral("Sleeper")));
+        QCOMPARE(front->frontmost()->pid, qint64(pid));
 
         xcb_disconnect(other);
         sleeper.kill();
@@ -134,8 +122,7 @@ private Q_SLOTS:
             return describeProcess(*entries.entries(), 0, windowClass);
         };
         QCOMPARE(describe(QStringLiteral("EdWin")).path, folder + QStringLiteral("/kde/editor.desktop"));
-        QCOMPARE(entries.entries()->first().id, QStringLiteral("kde-editor"));
-        QCOMPARE(entries.entries()->size(), 1);
+        QCOMPARE(entries.entries()->size(), 1); // the hidden one is not offered
 
         // A new entry, even in a folder that did not exist: not read on the
         // spot, but soon after.
@@ -169,15 +156,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    // The inner run takes no test arguments of its own.
-    const bool inside = argc > 1 && std::strcmp(argv[argc - 1], innerFlag) == 0;
-    if (inside)
-        --argc;
-    QGuiApplication app(argc, argv);
-    TestFrontApp test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(TestFrontApp)
 
 #include "test_frontapp.moc"

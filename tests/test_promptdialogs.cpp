@@ -34,8 +34,6 @@ private Q_SLOTS:
         TextPromptRequest request;
         request.text = QStringLiteral("shot.png");
         request.selectStem = true;
-        request.confirmButton = QStringLiteral("Rename");
-        request.cancelButton = QStringLiteral("Cancel");
         QList<std::optional<QString>> texts;
         const auto askText = [&] {
             textPrompt.askText(request, [&](const std::optional<QString> &a) { texts.append(a); });
@@ -43,8 +41,8 @@ private Q_SLOTS:
 
         askText();
         QVERIFY(texts.isEmpty()); // still open: nothing blocked, nothing answered
-        auto *dialog = openDialog<QDialog>();
-        QVERIFY(dialog);
+        QDialog *dialog = nullptr;
+        QVERIFY(dialog = openDialog<QDialog>());
         auto *field = dialog->findChild<QLineEdit *>();
         QCOMPARE(field->selectedText(), QStringLiteral("shot"));
         field->setText(QStringLiteral("renamed.png"));
@@ -55,18 +53,18 @@ private Q_SLOTS:
         QVERIFY(dialog = openDialog<QDialog>());
         QTest::keyClick(dialog, Qt::Key_Escape);
         QTRY_COMPARE(texts.size(), 2);
-        QCOMPARE(texts.last(), std::nullopt);
+        QCOMPARE(texts.last(), std::nullopt); // Escape: no answer
 
         DialogConfirmPrompt confirmPrompt;
-        const ConfirmRequest confirm{QStringLiteral("Clean up?"), QString(), QStringLiteral("Clean Up"),
-                                     QStringLiteral("Cancel")};
+        const ConfirmRequest confirm{QStringLiteral("Clean up?"), {}, QStringLiteral("Clean Up"), QStringLiteral("Cancel")};
         QList<bool> answers;
-        confirmPrompt.confirm(confirm, [&](bool yes) { answers.append(yes); });
-        auto *box = openDialog<QMessageBox>();
-        QVERIFY(box);
+        const auto ask = [&] { confirmPrompt.confirm(confirm, [&](bool yes) { answers.append(yes); }); };
+        ask();
+        QMessageBox *box = nullptr;
+        QVERIFY(box = openDialog<QMessageBox>());
         box->defaultButton()->click(); // the confirming button is the default
         QTRY_COMPARE(answers, QList<bool>{true});
-        confirmPrompt.confirm(confirm, [&](bool yes) { answers.append(yes); });
+        ask();
         QVERIFY(box = openDialog<QMessageBox>());
         QTest::keyClick(box, Qt::Key_Escape);
         QTRY_COMPARE(answers, (QList<bool>{true, false}));

