@@ -37,6 +37,7 @@ private Q_SLOTS:
         QList<Event> seen;
         auto watch = FolderWatch::open(dir, [&](const QList<Event> &events) { seen += events; });
         QVERIFY(watch); // nothing there yet: it waits on the nearest folder that does exist
+        QTRY_VERIFY_WITH_TIMEOUT(watch->ready(), 5000);
         const auto saw = [&](Event::Kind kind, const QByteArray &name) {
             return std::any_of(seen.cbegin(), seen.cend(),
                                [&](const Event &e) { return e.kind == kind && e.name == name; });
@@ -155,10 +156,12 @@ private Q_SLOTS:
 
         // A's listing is held up until B's has been shown.
         auto gate = std::make_shared<QSemaphore>();
+        auto heldStarted = std::make_shared<std::atomic_bool>(false);
         auto heldDone = std::make_shared<std::atomic_bool>(false);
-        rig.shelf->setScanner([gate, heldDone, a](const QString &current, const QString &home) {
+        rig.shelf->setScanner([gate, heldStarted, heldDone, a](const QString &current, const QString &home) {
             if (current != a)
                 return Shelf::runScan(current, home);
+            *heldStarted = true;
             gate->tryAcquire(1, 10000);
             Shelf::ScanResult result = Shelf::runScan(current, home);
             *heldDone = true;
@@ -166,6 +169,7 @@ private Q_SLOTS:
         });
         QSignalSpy applied(rig.shelf.get(), &Shelf::scanApplied);
         rig.shelf->openFolder(QUrl::fromLocalFile(a));
+        QTRY_VERIFY_WITH_TIMEOUT(heldStarted->load(), 5000);
         rig.shelf->openFolder(QUrl::fromLocalFile(b));
         QVERIFY(applied.wait(5000));
         gate->release();

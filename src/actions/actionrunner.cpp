@@ -1,6 +1,7 @@
 #include "actions/actionrunner.h"
 
 #include "meta/metastore.h"
+#include "platform/threadpriority.h"
 
 ActionRunner::ActionRunner(Trash &trash, MetaStore *meta, QObject *parent)
     : QObject(parent), m_trash(trash), m_meta(meta)
@@ -36,6 +37,7 @@ void ActionRunner::run(Work work, QObject *requester, Done done)
     Q_EMIT pendingChanged();
     // The pool lives and dies with this object, so `this` outlives the task.
     m_pool.start([this, id, work = std::move(work)] {
+        standBack(Background::utility);
         FileWorkResult result = work();
         {
             const std::lock_guard<std::mutex> lock(m_landedLock);

@@ -1,5 +1,7 @@
 #include "meta/metastore.h"
 
+#include "platform/threadpriority.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -47,6 +49,7 @@ void runOnIoThread(MetaStore *store, Work work, Done done)
 {
     QPointer<MetaStore> self(store);
     (void)QtConcurrent::run(&MetaStore::ioThread(), [self, work = std::move(work), done = std::move(done)]() mutable {
+        standBack(Background::utility);
         work();
         QCoreApplication *app = QCoreApplication::instance();
         if (!app)

@@ -2,6 +2,7 @@
 
 #include "meta/metastore.h"
 #include "platform/textrecognizer.h"
+#include "platform/threadpriority.h"
 #include "system/prefs.h"
 
 #include <QCoreApplication>
@@ -50,7 +51,6 @@ TextIndexer::TextIndexer(MetaStore &store, RecognizerFactory makeRecognizer, QOb
     m_queue.setMaxThreadCount(1);
     // The thread, and with it the warm recognizer, lives as long as we do.
     m_queue.setExpiryTimeout(-1);
-    m_queue.setThreadPriority(QThread::LowestPriority);
 }
 
 TextIndexer::~TextIndexer()
@@ -99,6 +99,7 @@ void TextIndexer::index(const QList<QUrl> &files, bool force)
     QPointer<MetaStore> store(&m_store);
     std::shared_ptr<Worker> worker = m_worker;
     m_queue.start([self, store, worker, kept] {
+        standBack(Background::idle);
         // The OS-level name shows in top and debuggers; 15 characters fit.
         QThread::currentThread()->setObjectName(QStringLiteral("brindlewick.ocr"));
         pthread_setname_np(pthread_self(), "brindlewick.ocr");

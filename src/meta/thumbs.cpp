@@ -1,5 +1,7 @@
 #include "meta/thumbs.h"
 
+#include "platform/threadpriority.h"
+
 #include <QImageReader>
 
 #include <algorithm>
@@ -202,6 +204,7 @@ void Thumbs::startWaiting()
         job.running = true;
         ++m_inFlight;
         m_pool.start([this, disk = m_disk, file = job.file, step = job.step, key] {
+            standBack(Background::userInitiated);
             Made made = make(disk, file, step);
             // Queued on us: dropped if we are gone by then.
             QMetaObject::invokeMethod(

@@ -3,6 +3,7 @@
 #include "meta/metastore.h"
 #include "model/listing.h"
 #include "platform/folderwatch.h"
+#include "platform/threadpriority.h"
 #include "system/capturelocation.h"
 #include "system/prefs.h"
 
@@ -20,13 +21,13 @@
 
 namespace {
 
-// Listing runs at utility priority: below thumbnails, above text recognition.
+// Listing stands back for the GUI thread: below thumbnails, above text
+// recognition.
 QThreadPool &scanPool()
 {
     static QThreadPool *pool = [] {
         auto *p = new QThreadPool;
         p->setMaxThreadCount(2);
-        p->setThreadPriority(QThread::LowPriority);
         return p;
     }();
     return *pool;
@@ -123,11 +124,20 @@ void Shelf::scan()
         }
     }
 
+    // Listed only once the folders are watched, so no change between the
+    // listing and the watch goes unseen; the watch's `watching` event scans.
+    if ((m_homeSource && !m_homeSource->ready()) || (m_currentSource && !m_currentSource->ready())) {
+        m_scanWhenWatched = true;
+        return;
+    }
+    m_scanWhenWatched = false;
+
     const QString current = m_current.toLocalFile();
     const QString home = m_home.toLocalFile();
     const quint64 serial = ++m_scansStarted;
     QPointer<Shelf> self(this);
     (void)QtConcurrent::run(&scanPool(), [self, scanner = m_scanner, serial, current, home] {
+        standBack(Background::utility);
         ScanResult result = scanner(current, home);
         QMetaObject::invokeMethod(
             qApp,

@@ -199,6 +199,7 @@ private:
     qint64 m_firstUnservedMs = 0;  // on m_clock, while m_pending runs
     QHash<QString, qint64> m_writing; // image path -> last write seen, on m_clock
     QTimer *m_quietCheck = nullptr;
+    bool m_scanWhenWatched = false;
     Scanner m_scanner = &Shelf::runScan;
     quint64 m_scansStarted = 0;
     quint64 m_staleBefore = 1;     // results of scans numbered below this are dropped

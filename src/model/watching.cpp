@@ -64,6 +64,11 @@ void Shelf::folderEvents(const QString &folder, const QList<FolderWatch::Event> 
     const qint64 now = m_clock.elapsed();
     bool rescan = false;
     for (const Event &event : events) {
+        if (event.kind == Event::watching) {
+            if (m_scanWhenWatched)
+                scan(); // waits again if the other folder is not watched yet
+            continue;
+        }
         if (event.kind == Event::folder) {
             rescan = true;
             continue;
@@ -95,6 +100,7 @@ void Shelf::folderEvents(const QString &folder, const QList<FolderWatch::Event> 
             rescan = true;
             break;
         case Event::folder:
+        case Event::watching:
             break;
         }
     }

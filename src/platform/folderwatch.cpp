@@ -3,7 +3,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QCoreApplication>
 #include <QSocketNotifier>
+#include <QThreadPool>
 
 #include <climits>
 #include <cstring>
@@ -22,6 +24,27 @@ constexpr uint32_t folderMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED
 constexpr uint32_t ancestorMask = IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
 using Event = FolderWatch::Event;
+
+// The inotify descriptor outlives the watch while a background arming still
+// uses it, so its number is never reused under that arming's feet.
+struct Descriptor
+{
+    explicit Descriptor(int fd) : fd(fd) {}
+    ~Descriptor() { ::close(fd); }
+    const int fd;
+};
+
+// Adding a watch makes the kernel mark every entry of the folder it has in
+// memory: 10 ms for 100,000 entries, too long for the GUI thread.
+QThreadPool &armingThread()
+{
+    static QThreadPool *pool = [] {
+        auto *p = new QThreadPool;
+        p->setMaxThreadCount(1);
+        return p;
+    }();
+    return *pool;
+}
 
 // What one inotify event on the folder says about one of its entries.
 std::optional<Event::Kind> entryKind(uint32_t mask)
@@ -49,17 +72,50 @@ class InotifyFolderWatch final : public FolderWatch
 {
 public:
     InotifyFolderWatch(int fd, const QString &folder, Handler onEvents)
-        : m_fd(fd), m_folder(folder), m_onEvents(std::move(onEvents)),
-          m_notifier(fd, QSocketNotifier::Read)
+        : m_descriptor(std::make_shared<Descriptor>(fd)), m_fd(fd), m_folder(folder),
+          m_onEvents(std::move(onEvents)), m_notifier(fd, QSocketNotifier::Read)
     {
         QObject::connect(&m_notifier, &QSocketNotifier::activated, [this] { readEvents(); });
     }
 
-    ~InotifyFolderWatch() override { ::close(m_fd); }
+    bool ready() const override { return !m_arming; }
 
-    bool arm() { return armFolder() || armAncestor(); }
+    void armInBackground()
+    {
+        m_arming = true;
+        std::weak_ptr<Descriptor> alive = m_descriptor;
+        armingThread().start([this, alive, descriptor = m_descriptor, path = QFile::encodeName(m_folder)] {
+            const int wd = ::inotify_add_watch(descriptor->fd, path.constData(), folderMask);
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(),
+                [this, alive, wd] {
+                    if (!alive.expired()) // else the watch is gone, and `this` with it
+                        armed(wd);
+                },
+                Qt::QueuedConnection);
+        });
+    }
 
 private:
+    void armed(int wd)
+    {
+        m_arming = false;
+        if (wd >= 0)
+            m_folderWatch = wd;
+        else
+            follow();
+        m_onEvents({Event{Event::watching, {}, true}}); // last: the handler may end this watch
+    }
+
+    // True when the folder itself is watched now, else its nearest ancestor.
+    bool follow()
+    {
+        if (armFolder())
+            return true;
+        armAncestor();
+        return armFolder(); // it may have appeared while the ancestor was armed
+    }
+
     bool armFolder()
     {
         const int wd = ::inotify_add_watch(m_fd, QFile::encodeName(m_folder).constData(), folderMask);
@@ -122,6 +178,8 @@ private:
                         events.append(Event{*kind, name, (event->mask & IN_ISDIR) != 0});
                 } else if (event->wd == m_ancestorWatch) {
                     ancestorChanged = true;
+                } else if (m_arming) {
+                    folderChanged = true; // the folder's, read before its arming landed
                 }
             }
         }
@@ -132,19 +190,17 @@ private:
             m_folderWatch = -1;
             ancestorChanged = true;
         }
-        if (ancestorChanged && m_folderWatch < 0) {
-            if (armFolder())
-                folderChanged = true; // there again: whatever it holds now is news
-            else
-                armAncestor();
-        }
+        if (ancestorChanged && m_folderWatch < 0 && !m_arming && follow())
+            folderChanged = true; // there again: whatever it holds now is news
         if (folderChanged)
             events.append(Event{Event::folder, {}, true});
         if (!events.isEmpty())
             m_onEvents(events); // last: the handler may end this watch
     }
 
+    std::shared_ptr<Descriptor> m_descriptor;
     int m_fd;
+    bool m_arming = false;
     int m_folderWatch = -1;
     int m_ancestorWatch = -1;
     QString m_folder;
@@ -162,7 +218,6 @@ std::unique_ptr<FolderWatch> FolderWatch::open(const QString &folder, Handler on
     if (fd < 0)
         return nullptr;
     auto watch = std::make_unique<InotifyFolderWatch>(fd, QDir::cleanPath(folder), std::move(onEvents));
-    if (!watch->arm())
-        return nullptr; // the destructor closes the descriptor
+    watch->armInBackground();
     return watch;
 }

@@ -4,6 +4,7 @@
 #include "meta/metastore.h"
 #include "model/listing.h"
 #include "model/shelf.h"
+#include "platform/threadpriority.h"
 #include "platform/trash.h"
 #include "system/prefs.h"
 
@@ -25,13 +26,11 @@ namespace {
 constexpr qint64 kSecondsPerDay = 86400;
 constexpr qint64 kNsPerSecond = 1000000000LL;
 
-// Listing runs at utility priority, like the shelf's own.
 QThreadPool &listingPool()
 {
     static QThreadPool *pool = [] {
         auto *p = new QThreadPool;
         p->setMaxThreadCount(1);
-        p->setThreadPriority(QThread::LowPriority);
         return p;
     }();
     return *pool;
@@ -160,6 +159,7 @@ void AutoTidy::check(const QUrl &home, bool act)
     QPointer<AutoTidy> self(this);
     const QUrl key = m_lastHome;
     (void)QtConcurrent::run(&listingPool(), [self, request, key, folder, days, now, act] {
+        standBack(Background::utility); // like the shelf's own listing
         QList<QUrl> due = dueAmong(listImages(folder, listLimit), days, now);
         QMetaObject::invokeMethod(
             qApp,
