@@ -5,7 +5,9 @@
 
 #include "support/apprun.h"
 #include "support/files.h"
+#include "support/sandbox.h"
 
+#include <QDir>
 #include <QImage>
 #include <QSettings>
 #include <QStandardPaths>
@@ -90,6 +92,26 @@ private Q_SLOTS:
     }
 
     void cleanupTestCase() { m_display.reset(); }
+
+    // `--login` works without a display and says what it did; an entry that
+    // cannot be written is an error with its reason and status 1.
+    void loginCommandWithoutDisplay()
+    {
+        AppRun run(QString{});
+        const QString entry = run.configHome() + QStringLiteral("/autostart/brindlewick.desktop");
+        QString out;
+        QCOMPARE(run.runOnce({QStringLiteral("--login"), QStringLiteral("on")}, &out), 0);
+        QCOMPARE(out, QStringLiteral("launch at login: enabled\n"));
+        QVERIFY(QFile::exists(entry));
+        QCOMPARE(run.runOnce({QStringLiteral("--login"), QStringLiteral("off")}, &out), 0);
+        QCOMPARE(out, QStringLiteral("launch at login: disabled (0)\n"));
+        QVERIFY(!QFile::exists(entry));
+
+        QVERIFY(QDir().rmdir(run.configHome() + QStringLiteral("/autostart")));
+        Sandbox::writeFile(run.configHome() + QStringLiteral("/autostart")); // a file where the folder goes
+        QCOMPARE(run.runOnce({QStringLiteral("--login"), QStringLiteral("on")}, &out), 1);
+        QVERIFY2(out.startsWith(QStringLiteral("error: ")), qPrintable(out));
+    }
 
     // Key tokens go through the real key handling one after another, each
     // report showing exactly the keys sent so far; a key the menu holds
