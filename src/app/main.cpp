@@ -8,6 +8,7 @@
 #include "system/capturelocation.h"
 #include "system/loginitem.h"
 #include "system/prefs.h"
+#include "tidy/autotidy.h"
 #include "ui/appicon.h"
 
 #include <QApplication>
@@ -95,6 +96,8 @@ int main(int argc, char *argv[])
 
     QTimer::singleShot(0, &delegate, [&delegate, toggle] {
         delegate.applicationDidFinishLaunching();
+        // Old screenshots go to Archive (or the Trash) when the user asked for it.
+        AutoTidy::shared().start(delegate.shelf());
         if (toggle)
             delegate.toggleShelf();
     });
