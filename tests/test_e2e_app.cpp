@@ -79,7 +79,7 @@ private:
     {
         return QTest::qWaitFor([&] {
             QByteArray windows;
-            const bool found = xdotool({"search", "--onlyvisible", "--name", "^Brindlewick$"}, &windows) == 0;
+            const bool found = xdotool({"search", "--onlyvisible", "--name", "^shots$"}, &windows) == 0;
             return (found && !windows.trimmed().isEmpty()) == shown;
         }, AppRun::defaultTimeoutMs);
     }
@@ -113,9 +113,9 @@ private Q_SLOTS:
         QVERIFY2(out.startsWith(QStringLiteral("error: ")), qPrintable(out));
     }
 
-    // Key tokens go through the real key handling one after another, each
-    // report showing exactly the keys sent so far; a key the menu holds
-    // (Ctrl+=) acts once; Ctrl+Q quits, and quitting gives the screenshot
+    // Key tokens, a click and a marquee go through the real event handling
+    // one after another, each report showing exactly the input sent so far;
+    // a key the menu holds (Ctrl+=) acts once; Ctrl+Q quits, and quitting gives the screenshot
     // tool its own folder back.
     void keysThenQuit()
     {
@@ -124,6 +124,8 @@ private Q_SLOTS:
         const QString ini = useFlameshot(run);
         run.setVar(QStringLiteral("BRINDLEWICK_OPEN"));
         run.setVar(QStringLiteral("BRINDLEWICK_KEY"), QStringLiteral("C18,,X5,S124,C24,C12"));
+        run.setVar(QStringLiteral("BRINDLEWICK_CLICK"));
+        run.setVar(QStringLiteral("BRINDLEWICK_MARQUEE"));
         run.start();
 
         QVERIFY2(!run.waitForLine(QStringLiteral("] ready")).isNull(), qPrintable(run.lines().join('\n')));
@@ -132,11 +134,21 @@ private Q_SLOTS:
         QCOMPARE(savePath(ini), run.path("home/Pictures"));
 
         // The token that does not parse is skipped without a word; Ctrl+Q
-        // ends the program before its own report is due.
-        QCOMPARE(run.diagnosticLines().filter(QStringLiteral("after key")),
-                 (QStringList{"after key C18: selected slots 1 columns=4",
-                              "after key S124: selected slots 1,2 columns=4",
-                              "after key C24: selected slots 1,2 columns=4"}));
+        // ends the program before its own report is due. The click lands on
+        // the first cell; the marquee, from the empty space below the single
+        // row of three (1024 points wide), touches the second and third
+        // cells and leaves the cursor on the third, where Shift+Right stays.
+        // Ctrl+= makes the cells too wide for three columns.
+        const QStringList lines = run.diagnosticLines();
+        QVERIFY2(lines.contains(QStringLiteral("view under the click point: ThumbCell")), qPrintable(lines.join('\n')));
+        QVERIFY(lines.contains(QStringLiteral("after click: selected [\"c.png\"] (clicked c.png)")));
+        QVERIFY(lines.contains(QStringLiteral("after marquee: selected slots 2,3")));
+        const QStringList keys = lines.filter(QStringLiteral("after key"));
+        QCOMPARE(keys.size(), 3);
+        QCOMPARE(keys.at(0), QStringLiteral("after key C18: selected slots 1 columns=3 cursor cell fully visible (y 20\u2013217 of 566)"));
+        QCOMPARE(keys.at(1), QStringLiteral("after key S124: selected slots 3 columns=3 cursor cell fully visible (y 20\u2013217 of 566)"));
+        QVERIFY2(keys.at(2).startsWith(QStringLiteral("after key C24: selected slots 3 columns=2 cursor cell OFFSCREEN")),
+                 qPrintable(keys.at(2)));
         QSettings prefs(run.configHome() + QStringLiteral("/Brindlewick/Brindlewick.conf"), QSettings::IniFormat);
         QCOMPARE(prefs.value(QStringLiteral("cellWidth")).toDouble(), 340.0);
     }

@@ -2,7 +2,12 @@
 
 #include "app/diagnostics.h"
 #include "app/loginprompts.h"
+#include "actions/actionrunner.h"
+#include "actions/fileactions.h"
+#include "actions/folderops.h"
 #include "app/mainmenu.h"
+#include "meta/textindexer.h"
+#include "meta/thumbs.h"
 #include "model/shelf.h"
 #include "system/capturelocation.h"
 #include "system/hotkey.h"
@@ -11,7 +16,8 @@
 #include "ui/appicon.h"
 #include "ui/notifications.h"
 #include "ui/settingssheet.h"
-#include "ui/shelfplaceholder.h"
+#include "ui/shelfgrid.h"
+#include "ui/shelfview.h"
 #include "ui/shelfwindow.h"
 
 #include <QAction>
@@ -79,7 +85,7 @@ QRect constrainedTo(QRect r, const QRect &bounds)
 
 AppDelegate::AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp,
                          QObject *parent)
-    : QObject(parent), m_prefs(prefs), m_capture(capture),
+    : QObject(parent), m_prefs(prefs), m_capture(capture), m_meta(meta),
       m_shelf(std::make_unique<Shelf>(prefs, capture, meta, frontApp)),
       m_loginPrompts(std::make_unique<DialogLoginPrompts>()),
       m_loginItem(std::make_unique<LoginItem>(prefs, LoginItem::defaultEntryPath(),
@@ -164,8 +170,17 @@ void AppDelegate::buildWindow()
     m_window->setShelf(m_shelf.get());
     m_window->setWindowIcon(appIcon());
     m_window->resize(1200, 700);
-    // The shelf view takes the placeholder's place with its own issue.
-    m_window->setContent(new ShelfPlaceholder(m_shelf.get()));
+    auto *view = new ShelfView(m_shelf.get(), m_meta, &Thumbs::shared());
+    m_window->setContent(view);
+    m_runner = std::make_unique<ActionRunner>(Trash::shared(), m_meta);
+    connect(view->grid(), &ShelfGrid::openRequested, this,
+            [](const QList<QUrl> &files) { FileActions::open(files, AppLauncher::shared()); });
+    connect(view->grid(), &ShelfGrid::filesDropped, this,
+            [this](const QList<QUrl> &files) { FolderOps::dropOnGrid(*m_shelf, files, *m_runner); });
+    connect(view->grid(), &ShelfGrid::pressed, this, [] { Q_EMIT Notifications::shared().dropFocus(); });
+    connect(view, &ShelfView::recogniseRequested, this,
+            [](const QList<QUrl> &files) { TextIndexer::shared().index(files, false); });
+    // The context menu joins here: ShelfGrid::contextMenuRequested.
     m_mainMenu->attachTo(m_window.get());
     connect(m_window.get(), &ShelfWindow::liveResizeEnded, this,
             [this](QSize size) { windowDidEndLiveResize(QSizeF(size)); });

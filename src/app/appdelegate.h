@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 
+class ActionRunner;
 class CaptureLocation;
 class DiagnosticHooks;
 class FrontApp;
@@ -100,6 +101,9 @@ private:
 
     Prefs &m_prefs;
     CaptureLocation &m_capture;
+    MetaStore *m_meta;
+    // Moves files dropped on the grid.
+    std::unique_ptr<ActionRunner> m_runner;
     std::unique_ptr<MainMenu> m_mainMenu;
     QPointer<QSystemTrayIcon> m_statusItem;
     std::unique_ptr<QMenu> m_statusMenu;

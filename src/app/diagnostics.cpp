@@ -3,6 +3,7 @@
 #include "app/appdelegate.h"
 #include "model/shelf.h"
 #include "platform/keytable.h"
+#include "ui/shelfgrid.h"
 #include "ui/shelfwindow.h"
 
 #include <QCoreApplication>
@@ -83,11 +84,6 @@ void postMouse(ShelfWindow *window, QEvent::Type type, const QPointF &at, Qt::Mo
     // finds the widget under the point and tracks the press itself.
     QCoreApplication::postEvent(handle, new QMouseEvent(type, at, at, window->mapToGlobal(at), button,
                                                         buttons, Qt::NoModifier));
-}
-
-QPointF centreInWindow(QWidget *cell, QWidget *window)
-{
-    return QPointF(cell->mapTo(window, cell->rect().center()));
 }
 
 } // namespace
@@ -263,20 +259,17 @@ QString DiagnosticHooks::selectedSlots(const Shelf &shelf)
     return slots.join(QLatin1Char(','));
 }
 
-QWidget *DiagnosticHooks::findCell(QWidget *root, const QUrl &url)
+std::optional<QRect> DiagnosticHooks::findCell(QWidget *window, const QUrl &url)
 {
-    if (!root || !root->isVisible())
-        return nullptr;
-    for (QObject *child : root->children()) {
-        auto *widget = qobject_cast<QWidget *>(child);
-        if (!widget || !widget->isVisible())
-            continue;
-        if (widget->inherits("CellInteractionView") && widget->property("url").toUrl() == url)
-            return widget;
-        if (QWidget *found = findCell(widget, url))
-            return found;
-    }
-    return nullptr;
+    if (!window || !window->isVisible())
+        return std::nullopt;
+    auto *grid = window->findChild<ShelfGrid *>();
+    if (!grid || !grid->isVisible())
+        return std::nullopt;
+    const QRect cell = grid->tileRect(url);
+    if (cell.isEmpty())
+        return std::nullopt;
+    return QRect(grid->viewport()->mapTo(window, cell.topLeft()), cell.size());
 }
 
 void DiagnosticHooks::snapshotWindow(QWidget *window, const QString &path) const
@@ -298,16 +291,20 @@ void DiagnosticHooks::click(Done done)
 {
     ShelfWindow *window = m_delegate ? m_delegate->window() : nullptr;
     const QList<QUrl> visible = window ? m_delegate->shelf().visible() : QList<QUrl>();
-    QWidget *cell = visible.isEmpty() ? nullptr : findCell(window, visible.first());
+    const std::optional<QRect> cell = visible.isEmpty() ? std::nullopt : findCell(window, visible.first());
     if (!cell) {
         done();
         return;
     }
     const QUrl clicked = visible.first();
-    const QPointF p = centreInWindow(cell, window);
+    const QPointF p = QRectF(*cell).center();
     QWidget *hit = window->childAt(p.toPoint());
-    log(QStringLiteral("view under the click point: ")
-        + typeName(hit ? static_cast<QObject *>(hit) : window));
+    // The grid draws its cells itself: it names the part under the point.
+    auto *grid = window->findChild<ShelfGrid *>();
+    const QString hitName = grid && hit == grid->viewport()
+                                ? grid->partAt(grid->viewport()->mapFrom(window, p.toPoint()))
+                                : typeName(hit ? static_cast<QObject *>(hit) : window);
+    log(QStringLiteral("view under the click point: ") + hitName);
     QPointer<ShelfWindow> target(window);
     postMouse(window, QEvent::MouseButtonPress, p, Qt::LeftButton, Qt::LeftButton);
     later(m_delegate, clickReleaseDelayMs, [this, target, p, clicked, done] {
@@ -334,7 +331,7 @@ void DiagnosticHooks::marquee(Done done)
 {
     ShelfWindow *window = m_delegate ? m_delegate->window() : nullptr;
     const QList<QUrl> visible = window ? m_delegate->shelf().visible() : QList<QUrl>();
-    QWidget *cell = visible.size() < 2 ? nullptr : findCell(window, visible.at(1));
+    const std::optional<QRect> cell = visible.size() < 2 ? std::nullopt : findCell(window, visible.at(1));
     if (!cell) {
         done();
         return;
@@ -342,7 +339,7 @@ void DiagnosticHooks::marquee(Done done)
     // From empty grid background 40 points in from the right edge and 60
     // above the bottom, to the centre of the second cell.
     const QPointF s(window->width() - 40, window->height() - 60);
-    const QPointF t = centreInWindow(cell, window);
+    const QPointF t = QRectF(*cell).center();
     const qint64 pressedMs = m_clock.elapsed();
     QPointer<ShelfWindow> target(window);
     postMouse(window, QEvent::MouseButtonPress, s, Qt::LeftButton, Qt::LeftButton);
@@ -422,8 +419,8 @@ void DiagnosticHooks::reportKey(const QString &text) const
                        .arg(text, selectedSlots(shelf))
                        .arg(shelf.columns());
     ShelfWindow *window = m_delegate->window();
-    if (QWidget *cell = shelf.cursor().isEmpty() ? nullptr : findCell(window, shelf.cursor())) {
-        const QRect r(cell->mapTo(window, QPoint(0, 0)), cell->size());
+    if (const std::optional<QRect> cell = shelf.cursor().isEmpty() ? std::nullopt : findCell(window, shelf.cursor())) {
+        const QRect r = *cell;
         const int h = window->height();
         const bool fully = r.top() >= 0 && r.top() + r.height() <= h;
         line += (fully ? QStringLiteral(" cursor cell fully visible (y ") : QStringLiteral(" cursor cell OFFSCREEN (y "))

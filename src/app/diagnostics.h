@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QList>
 #include <QPointer>
+#include <QRect>
 #include <QString>
 #include <QUrl>
 #include <Qt>
@@ -38,9 +39,8 @@ class Shelf;
 // however late a busy machine runs the event loop. The times above are the
 // earliest a gesture starts.
 //
-// The click and marquee find an item's cell by searching the shelf window's
-// widgets depth first for a visible CellInteractionView whose `url`
-// property is the item's file.
+// The click and marquee find an item's cell by asking the shelf window's
+// visible grid where it drew it.
 class DiagnosticHooks
 {
 public:
@@ -76,7 +76,8 @@ public:
 
     // "1,3": the 1-based places in `visible` of the selected items.
     static QString selectedSlots(const Shelf &shelf);
-    static QWidget *findCell(QWidget *root, const QUrl &url);
+    // The cell of `url` in `window`'s coordinates; none when it is not shown.
+    static std::optional<QRect> findCell(QWidget *window, const QUrl &url);
     static QString typeName(const QObject *object);
 
 private:

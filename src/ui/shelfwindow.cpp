@@ -32,8 +32,16 @@ void ShelfWindow::setContent(QWidget *content)
     if (m_content)
         m_content->deleteLater();
     m_content = content;
-    if (content)
-        layout()->addWidget(content);
+    if (!content)
+        return;
+    layout()->addWidget(content);
+    // The content names the window (the folder on show).
+    if (!content->windowTitle().isEmpty())
+        setWindowTitle(content->windowTitle());
+    connect(content, &QWidget::windowTitleChanged, this, [this](const QString &title) {
+        if (!title.isEmpty())
+            setWindowTitle(title);
+    });
 }
 
 void ShelfWindow::placeAt(const QRect &geometry)

@@ -1,0 +1,94 @@
+#include "actions/views/fittedimage.h"
+
+#include "actions/fileactions.h"
+#include "platform/threadpriority.h"
+
+#include <QImageIOHandler>
+#include <QImageReader>
+#include <QFutureWatcher>
+#include <QThreadPool>
+#include <QtConcurrent>
+
+#include <algorithm>
+#include <cmath>
+
+namespace FittedImage {
+
+QSize fitted(const QSize &size, const QSize &box)
+{
+    if (size.isEmpty() || box.isEmpty())
+        return {};
+    if (size.width() <= box.width() && size.height() <= box.height())
+        return size;
+    const double scale = std::min(double(box.width()) / size.width(),
+                                  double(box.height()) / size.height());
+    return QSize(std::max(1, int(std::lround(size.width() * scale))),
+                 std::max(1, int(std::lround(size.height() * scale))));
+}
+
+std::optional<Decoded> decode(const QString &path, const QSize &maxPixels)
+{
+    QImageReader reader(path);
+    reader.setAutoTransform(true);
+    const QSize stored = reader.size();
+    if (!stored.isValid() || maxPixels.isEmpty()) {
+        // No size before decoding: the file actions' reader knows how to
+        // decode that safely, then we scale the result.
+        std::optional<QImage> whole = FileActions::readImage(path);
+        if (!whole)
+            return std::nullopt;
+        const QSize target = fitted(whole->size(), maxPixels.isEmpty() ? whole->size() : maxPixels);
+        QImage image = target == whole->size()
+                           ? *whole
+                           : whole->scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        return Decoded{image, whole->size()};
+    }
+    if (qint64(stored.width()) * stored.height() * 4 > FileActions::maxDecodeBytes)
+        return std::nullopt;
+    // The scaled size applies to the stored picture, before it is turned
+    // upright; a quarter turn swaps the sides.
+    const bool quarterTurn = reader.transformation() & QImageIOHandler::TransformationRotate90;
+    const QSize upright = quarterTurn ? stored.transposed() : stored;
+    const QSize target = fitted(upright, maxPixels);
+    if (target != upright)
+        reader.setScaledSize(quarterTurn ? target.transposed() : target);
+    QImage image;
+    if (!reader.read(&image) || image.isNull())
+        return std::nullopt;
+    return Decoded{image, upright};
+}
+
+namespace {
+
+QThreadPool &pool()
+{
+    static QThreadPool threads;
+    static const bool ready = [] {
+        threads.setMaxThreadCount(2);
+        threads.setObjectName(QStringLiteral("brindlewick.preview"));
+        return true;
+    }();
+    (void)ready;
+    return threads;
+}
+
+} // namespace
+
+void decodeLater(QObject *context, const QString &path, const QSize &maxPixels,
+                 std::function<void(const std::optional<Decoded> &)> done)
+{
+    // The watcher belongs to the context: gone with it, the result is
+    // simply dropped.
+    auto *watcher = new QFutureWatcher<std::optional<Decoded>>(context);
+    QObject::connect(watcher, &QFutureWatcherBase::finished, context, [watcher, done = std::move(done)] {
+        const std::optional<Decoded> result = watcher->result();
+        watcher->deleteLater();
+        done(result);
+    });
+    watcher->setFuture(QtConcurrent::run(&pool(), [path, maxPixels] {
+        standBack(Background::userInitiated);
+        return decode(path, maxPixels);
+    }));
+}
+
+} // namespace FittedImage

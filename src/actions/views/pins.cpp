@@ -1,0 +1,84 @@
+#include "actions/views/pins.h"
+
+#include "actions/views/fittedimage.h"
+#include "actions/views/pinwindow.h"
+
+#include <QCursor>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <algorithm>
+
+namespace {
+
+QScreen *screenUnderPointer()
+{
+    if (QScreen *screen = QGuiApplication::screenAt(QCursor::pos()))
+        return screen;
+    if (QScreen *screen = QGuiApplication::primaryScreen())
+        return screen;
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    return screens.isEmpty() ? nullptr : screens.first();
+}
+
+} // namespace
+
+Pins::Pins(QObject *parent) : QObject(parent) {}
+
+Pins::~Pins()
+{
+    const QList<PinWindow *> open = m_windows;
+    m_windows.clear();
+    qDeleteAll(open);
+}
+
+void Pins::pin(const QUrl &file)
+{
+    pin(file, screenUnderPointer());
+}
+
+void Pins::pin(const QUrl &file, QScreen *screen)
+{
+    if (!file.isLocalFile())
+        return;
+    // As many pixels as the screen could ever show of it: the window can
+    // be resized up to that and stays sharp.
+    QSize most(4096, 4096);
+    if (screen)
+        most = (QSizeF(screen->availableGeometry().size()) * screen->devicePixelRatio()).toSize();
+    QPointer<QScreen> where(screen);
+    const quint64 serial = m_nextSerial++;
+    FittedImage::decodeLater(this, file.toLocalFile(), most,
+                             [this, serial, file, where](const std::optional<FittedImage::Decoded> &decoded) {
+        if (!decoded) {
+            Q_EMIT pinFailed(file);
+            return;
+        }
+        opened(serial, file, where, decoded->image, decoded->original);
+    });
+}
+
+void Pins::opened(quint64 serial, const QUrl &file, QPointer<QScreen> screen, const QImage &image,
+                  const QSize &original)
+{
+    if (!screen)
+        screen = screenUnderPointer();
+    // A picture's pixels are the screen's device pixels: a screenshot of a
+    // scale-2 screen pins at the size it had there.
+    const double ratio = screen ? screen->devicePixelRatio() : 1.0;
+    auto *window = new PinWindow(image, QSizeF(original) / ratio, QFileInfo(file.toLocalFile()).fileName(), screen);
+    const auto later = std::find_if(m_windows.cbegin(), m_windows.cend(),
+                                    [&](PinWindow *open) { return m_serials.value(open) > serial; });
+    m_windows.insert(later - m_windows.cbegin(), window);
+    m_serials.insert(window, serial);
+    connect(window, &QObject::destroyed, this, [this, window] {
+        m_serials.remove(window);
+        if (m_windows.removeOne(window))
+            Q_EMIT windowsChanged();
+    });
+    Q_EMIT windowsChanged();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}

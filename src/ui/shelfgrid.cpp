@@ -1,0 +1,783 @@
+#include "ui/shelfgrid.h"
+
+#include "actions/fileactions.h"
+#include "meta/metastore.h"
+#include "meta/thumbs.h"
+#include "model/shelf.h"
+
+#include <QApplication>
+#include <QDrag>
+#include <QDropEvent>
+#include <QFile>
+#include <QFileInfo>
+#include <QHelpEvent>
+#include <QMimeData>
+#include <QPainter>
+#include <QPainterPath>
+#include <QScrollBar>
+#include <QStyle>
+#include <QTextStream>
+#include <QTimer>
+#include <QToolTip>
+#include <QVariantAnimation>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double liftScale = 1.015;
+constexpr int liftMs = 120;
+constexpr int scrollMs = 150;
+constexpr int tileRadius = 10;
+constexpr int badgeInset = 8;
+constexpr int appBadgeSide = 22;
+constexpr int textBadgeSide = 18;
+constexpr int autoScrollMs = 30;
+
+QColor withAlpha(QColor c, double alpha)
+{
+    c.setAlphaF(alpha);
+    return c;
+}
+
+// The Icon of a desktop entry's main group.
+QString desktopEntryIcon(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return {};
+    QTextStream in(&file);
+    bool mainGroup = false;
+    while (!in.atEnd()) {
+        const QString line = in.readLine().trimmed();
+        if (line.startsWith(QLatin1Char('[')))
+            mainGroup = line == QLatin1String("[Desktop Entry]");
+        else if (mainGroup && line.startsWith(QLatin1String("Icon=")))
+            return line.mid(5).trimmed();
+    }
+    return {};
+}
+
+// A small "recognised text" mark: a viewfinder's corners around two lines.
+void drawTextMark(QPainter &p, const QRectF &r, const QColor &colour)
+{
+    p.save();
+    p.setPen(QPen(colour, 1.4, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    p.setBrush(Qt::NoBrush);
+    const qreal c = r.width() * 0.3;
+    const QPointF corners[4][3] = {
+        {r.topLeft() + QPointF(0, c), r.topLeft(), r.topLeft() + QPointF(c, 0)},
+        {r.topRight() + QPointF(-c, 0), r.topRight(), r.topRight() + QPointF(0, c)},
+        {r.bottomRight() + QPointF(0, -c), r.bottomRight(), r.bottomRight() + QPointF(-c, 0)},
+        {r.bottomLeft() + QPointF(c, 0), r.bottomLeft(), r.bottomLeft() + QPointF(0, -c)},
+    };
+    for (const auto &corner : corners)
+        p.drawPolyline(corner, 3);
+    const qreal x0 = r.left() + r.width() * 0.28;
+    const qreal x1 = r.right() - r.width() * 0.28;
+    p.drawLine(QPointF(x0, r.center().y() - r.height() * 0.12), QPointF(x1, r.center().y() - r.height() * 0.12));
+    p.drawLine(QPointF(x0, r.center().y() + r.height() * 0.12),
+               QPointF(x1 - r.width() * 0.12, r.center().y() + r.height() * 0.12));
+    p.restore();
+}
+
+} // namespace
+
+ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent)
+    : QAbstractScrollArea(parent), m_shelf(shelf), m_meta(meta), m_thumbs(thumbs),
+      m_scroll(new QVariantAnimation(this)), m_autoScroll(new QTimer(this))
+{
+    setObjectName(QStringLiteral("shelfGrid"));
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    setAcceptDrops(true);
+    viewport()->setMouseTracking(true);
+    viewport()->setAutoFillBackground(false);
+    verticalScrollBar()->setSingleStep(40);
+
+    m_scroll->setDuration(scrollMs);
+    m_scroll->setEasingCurve(QEasingCurve::OutCubic);
+    connect(m_scroll, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant &v) { verticalScrollBar()->setValue(v.toInt()); });
+    m_autoScroll->setInterval(autoScrollMs);
+    connect(m_autoScroll, &QTimer::timeout, this, [this] { updateMarquee(m_marqueeLast); });
+
+    if (shelf) {
+        connect(shelf, &Shelf::itemsChanged, this, &ShelfGrid::refreshItems);
+        connect(shelf, &Shelf::queryChanged, this, &ShelfGrid::refreshItems);
+        connect(shelf, &Shelf::cellWidthChanged, this, &ShelfGrid::relayout);
+        connect(shelf, &Shelf::currentChanged, this, &ShelfGrid::folderChanged);
+        connect(shelf, &Shelf::cursorChanged, this, &ShelfGrid::scrollToCursor);
+        connect(shelf, &Shelf::selectionChanged, this, [this] {
+            if (m_shelf && !m_shelf->hovered().isEmpty())
+                animateLift(m_shelf->hovered());
+            viewport()->update();
+        });
+        connect(shelf, &Shelf::hoveredChanged, this, [this, previous = QUrl()]() mutable {
+            if (!previous.isEmpty())
+                animateLift(previous);
+            previous = m_shelf ? m_shelf->hovered() : QUrl();
+            if (!previous.isEmpty())
+                animateLift(previous);
+        });
+    }
+    // The search text lands after the background load and changes what matches.
+    if (meta)
+        connect(meta, &MetaStore::byNameChanged, this, &ShelfGrid::refreshItems);
+    refreshItems();
+}
+
+ShelfGrid::~ShelfGrid()
+{
+    if (m_thumbs)
+        m_thumbs->cancel(this);
+}
+
+int ShelfGrid::offset() const { return verticalScrollBar()->value(); }
+
+int ShelfGrid::labelHeight() const { return fontMetrics().height(); }
+
+QPoint ShelfGrid::toContent(const QPoint &viewportPoint) const { return viewportPoint + QPoint(0, offset()); }
+
+QRect ShelfGrid::cellRect(const QUrl &url) const
+{
+    const int index = m_index.value(url, -1);
+    if (index < 0)
+        return {};
+    return m_geometry.cellRect(index).translated(0, -offset());
+}
+
+QRect ShelfGrid::tileRect(const QUrl &url) const
+{
+    const int index = m_index.value(url, -1);
+    return index < 0 ? QRect() : m_geometry.tileRect(index).translated(0, -offset());
+}
+
+QString ShelfGrid::partAt(const QPoint &viewportPoint) const
+{
+    return m_geometry.indexAt(toContent(viewportPoint)) >= 0 ? QStringLiteral("ThumbCell")
+                                                              : QStringLiteral("GridBackground");
+}
+
+void ShelfGrid::refreshItems()
+{
+    m_visible = m_shelf ? m_shelf->visible() : QList<QUrl>();
+    m_index.clear();
+    for (int i = 0; i < m_visible.size(); ++i)
+        m_index.insert(m_visible.at(i), i);
+    // Forget what belongs to files no longer shown.
+    for (auto it = m_images.begin(); it != m_images.end();)
+        it = m_index.contains(it.key()) ? std::next(it) : m_images.erase(it);
+    m_failed.clear();
+    relayout();
+}
+
+void ShelfGrid::relayout()
+{
+    const double requested = m_shelf ? m_shelf->cellWidth() : Shelf::defaultCellWidth;
+    m_geometry = GridLayout::Geometry::make(viewport()->width(), requested, labelHeight(), int(m_visible.size()));
+    if (m_shelf && !m_visible.isEmpty())
+        m_shelf->setColumns(m_geometry.columns);
+    QScrollBar *bar = verticalScrollBar();
+    bar->setPageStep(viewport()->height());
+    bar->setRange(0, std::max(0, m_geometry.contentHeight() - viewport()->height()));
+    loadThumbs();
+    viewport()->update();
+}
+
+void ShelfGrid::folderChanged()
+{
+    if (m_thumbs)
+        m_thumbs->cancel(this);
+    m_tickets.clear();
+    m_askedStep.clear();
+    m_images.clear();
+    m_failed.clear();
+    m_scroll->stop();
+    refreshItems();
+    verticalScrollBar()->setValue(0);
+}
+
+void ShelfGrid::resizeEvent(QResizeEvent *event)
+{
+    QAbstractScrollArea::resizeEvent(event);
+    relayout();
+}
+
+void ShelfGrid::showEvent(QShowEvent *event)
+{
+    QAbstractScrollArea::showEvent(event);
+    relayout();
+}
+
+void ShelfGrid::scrollContentsBy(int, int)
+{
+    loadThumbs();
+    viewport()->update();
+}
+
+void ShelfGrid::loadThumbs()
+{
+    if (!m_thumbs || m_visible.isEmpty() || !isVisible())
+        return;
+    const qreal dpr = devicePixelRatioF();
+    const int width = m_geometry.cellWidth;
+    const int step = Thumbs::stepFor(width, dpr);
+    const int height = viewport()->height();
+    const auto inView = m_geometry.rangeIn(offset(), offset() + height);
+    // A screen above and below is "near": ready before it scrolls in.
+    const auto near = m_geometry.rangeIn(offset() - height, offset() + 2 * height);
+
+    QList<QUrl> order;
+    QList<QUrl> shown;
+    for (int i = inView.first; i < inView.second; ++i)
+        shown << m_visible.at(i);
+    order = shown;
+    for (int i = near.first; i < near.second; ++i) {
+        if (i < inView.first || i >= inView.second)
+            order << m_visible.at(i);
+    }
+    const QSet<QUrl> wanted(order.cbegin(), order.cend());
+    for (auto it = m_tickets.begin(); it != m_tickets.end();) {
+        if (wanted.contains(it.key())) {
+            ++it;
+            continue;
+        }
+        m_thumbs->cancel(it.value());
+        m_askedStep.remove(it.key());
+        it = m_tickets.erase(it);
+    }
+    // Asked nearest first, since the queue serves the latest request first.
+    for (auto it = order.crbegin(); it != order.crend(); ++it) {
+        const QUrl url = *it;
+        if (m_failed.contains(url) || m_images.value(url).step >= step || m_askedStep.value(url) >= step)
+            continue;
+        m_askedStep.insert(url, step);
+        QPointer<ShelfGrid> self(this);
+        const Thumbs::Ticket ticket =
+            m_thumbs->request(url, width, dpr, this, [self, url, step](const QImage &image) {
+                if (!self)
+                    return;
+                self->m_tickets.remove(url);
+                if (image.isNull())
+                    self->m_failed.insert(url);
+                else
+                    self->m_images.insert(url, {image, step});
+                self->updateCell(url);
+            });
+        if (ticket != 0)
+            m_tickets.insert(url, ticket);
+    }
+    m_thumbs->prioritize(shown);
+    // Images far out of view are the cache's to keep, not ours.
+    if (m_images.size() > 3 * std::max<qsizetype>(order.size(), 1)) {
+        for (auto it = m_images.begin(); it != m_images.end();) {
+            if (wanted.contains(it.key())) {
+                ++it;
+            } else {
+                m_askedStep.remove(it.key());
+                it = m_images.erase(it);
+            }
+        }
+    }
+}
+
+void ShelfGrid::updateCell(const QUrl &url)
+{
+    const QRect r = cellRect(url);
+    if (!r.isEmpty())
+        viewport()->update(r.adjusted(-4, -4, 4, 4));
+}
+
+void ShelfGrid::scrollToCursor()
+{
+    if (!m_shelf)
+        return;
+    const int index = m_index.value(m_shelf->cursor(), -1);
+    if (index < 0)
+        return;
+    const QRect r = m_geometry.cellRect(index);
+    const int top = offset();
+    const int height = viewport()->height();
+    int target = top;
+    if (r.top() - GridLayout::gap < top)
+        target = r.top() - GridLayout::gap;
+    else if (r.bottom() + GridLayout::gap > top + height)
+        target = r.bottom() + GridLayout::gap - height;
+    target = std::clamp(target, 0, verticalScrollBar()->maximum());
+    if (target == top)
+        return;
+    m_scroll->stop();
+    m_scroll->setStartValue(top);
+    m_scroll->setEndValue(target);
+    m_scroll->start();
+}
+
+void ShelfGrid::animateLift(const QUrl &url)
+{
+    const bool lifted = m_shelf && m_shelf->hovered() == url && !m_shelf->selection().contains(url);
+    const double target = lifted ? liftScale : 1.0;
+    const double from = m_lift.value(url, 1.0);
+    if (QVariantAnimation *running = m_liftAnimations.take(url))
+        running->deleteLater();
+    if (qFuzzyCompare(from, target)) {
+        if (!lifted)
+            m_lift.remove(url);
+        return;
+    }
+    auto *animation = new QVariantAnimation(this);
+    animation->setDuration(liftMs);
+    animation->setEasingCurve(QEasingCurve::OutCubic);
+    animation->setStartValue(from);
+    animation->setEndValue(target);
+    connect(animation, &QVariantAnimation::valueChanged, this, [this, url](const QVariant &v) {
+        m_lift.insert(url, v.toDouble());
+        updateCell(url);
+    });
+    connect(animation, &QVariantAnimation::finished, this, [this, url, animation, lifted] {
+        if (m_liftAnimations.value(url) == animation)
+            m_liftAnimations.remove(url);
+        if (!lifted)
+            m_lift.remove(url);
+        animation->deleteLater();
+        updateCell(url);
+    });
+    m_liftAnimations.insert(url, animation);
+    animation->start();
+}
+
+QRect ShelfGrid::appBadgeRect(const QRect &tile) const
+{
+    return {tile.left() + badgeInset, tile.bottom() + 1 - badgeInset - appBadgeSide, appBadgeSide, appBadgeSide};
+}
+
+QRect ShelfGrid::textBadgeRect(const QRect &tile) const
+{
+    return {tile.right() + 1 - badgeInset - textBadgeSide, tile.bottom() + 1 - badgeInset - textBadgeSide,
+            textBadgeSide, textBadgeSide};
+}
+
+QIcon ShelfGrid::appIcon(const QString &desktopEntry)
+{
+    auto found = m_appIcons.constFind(desktopEntry);
+    if (found != m_appIcons.constEnd())
+        return *found;
+    const QString name = desktopEntryIcon(desktopEntry);
+    QIcon icon;
+    if (QFileInfo(name).isAbsolute())
+        icon = QIcon(name);
+    else if (!name.isEmpty())
+        icon = QIcon::fromTheme(name);
+    if (icon.isNull())
+        icon = QIcon::fromTheme(QStringLiteral("application-x-executable"),
+                                style()->standardIcon(QStyle::SP_DesktopIcon));
+    m_appIcons.insert(desktopEntry, icon);
+    return icon;
+}
+
+void ShelfGrid::paintEvent(QPaintEvent *event)
+{
+    QPainter p(viewport());
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setRenderHint(QPainter::SmoothPixmapTransform);
+    const QRect dirty = event->rect();
+    const auto range = m_geometry.rangeIn(offset() + dirty.top() - 8, offset() + dirty.bottom() + 9);
+    for (int i = range.first; i < range.second; ++i)
+        paintCell(p, i);
+
+    const QColor accent = palette().color(QPalette::Highlight);
+    if (m_marqueePressed && !m_marquee.isNull()) {
+        const QRectF r = QRectF(m_marquee.translated(0, -offset())).adjusted(0.5, 0.5, -0.5, -0.5);
+        p.setPen(QPen(withAlpha(accent, 0.65), 1));
+        p.setBrush(withAlpha(accent, 0.16));
+        p.drawRoundedRect(r, 3, 3);
+    }
+    if (m_dropTargeted) {
+        p.setPen(QPen(accent, 2));
+        p.setBrush(Qt::NoBrush);
+        p.drawRoundedRect(QRectF(viewport()->rect()).adjusted(1, 1, -1, -1), tileRadius, tileRadius);
+    }
+}
+
+void ShelfGrid::paintCell(QPainter &p, int index)
+{
+    const QUrl url = m_visible.at(index);
+    const QPalette &pal = palette();
+    const QColor text = pal.color(QPalette::WindowText);
+    const QColor accent = pal.color(QPalette::Highlight);
+    const bool selected = m_shelf && m_shelf->selection().contains(url);
+    const bool hovered = m_shelf && m_shelf->hovered() == url;
+    const QRect tile = m_geometry.tileRect(index).translated(0, -offset());
+
+    p.save();
+    const double scale = m_lift.value(url, 1.0);
+    if (scale != 1.0) {
+        p.translate(QRectF(tile).center());
+        p.scale(scale, scale);
+        p.translate(-QRectF(tile).center());
+    }
+    QPainterPath shape;
+    shape.addRoundedRect(QRectF(tile), tileRadius, tileRadius);
+    p.fillPath(shape, hovered && !selected ? withAlpha(text, 0.10) : pal.color(QPalette::Base));
+
+    const Loaded loaded = m_images.value(url);
+    if (!loaded.image.isNull()) {
+        const QRectF box = QRectF(tile).adjusted(6, 6, -6, -6);
+        QSizeF size = loaded.image.deviceIndependentSize();
+        size.scale(box.size(), Qt::KeepAspectRatio);
+        QRectF target(QPointF(), size);
+        target.moveCenter(box.center());
+        // A soft shadow under the image, one point down.
+        p.setPen(Qt::NoPen);
+        for (int k = 3; k >= 1; --k) {
+            p.setBrush(QColor(0, 0, 0, int(255 * 0.18 / 3)));
+            p.drawRoundedRect(target.translated(0, 1).adjusted(-k * 0.5, -k * 0.5, k * 0.5, k * 0.5), k, k);
+        }
+        p.drawImage(target, loaded.image);
+    } else if (!m_failed.contains(url)) {
+        // Still loading: a faint ring where the image will be.
+        const qreal side = 18;
+        const QRectF ring(QRectF(tile).center() - QPointF(side / 2, side / 2), QSizeF(side, side));
+        p.setPen(QPen(withAlpha(text, 0.25), 2, Qt::SolidLine, Qt::RoundCap));
+        p.setBrush(Qt::NoBrush);
+        p.drawArc(ring, 90 * 16, -270 * 16);
+    }
+
+    const std::optional<FileMeta> record = m_meta ? m_meta->meta(url) : std::nullopt;
+    if (record && record->appPath && QFileInfo::exists(*record->appPath))
+        appIcon(*record->appPath).paint(&p, appBadgeRect(tile));
+    if (index < 8) {
+        QFont small = font();
+        small.setFamily(QStringLiteral("monospace"));
+        small.setStyleHint(QFont::Monospace);
+        small.setPointSizeF(font().pointSizeF() * 0.8);
+        const QString label = QStringLiteral("Ctrl+%1").arg(index + 1);
+        const QFontMetrics fm(small);
+        const QRect badge(tile.right() + 1 - badgeInset - fm.horizontalAdvance(label) - 10, tile.top() + badgeInset,
+                          fm.horizontalAdvance(label) + 10, fm.height() + 4);
+        p.save();
+        p.setOpacity(0.8);
+        p.setPen(Qt::NoPen);
+        p.setBrush(withAlpha(pal.color(QPalette::Window), 0.85));
+        p.drawRoundedRect(QRectF(badge), 4, 4);
+        p.setFont(small);
+        p.setPen(text);
+        p.drawText(badge, Qt::AlignCenter, label);
+        p.restore();
+    }
+    if (record && record->text)
+        drawTextMark(p, QRectF(textBadgeRect(tile)).adjusted(2, 2, -2, -2), withAlpha(text, 0.6));
+
+    p.setBrush(Qt::NoBrush);
+    if (selected)
+        p.setPen(QPen(accent, 3, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
+    else
+        p.setPen(QPen(withAlpha(text, hovered ? 0.28 : 0.10), 1, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
+    p.drawPath(shape);
+    p.restore();
+
+    const QRect label(tile.left(), tile.bottom() + 1 + GridLayout::labelGap, tile.width(), labelHeight());
+    p.setPen(selected ? accent : pal.color(QPalette::PlaceholderText));
+    p.drawText(label, Qt::AlignHCenter | Qt::AlignTop,
+               fontMetrics().elidedText(url.fileName(), Qt::ElideMiddle, label.width()));
+}
+
+bool ShelfGrid::viewportEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        auto *help = static_cast<QHelpEvent *>(event);
+        const int index = m_geometry.indexAt(toContent(help->pos()));
+        if (index < 0) {
+            QToolTip::hideText();
+            event->ignore();
+            return true;
+        }
+        const QUrl url = m_visible.at(index);
+        const QRect tile = m_geometry.tileRect(index).translated(0, -offset());
+        const std::optional<FileMeta> record = m_meta ? m_meta->meta(url) : std::nullopt;
+        QString tip = url.fileName();
+        if (record && record->text && textBadgeRect(tile).contains(help->pos()))
+            tip = QStringLiteral("Text recognised, searchable");
+        else if (record && record->appPath && QFileInfo::exists(*record->appPath)
+                 && appBadgeRect(tile).contains(help->pos()))
+            tip = QStringLiteral("Taken while %1 was in front").arg(record->app.value_or(QString()));
+        QToolTip::showText(help->globalPos(), tip, viewport());
+        return true;
+    }
+    if (event->type() == QEvent::Leave && m_shelf && !m_marqueePressed)
+        m_shelf->setHovered(QUrl());
+    return QAbstractScrollArea::viewportEvent(event);
+}
+
+void ShelfGrid::mousePressEvent(QMouseEvent *event)
+{
+    Q_EMIT pressed();
+    if (!m_shelf)
+        return;
+    const QPoint at = event->position().toPoint();
+    const int index = m_geometry.indexAt(toContent(at));
+    const Qt::KeyboardModifiers mods = event->modifiers();
+    if (event->button() == Qt::RightButton) {
+        if (index < 0)
+            return;
+        const QUrl url = m_visible.at(index);
+        if (!m_shelf->selection().contains(url))
+            m_shelf->select(url);
+        QList<QUrl> files = m_shelf->selectedURLs();
+        if (files.isEmpty())
+            files = {url};
+        Q_EMIT contextMenuRequested(files, event->globalPosition().toPoint());
+        return;
+    }
+    if (event->button() != Qt::LeftButton)
+        return;
+    if (index >= 0) {
+        const QUrl url = m_visible.at(index);
+        m_pressOnCell = true;
+        m_pressUrl = url;
+        m_pressPos = at;
+        switch (GridLayout::pressAction(mods, m_shelf->selection().contains(url))) {
+        case GridLayout::Press::toggle:
+            m_shelf->toggle(url);
+            break;
+        case GridLayout::Press::extend:
+            m_shelf->extend(url);
+            break;
+        case GridLayout::Press::keep:
+            break;
+        case GridLayout::Press::select:
+            m_shelf->select(url);
+            break;
+        }
+        return;
+    }
+    m_marqueePressed = true;
+    m_marqueeStart = toContent(at);
+    m_marqueeLast = at;
+    m_marquee = QRect();
+    m_base = GridLayout::marqueeBase(mods, m_shelf->selection());
+    m_shelf->setSelection(m_base);
+}
+
+void ShelfGrid::mouseMoveEvent(QMouseEvent *event)
+{
+    const QPoint at = event->position().toPoint();
+    if (!(event->buttons() & Qt::LeftButton)) {
+        if (m_shelf) {
+            const int index = m_geometry.indexAt(toContent(at));
+            const QUrl url = index >= 0 ? m_visible.at(index) : QUrl();
+            if (m_shelf->hovered() != url)
+                m_shelf->setHovered(url);
+        }
+        return;
+    }
+    if (m_pressOnCell && !m_pressUrl.isEmpty()) {
+        const QPoint d = at - m_pressPos;
+        if (std::hypot(d.x(), d.y()) > GridLayout::dragThreshold)
+            startDrag();
+        return;
+    }
+    if (m_marqueePressed)
+        updateMarquee(at);
+}
+
+void ShelfGrid::updateMarquee(const QPoint &viewportPoint)
+{
+    if (!m_shelf || !m_marqueePressed)
+        return;
+    m_marqueeLast = viewportPoint;
+    // Past the top or bottom edge the grid scrolls, faster the further out.
+    const int h = viewport()->height();
+    const int over = viewportPoint.y() < 0 ? viewportPoint.y() : viewportPoint.y() > h ? viewportPoint.y() - h : 0;
+    if (over != 0) {
+        verticalScrollBar()->setValue(offset() + std::clamp(over, -40, 40));
+        if (!m_autoScroll->isActive())
+            m_autoScroll->start();
+    } else {
+        m_autoScroll->stop();
+    }
+    const QPoint now = toContent(viewportPoint);
+    m_marquee = QRect(QPoint(std::min(now.x(), m_marqueeStart.x()), std::min(now.y(), m_marqueeStart.y())),
+                      QSize(std::abs(now.x() - m_marqueeStart.x()), std::abs(now.y() - m_marqueeStart.y())));
+    QSet<QUrl> selection = m_base;
+    // Touching counts: a rectangle without area still grazes what it lies on.
+    const QRect probe = m_marquee.adjusted(0, 0, 1, 1);
+    const auto range = m_geometry.rangeIn(probe.top(), probe.bottom() + 1);
+    for (int i = range.first; i < range.second; ++i) {
+        if (m_geometry.cellRect(i).intersects(probe))
+            selection.insert(m_visible.at(i));
+    }
+    if (selection != m_shelf->selection())
+        m_shelf->setSelection(selection);
+    viewport()->update();
+}
+
+void ShelfGrid::endMarquee()
+{
+    m_autoScroll->stop();
+    m_marqueePressed = false;
+    m_marquee = QRect();
+    m_base.clear();
+    viewport()->update();
+    if (!m_shelf)
+        return;
+    const QUrl last = GridLayout::lastSelected(m_visible, m_shelf->selection());
+    if (!last.isEmpty()) {
+        m_shelf->setAnchor(last);
+        m_shelf->setCursor(last);
+    }
+}
+
+void ShelfGrid::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    if (m_marqueePressed) {
+        endMarquee();
+        return;
+    }
+    if (m_pressOnCell && !m_pressUrl.isEmpty() && m_shelf) {
+        const QSet<QUrl> selection = m_shelf->selection();
+        if (GridLayout::releaseSelectsOnly(1, event->modifiers(), selection.size(), selection.contains(m_pressUrl)))
+            m_shelf->select(m_pressUrl);
+    }
+    m_pressOnCell = false;
+    m_pressUrl.clear();
+}
+
+void ShelfGrid::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    Q_EMIT pressed();
+    if (event->button() != Qt::LeftButton)
+        return;
+    const int index = m_geometry.indexAt(toContent(event->position().toPoint()));
+    // The selection stays as the first click left it; the release that
+    // follows is not a click of its own.
+    m_pressOnCell = false;
+    m_pressUrl.clear();
+    if (index >= 0)
+        Q_EMIT openRequested({m_visible.at(index)});
+}
+
+QPixmap ShelfGrid::dragPixmap(const QList<QImage> &images, int cellWidth, qreal dpr, QPoint *firstCentre)
+{
+    QList<QSize> sizes;
+    for (const QImage &image : images)
+        sizes << image.deviceIndependentSize().toSize();
+    const QList<QRect> rects = GridLayout::fanRects(sizes, cellWidth);
+    QRect bounds;
+    for (const QRect &r : rects)
+        bounds |= r;
+    QPixmap pixmap(bounds.size() * dpr);
+    pixmap.setDevicePixelRatio(dpr);
+    pixmap.fill(Qt::transparent);
+    QPainter p(&pixmap);
+    p.setRenderHint(QPainter::SmoothPixmapTransform);
+    // The first lies on top.
+    for (qsizetype i = rects.size() - 1; i >= 0; --i)
+        p.drawImage(rects.at(i).translated(-bounds.topLeft()), images.at(i));
+    if (firstCentre)
+        *firstCentre = rects.isEmpty() ? QPoint() : rects.first().translated(-bounds.topLeft()).center();
+    return pixmap;
+}
+
+void ShelfGrid::startDrag()
+{
+    const QUrl url = m_pressUrl;
+    const QPoint pressPos = m_pressPos;
+    m_pressOnCell = false;
+    m_pressUrl.clear();
+    if (!m_shelf)
+        return;
+    const QList<QUrl> files = m_shelf->selection().contains(url) ? m_shelf->selectedURLs() : QList<QUrl>{url};
+    if (files.isEmpty())
+        return;
+    const qreal dpr = devicePixelRatioF();
+    const int width = m_geometry.cellWidth;
+    const QIcon fallback = QIcon::fromTheme(QStringLiteral("image-x-generic"), style()->standardIcon(QStyle::SP_FileIcon));
+    QList<QImage> images;
+    for (const QUrl &file : files) {
+        QImage image = m_images.value(file).image;
+        if (image.isNull() && m_thumbs)
+            image = m_thumbs->cached(file, width, dpr);
+        if (image.isNull())
+            image = fallback.pixmap(64, 64).toImage();
+        images << image;
+        if (images.size() == GridLayout::fanCount)
+            break; // the rest lie under the fifth
+    }
+    QPoint centre;
+    const QPixmap pixmap = dragPixmap(images, width, dpr, &centre);
+    auto *drag = new QDrag(this);
+    drag->setMimeData(FileActions::filesMimeData(files));
+    drag->setPixmap(pixmap);
+    const int index = m_index.value(url, -1);
+    const QPoint tileCentre = index >= 0 ? m_geometry.tileRect(index).translated(0, -offset()).center() : pressPos;
+    drag->setHotSpot(centre + (pressPos - tileCentre));
+    // Only a copy is offered to the world outside: a file manager must not
+    // take the file away. Drops inside the program move files themselves.
+    drag->exec(Qt::CopyAction);
+}
+
+QList<QUrl> ShelfGrid::droppableFiles(const QMimeData *data) const
+{
+    if (!data || !data->hasUrls())
+        return {};
+    const QList<QUrl> urls = data->urls();
+    for (const QUrl &url : urls) {
+        if (!url.isLocalFile())
+            return {};
+    }
+    return urls;
+}
+
+void ShelfGrid::dragEnterEvent(QDragEnterEvent *event)
+{
+    // Home takes no drops: files are moved out of it, never into it here.
+    if (!m_shelf || m_shelf->isHome() || droppableFiles(event->mimeData()).isEmpty()) {
+        event->ignore();
+        return;
+    }
+    m_dropTargeted = true;
+    viewport()->update();
+    event->acceptProposedAction();
+}
+
+void ShelfGrid::dragMoveEvent(QDragMoveEvent *event)
+{
+    if (m_dropTargeted)
+        event->acceptProposedAction();
+    else
+        event->ignore();
+}
+
+void ShelfGrid::dragLeaveEvent(QDragLeaveEvent *)
+{
+    m_dropTargeted = false;
+    viewport()->update();
+}
+
+void ShelfGrid::dropEvent(QDropEvent *event)
+{
+    const bool targeted = m_dropTargeted;
+    m_dropTargeted = false;
+    viewport()->update();
+    const QList<QUrl> files = droppableFiles(event->mimeData());
+    if (!targeted || !m_shelf || m_shelf->isHome() || files.isEmpty()) {
+        event->ignore();
+        return;
+    }
+    // Files already here stay where they are.
+    const QString here = QFileInfo(m_shelf->current().toLocalFile()).absoluteFilePath();
+    QList<QUrl> moving;
+    for (const QUrl &file : files) {
+        if (QFileInfo(file.toLocalFile()).absolutePath() != here)
+            moving << file;
+    }
+    event->acceptProposedAction();
+    if (!moving.isEmpty())
+        Q_EMIT filesDropped(moving);
+}

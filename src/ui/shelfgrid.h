@@ -1,0 +1,127 @@
+#pragma once
+
+#include "ui/gridlayout.h"
+
+#include <QAbstractScrollArea>
+#include <QHash>
+#include <QIcon>
+#include <QImage>
+#include <QPointer>
+#include <QSet>
+#include <QUrl>
+
+class MetaStore;
+class QMimeData;
+class QTimer;
+class QVariantAnimation;
+class Shelf;
+class Thumbs;
+
+// The thumbnail grid: one scroll area that lays out and paints only the
+// cells in view (a widget per cell would not scale to the 400 a folder
+// may hold). It shows the shelf's visible items with their selection and
+// hover state, asks the thumbnail cache for the cells in or near view, and
+// turns presses, drags and drops into selection changes and requests.
+class ShelfGrid : public QAbstractScrollArea
+{
+    Q_OBJECT
+
+public:
+    // `meta` may be null (no badges); `thumbs` may be null (placeholders only).
+    ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent = nullptr);
+    ~ShelfGrid() override;
+
+    const GridLayout::Geometry &layoutGeometry() const { return m_geometry; }
+    QList<QUrl> shownItems() const { return m_visible; }
+    // The tile and name of `url` in viewport coordinates; empty when it is
+    // not in the grid.
+    QRect cellRect(const QUrl &url) const;
+    // The image tile alone, the part that takes the mouse.
+    QRect tileRect(const QUrl &url) const;
+    // What lies under a viewport point: "ThumbCell" or "GridBackground".
+    QString partAt(const QPoint &viewportPoint) const;
+
+    // One drag pixmap of up to five fanned images, the rest stacked on the
+    // fifth, the first in front. `firstCentre` gets the first image's centre.
+    static QPixmap dragPixmap(const QList<QImage> &images, int cellWidth, qreal dpr, QPoint *firstCentre);
+
+Q_SIGNALS:
+    void openRequested(const QList<QUrl> &files);
+    void contextMenuRequested(const QList<QUrl> &files, const QPoint &globalPos);
+    // Local files dropped on the grid while a subfolder is shown.
+    void filesDropped(const QList<QUrl> &files);
+    // Any press on the grid: the search field gives up the focus.
+    void pressed();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    bool viewportEvent(QEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private:
+    struct Loaded
+    {
+        QImage image;
+        int step = 0;
+    };
+
+    void refreshItems();
+    void relayout();
+    void loadThumbs();
+    void folderChanged();
+    void scrollToCursor();
+    void animateLift(const QUrl &url);
+    void updateCell(const QUrl &url);
+    int offset() const;
+    int labelHeight() const;
+    QPoint toContent(const QPoint &viewportPoint) const;
+    void paintCell(QPainter &p, int index);
+    QIcon appIcon(const QString &desktopEntry);
+    QRect appBadgeRect(const QRect &tile) const;
+    QRect textBadgeRect(const QRect &tile) const;
+    void startDrag();
+    void updateMarquee(const QPoint &viewportPoint);
+    void endMarquee();
+    QList<QUrl> droppableFiles(const QMimeData *data) const;
+
+    QPointer<Shelf> m_shelf;
+    QPointer<MetaStore> m_meta;
+    QPointer<Thumbs> m_thumbs;
+    GridLayout::Geometry m_geometry;
+    QList<QUrl> m_visible;
+    QHash<QUrl, int> m_index;
+
+    QHash<QUrl, Loaded> m_images;
+    QHash<QUrl, quint64> m_tickets; // requests still on their way
+    QHash<QUrl, int> m_askedStep;
+    QSet<QUrl> m_failed;
+    QHash<QString, QIcon> m_appIcons;
+
+    QHash<QUrl, double> m_lift;
+    QHash<QUrl, QVariantAnimation *> m_liftAnimations;
+    QVariantAnimation *m_scroll;
+
+    // A press on a cell, until release or a drag.
+    QUrl m_pressUrl;
+    QPoint m_pressPos;
+    bool m_pressOnCell = false;
+    // A press on empty space, in content coordinates.
+    bool m_marqueePressed = false;
+    QPoint m_marqueeStart;
+    QPoint m_marqueeLast; // viewport coordinates
+    QRect m_marquee;      // content coordinates; empty until the first move
+    QSet<QUrl> m_base;
+    QTimer *m_autoScroll;
+
+    bool m_dropTargeted = false;
+};

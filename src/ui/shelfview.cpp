@@ -1,0 +1,203 @@
+#include "ui/shelfview.h"
+
+#include "meta/metastore.h"
+#include "model/shelf.h"
+#include "ui/shelfgrid.h"
+
+#include <QFileInfo>
+#include <QFrame>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QSlider>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QStyle>
+#include <QVBoxLayout>
+
+#include <cmath>
+
+namespace {
+
+QLabel *secondaryLabel(QWidget *parent)
+{
+    auto *label = new QLabel(parent);
+    label->setForegroundRole(QPalette::PlaceholderText);
+    return label;
+}
+
+QPixmap themed(const char *name, QStyle::StandardPixmap fallback, QWidget *widget, int side)
+{
+    return QIcon::fromTheme(QString::fromLatin1(name), widget->style()->standardIcon(fallback)).pixmap(side, side);
+}
+
+} // namespace
+
+ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent)
+    : QWidget(parent), m_shelf(shelf), m_meta(meta), m_split(new QSplitter(Qt::Horizontal, this)),
+      m_stack(new QStackedWidget(this)), m_grid(new ShelfGrid(shelf, meta, thumbs, this)),
+      m_emptyIcon(secondaryLabel(this)), m_emptyText(secondaryLabel(this)), m_emptyHint(secondaryLabel(this)),
+      m_recognise(new QPushButton(QStringLiteral("Recognise text in unindexed screenshots to search inside them"), this)),
+      m_status(secondaryLabel(this)), m_size(new QSlider(Qt::Horizontal, this))
+{
+    setObjectName(QStringLiteral("shelfView"));
+
+    // The empty state.
+    auto *empty = new QWidget(this);
+    auto *emptyLayout = new QVBoxLayout(empty);
+    emptyLayout->setSpacing(8);
+    emptyLayout->addStretch(1);
+    // The texts span the area so that they wrap only when it is narrow.
+    emptyLayout->addWidget(m_emptyIcon, 0, Qt::AlignHCenter);
+    emptyLayout->addWidget(m_emptyText);
+    emptyLayout->addWidget(m_emptyHint);
+    emptyLayout->addWidget(m_recognise, 0, Qt::AlignHCenter);
+    emptyLayout->addStretch(1);
+    m_emptyText->setAlignment(Qt::AlignCenter);
+    m_emptyHint->setAlignment(Qt::AlignCenter);
+    m_emptyText->setWordWrap(true);
+    m_emptyHint->setWordWrap(true);
+    QFont caption = font();
+    caption.setPointSizeF(font().pointSizeF() * 0.9);
+    m_emptyHint->setFont(caption);
+    m_recognise->setAutoDefault(false);
+    connect(m_recognise, &QPushButton::clicked, this, [this] {
+        if (m_shelf)
+            Q_EMIT recogniseRequested(m_shelf->items());
+    });
+
+    m_stack->addWidget(m_grid);
+    m_stack->addWidget(empty);
+
+    // The status bar.
+    auto *bar = new QWidget(this);
+    bar->setObjectName(QStringLiteral("statusBar"));
+    bar->setBackgroundRole(QPalette::Window);
+    bar->setAutoFillBackground(true);
+    auto *barLayout = new QHBoxLayout(bar);
+    barLayout->setContentsMargins(12, 5, 12, 5);
+    barLayout->setSpacing(12);
+    barLayout->addWidget(m_status);
+    barLayout->addStretch(1);
+    auto *smallPhoto = secondaryLabel(bar);
+    auto *largePhoto = secondaryLabel(bar);
+    smallPhoto->setPixmap(themed("image-x-generic", QStyle::SP_FileIcon, this, 12));
+    largePhoto->setPixmap(themed("image-x-generic", QStyle::SP_FileIcon, this, 18));
+    m_size->setRange(int(Shelf::smallestCellWidth), int(Shelf::largestCellWidth));
+    m_size->setFixedWidth(110);
+    m_size->setFocusPolicy(Qt::NoFocus);
+    m_size->setToolTip(QStringLiteral("Thumbnail size (Ctrl++ / Ctrl+\u2212)"));
+    auto *sizeRow = new QHBoxLayout;
+    sizeRow->setSpacing(6);
+    sizeRow->addWidget(smallPhoto);
+    sizeRow->addWidget(m_size);
+    sizeRow->addWidget(largePhoto);
+    barLayout->addLayout(sizeRow);
+    connect(m_size, &QSlider::valueChanged, this, [this](int value) {
+        if (m_shelf && std::lround(m_shelf->cellWidth()) != value)
+            m_shelf->setCellWidth(value);
+    });
+
+    auto *rule = new QFrame(this);
+    rule->setFrameShape(QFrame::HLine);
+    rule->setFrameShadow(QFrame::Sunken);
+
+    auto *detail = new QWidget(this);
+    detail->setObjectName(QStringLiteral("screenshotArea"));
+    auto *detailLayout = new QVBoxLayout(detail);
+    detailLayout->setContentsMargins(0, 0, 0, 0);
+    detailLayout->setSpacing(0);
+    detailLayout->addWidget(m_stack, 1);
+    detailLayout->addWidget(rule);
+    detailLayout->addWidget(bar);
+
+    // The folder column joins at index 0 (setSidebar).
+    m_split->setChildrenCollapsible(false);
+    m_split->addWidget(detail);
+    m_split->setStretchFactor(0, 1);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_split);
+
+    if (shelf) {
+        for (auto signal : {&Shelf::itemsChanged, &Shelf::queryChanged, &Shelf::selectionChanged,
+                            &Shelf::cellWidthChanged})
+            connect(shelf, signal, this, &ShelfView::refresh);
+        connect(shelf, &Shelf::currentChanged, this, &ShelfView::refreshTitle);
+        connect(shelf, &Shelf::homeChanged, this, &ShelfView::refreshTitle);
+    }
+    if (meta)
+        connect(meta, &MetaStore::byNameChanged, this, &ShelfView::refresh);
+    refresh();
+    refreshTitle();
+}
+
+void ShelfView::setSidebar(QWidget *sidebar)
+{
+    m_split->insertWidget(0, sidebar);
+    m_split->setStretchFactor(0, 0);
+    m_split->setStretchFactor(1, 1);
+}
+
+QString ShelfView::statusText(qsizetype visible, qsizetype items, bool searching, qsizetype selected)
+{
+    QString text = QString::number(visible);
+    if (searching)
+        text += QStringLiteral(" of ") + QString::number(items);
+    text += QStringLiteral(" screenshots");
+    if (selected > 0)
+        text += QStringLiteral(", %1 selected").arg(selected);
+    return text;
+}
+
+void ShelfView::refresh()
+{
+    if (!m_shelf)
+        return;
+    const QList<QUrl> visible = m_grid->shownItems();
+    const QString query = m_shelf->query();
+    m_status->setText(statusText(visible.size(), m_shelf->items().size(), !query.isEmpty(),
+                                 m_shelf->selection().size()));
+    {
+        const QSignalBlocker quiet(m_size);
+        m_size->setValue(int(std::lround(m_shelf->cellWidth())));
+    }
+    if (!visible.isEmpty()) {
+        m_stack->setCurrentWidget(m_grid);
+        return;
+    }
+    m_stack->setCurrentIndex(1);
+    const bool searching = !query.isEmpty();
+    m_emptyIcon->setPixmap(searching ? themed("edit-find", QStyle::SP_FileDialogContentsView, this, 48)
+                                     : themed("image-x-generic", QStyle::SP_FileIcon, this, 48));
+    m_emptyText->setText(searching ? QStringLiteral("Nothing matches \u201c%1\u201d.").arg(query)
+                                   : QStringLiteral("No images in this folder yet."));
+    m_emptyHint->setText(QStringLiteral("Take a screenshot with Print Screen and it will appear here."));
+    m_emptyHint->setVisible(!searching);
+    bool unindexed = false;
+    if (searching) {
+        for (const QUrl &item : m_shelf->items()) {
+            const std::optional<FileMeta> record = m_meta ? m_meta->meta(item) : std::nullopt;
+            if (!record || !record->isIndexed()) {
+                unindexed = true;
+                break;
+            }
+        }
+    }
+    m_recognise->setVisible(unindexed);
+}
+
+void ShelfView::refreshTitle()
+{
+    if (!m_shelf)
+        return;
+    const QUrl folder = m_shelf->isHome() ? m_shelf->home() : m_shelf->current();
+    const QString path = folder.toLocalFile();
+    const QString name = QFileInfo(path).fileName();
+    setWindowTitle(name.isEmpty() ? path : name);
+    if (window() != this)
+        window()->setWindowTitle(windowTitle());
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+class MetaStore;
+class QLabel;
+class QPushButton;
+class QSlider;
+class QSplitter;
+class QStackedWidget;
+class Shelf;
+class ShelfGrid;
+class Thumbs;
+
+// The whole content of the shelf window: the folder column's place on the
+// leading side, and the screenshot grid (or what to do when it is empty)
+// above a status bar with the counts and the thumbnail size.
+class ShelfView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    // `meta` and `thumbs` may be null (no badges or search text, no images).
+    ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent = nullptr);
+
+    ShelfGrid *grid() const { return m_grid; }
+    // The folder column goes here, leading the grid.
+    void setSidebar(QWidget *sidebar);
+
+    // "3 of 12 screenshots, 1 selected".
+    static QString statusText(qsizetype visible, qsizetype items, bool searching, qsizetype selected);
+
+Q_SIGNALS:
+    // The empty search asks for text recognition of these files.
+    void recogniseRequested(const QList<QUrl> &files);
+
+private:
+    void refresh();
+    void refreshTitle();
+
+    QPointer<Shelf> m_shelf;
+    QPointer<MetaStore> m_meta;
+    QSplitter *m_split;
+    QStackedWidget *m_stack;
+    ShelfGrid *m_grid;
+    QLabel *m_emptyIcon;
+    QLabel *m_emptyText;
+    QLabel *m_emptyHint;
+    QPushButton *m_recognise;
+    QLabel *m_status;
+    QSlider *m_size;
+};

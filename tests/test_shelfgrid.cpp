@@ -1,0 +1,167 @@
+// The thumbnail grid: how many columns fit, where drag images go, and what
+// presses, releases and marquee drags on a real grid do to the selection.
+
+#include "support/shelfrig.h"
+#include "ui/gridlayout.h"
+#include "ui/shelfgrid.h"
+
+#include <QApplication>
+#include <QTest>
+
+using namespace GridLayout;
+
+class TestShelfGrid : public QObject
+{
+    Q_OBJECT
+
+private:
+    // A shown grid over six images, 1000 points wide: three columns.
+    struct Rig
+    {
+        ShelfRig shelf;
+        std::unique_ptr<ShelfGrid> grid;
+
+        bool start()
+        {
+            if (!shelf.start())
+                return false;
+            for (int i = 0; i < 6; ++i)
+                shelf.addImage(QStringLiteral("%1.png").arg(i), 100 + i);
+            if (!shelf.rescan())
+                return false;
+            grid = std::make_unique<ShelfGrid>(shelf.shelf.get(), &shelf.meta, nullptr);
+            grid->resize(1000 + 2 * pad, 900);
+            grid->show();
+            return QTest::qWaitForWindowExposed(grid.get());
+        }
+        QUrl item(int i) const { return shelf.shelf->visible().at(i); }
+        QPoint centre(int i) const { return grid->tileRect(item(i)).center(); }
+        QWidget *view() const { return grid->viewport(); }
+        QSet<QUrl> selection() const { return shelf.shelf->selection(); }
+    };
+
+private Q_SLOTS:
+    // The requested width picks the count; the cells then fill the row.
+    void columnsFillTheRow()
+    {
+        QCOMPARE(columnsFor(1000, 300), 3);
+        QCOMPARE(drawnCellWidth(1000, 3), 322);
+        QCOMPARE(columnsFor(1000, 160), 5); // 5.78 truncated
+        QCOMPARE(drawnCellWidth(1000, 5), 187);
+        QCOMPARE(columnsFor(3000, 160), 6);
+        QCOMPARE(columnsFor(100, 300), 1);
+        QCOMPARE(drawnCellWidth(100, 1), 100);
+        // Exactly two 300-point cells and their gap fit.
+        QCOMPARE(columnsFor(616, 300), 2);
+        QCOMPARE(columnsFor(615, 300), 2); // the one point of slack
+        QCOMPARE(columnsFor(614, 300), 1);
+
+        const Geometry g = Geometry::make(1000 + 2 * pad, 300, 16, 7);
+        QCOMPARE(g.rows(), 3);
+        QCOMPARE(g.indexAt(g.cellRect(4).center()), 4);
+        QCOMPARE(g.indexAt(g.cellRect(6).center() + QPoint(g.cellWidth + gap, 0)), -1); // past the last item
+        QCOMPARE(g.indexAt(QPoint(pad + g.cellWidth + gap / 2, pad + 10)), -1);         // in a gap
+        const auto band = g.rangeIn(g.cellRect(3).top(), g.cellRect(3).top() + 1);
+        QCOMPARE(band, qMakePair(3, 6));
+    }
+
+    // Six dragged files: five fanned 6 points apart, the sixth on the fifth,
+    // each sized to the cell (at most 220 wide, 0.62 of that high).
+    void dragImagesFanOut()
+    {
+        const QList<QSize> sizes(6, QSize(1600, 1000));
+        const QList<QRect> rects = fanRects(sizes, 300);
+        QCOMPARE(rects.size(), 6);
+        for (int i = 0; i < 6; ++i) {
+            const int step = 6 * std::min(i, 4);
+            QCOMPARE(rects.at(i).topLeft() - rects.first().topLeft(), QPoint(step, step));
+            QCOMPARE(rects.at(i).size(), QSize(218, 136));
+        }
+        // A tall image fits the height; an empty one does not divide by zero.
+        QCOMPARE(dragImageSize(QSize(100, 1000), 300), QSize(14, 136));
+        QVERIFY(!dragImageSize(QSize(0, 0), 100).isEmpty());
+
+        QList<QImage> images(6, QImage(1600, 1000, QImage::Format_ARGB32));
+        QPoint centre;
+        const QPixmap pixmap = ShelfGrid::dragPixmap(images, 300, 1, &centre);
+        QCOMPARE(pixmap.size(), QSize(218 + 24, 136 + 24));
+        QCOMPARE(centre, QRect(0, 0, 218, 136).center());
+    }
+
+    void pressAndReleaseRules()
+    {
+        QCOMPARE(pressAction(Qt::ControlModifier | Qt::ShiftModifier, false), Press::toggle);
+        QCOMPARE(pressAction(Qt::ShiftModifier, true), Press::extend);
+        QCOMPARE(pressAction(Qt::NoModifier, true), Press::keep);
+        QCOMPARE(pressAction(Qt::NoModifier, false), Press::select);
+        QVERIFY(releaseSelectsOnly(1, Qt::NoModifier, 3, true));
+        QVERIFY(!releaseSelectsOnly(1, Qt::NoModifier, 1, true));
+        QVERIFY(!releaseSelectsOnly(1, Qt::ShiftModifier, 3, true));
+        QVERIFY(!releaseSelectsOnly(2, Qt::NoModifier, 3, true));
+    }
+
+    // A plain press on one of three selected files keeps all three (a drag
+    // would carry them) until the release narrows them to it; Ctrl+Shift
+    // toggles; a double-click opens without changing the selection.
+    void clicksOnCells()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        rig.shelf.shelf->setSelection({rig.item(0), rig.item(1), rig.item(2)});
+        QTest::mousePress(rig.view(), Qt::LeftButton, {}, rig.centre(1));
+        QCOMPARE(rig.selection().size(), 3);
+        QTest::mouseRelease(rig.view(), Qt::LeftButton, {}, rig.centre(1));
+        QCOMPARE(rig.selection(), QSet<QUrl>{rig.item(1)});
+
+        QTest::mouseClick(rig.view(), Qt::LeftButton, Qt::ControlModifier | Qt::ShiftModifier, rig.centre(4));
+        QCOMPARE(rig.selection(), (QSet<QUrl>{rig.item(1), rig.item(4)}));
+
+        QSignalSpy opened(rig.grid.get(), &ShelfGrid::openRequested);
+        QTest::mouseDClick(rig.view(), Qt::LeftButton, {}, rig.centre(4));
+        QCOMPARE(opened.size(), 1);
+        QCOMPARE(opened.at(0).at(0).value<QList<QUrl>>(), QList<QUrl>{rig.item(4)});
+
+        QSignalSpy menu(rig.grid.get(), &ShelfGrid::contextMenuRequested);
+        QTest::mouseClick(rig.view(), Qt::RightButton, {}, rig.centre(0));
+        QCOMPARE(rig.selection(), QSet<QUrl>{rig.item(0)});
+        QCOMPARE(menu.at(0).at(0).value<QList<QUrl>>(), QList<QUrl>{rig.item(0)});
+    }
+
+    // A marquee that grazes cells selects them, added to the earlier
+    // selection with Shift and never taking it away; a plain press on empty
+    // space clears. On release the cursor goes to the last selected item in
+    // visible order, whichever way the drag went.
+    void marqueeOnEmptySpace()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        Shelf &shelf = *rig.shelf.shelf;
+        shelf.setSelection({rig.item(5)});
+        const QRect first = rig.grid->tileRect(rig.item(0));
+        const QRect fifth = rig.grid->tileRect(rig.item(4));
+        // From the gap right of the third cell, leftwards and down to the
+        // top edge of the fifth.
+        const QPoint start(rig.grid->tileRect(rig.item(2)).right() + 8, first.center().y());
+        const QPoint end(fifth.center().x(), fifth.top());
+        QTest::mousePress(rig.view(), Qt::LeftButton, Qt::ShiftModifier, start);
+        QMouseEvent move(QEvent::MouseMove, QPointF(end), rig.view()->mapToGlobal(QPointF(end)), Qt::NoButton,
+                         Qt::LeftButton, Qt::ShiftModifier);
+        QApplication::sendEvent(rig.view(), &move);
+        QCOMPARE(rig.selection(), (QSet<QUrl>{rig.item(2), rig.item(4), rig.item(5), rig.item(1)}));
+        QMouseEvent back(QEvent::MouseMove, QPointF(start + QPoint(-1, 1)),
+                         rig.view()->mapToGlobal(QPointF(start)), Qt::NoButton, Qt::LeftButton, Qt::ShiftModifier);
+        QApplication::sendEvent(rig.view(), &back);
+        QCOMPARE(rig.selection(), QSet<QUrl>{rig.item(5)});
+        QApplication::sendEvent(rig.view(), &move);
+        QTest::mouseRelease(rig.view(), Qt::LeftButton, Qt::ShiftModifier, end);
+        QCOMPARE(shelf.cursor(), rig.item(5));
+        QCOMPARE(shelf.anchor(), rig.item(5));
+
+        QTest::mouseClick(rig.view(), Qt::LeftButton, {}, QPoint(5, 5));
+        QVERIFY(rig.selection().isEmpty());
+        QCOMPARE(rig.grid->partAt(QPoint(5, 5)), QStringLiteral("GridBackground"));
+    }
+};
+
+QTEST_MAIN(TestShelfGrid)
+#include "test_shelfgrid.moc"
