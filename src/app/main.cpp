@@ -10,6 +10,7 @@
 #include "system/prefs.h"
 #include "tidy/autotidy.h"
 #include "ui/appicon.h"
+#include "ui/darkpalette.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -57,6 +58,8 @@ int main(int argc, char *argv[])
     app.setApplicationVersion(QStringLiteral(BRINDLEWICK_VERSION));
     app.setQuitOnLastWindowClosed(false);
     app.setWindowIcon(appIcon());
+    if (qgetenv("BRINDLEWICK_PALETTE") == "dark")
+        app.setPalette(darkPalette());
 
     // A second start shows the running one's shelf instead, and ends before
     // it touches any shared file.
