@@ -115,15 +115,18 @@ private Q_SLOTS:
 
     // Key tokens, a click and a marquee go through the real event handling
     // one after another, each report showing exactly the input sent so far;
-    // a key the menu holds (Ctrl+=) acts once; Ctrl+Q quits, and quitting gives the screenshot
-    // tool its own folder back.
+    // a key the menu holds (Ctrl+=) acts once; Space opens the preview on
+    // the selection and Left takes it along; Delete moves the selected file
+    // to the Trash; in the search field (Ctrl+F) Space still closes the
+    // preview while the field is empty; Ctrl+Q quits, and quitting gives the
+    // screenshot tool its own folder back.
     void keysThenQuit()
     {
         needDisplay();
         AppRun run(m_display->display());
         const QString ini = useFlameshot(run);
         run.setVar(QStringLiteral("BRINDLEWICK_OPEN"));
-        run.setVar(QStringLiteral("BRINDLEWICK_KEY"), QStringLiteral("C18,,X5,S124,C24,C12"));
+        run.setVar(QStringLiteral("BRINDLEWICK_KEY"), QStringLiteral("C18,,X5,S124,C24,49,123,51,C3,49,C12"));
         run.setVar(QStringLiteral("BRINDLEWICK_CLICK"));
         run.setVar(QStringLiteral("BRINDLEWICK_MARQUEE"));
         run.start();
@@ -144,11 +147,20 @@ private Q_SLOTS:
         QVERIFY(lines.contains(QStringLiteral("after click: selected [\"c.png\"] (clicked c.png)")));
         QVERIFY(lines.contains(QStringLiteral("after marquee: selected slots 2,3")));
         const QStringList keys = lines.filter(QStringLiteral("after key"));
-        QCOMPARE(keys.size(), 3);
-        QCOMPARE(keys.at(0), QStringLiteral("after key C18: selected slots 1 columns=3 cursor cell fully visible (y 20\u2013217 of 566)"));
-        QCOMPARE(keys.at(1), QStringLiteral("after key S124: selected slots 3 columns=3 cursor cell fully visible (y 20\u2013217 of 566)"));
+        QCOMPARE(keys.size(), 8);
+        QCOMPARE(keys.at(0), QStringLiteral("after key C18: selected slots 1 columns=3 cursor cell fully visible (y 53\u2013250 of 566)"));
+        QCOMPARE(keys.at(1), QStringLiteral("after key S124: selected slots 3 columns=3 cursor cell fully visible (y 53\u2013250 of 566)"));
         QVERIFY2(keys.at(2).startsWith(QStringLiteral("after key C24: selected slots 3 columns=2 cursor cell OFFSCREEN")),
                  qPrintable(keys.at(2)));
+        QVERIFY2(keys.at(3).startsWith(QStringLiteral("after key 49: selected slots 3 "))
+                     && keys.at(3).endsWith(QStringLiteral(" preview a.png")),
+                 qPrintable(keys.at(3)));
+        QVERIFY2(keys.at(4).startsWith(QStringLiteral("after key 123: selected slots 2 "))
+                     && keys.at(4).endsWith(QStringLiteral(" preview b.png")),
+                 qPrintable(keys.at(4)));
+        QVERIFY2(!keys.at(7).contains(QStringLiteral("preview")), qPrintable(keys.at(7)));
+        QVERIFY(!QFile::exists(run.path("shots/b.png")));
+        QVERIFY(QFile::exists(run.path("home/.local/share/Trash/files/b.png")));
         QSettings prefs(run.configHome() + QStringLiteral("/Brindlewick/Brindlewick.conf"), QSettings::IniFormat);
         QCOMPARE(prefs.value(QStringLiteral("cellWidth")).toDouble(), 340.0);
     }

@@ -5,6 +5,9 @@
 #include "actions/actionrunner.h"
 #include "actions/fileactions.h"
 #include "actions/folderops.h"
+#include "actions/views/pins.h"
+#include "actions/views/promptdialogs.h"
+#include "actions/views/quicklook.h"
 #include "app/mainmenu.h"
 #include "meta/textindexer.h"
 #include "meta/thumbs.h"
@@ -16,6 +19,7 @@
 #include "ui/appicon.h"
 #include "ui/notifications.h"
 #include "ui/settingssheet.h"
+#include "ui/shelfcommands.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelfview.h"
 #include "ui/shelfwindow.h"
@@ -122,8 +126,8 @@ void AppDelegate::applicationDidFinishLaunching()
     };
     // 9. The corner preview's "open in shelf" handler joins here:
     //    revealFromPreview(url).
-    // 10. The application-wide key routing (search field versus shelf)
-    //     joins here with the shelf view.
+    // 10. The application-wide key routing (search field versus shelf) was
+    //     installed with the window.
     // 11. New screenshots: the corner preview shows them unless the shelf
     //     is in front. The preview card itself joins here.
     connect(m_shelf.get(), &Shelf::freshScreenshot, this, [this](const QUrl &) {
@@ -173,6 +177,21 @@ void AppDelegate::buildWindow()
     auto *view = new ShelfView(m_shelf.get(), m_meta, &Thumbs::shared());
     m_window->setContent(view);
     m_runner = std::make_unique<ActionRunner>(Trash::shared(), m_meta);
+    m_quickLook = std::make_unique<QuickLook>();
+    m_pins = std::make_unique<Pins>();
+    m_folderPrompt = std::make_unique<DialogTextPrompt>(m_window.get());
+    ShelfCommands::Parts parts;
+    parts.launcher = &AppLauncher::shared();
+    parts.runner = m_runner.get();
+    parts.quickLook = m_quickLook.get();
+    parts.pins = m_pins.get();
+    parts.folderPrompt = m_folderPrompt.get();
+    m_commands = std::make_unique<ShelfCommands>(m_shelf.get(), parts);
+    m_commands->setWindow(m_window.get());
+    m_window->setCommands(m_commands.get());
+    view->setCommands(m_commands.get());
+    // Keys go to the search field or the shelf before any view sees them.
+    m_window->installKeyRouting();
     connect(view->grid(), &ShelfGrid::openRequested, this,
             [](const QList<QUrl> &files) { FileActions::open(files, AppLauncher::shared()); });
     connect(view->grid(), &ShelfGrid::filesDropped, this,
@@ -304,8 +323,9 @@ void AppDelegate::showShelf()
         [window] {
             if (!window)
                 return;
-            if (QWidget *focused = window->focusWidget())
-                focused->clearFocus();
+            // The window itself holds the focus, so that activating it does
+            // not hand the keys to the first field of the toolbar.
+            window->setFocus(Qt::OtherFocusReason);
             Q_EMIT Notifications::shared().dropFocus();
         },
         Qt::QueuedConnection);
@@ -364,8 +384,13 @@ void AppDelegate::revealFromPreview(const QUrl &url)
 
 void AppDelegate::focusSearch()
 {
-    if (!m_window || !m_window->isVisible())
+    if (!m_window || !m_window->isVisible()) {
         showShelf();
+        // After the show's own focus reset, which is queued.
+        QMetaObject::invokeMethod(
+            this, [] { Q_EMIT Notifications::shared().focusSearch(); }, Qt::QueuedConnection);
+        return;
+    }
     Q_EMIT Notifications::shared().focusSearch();
 }
 

@@ -21,9 +21,13 @@ class LoginItem;
 class LoginPrompts;
 class MainMenu;
 class MetaStore;
+class Pins;
 class Prefs;
 class QMenu;
+class QuickLook;
 class Shelf;
+class ShelfCommands;
+class TextPrompt;
 class ShelfWindow;
 
 // The application: owns the shelf, the tray icon, the shelf window and the
@@ -90,6 +94,8 @@ public:
     QMenu *statusMenu() const { return m_statusMenu.get(); }
     LoginItem &loginItem() const { return *m_loginItem; }
     DiagnosticHooks &diagnostics() const { return *m_hooks; }
+    QuickLook &quickLook() const { return *m_quickLook; }
+    Pins &pins() const { return *m_pins; }
     // Visible and holding the keyboard focus of the desktop.
     bool shelfIsKey() const;
 
@@ -104,10 +110,17 @@ private:
     MetaStore *m_meta;
     // Moves files dropped on the grid.
     std::unique_ptr<ActionRunner> m_runner;
+    // The one preview window and the pinned images.
+    std::unique_ptr<QuickLook> m_quickLook;
+    std::unique_ptr<Pins> m_pins;
     std::unique_ptr<MainMenu> m_mainMenu;
     QPointer<QSystemTrayIcon> m_statusItem;
     std::unique_ptr<QMenu> m_statusMenu;
     std::unique_ptr<ShelfWindow> m_window;
+    // The new folder prompt over the shelf, and what the keys and the
+    // toolbar do to the files.
+    std::unique_ptr<TextPrompt> m_folderPrompt;
+    std::unique_ptr<ShelfCommands> m_commands;
     QPointer<SettingsSheetWindow> m_settingsWindow;
     std::unique_ptr<Shelf> m_shelf;
     std::unique_ptr<LoginPrompts> m_loginPrompts;

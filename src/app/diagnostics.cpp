@@ -1,5 +1,6 @@
 #include "app/diagnostics.h"
 
+#include "actions/views/quicklook.h"
 #include "app/appdelegate.h"
 #include "model/shelf.h"
 #include "platform/keytable.h"
@@ -426,5 +427,7 @@ void DiagnosticHooks::reportKey(const QString &text) const
         line += (fully ? QStringLiteral(" cursor cell fully visible (y ") : QStringLiteral(" cursor cell OFFSCREEN (y "))
                 + QStringLiteral("%1\u2013%2 of %3)").arg(r.top()).arg(r.top() + r.height()).arg(h);
     }
+    if (m_delegate->quickLook().isOpen())
+        line += QStringLiteral(" preview ") + m_delegate->quickLook().currentURL().fileName();
     log(line);
 }

@@ -1,5 +1,6 @@
 #include "app/mainmenu.h"
 
+#include "actions/fileactions.h"
 #include "app/appdelegate.h"
 #include "model/shelf.h"
 #include "ui/shelfwindow.h"
@@ -66,8 +67,15 @@ MainMenu::MainMenu(AppDelegate &delegate)
     m_edit->addSeparator();
     QObject::connect(addItem(m_edit.get(), QStringLiteral("Cut"), {QKeySequence(Qt::CTRL | Qt::Key_X)}),
                      &QAction::triggered, app, [] { editCommand("cut"); });
+    // In a text field it copies the text; elsewhere in the shelf it copies
+    // the selected files, as a file manager does.
     QObject::connect(addItem(m_edit.get(), QStringLiteral("Copy"), {QKeySequence(Qt::CTRL | Qt::Key_C)}),
-                     &QAction::triggered, app, [] { editCommand("copy"); });
+                     &QAction::triggered, app, [app] {
+                         if (editedTextField())
+                             editCommand("copy");
+                         else
+                             FileActions::copyFiles(app->shelf().selectedURLs());
+                     });
     QObject::connect(addItem(m_edit.get(), QStringLiteral("Paste"), {QKeySequence(Qt::CTRL | Qt::Key_V)}),
                      &QAction::triggered, app, [] { editCommand("paste"); });
     // In a text field it selects the text; elsewhere in the shelf it selects

@@ -3,6 +3,7 @@
 #include "meta/metastore.h"
 #include "model/shelf.h"
 #include "ui/shelfgrid.h"
+#include "ui/shelftoolbar.h"
 
 #include <QFileInfo>
 #include <QFrame>
@@ -35,7 +36,8 @@ QPixmap themed(const char *name, QStyle::StandardPixmap fallback, QWidget *widge
 } // namespace
 
 ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent)
-    : QWidget(parent), m_shelf(shelf), m_meta(meta), m_split(new QSplitter(Qt::Horizontal, this)),
+    : QWidget(parent), m_shelf(shelf), m_meta(meta), m_toolbar(new ShelfToolbar(shelf, this)),
+      m_split(new QSplitter(Qt::Horizontal, this)),
       m_stack(new QStackedWidget(this)), m_grid(new ShelfGrid(shelf, meta, thumbs, this)),
       m_emptyIcon(secondaryLabel(this)), m_emptyText(secondaryLabel(this)), m_emptyHint(secondaryLabel(this)),
       m_recognise(new QPushButton(QStringLiteral("Recognise text in unindexed screenshots to search inside them"), this)),
@@ -120,6 +122,7 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+    layout->addWidget(m_toolbar);
     layout->addWidget(m_split);
 
     if (shelf) {
@@ -133,6 +136,11 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
         connect(meta, &MetaStore::byNameChanged, this, &ShelfView::refresh);
     refresh();
     refreshTitle();
+}
+
+void ShelfView::setCommands(ShelfCommands *commands)
+{
+    m_toolbar->setCommands(commands);
 }
 
 void ShelfView::setSidebar(QWidget *sidebar)
@@ -161,6 +169,7 @@ void ShelfView::refresh()
     const QString query = m_shelf->query();
     m_status->setText(statusText(visible.size(), m_shelf->items().size(), !query.isEmpty(),
                                  m_shelf->selection().size()));
+    m_toolbar->refresh(!visible.isEmpty());
     {
         const QSignalBlocker quiet(m_size);
         m_size->setValue(int(std::lround(m_shelf->cellWidth())));

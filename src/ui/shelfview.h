@@ -10,7 +10,9 @@ class QSlider;
 class QSplitter;
 class QStackedWidget;
 class Shelf;
+class ShelfCommands;
 class ShelfGrid;
+class ShelfToolbar;
 class Thumbs;
 
 // The whole content of the shelf window: the folder column's place on the
@@ -25,6 +27,9 @@ public:
     ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent = nullptr);
 
     ShelfGrid *grid() const { return m_grid; }
+    ShelfToolbar *toolbar() const { return m_toolbar; }
+    // What the toolbar's buttons do; without it they do nothing.
+    void setCommands(ShelfCommands *commands);
     // The folder column goes here, leading the grid.
     void setSidebar(QWidget *sidebar);
 
@@ -41,6 +46,7 @@ private:
 
     QPointer<Shelf> m_shelf;
     QPointer<MetaStore> m_meta;
+    ShelfToolbar *m_toolbar;
     QSplitter *m_split;
     QStackedWidget *m_stack;
     ShelfGrid *m_grid;

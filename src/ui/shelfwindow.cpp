@@ -2,7 +2,13 @@
 
 #include "model/shelf.h"
 
+#include "ui/shelfcommands.h"
+
+#include <QCoreApplication>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QTextEdit>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -12,7 +18,43 @@ namespace {
 // finished once the stream has been quiet this long.
 constexpr int resizeSettleMs = 400;
 
+QString fieldText(const QWidget *field)
+{
+    if (const auto *line = qobject_cast<const QLineEdit *>(field))
+        return line->text();
+    if (const auto *text = qobject_cast<const QTextEdit *>(field))
+        return text->toPlainText();
+    if (const auto *plain = qobject_cast<const QPlainTextEdit *>(field))
+        return plain->toPlainText();
+    return {};
+}
+
 } // namespace
+
+// Sees each key press of the shelf window once, where Qt first hands it to
+// a widget (the focused one, or the window when nothing has the focus), and
+// before that widget does.
+class ShelfWindow::KeyRouting : public QObject
+{
+public:
+    explicit KeyRouting(ShelfWindow *window) : QObject(window), m_window(window) {}
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() != QEvent::KeyPress || !watched->isWidgetType())
+            return false;
+        QWidget *first = m_window->focusWidget() ? m_window->focusWidget() : m_window;
+        if (watched != first)
+            return false;
+        if (!m_window->routeKeyEvent(static_cast<QKeyEvent *>(event)))
+            return false;
+        event->accept();
+        return true;
+    }
+
+private:
+    ShelfWindow *m_window;
+};
 
 ShelfWindow::ShelfWindow(QWidget *parent)
     : QWidget(parent, Qt::Tool | Qt::WindowStaysOnTopHint), m_resizeSettle(new QTimer(this))
@@ -74,7 +116,9 @@ void ShelfWindow::hideEvent(QHideEvent *event)
 
 void ShelfWindow::keyPressEvent(QKeyEvent *event)
 {
-    if (handleKey(event))
+    // A key the text field left alone stays with the field: the routing
+    // has already given the shelf the keys that are its own there.
+    if (!isEditableText(focusWidget()) && handleKey(event))
         event->accept();
     else
         QWidget::keyPressEvent(event);
@@ -86,8 +130,19 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
     const bool command = mods & Qt::ControlModifier;
     const bool shift = mods & Qt::ShiftModifier;
     Shelf *shelf = m_shelf;
+    ShelfCommands *commands = m_commands;
 
     switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (commands)
+            commands->open(commands->targets());
+        return true;
+    case Qt::Key_Backspace:
+    case Qt::Key_Delete:
+        if (commands)
+            commands->trash(commands->targets());
+        return true;
     case Qt::Key_Escape:
         hide();
         return true;
@@ -102,18 +157,26 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
                           : event->key() == Qt::Key_Up    ? Move::up
                                                           : Move::down;
         shelf->moveCursor(move, shift);
-        // Quick Look follows the cursor here once the preview window exists.
+        if (commands)
+            commands->previewCursor();
         return true;
     }
-    case Qt::Key_Space: {
-        if (!shelf)
-            return true;
-        // The preview window toggles here once it exists.
-        const QList<QUrl> visible = shelf->visible();
-        if (shelf->selectedURLs().isEmpty() && !visible.isEmpty())
-            shelf->select(visible.first());
+    case Qt::Key_Space:
+        if (commands)
+            commands->togglePreview(true);
         return true;
-    }
+    case Qt::Key_P:
+        if (command)
+            return false;
+        if (commands)
+            commands->pinPrimary();
+        return true;
+    case Qt::Key_N:
+        if (!command || !shift)
+            return false;
+        if (commands)
+            commands->newFolder();
+        return true;
     case Qt::Key_1:
     case Qt::Key_2:
     case Qt::Key_3:
@@ -121,22 +184,65 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
     case Qt::Key_5:
     case Qt::Key_6:
     case Qt::Key_7:
-    case Qt::Key_8: {
+    case Qt::Key_8:
         if (!command)
             return false;
-        const qsizetype index = event->key() - Qt::Key_1;
-        const QList<QUrl> visible = shelf ? shelf->visible() : QList<QUrl>();
-        if (index < visible.size()) {
-            // Copying the file to the clipboard joins here with the file actions.
-            shelf->select(visible.at(index));
-        }
+        if (commands)
+            commands->copyItem(event->key() - Qt::Key_1);
         return true;
-    }
-    // Return/Enter (open), Delete/Backspace (trash), P (pin) and
-    // Ctrl+Shift+N (new folder) join this map with the file actions,
-    // pinned windows and folder operations. Ctrl+A, Ctrl+=, Ctrl+-, Ctrl+0
-    // and Ctrl+, are the menu's shortcuts and never come here.
+    // Ctrl+A, Ctrl+=, Ctrl+-, Ctrl+0 and Ctrl+, are the menu's shortcuts
+    // and never come here.
     default:
         return false;
+    }
+}
+
+bool ShelfWindow::isEditableText(const QWidget *widget)
+{
+    if (const auto *line = qobject_cast<const QLineEdit *>(widget))
+        return !line->isReadOnly();
+    if (const auto *text = qobject_cast<const QTextEdit *>(widget))
+        return !text->isReadOnly();
+    if (const auto *plain = qobject_cast<const QPlainTextEdit *>(widget))
+        return !plain->isReadOnly();
+    return false;
+}
+
+bool ShelfWindow::routeKeyEvent(QKeyEvent *event)
+{
+    QWidget *field = focusWidget();
+    if (!isEditableText(field))
+        return handleKey(event);
+    switch (event->key()) {
+    case Qt::Key_Escape:
+        if (m_shelf && !m_shelf->query().isEmpty())
+            m_shelf->setQuery(QString());
+        else
+            hide();
+        return true;
+    case Qt::Key_Space:
+        // With text in the field, a blank is part of the search.
+        return fieldText(field).isEmpty() && handleKey(event);
+    case Qt::Key_1:
+    case Qt::Key_2:
+    case Qt::Key_3:
+    case Qt::Key_4:
+    case Qt::Key_5:
+    case Qt::Key_6:
+    case Qt::Key_7:
+    case Qt::Key_8:
+        return (event->modifiers() & Qt::ControlModifier) && handleKey(event);
+    default:
+        // Typing, editing, Ctrl+A on the field's text; Ctrl+, is the
+        // menu's and has acted already.
+        return false;
+    }
+}
+
+void ShelfWindow::installKeyRouting()
+{
+    if (!m_routing) {
+        m_routing = new KeyRouting(this);
+        QCoreApplication::instance()->installEventFilter(m_routing);
     }
 }

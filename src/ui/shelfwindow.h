@@ -1,12 +1,14 @@
 #pragma once
 
+#include "model/shelf.h"
+#include "ui/shelfcommands.h"
+
 #include <QPointer>
 #include <QSize>
 #include <QWidget>
 
 class QKeyEvent;
 class QTimer;
-#include "model/shelf.h"
 
 // The floating shelf window: stays above ordinary windows, has no taskbar
 // entry, and closing it (close button, Ctrl+W, Escape) only hides it. The
@@ -21,6 +23,8 @@ public:
 
     Shelf *shelf() const { return m_shelf; }
     void setShelf(Shelf *shelf) { m_shelf = shelf; }
+    // What the keys do to the files; without it those keys do nothing.
+    void setCommands(ShelfCommands *commands) { m_commands = commands; }
 
     // Replaces what the window shows (the shelf view, or its placeholder).
     void setContent(QWidget *content);
@@ -35,6 +39,18 @@ public:
     // in it, so every key has exactly one way in.
     bool handleKey(QKeyEvent *event);
 
+    // Decides, before any view in the window sees it, whether a key press
+    // belongs to the shelf or to the text field being edited; true when the
+    // shelf used it. In a text field only Escape (clear the search, then
+    // hide), Space while the field is empty and Ctrl+1-8 are the shelf's.
+    bool routeKeyEvent(QKeyEvent *event);
+    // Routes every key press of this window through routeKeyEvent, from an
+    // event filter on the application.
+    void installKeyRouting();
+
+    // A text field the user can type into.
+    static bool isEditableText(const QWidget *widget);
+
 Q_SIGNALS:
     // The user stopped resizing the window; `size` is its new size.
     void liveResizeEnded(QSize size);
@@ -48,6 +64,9 @@ protected:
 
 private:
     QPointer<Shelf> m_shelf;
+    QPointer<ShelfCommands> m_commands;
+    class KeyRouting;
+    KeyRouting *m_routing = nullptr;
     QWidget *m_content = nullptr;
     QTimer *m_resizeSettle;
     QSize m_placedSize;

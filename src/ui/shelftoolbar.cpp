@@ -1,0 +1,148 @@
+#include "ui/shelftoolbar.h"
+
+#include "model/shelf.h"
+#include "ui/notifications.h"
+#include "ui/shelfcommands.h"
+
+#include <QAction>
+#include <QLineEdit>
+#include <QSizePolicy>
+#include <QToolButton>
+
+namespace {
+
+constexpr int searchWidth = 260;
+
+} // namespace
+
+QIcon ShelfToolbar::icon(const QStringList &themeNames, const QString &bundled)
+{
+    for (const QString &name : themeNames)
+        if (QIcon::hasThemeIcon(name))
+            return QIcon::fromTheme(name);
+    return QIcon(QStringLiteral(":/brindlewick/icons/") + bundled + QStringLiteral(".svg"));
+}
+
+ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
+    : QToolBar(parent), m_shelf(shelf), m_search(new QLineEdit(this))
+{
+    setObjectName(QStringLiteral("shelfToolbar"));
+    setMovable(false);
+    setFloatable(false);
+    setIconSize(QSize(18, 18));
+    setToolButtonStyle(Qt::ToolButtonIconOnly);
+
+    m_back = addButton(QStringLiteral("Home"),
+                       icon({QStringLiteral("go-home"), QStringLiteral("go-previous")}, QStringLiteral("home")),
+                       QStringLiteral("Back to Home"));
+    if (auto *button = qobject_cast<QToolButton *>(widgetForAction(m_back)))
+        button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    connect(m_back, &QAction::triggered, this, [this] {
+        if (m_shelf)
+            m_shelf->openFolder(m_shelf->home());
+    });
+
+    auto *spacer = new QWidget(this);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    addWidget(spacer);
+
+    m_search->setObjectName(QStringLiteral("searchField"));
+    m_search->setPlaceholderText(QStringLiteral("Search names and recognised text"));
+    m_search->setClearButtonEnabled(true);
+    m_search->addAction(icon({QStringLiteral("edit-find")}, QStringLiteral("search")), QLineEdit::LeadingPosition);
+    m_search->setMinimumWidth(120);
+    m_search->setMaximumWidth(searchWidth);
+    m_search->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    addWidget(m_search);
+    connect(m_search, &QLineEdit::textChanged, this, [this](const QString &text) {
+        if (m_shelf)
+            m_shelf->setQuery(text);
+    });
+    if (shelf) {
+        m_search->setText(shelf->query());
+        connect(shelf, &Shelf::queryChanged, this, [this] {
+            if (m_shelf && m_search->text() != m_shelf->query())
+                m_search->setText(m_shelf->query());
+        });
+    }
+    connect(&Notifications::shared(), &Notifications::focusSearch, this, [this] {
+        m_search->setFocus(Qt::ShortcutFocusReason);
+        m_search->selectAll();
+    });
+    connect(&Notifications::shared(), &Notifications::dropFocus, this, [this] {
+        // To the window itself: a window with no focus hands it to its
+        // first field when it is next activated.
+        if (m_search->hasFocus() || window()->focusWidget() == m_search)
+            window()->setFocus(Qt::OtherFocusReason);
+    });
+
+    m_newFolder = addButton(QStringLiteral("New folder"),
+                            icon({QStringLiteral("folder-new")}, QStringLiteral("folder-new")),
+                            QStringLiteral("New folder inside Home (Ctrl+Shift+N)"));
+    connect(m_newFolder, &QAction::triggered, this, [this] {
+        if (m_commands)
+            m_commands->newFolder();
+    });
+    m_preview = addButton(QStringLiteral("Preview"),
+                          icon({QStringLiteral("view-preview"), QStringLiteral("document-preview")},
+                               QStringLiteral("preview")),
+                          QStringLiteral("Preview (Space)"));
+    // Unlike Space, the button leaves the selection as it is.
+    connect(m_preview, &QAction::triggered, this, [this] {
+        if (m_commands)
+            m_commands->togglePreview(false);
+    });
+    m_pin = addButton(QStringLiteral("Pin"),
+                      icon({QStringLiteral("view-pin"), QStringLiteral("pin")},
+                           QStringLiteral("pin")),
+                      QStringLiteral("Pin to screen (P)"));
+    connect(m_pin, &QAction::triggered, this, [this] {
+        if (m_commands)
+            m_commands->pinPrimary();
+    });
+    m_trash = addButton(QStringLiteral("Move to Trash"),
+                        icon({QStringLiteral("user-trash")},
+                             QStringLiteral("trash")),
+                        QStringLiteral("Move to Trash (Delete)"));
+    connect(m_trash, &QAction::triggered, this, [this] {
+        if (m_commands)
+            m_commands->trash(m_commands->targets());
+    });
+    m_settings = addButton(QStringLiteral("Settings"),
+                           icon({QStringLiteral("configure"), QStringLiteral("preferences-system")},
+                                QStringLiteral("settings")),
+                           QStringLiteral("Settings (Ctrl+,)"));
+    connect(m_settings, &QAction::triggered, this, [] { Q_EMIT Notifications::shared().openSettings(); });
+
+    if (shelf) {
+        connect(shelf, &Shelf::currentChanged, this, [this] { refresh(m_anyVisible); });
+        connect(shelf, &Shelf::homeChanged, this, [this] { refresh(m_anyVisible); });
+        connect(shelf, &Shelf::selectionChanged, this, [this] { refresh(m_anyVisible); });
+    }
+    refresh(false);
+}
+
+QAction *ShelfToolbar::addButton(const QString &title, const QIcon &icon, const QString &help)
+{
+    QAction *action = addAction(icon, title);
+    action->setToolTip(help);
+    if (QWidget *button = widgetForAction(action))
+        button->setFocusPolicy(Qt::NoFocus);
+    return action;
+}
+
+void ShelfToolbar::setCommands(ShelfCommands *commands)
+{
+    m_commands = commands;
+}
+
+void ShelfToolbar::refresh(bool anyVisible)
+{
+    m_anyVisible = anyVisible;
+    const bool home = !m_shelf || m_shelf->isHome();
+    const bool anySelected = m_shelf && !m_shelf->selection().isEmpty();
+    m_back->setEnabled(!home);
+    m_preview->setEnabled(anyVisible);
+    m_pin->setEnabled(anyVisible);
+    m_trash->setEnabled(anySelected);
+}

@@ -1,0 +1,196 @@
+// The shelf window's keys and toolbar on the offscreen platform, through the
+// real key routing: which keys the search field keeps and which act on the
+// shelf, and what the shelf's own keys do to the files (with a Trash, an
+// application launcher and a folder prompt of the test's own).
+
+#include "actions/actionrunner.h"
+#include "actions/views/pins.h"
+#include "actions/views/quicklook.h"
+#include "support/apprun.h"
+#include "support/scriptedprompts.h"
+#include "support/shelfrig.h"
+#include "ui/notifications.h"
+#include "ui/shelfcommands.h"
+#include "ui/shelftoolbar.h"
+#include "ui/shelfview.h"
+#include "ui/shelfwindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QTest>
+
+namespace {
+
+class RecordingLauncher final : public AppLauncher
+{
+public:
+    QList<QUrl> opened;
+    void open(const QUrl &file) override { opened.append(file); }
+    void openWith(const QList<QUrl> &, const QUrl &) override {}
+    QList<AppChoice> applicationsFor(const QUrl &) override { return {}; }
+};
+
+// A shelf of a.png (oldest), b.png and c.png (newest, shown first) in a
+// shown and active shelf window with the keyboard on the window itself.
+struct KeysRig : ShelfRig
+{
+    RecordingLauncher launcher;
+    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
+    ActionRunner runner{trash, &meta};
+    QuickLook quickLook;
+    Pins pins;
+    ScriptedPrompt prompt;
+    std::unique_ptr<ShelfCommands> commands;
+    std::unique_ptr<ShelfWindow> window;
+    ShelfView *view = nullptr;
+
+    bool build()
+    {
+        QDir().mkpath(folder());
+        double age = 30;
+        for (const char *name : {"a.png", "b.png", "c.png"}) {
+            writeTestPng(file(QString::fromLatin1(name)));
+            setAge(file(QString::fromLatin1(name)), age -= 10);
+        }
+        if (!start(false))
+            return false;
+        ShelfCommands::Parts parts;
+        parts.launcher = &launcher;
+        parts.runner = &runner;
+        parts.quickLook = &quickLook;
+        parts.pins = &pins;
+        parts.folderPrompt = &prompt;
+        commands = std::make_unique<ShelfCommands>(shelf.get(), parts);
+        window = std::make_unique<ShelfWindow>();
+        window->setShelf(shelf.get());
+        window->setCommands(commands.get());
+        commands->setWindow(window.get());
+        view = new ShelfView(shelf.get(), &meta, nullptr);
+        view->setCommands(commands.get());
+        window->setContent(view);
+        window->installKeyRouting();
+        window->resize(900, 600);
+        window->show();
+        window->activateWindow();
+        if (!QTest::qWaitForWindowActive(window.get()))
+            return false;
+        window->setFocus();
+        return true;
+    }
+
+    QLineEdit *field() const { return view->toolbar()->searchField(); }
+    // A key as the keyboard sends it: to whatever has the focus.
+    void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const
+    {
+        QTest::keyClick(window->focusWidget() ? window->focusWidget() : window.get(), key, modifiers);
+    }
+    QStringList selected() const { return TestFiles::names(shelf->selectedURLs()); }
+};
+
+} // namespace
+
+class TestShelfKeys : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    // In the search field, typing and editing keys stay with the field
+    // (Return opens nothing, Backspace trashes nothing, Ctrl+A selects the
+    // text), Space previews only while the field is empty, Ctrl+1 still
+    // copies and selects, and Escape clears the search before it hides.
+    void searchFieldKeepsItsKeys()
+    {
+        KeysRig rig;
+        QVERIFY(rig.build());
+        Q_EMIT Notifications::shared().focusSearch();
+        QVERIFY(rig.field()->hasFocus());
+
+        rig.key(Qt::Key_Space);
+        QVERIFY(rig.quickLook.isOpen());
+        QCOMPARE(rig.quickLook.currentURL(), rig.url(QStringLiteral("c.png")));
+        QCOMPARE(rig.selected(), QStringList{QStringLiteral("c.png")});
+        QCOMPARE(rig.field()->text(), QString());
+        rig.key(Qt::Key_Space);
+        QVERIFY(!rig.quickLook.isOpen());
+        QCOMPARE(rig.selected(), QStringList{QStringLiteral("c.png")});
+
+        QTest::keyClicks(rig.field(), QStringLiteral("png"));
+        QCOMPARE(rig.shelf->query(), QStringLiteral("png"));
+        rig.key(Qt::Key_Space);
+        QCOMPARE(rig.field()->text(), QStringLiteral("png "));
+        QVERIFY(!rig.quickLook.isOpen());
+        rig.key(Qt::Key_Backspace);
+        rig.key(Qt::Key_Return);
+        QCOMPARE(rig.field()->text(), QStringLiteral("png"));
+        QVERIFY(rig.launcher.opened.isEmpty());
+        QCOMPARE(rig.runner.pending(), 0);
+        rig.key(Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(rig.field()->selectedText(), QStringLiteral("png"));
+        QCOMPARE(rig.selected(), QStringList{QStringLiteral("c.png")});
+
+        rig.key(Qt::Key_2, Qt::ControlModifier);
+        QCOMPARE(rig.selected(), QStringList{QStringLiteral("b.png")});
+        QCOMPARE(QGuiApplication::clipboard()->mimeData()->urls(), QList<QUrl>{rig.url(QStringLiteral("b.png"))});
+        QVERIFY(rig.field()->hasFocus());
+
+        rig.key(Qt::Key_Escape);
+        QCOMPARE(rig.shelf->query(), QString());
+        QCOMPARE(rig.field()->text(), QString());
+        QVERIFY(rig.window->isVisible());
+        rig.key(Qt::Key_Escape);
+        QVERIFY(!rig.window->isVisible());
+    }
+
+    // On the shelf: an open preview follows the arrow keys; Return opens,
+    // P pins and Delete trashes the selected file (into the given Trash);
+    // Ctrl+Shift+N asks for a folder inside Home, Ctrl+N is not the shelf's.
+    // The toolbar's buttons follow the shelf: Move to Trash needs a
+    // selection, Home a subfolder; Preview opens without selecting.
+    void shelfKeysAndButtonsActOnTheFiles()
+    {
+        KeysRig rig;
+        QVERIFY(rig.build());
+        ShelfToolbar *toolbar = rig.view->toolbar();
+        QVERIFY(!toolbar->trashAction()->isEnabled());
+        QVERIFY(!toolbar->backAction()->isEnabled());
+        toolbar->previewAction()->trigger();
+        QVERIFY(rig.quickLook.isOpen());
+        QVERIFY(rig.selected().isEmpty());
+        toolbar->previewAction()->trigger();
+        QVERIFY(!rig.quickLook.isOpen());
+
+        rig.key(Qt::Key_Right);
+        rig.key(Qt::Key_Space);
+        QCOMPARE(rig.quickLook.currentURL(), rig.url(QStringLiteral("c.png")));
+        rig.key(Qt::Key_Right);
+        QCOMPARE(rig.quickLook.currentURL(), rig.url(QStringLiteral("b.png")));
+        rig.key(Qt::Key_Space);
+        QVERIFY(!rig.quickLook.isOpen());
+
+        rig.key(Qt::Key_Return);
+        QCOMPARE(rig.launcher.opened, QList<QUrl>{rig.url(QStringLiteral("b.png"))});
+        rig.key(Qt::Key_P);
+        QTRY_COMPARE(rig.pins.windows().size(), 1);
+        QVERIFY(toolbar->trashAction()->isEnabled());
+        rig.key(Qt::Key_Delete);
+        QTRY_COMPARE(rig.itemNames(), (QStringList{QStringLiteral("c.png"), QStringLiteral("a.png")}));
+        QVERIFY(QFile::exists(rig.box.path(QStringLiteral("Trash/files/b.png"))));
+
+        QKeyEvent plainN(QEvent::KeyPress, Qt::Key_N, Qt::ControlModifier);
+        QVERIFY(!rig.window->handleKey(&plainN));
+        rig.prompt.answer = QStringLiteral("Receipts");
+        rig.key(Qt::Key_N, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(QFileInfo(rig.file(QStringLiteral("Receipts"))).isDir());
+        QTRY_COMPARE(rig.shelf->subfolders().size(), 1);
+        rig.shelf->openFolder(rig.shelf->subfolders().first());
+        QVERIFY(toolbar->backAction()->isEnabled());
+        toolbar->backAction()->trigger();
+        QVERIFY(rig.shelf->isHome());
+    }
+};
+
+QTEST_MAIN(TestShelfKeys)
+#include "test_shelfkeys.moc"
