@@ -11,7 +11,7 @@ namespace Texts {
 inline const QString globalShortcutHint = QStringLiteral("Alt+Shift+S");
 
 // The empty shelf.
-inline const QString emptyShelfHint = QStringLiteral("Take a screenshot with Print Screen");
+inline const QString emptyShelfHint = QStringLiteral("Take a screenshot with Print Screen and it will appear here.");
 
 // Login item: an entry in the autostart folder, with no approval step and no
 // required install location.

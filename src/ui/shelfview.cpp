@@ -2,6 +2,7 @@
 
 #include "meta/metastore.h"
 #include "model/shelf.h"
+#include "system/texts.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelftoolbar.h"
 
@@ -184,7 +185,7 @@ void ShelfView::refresh()
                                      : themed("image-x-generic", QStyle::SP_FileIcon, this, 48));
     m_emptyText->setText(searching ? QStringLiteral("Nothing matches \u201c%1\u201d.").arg(query)
                                    : QStringLiteral("No images in this folder yet."));
-    m_emptyHint->setText(QStringLiteral("Take a screenshot with Print Screen and it will appear here."));
+    m_emptyHint->setText(Texts::emptyShelfHint);
     m_emptyHint->setVisible(!searching);
     bool unindexed = false;
     if (searching) {
