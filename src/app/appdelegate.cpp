@@ -16,6 +16,7 @@
 #include "system/hotkey.h"
 #include "system/loginitem.h"
 #include "system/prefs.h"
+#include "tidy/autotidy.h"
 #include "ui/appicon.h"
 #include "ui/notifications.h"
 #include "ui/settingssheet.h"
@@ -199,6 +200,8 @@ void AppDelegate::buildWindow()
     connect(view->grid(), &ShelfGrid::pressed, this, [] { Q_EMIT Notifications::shared().dropFocus(); });
     connect(view, &ShelfView::recogniseRequested, this,
             [](const QList<QUrl> &files) { TextIndexer::shared().index(files, false); });
+    view->setIndexer(&TextIndexer::shared());
+    view->setTidy(&AutoTidy::shared());
     // The context menu joins here: ShelfGrid::contextMenuRequested.
     m_mainMenu->attachTo(m_window.get());
     connect(m_window.get(), &ShelfWindow::liveResizeEnded, this,
@@ -313,7 +316,8 @@ void AppDelegate::showShelf()
         m_window->placeAt(constrainedTo(integralRect(frame), screen->availableGeometry()));
     }
     m_shelf->scan();
-    // Auto tidy refreshes its candidates for Home here.
+    // What tidying would take now, for the status bar's offer.
+    AutoTidy::shared().refresh(m_shelf->home());
     m_window->show();
     m_window->raise();
     m_window->activateWindow();

@@ -1,7 +1,9 @@
 #include "ui/shelfview.h"
 
 #include "meta/metastore.h"
+#include "meta/textindexer.h"
 #include "model/shelf.h"
+#include "tidy/autotidy.h"
 #include "system/texts.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelftoolbar.h"
@@ -10,6 +12,7 @@
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QSlider>
@@ -42,7 +45,8 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
       m_stack(new QStackedWidget(this)), m_grid(new ShelfGrid(shelf, meta, thumbs, this)),
       m_emptyIcon(secondaryLabel(this)), m_emptyText(secondaryLabel(this)), m_emptyHint(secondaryLabel(this)),
       m_recognise(new QPushButton(QStringLiteral("Recognise text in unindexed screenshots to search inside them"), this)),
-      m_status(secondaryLabel(this)), m_size(new QSlider(Qt::Horizontal, this))
+      m_status(secondaryLabel(this)), m_progress(new QProgressBar(this)), m_progressText(secondaryLabel(this)),
+      m_tidyText(secondaryLabel(this)), m_tidyButton(new QPushButton(this)), m_size(new QSlider(Qt::Horizontal, this))
 {
     setObjectName(QStringLiteral("shelfView"));
 
@@ -82,6 +86,22 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     barLayout->setContentsMargins(12, 5, 12, 5);
     barLayout->setSpacing(12);
     barLayout->addWidget(m_status);
+    m_progress->setFixedWidth(100);
+    m_progress->setTextVisible(false);
+    m_progress->setMaximumHeight(m_status->sizeHint().height() / 2 + 2);
+    barLayout->addWidget(m_progress);
+    barLayout->addWidget(m_progressText);
+    barLayout->addWidget(m_tidyText);
+    m_tidyButton->setAutoDefault(false);
+    m_tidyButton->setFocusPolicy(Qt::NoFocus);
+    barLayout->addWidget(m_tidyButton);
+    connect(m_tidyButton, &QPushButton::clicked, this, [this] {
+        if (!m_tidy || !m_shelf)
+            return;
+        // Tidying reports when it has acted; the shelf then shows what is left.
+        connect(m_tidy, &AutoTidy::checked, m_shelf, &Shelf::scan, Qt::SingleShotConnection);
+        m_tidy->runNow(m_shelf->home());
+    });
     barLayout->addStretch(1);
     auto *smallPhoto = secondaryLabel(bar);
     auto *largePhoto = secondaryLabel(bar);
@@ -137,6 +157,52 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
         connect(meta, &MetaStore::byNameChanged, this, &ShelfView::refresh);
     refresh();
     refreshTitle();
+    refreshProgress();
+    refreshTidy();
+}
+
+void ShelfView::setIndexer(TextIndexer *indexer)
+{
+    m_indexer = indexer;
+    if (indexer) {
+        connect(indexer, &TextIndexer::runningChanged, this, &ShelfView::refreshProgress);
+        connect(indexer, &TextIndexer::doneChanged, this, &ShelfView::refreshProgress);
+        connect(indexer, &TextIndexer::totalChanged, this, &ShelfView::refreshProgress);
+    }
+    refreshProgress();
+}
+
+void ShelfView::setTidy(AutoTidy *tidy)
+{
+    m_tidy = tidy;
+    if (tidy) {
+        for (auto signal : {&AutoTidy::candidatesChanged, &AutoTidy::daysChanged, &AutoTidy::toTrashChanged})
+            connect(tidy, signal, this, &ShelfView::refreshTidy);
+    }
+    refreshTidy();
+}
+
+void ShelfView::refreshProgress()
+{
+    const bool running = m_indexer && m_indexer->running();
+    m_progress->setVisible(running);
+    m_progressText->setVisible(running);
+    if (!running)
+        return;
+    m_progress->setRange(0, std::max(m_indexer->total(), 1));
+    m_progress->setValue(m_indexer->done());
+    m_progressText->setText(QStringLiteral("recognising %1/%2").arg(m_indexer->done()).arg(m_indexer->total()));
+}
+
+void ShelfView::refreshTidy()
+{
+    const qsizetype due = m_tidy ? m_tidy->candidates().size() : 0;
+    m_tidyText->setVisible(due > 0);
+    m_tidyButton->setVisible(due > 0);
+    if (due == 0)
+        return;
+    m_tidyText->setText(QStringLiteral("\u00b7 %1 older than %2 days").arg(due).arg(m_tidy->days()));
+    m_tidyButton->setText(m_tidy->toTrash() ? QStringLiteral("Trash now") : QStringLiteral("Archive now"));
 }
 
 void ShelfView::setCommands(ShelfCommands *commands)

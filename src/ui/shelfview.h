@@ -18,6 +18,10 @@ class Thumbs;
 // The whole content of the shelf window: the folder column's place on the
 // leading side, and the screenshot grid (or what to do when it is empty)
 // above a status bar with the counts and the thumbnail size.
+class AutoTidy;
+class QProgressBar;
+class TextIndexer;
+
 class ShelfView : public QWidget
 {
     Q_OBJECT
@@ -36,6 +40,11 @@ public:
     // "3 of 12 screenshots, 1 selected".
     static QString statusText(qsizetype visible, qsizetype items, bool searching, qsizetype selected);
 
+    // The status bar follows recognition's progress and offers the tidy's
+    // candidates. Either may be null (nothing shown).
+    void setIndexer(TextIndexer *indexer);
+    void setTidy(AutoTidy *tidy);
+
 Q_SIGNALS:
     // The empty search asks for text recognition of these files.
     void recogniseRequested(const QList<QUrl> &files);
@@ -43,6 +52,8 @@ Q_SIGNALS:
 private:
     void refresh();
     void refreshTitle();
+    void refreshProgress();
+    void refreshTidy();
 
     QPointer<Shelf> m_shelf;
     QPointer<MetaStore> m_meta;
@@ -55,5 +66,11 @@ private:
     QLabel *m_emptyHint;
     QPushButton *m_recognise;
     QLabel *m_status;
+    QProgressBar *m_progress;
+    QLabel *m_progressText;
+    QLabel *m_tidyText;
+    QPushButton *m_tidyButton;
     QSlider *m_size;
+    QPointer<TextIndexer> m_indexer;
+    QPointer<AutoTidy> m_tidy;
 };
