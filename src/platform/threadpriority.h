@@ -8,7 +8,7 @@
 enum class Background {
     userInitiated, // thumbnails the user is looking at
     utility,       // listings, metadata reads and writes, file work
-    idle,          // text recognition: only when nothing else wants the CPU
+    idle,          // text recognition: after everything else
 };
 
 // Lowers the calling thread to `level`. A thread is never raised again, so
