@@ -395,9 +395,12 @@ void DiagnosticHooks::sendKey(const QString &tokenText, Done done)
             modifiers |= Qt::KeypadModifier;
         // To the native window, as a real key: Qt hands it to the focused
         // view, and shortcuts and the key routing see it first.
+        // The text a keyboard would give: none with Ctrl, upper case with Shift.
+        QString text = (modifiers & Qt::ControlModifier) ? QString() : KeyTable::textForVirtualCode(token->code);
+        if (modifiers & Qt::ShiftModifier)
+            text = text.toUpper();
         QCoreApplication::postEvent(window->windowHandle(),
-                                    new QKeyEvent(QEvent::KeyPress, key->key, modifiers,
-                                                  KeyTable::textForVirtualCode(token->code)));
+                                    new QKeyEvent(QEvent::KeyPress, key->key, modifiers, text));
     }
     const qint64 sentMs = m_lastKeyMs;
     const QString text = token->text;

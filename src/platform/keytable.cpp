@@ -66,6 +66,13 @@ QString textForVirtualCode(quint16 code)
         return QStringLiteral(",");
     if (code == Code::space)
         return QStringLiteral(" ");
+    // Letters and digits type themselves (lower case; Shift is the caller's).
+    if (const auto key = forVirtualCode(code)) {
+        if (key->key >= Qt::Key_A && key->key <= Qt::Key_Z)
+            return QChar(u'a' + (key->key - Qt::Key_A));
+        if (key->key >= Qt::Key_0 && key->key <= Qt::Key_9 && !key->keypad)
+            return QChar(u'0' + (key->key - Qt::Key_0));
+    }
     return {};
 }
 

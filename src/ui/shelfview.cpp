@@ -32,9 +32,12 @@ QLabel *secondaryLabel(QWidget *parent)
     return label;
 }
 
-QPixmap themed(const char *name, QStyle::StandardPixmap fallback, QWidget *widget, int side)
+// The theme's icon, else our own, drawn sharp for the widget's screen.
+QPixmap themed(const char *name, const char *bundled, QWidget *widget, int side)
 {
-    return QIcon::fromTheme(QString::fromLatin1(name), widget->style()->standardIcon(fallback)).pixmap(side, side);
+    const QIcon icon = QIcon::fromTheme(QString::fromLatin1(name),
+                                        QIcon(QStringLiteral(":/brindlewick/icons/%1.svg").arg(QLatin1String(bundled))));
+    return icon.pixmap(QSize(side, side), widget->devicePixelRatioF());
 }
 
 } // namespace
@@ -105,8 +108,8 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     barLayout->addStretch(1);
     auto *smallPhoto = secondaryLabel(bar);
     auto *largePhoto = secondaryLabel(bar);
-    smallPhoto->setPixmap(themed("image-x-generic", QStyle::SP_FileIcon, this, 12));
-    largePhoto->setPixmap(themed("image-x-generic", QStyle::SP_FileIcon, this, 18));
+    smallPhoto->setPixmap(themed("image-x-generic", "image", this, 12));
+    largePhoto->setPixmap(themed("image-x-generic", "image", this, 18));
     m_size->setRange(int(Shelf::smallestCellWidth), int(Shelf::largestCellWidth));
     m_size->setFixedWidth(110);
     m_size->setFocusPolicy(Qt::NoFocus);
@@ -247,8 +250,8 @@ void ShelfView::refresh()
     }
     m_stack->setCurrentIndex(1);
     const bool searching = !query.isEmpty();
-    m_emptyIcon->setPixmap(searching ? themed("edit-find", QStyle::SP_FileDialogContentsView, this, 48)
-                                     : themed("image-x-generic", QStyle::SP_FileIcon, this, 48));
+    m_emptyIcon->setPixmap(searching ? themed("edit-find", "search", this, 48)
+                                     : themed("image-x-generic", "image", this, 48));
     m_emptyText->setText(searching ? QStringLiteral("Nothing matches \u201c%1\u201d.").arg(query)
                                    : QStringLiteral("No images in this folder yet."));
     m_emptyHint->setText(Texts::emptyShelfHint);
