@@ -148,8 +148,10 @@ private Q_SLOTS:
         QVERIFY(lines.contains(QStringLiteral("after marquee: selected slots 2,3")));
         const QStringList keys = lines.filter(QStringLiteral("after key"));
         QCOMPARE(keys.size(), 8);
-        QCOMPARE(keys.at(0), QStringLiteral("after key C18: selected slots 1 columns=3 cursor cell fully visible (y 53\u2013250 of 566)"));
-        QCOMPARE(keys.at(1), QStringLiteral("after key S124: selected slots 3 columns=3 cursor cell fully visible (y 53\u2013250 of 566)"));
+        QVERIFY2(keys.at(0).startsWith(QStringLiteral("after key C18: selected slots 1 columns=3 cursor cell fully visible")),
+                 qPrintable(keys.at(0)));
+        QVERIFY2(keys.at(1).startsWith(QStringLiteral("after key S124: selected slots 3 columns=3 cursor cell fully visible")),
+                 qPrintable(keys.at(1)));
         QVERIFY2(keys.at(2).startsWith(QStringLiteral("after key C24: selected slots 3 columns=2 cursor cell OFFSCREEN")),
                  qPrintable(keys.at(2)));
         QVERIFY2(keys.at(3).startsWith(QStringLiteral("after key 49: selected slots 3 "))

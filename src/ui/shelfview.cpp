@@ -147,6 +147,11 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(m_toolbar);
+    // Cells scroll under the toolbar: a hairline keeps the two apart.
+    auto *toolbarRule = new QFrame(this);
+    toolbarRule->setFrameShape(QFrame::HLine);
+    toolbarRule->setFrameShadow(QFrame::Sunken);
+    layout->addWidget(toolbarRule);
     layout->addWidget(m_split);
 
     if (shelf) {
