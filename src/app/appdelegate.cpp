@@ -5,6 +5,7 @@
 #include "actions/actionrunner.h"
 #include "actions/fileactions.h"
 #include "actions/folderops.h"
+#include "actions/views/contextmenu.h"
 #include "actions/views/pins.h"
 #include "actions/views/promptdialogs.h"
 #include "actions/views/quicklook.h"
@@ -21,6 +22,8 @@
 #include "ui/notifications.h"
 #include "ui/settingssheet.h"
 #include "ui/shelfcommands.h"
+#include "platform/filemanager.h"
+#include "ui/foldercolumn.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelfview.h"
 #include "ui/shelfwindow.h"
@@ -181,6 +184,7 @@ void AppDelegate::buildWindow()
     m_quickLook = std::make_unique<QuickLook>();
     m_pins = std::make_unique<Pins>();
     m_folderPrompt = std::make_unique<DialogTextPrompt>(m_window.get());
+    view->setSidebar(new FolderColumn(m_shelf.get(), {m_runner.get(), &FileManager::shared(), m_folderPrompt.get(), m_meta}));
     ShelfCommands::Parts parts;
     parts.launcher = &AppLauncher::shared();
     parts.runner = m_runner.get();
@@ -202,7 +206,21 @@ void AppDelegate::buildWindow()
             [](const QList<QUrl> &files) { TextIndexer::shared().index(files, false); });
     view->setIndexer(&TextIndexer::shared());
     view->setTidy(&AutoTidy::shared());
-    // The context menu joins here: ShelfGrid::contextMenuRequested.
+    connect(view->grid(), &ShelfGrid::contextMenuRequested, this,
+            [this](const QList<QUrl> &files, const QPoint &globalPos) {
+                ContextMenu::Parts menuParts;
+                menuParts.shelf = m_shelf.get();
+                menuParts.launcher = &AppLauncher::shared();
+                menuParts.fileManager = &FileManager::shared();
+                menuParts.runner = m_runner.get();
+                menuParts.quickLook = m_quickLook.get();
+                menuParts.pins = m_pins.get();
+                menuParts.indexer = &TextIndexer::shared();
+                menuParts.prompt = m_folderPrompt.get();
+                menuParts.meta = m_meta;
+                menuParts.window = m_window.get();
+                ContextMenu::popup(files, menuParts, globalPos, m_window.get());
+            });
     m_mainMenu->attachTo(m_window.get());
     connect(m_window.get(), &ShelfWindow::liveResizeEnded, this,
             [this](QSize size) { windowDidEndLiveResize(QSizeF(size)); });

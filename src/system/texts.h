@@ -9,9 +9,15 @@ namespace Texts {
 
 // Key hints.
 inline const QString globalShortcutHint = QStringLiteral("Alt+Shift+S");
+inline const QString newFolderKeyHint = QStringLiteral("Ctrl+Shift+N");
 
 // The empty shelf.
 inline const QString emptyShelfHint = QStringLiteral("Take a screenshot with Print Screen and it will appear here.");
+
+// File actions that name the first platform's file manager and preview.
+inline const QString showInFileManager = QStringLiteral("Show in File Manager");
+inline const QString fileProperties = QStringLiteral("Properties");
+inline const QString preview = QStringLiteral("Preview");
 
 // Login item: an entry in the autostart folder, with no approval step and no
 // required install location.

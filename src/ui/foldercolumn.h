@@ -1,0 +1,80 @@
+#pragma once
+
+#include <QAbstractScrollArea>
+#include <QPointer>
+#include <QUrl>
+
+class ActionRunner;
+class FileManager;
+class MetaStore;
+class Shelf;
+class TextPrompt;
+
+// The folder column beside the grid: Home, then Home's subfolders, each
+// with its image count. Choosing a row shows that folder; files dropped on
+// a row move into it; a row's menu reveals, renames or trashes the folder.
+// The rows are painted, not widgets, so a Home with hundreds of subfolders
+// costs nothing but a longer list.
+class FolderColumn : public QAbstractScrollArea
+{
+    Q_OBJECT
+
+public:
+    // What the rows act through. Any may be null: the action it serves is
+    // then left out (no drops without a runner, no rename without a prompt).
+    struct Parts
+    {
+        ActionRunner *runner = nullptr;
+        FileManager *fileManager = nullptr;
+        TextPrompt *prompt = nullptr;
+        MetaStore *meta = nullptr;
+    };
+
+    static constexpr int minimumColumnWidth = 190;
+    static constexpr int idealColumnWidth = 230;
+    static constexpr int maximumColumnWidth = 320;
+
+    FolderColumn(Shelf *shelf, const Parts &parts, QWidget *parent = nullptr);
+
+    // One laid-out line of the column, in viewport coordinates (unscrolled).
+    struct Row
+    {
+        enum Kind { headerRow, homeRow, folderRow, hintRow } kind = headerRow;
+        QUrl folder;   // home and folder rows
+        QString title; // header and hint text, or the full folder name
+        qint64 count = 0;
+        QRect rect;
+    };
+    const QList<Row> &rows() const { return m_rows; }
+    // The home or folder row under a viewport point, or none.
+    const Row *rowAt(const QPoint &viewportPos) const;
+    // The row a drag is hovering over (empty when none).
+    QUrl targeted() const { return m_targeted; }
+
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+    bool viewportEvent(QEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    void scrollContentsBy(int dx, int dy) override;
+
+private:
+    void relayout();
+    void setTargeted(const QUrl &folder);
+    QPixmap rowIcon(bool isHome, bool selected) const;
+    QFont captionFont() const;
+
+    QPointer<Shelf> m_shelf;
+    Parts m_parts;
+    QList<Row> m_rows;
+    int m_contentHeight = 0;
+    QUrl m_targeted;
+};

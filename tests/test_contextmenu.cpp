@@ -1,0 +1,223 @@
+// The thumbnails' context menu: which entries a click on one file or on a
+// selection offers, where "Move to" can send the files, and that the slow
+// file work reaches the disk through the runner.
+
+#include "actions/actionrunner.h"
+#include "actions/views/contextmenu.h"
+#include "actions/views/pins.h"
+#include "actions/views/quicklook.h"
+#include "platform/applauncher.h"
+#include "support/apprun.h"
+#include "support/scriptedprompts.h"
+#include "support/shelfrig.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+class FakeLauncher final : public AppLauncher
+{
+public:
+    QList<AppChoice> apps;
+    QList<QPair<QList<QUrl>, QUrl>> openedWith;
+    void open(const QUrl &) override {}
+    void openWith(const QList<QUrl> &files, const QUrl &app) override { openedWith.append({files, app}); }
+    QList<AppChoice> applicationsFor(const QUrl &) override { return apps; }
+};
+
+// The titles of a menu, "-" for each separator.
+QStringList titles(const QMenu *menu)
+{
+    QStringList out;
+    for (const QAction *action : menu->actions())
+        out.append(action->isSeparator() ? QStringLiteral("-") : action->text());
+    return out;
+}
+
+QAction *entry(const QMenu *menu, const QString &title)
+{
+    for (QAction *action : menu->actions())
+        if (action->text() == title)
+            return action;
+    return nullptr;
+}
+
+QMenu *submenu(const QMenu *menu, const QString &title)
+{
+    QAction *action = entry(menu, title);
+    return action ? action->menu() : nullptr;
+}
+
+// Home holds a.png, b.png, c.png and the empty folders A and B.
+struct MenuRig : ShelfRig
+{
+    FakeLauncher launcher;
+    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
+    ActionRunner runner{trash, &meta};
+    QuickLook quickLook;
+    Pins pins;
+    ScriptedPrompt prompt;
+
+    bool build()
+    {
+        QDir().mkpath(folder() + QStringLiteral("/A"));
+        QDir().mkpath(folder() + QStringLiteral("/B"));
+        for (const char *name : {"a.png", "b.png", "c.png"})
+            writeTestPng(file(QString::fromLatin1(name)));
+        return start(false);
+    }
+
+    ContextMenu::Parts parts()
+    {
+        ContextMenu::Parts p;
+        p.shelf = shelf.get();
+        p.launcher = &launcher;
+        p.runner = &runner;
+        p.quickLook = &quickLook;
+        p.pins = &pins;
+        p.prompt = &prompt;
+        p.meta = &meta;
+        return p;
+    }
+
+    std::unique_ptr<QMenu> menu(const QStringList &names)
+    {
+        QList<QUrl> files;
+        for (const QString &name : names)
+            files.append(url(name));
+        return std::unique_ptr<QMenu>(ContextMenu::build(files, parts()));
+    }
+
+    bool settle() { return QTest::qWaitFor([this] { return runner.pending() == 0; }, 10000); }
+};
+
+} // namespace
+
+class TestContextMenu : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void entriesForOneFileAndForSeveral()
+    {
+        MenuRig rig;
+        QVERIFY(rig.build());
+
+        const auto one = rig.menu({QStringLiteral("a.png")});
+        QCOMPARE(titles(one.get()),
+                 (QStringList{"Open", "Open With", "Preview", "Pin to Screen", "-", "Show in File Manager",
+                              "Properties", "-", "Copy", "Copy Path", "Copy as Markdown", "-", "Rename…",
+                              "Duplicate", "Resize to 50%", "Convert to JPG", "Recognize Text", "-", "Move to",
+                              "-", "Move to Trash"}));
+        // Nothing in the menu takes a key away from the shelf.
+        for (const QAction *action : one->actions())
+            QVERIFY2(action->shortcut().isEmpty(), qPrintable(action->text()));
+
+        const auto three = rig.menu({QStringLiteral("c.png"), QStringLiteral("a.png"), QStringLiteral("b.png")});
+        const QStringList many = titles(three.get());
+        QCOMPARE(many.first(), QStringLiteral("Open 3 Items"));
+        QCOMPARE(many.last(), QStringLiteral("Move 3 Items to Trash"));
+        QVERIFY(!many.contains(QStringLiteral("Properties")));
+        QVERIFY(!many.contains(QStringLiteral("Rename…")));
+
+        // Preview opens on the first of the files, paging through all in sight.
+        entry(three.get(), QStringLiteral("Preview"))->trigger();
+        QCOMPARE(rig.quickLook.currentURL(), rig.url(QStringLiteral("c.png")));
+        QCOMPARE(rig.quickLook.urls(), rig.shelf->visible());
+        rig.quickLook.close();
+
+        // No files, no entries.
+        const std::unique_ptr<QMenu> none(ContextMenu::build({}, rig.parts()));
+        QVERIFY(none->actions().isEmpty());
+    }
+
+    void openWithListsTheFirstFilesApplications()
+    {
+        MenuRig rig;
+        QVERIFY(rig.build());
+        // None registered (a bare X server): the entry is there, empty.
+        QVERIFY(submenu(rig.menu({QStringLiteral("a.png")}).get(), QStringLiteral("Open With"))->isEmpty());
+
+        const QUrl viewer = QUrl::fromLocalFile(QStringLiteral("/usr/share/applications/viewer.desktop"));
+        const QUrl editor = QUrl::fromLocalFile(QStringLiteral("/usr/share/applications/editor.desktop"));
+        rig.launcher.apps = {{QStringLiteral("Editor"), QIcon(), editor}, {QStringLiteral("viewer"), QIcon(), viewer}};
+        const auto menu = rig.menu({QStringLiteral("a.png"), QStringLiteral("b.png")});
+        QMenu *openWith = submenu(menu.get(), QStringLiteral("Open With"));
+        QCOMPARE(titles(openWith), (QStringList{"Editor", "viewer"}));
+        entry(openWith, QStringLiteral("viewer"))->trigger();
+        QCOMPARE(rig.launcher.openedWith.size(), 1);
+        QCOMPARE(rig.launcher.openedWith.first().first,
+                 (QList<QUrl>{rig.url(QStringLiteral("a.png")), rig.url(QStringLiteral("b.png"))}));
+        QCOMPARE(rig.launcher.openedWith.first().second, viewer);
+    }
+
+    void moveToOffersEveryOtherFolder()
+    {
+        MenuRig rig;
+        QVERIFY(rig.build());
+        const QString homeEntry = QStringLiteral("Home (shots)");
+
+        // Home shown: no Home entry, every subfolder.
+        QCOMPARE(titles(submenu(rig.menu({QStringLiteral("a.png")}).get(), QStringLiteral("Move to"))),
+                 (QStringList{"A", "B", "-", "New Folder…"}));
+
+        // A shown: Home and every subfolder but A. Choosing Home moves the
+        // files there, through the runner.
+        QVERIFY(QFile::rename(rig.file(QStringLiteral("a.png")), rig.file(QStringLiteral("A/a.png"))));
+        rig.shelf->openFolder(QUrl::fromLocalFile(rig.file(QStringLiteral("A"))));
+        QTRY_COMPARE(rig.itemNames(), QStringList{QStringLiteral("a.png")});
+        const auto inA = rig.menu({QStringLiteral("A/a.png")});
+        QMenu *moveTo = submenu(inA.get(), QStringLiteral("Move to"));
+        QCOMPARE(titles(moveTo), (QStringList{homeEntry, "B", "-", "New Folder…"}));
+        entry(moveTo, homeEntry)->trigger();
+        QVERIFY(rig.settle());
+        QVERIFY(QFile::exists(rig.file(QStringLiteral("a.png"))));
+        QVERIFY(!QFile::exists(rig.file(QStringLiteral("A/a.png"))));
+
+        // "New Folder…" only makes the folder; the files stay.
+        rig.prompt.answer = QStringLiteral("C");
+        entry(moveTo, QStringLiteral("New Folder…"))->trigger();
+        QVERIFY(QFileInfo(rig.file(QStringLiteral("C"))).isDir());
+        QVERIFY(QFile::exists(rig.file(QStringLiteral("a.png"))));
+    }
+
+    void trashGoesThroughTheRunner()
+    {
+        MenuRig rig;
+        QVERIFY(rig.build());
+        const auto menu = rig.menu({QStringLiteral("a.png"), QStringLiteral("b.png")});
+        entry(menu.get(), QStringLiteral("Move 2 Items to Trash"))->trigger();
+        // Handed to the worker, not done on the spot.
+        QCOMPARE(rig.runner.pending(), 1);
+        QVERIFY(rig.settle());
+        QVERIFY(QFile::exists(rig.box.path(QStringLiteral("Trash/files/a.png"))));
+        QVERIFY(QFile::exists(rig.box.path(QStringLiteral("Trash/files/b.png"))));
+        QVERIFY(QFile::exists(rig.file(QStringLiteral("c.png"))));
+        QTRY_COMPARE(rig.itemNames(), QStringList{QStringLiteral("c.png")});
+    }
+
+    void popsUpAndDrawsWithTheDesktopsApplications()
+    {
+        // The desktop's own registry, whatever it holds for PNG (maybe nothing).
+        MenuRig rig;
+        QVERIFY(rig.build());
+        ContextMenu::Parts parts = rig.parts();
+        parts.launcher = &AppLauncher::shared();
+        QPointer<QMenu> menu = ContextMenu::popup({rig.url(QStringLiteral("a.png"))}, parts, QPoint(20, 20));
+        QVERIFY(QTest::qWaitForWindowExposed(menu.data()));
+        const QImage shot = menu->grab().toImage();
+        QVERIFY(!shot.isNull());
+        if (qEnvironmentVariableIsSet("CONTEXTMENU_SNAPSHOT"))
+            shot.save(qEnvironmentVariable("CONTEXTMENU_SNAPSHOT"));
+        // Gone once closed.
+        menu->hide();
+        QTRY_VERIFY(menu.isNull());
+    }
+};
+
+QTEST_MAIN(TestContextMenu)
+#include "test_contextmenu.moc"
