@@ -144,6 +144,18 @@ private Q_SLOTS:
         QVERIFY(!rig.meta.metaForName("ours.png"));
     }
 
+    void countsOfFoldersNotShownFollowTheirImages()
+    {
+        ShelfRig rig;
+        QDir().mkpath(rig.file("A"));
+        QVERIFY(rig.start());
+        const QUrl a = Shelf::folderKey(QUrl::fromLocalFile(rig.file("A")));
+        Sandbox::writeFile(rig.file("A/one.png"));
+        QTRY_COMPARE_WITH_TIMEOUT(rig.shelf->folderCounts().value(a), 1, 5000);
+        QFile::remove(rig.file("A/one.png"));
+        QTRY_COMPARE_WITH_TIMEOUT(rig.shelf->folderCounts().value(a), 0, 5000);
+    }
+
     void changingFoldersReportsNothingWhateverOrderScansFinishIn()
     {
         ShelfRig rig;

@@ -164,6 +164,7 @@ void Shelf::applyScan(quint64 serial, ScanResult result)
     setItems(result.images);
     setSubfolders(result.subfolders);
     setFolderCounts(result.counts);
+    watchCounts();
     QSet<QUrl> kept;
     for (const QUrl &url : result.images)
         if (m_selection.contains(url))

@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 class CaptureLocation;
 class FrontApp;
@@ -169,6 +170,9 @@ private:
     // can change the listing happens; none when the folder cannot be watched.
     std::unique_ptr<FolderWatch> makeSource(const QUrl &folder);
     void folderEvents(const QString &folder, const QList<FolderWatch::Event> &events);
+    // The other subfolders are watched for their counts alone.
+    void watchCounts();
+    void countEvents(const QList<FolderWatch::Event> &events);
     void expireQuietWrites();
     void setHomeAndCurrent(const QUrl &home, const QUrl &current);
     void setItems(const QList<QUrl> &items);
@@ -194,6 +198,8 @@ private:
     QUrl m_anchor;
     std::unique_ptr<FolderWatch> m_homeSource;
     std::unique_ptr<FolderWatch> m_currentSource;
+    std::vector<std::unique_ptr<FolderWatch>> m_countSources;
+    QList<QUrl> m_countsWatched;
     QTimer *m_pending = nullptr;
     QElapsedTimer m_clock;
     qint64 m_firstUnservedMs = 0;  // on m_clock, while m_pending runs

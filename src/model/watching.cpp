@@ -47,6 +47,47 @@ void Shelf::watch()
         m_currentSource = makeSource(m_current);
 }
 
+void Shelf::watchCounts()
+{
+    // Each watch is an inotify instance, of which a user has 128 by default
+    // (shared with every other program): the first subfolders only.
+    constexpr qsizetype mostWatched = 32;
+    QList<QUrl> wanted;
+    for (const QUrl &sub : std::as_const(m_subfolders))
+        if (sub != m_current && wanted.size() < mostWatched)
+            wanted.append(sub);
+    if (wanted == m_countsWatched)
+        return;
+    m_countsWatched = wanted;
+    m_countSources.clear();
+    QPointer<Shelf> self(this);
+    for (const QUrl &sub : std::as_const(wanted)) {
+        auto source = FolderWatch::open(sub.toLocalFile(), [self](const QList<FolderWatch::Event> &events) {
+            if (self)
+                self->countEvents(events);
+        });
+        if (source)
+            m_countSources.push_back(std::move(source));
+    }
+}
+
+void Shelf::countEvents(const QList<FolderWatch::Event> &events)
+{
+    using Event = FolderWatch::Event;
+    for (const Event &event : events) {
+        // Only images coming and going change a count; writes do not. Once
+        // the watch is in place, a count taken before it may be stale.
+        const bool counted = event.kind == Event::folder || event.kind == Event::watching
+                             || (!event.isFolder && !event.name.startsWith('.') && isImageName(event.name)
+                                 && (event.kind == Event::created || event.kind == Event::movedIn
+                                     || event.kind == Event::removed));
+        if (counted) {
+            scheduleScan();
+            return;
+        }
+    }
+}
+
 std::unique_ptr<FolderWatch> Shelf::makeSource(const QUrl &folder)
 {
     QPointer<Shelf> self(this);
