@@ -65,6 +65,15 @@ private Q_SLOTS:
         const QUrl renamed = Shelf::folderKey(QUrl::fromLocalFile(rig.file("Renamed")));
         QCOMPARE(rig.shelf->current(), renamed);
 
+        // A name that is taken is refused, and both folders keep what they hold.
+        Sandbox::writeFile(rig.file("B/kept.png"));
+        Sandbox::writeFile(rig.file("Renamed/mine.png"));
+        prompt.answer = QStringLiteral("B");
+        FolderOps::renameFolder(*rig.shelf, renamed, prompt, &rig.meta);
+        QCOMPARE(rig.shelf->current(), renamed);
+        QVERIFY(QFile::exists(rig.file("B/kept.png")) && QFile::exists(rig.file("Renamed/mine.png")));
+        QVERIFY(!QFile::exists(rig.file("B/mine.png")));
+
         // Trashing another folder stays; trashing the shown one goes Home
         // once it is gone.
         FreedesktopTrash trash(rig.box.path("Trash"), [](const QString &) { return QStringLiteral("/"); });
