@@ -6,6 +6,7 @@
 #include "meta/textindexer.h"
 #include "platform/frontapp.h"
 #include "system/capturelocation.h"
+#include "system/heartbeat.h"
 #include "system/loginitem.h"
 #include "system/prefs.h"
 #include "tidy/autotidy.h"
@@ -97,10 +98,14 @@ int main(int argc, char *argv[])
     QObject::connect(&app, &QGuiApplication::commitDataRequest, &delegate,
                      [&delegate](QSessionManager &) { delegate.applicationWillTerminate(); });
 
-    QTimer::singleShot(0, &delegate, [&delegate, toggle] {
+    Heartbeat heartbeat(Prefs::shared(), QUrl(QStringLiteral(BRINDLEWICK_PING_ENDPOINT)),
+                        QStringLiteral(BRINDLEWICK_VERSION), Heartbeat::distributionVersion());
+    QTimer::singleShot(0, &delegate, [&delegate, &heartbeat, toggle] {
         delegate.applicationDidFinishLaunching();
         // Old screenshots go to Archive (or the Trash) when the user asked for it.
         AutoTidy::shared().start(delegate.shelf());
+        // The daily usage count, unless the user switched it off.
+        heartbeat.start();
         if (toggle)
             delegate.toggleShelf();
     });
