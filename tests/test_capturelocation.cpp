@@ -1,5 +1,6 @@
 #include "platform/capturesettings.h"
 #include "support/shelfrig.h"
+#include "system/systemthumbnail.h"
 
 #include <QSettings>
 
@@ -118,6 +119,31 @@ private Q_SLOTS:
         QVERIFY(readAll(rc).contains("[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
         capture.restore();
         QCOMPARE(readAll(rc), original);
+    }
+
+    // Hiding the tool's own notification writes its switch, showing it again
+    // gives the tool its default back; a tool without one is left untouched.
+    void systemThumbnailIsTheToolsOwnSwitch()
+    {
+        HomeRig rig;
+        const QString ini = rig.box.path("flameshot/flameshot.ini");
+        Sandbox::writeFile(ini, "[General]\ncontrastOpacity=188\n");
+        auto flameshot = makeFlameshotSettings(ini);
+        SystemThumbnail thumbnail(flameshot.get());
+        QVERIFY(thumbnail.available() && thumbnail.shown());
+        thumbnail.setShown(false);
+        QCOMPARE(QSettings(ini, QSettings::IniFormat).value("showDesktopNotification").toString(), QStringLiteral("false"));
+        QVERIFY(!thumbnail.shown());
+        thumbnail.setShown(true);
+        QCOMPARE(readAll(ini), QByteArray("[General]\ncontrastOpacity=188\n"));
+
+        const QString rc = rig.box.path(QStringLiteral("spectaclerc"));
+        Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n");
+        auto spectacle = makeSpectacleSettings(rc);
+        SystemThumbnail none(spectacle.get());
+        none.setShown(false);
+        QVERIFY(!none.available() && none.shown() && !SystemThumbnail(nullptr).available());
+        QCOMPARE(readAll(rc), QByteArray("[General]\nlaunchAction=UseLastUsedCapturemode\n"));
     }
 
     // GNOME Shell saves into Pictures/<"Screenshots" in the session's language>.
