@@ -9,6 +9,7 @@
 #include "actions/views/pins.h"
 #include "actions/views/promptdialogs.h"
 #include "actions/views/quicklook.h"
+#include "actions/views/screens.h"
 #include "app/mainmenu.h"
 #include "meta/textindexer.h"
 #include "meta/thumbs.h"
@@ -54,16 +55,6 @@ constexpr double rowGap = 16;
 // Shown in the about box; the address and licence are the maker's to settle.
 const QString projectPage = QStringLiteral("https://merrowind.invalid/brindlewick");
 const QString licenceLabel = QStringLiteral("Licence: see the LICENSE file of the source");
-
-QScreen *screenUnderPointer()
-{
-    if (QScreen *screen = QGuiApplication::screenAt(QCursor::pos()))
-        return screen;
-    if (QScreen *screen = QGuiApplication::primaryScreen())
-        return screen;
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    return screens.isEmpty() ? nullptr : screens.first();
-}
 
 // The smallest whole-point rectangle that holds `r`.
 QRect integralRect(const QRectF &r)

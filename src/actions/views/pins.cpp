@@ -1,4 +1,5 @@
 #include "actions/views/pins.h"
+#include "actions/views/screens.h"
 
 #include "actions/views/fittedimage.h"
 #include "actions/views/pinwindow.h"
@@ -9,20 +10,6 @@
 #include <QScreen>
 
 #include <algorithm>
-
-namespace {
-
-QScreen *screenUnderPointer()
-{
-    if (QScreen *screen = QGuiApplication::screenAt(QCursor::pos()))
-        return screen;
-    if (QScreen *screen = QGuiApplication::primaryScreen())
-        return screen;
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    return screens.isEmpty() ? nullptr : screens.first();
-}
-
-} // namespace
 
 Pins::Pins(QObject *parent) : QObject(parent) {}
 

@@ -1,5 +1,7 @@
 #include "actions/views/quicklook.h"
 
+#include "actions/views/screens.h"
+
 #include "actions/views/previewwindow.h"
 
 #include <QCursor>
@@ -21,9 +23,7 @@ QScreen *screenFor(QWidget *near)
     if (near && near->window()->isVisible())
         if (QScreen *screen = near->window()->screen())
             return screen;
-    if (QScreen *screen = QGuiApplication::screenAt(QCursor::pos()))
-        return screen;
-    return QGuiApplication::primaryScreen();
+    return screenUnderPointer();
 }
 
 } // namespace
