@@ -46,12 +46,6 @@ QAction *entry(const QMenu *menu, const QString &title)
     return nullptr;
 }
 
-QMenu *submenu(const QMenu *menu, const QString &title)
-{
-    QAction *action = entry(menu, title);
-    return action ? action->menu() : nullptr;
-}
-
 // Home holds a.png, b.png, c.png and the empty folders A and B.
 struct MenuRig : ShelfRig
 {
@@ -73,15 +67,8 @@ struct MenuRig : ShelfRig
 
     ContextMenu::Parts parts()
     {
-        ContextMenu::Parts p;
-        p.shelf = shelf.get();
-        p.launcher = &launcher;
-        p.runner = &runner;
-        p.quickLook = &quickLook;
-        p.pins = &pins;
-        p.prompt = &prompt;
-        p.meta = &meta;
-        return p;
+        return {.shelf = shelf.get(), .launcher = &launcher, .runner = &runner, .quickLook = &quickLook,
+                .pins = &pins, .prompt = &prompt, .meta = &meta};
     }
 
     std::unique_ptr<QMenu> menu(const QStringList &names)
@@ -107,12 +94,13 @@ private Q_SLOTS:
         MenuRig rig;
         QVERIFY(rig.build());
 
+        // One file: the single-file entries; three: counted titles and none
+        // of the entries that only make sense for one file.
         const auto one = rig.menu({QStringLiteral("a.png")});
-        QCOMPARE(titles(one.get()),
-                 (QStringList{"Open", "Open With", "Preview", "Pin to Screen", "-", "Show in File Manager",
-                              "Properties", "-", "Copy", "Copy Path", "Copy as Markdown", "-", "Rename…",
-                              "Duplicate", "Resize to 50%", "Convert to JPG", "Recognize Text", "-", "Move to",
-                              "-", "Move to Trash"}));
+        const QStringList single = titles(one.get());
+        QCOMPARE(single.first(), QStringLiteral("Open"));
+        QCOMPARE(single.last(), QStringLiteral("Move to Trash"));
+        QVERIFY(single.contains(QStringLiteral("Properties")) && single.contains(QStringLiteral("Rename…")));
         // Nothing in the menu takes a key away from the shelf.
         for (const QAction *action : one->actions())
             QVERIFY2(action->shortcut().isEmpty(), qPrintable(action->text()));
@@ -121,8 +109,7 @@ private Q_SLOTS:
         const QStringList many = titles(three.get());
         QCOMPARE(many.first(), QStringLiteral("Open 3 Items"));
         QCOMPARE(many.last(), QStringLiteral("Move 3 Items to Trash"));
-        QVERIFY(!many.contains(QStringLiteral("Properties")));
-        QVERIFY(!many.contains(QStringLiteral("Rename…")));
+        QVERIFY(!many.contains(QStringLiteral("Properties")) && !many.contains(QStringLiteral("Rename…")));
 
         // Preview opens on the first of the files, paging through all in sight.
         entry(three.get(), QStringLiteral("Preview"))->trigger();
@@ -130,9 +117,14 @@ private Q_SLOTS:
         QCOMPARE(rig.quickLook.urls(), rig.shelf->visible());
         rig.quickLook.close();
 
-        // No files, no entries.
         const std::unique_ptr<QMenu> none(ContextMenu::build({}, rig.parts()));
         QVERIFY(none->actions().isEmpty());
+
+        // A popped-up menu is gone once closed.
+        QPointer<QMenu> popup = ContextMenu::popup({rig.url(QStringLiteral("a.png"))}, rig.parts(), QPoint(20, 20));
+        QVERIFY(QTest::qWaitForWindowExposed(popup.data()));
+        popup->hide();
+        QTRY_VERIFY(popup.isNull());
     }
 
     void openWithListsTheFirstFilesApplications()
@@ -140,19 +132,18 @@ private Q_SLOTS:
         MenuRig rig;
         QVERIFY(rig.build());
         // None registered (a bare X server): the entry is there, empty.
-        QVERIFY(submenu(rig.menu({QStringLiteral("a.png")}).get(), QStringLiteral("Open With"))->isEmpty());
+        QVERIFY(entry(rig.menu({QStringLiteral("a.png")}).get(), QStringLiteral("Open With"))->menu()->isEmpty());
 
         const QUrl viewer = QUrl::fromLocalFile(QStringLiteral("/usr/share/applications/viewer.desktop"));
         const QUrl editor = QUrl::fromLocalFile(QStringLiteral("/usr/share/applications/editor.desktop"));
         rig.launcher.apps = {{QStringLiteral("Editor"), QIcon(), editor}, {QStringLiteral("viewer"), QIcon(), viewer}};
         const auto menu = rig.menu({QStringLiteral("a.png"), QStringLiteral("b.png")});
-        QMenu *openWith = submenu(menu.get(), QStringLiteral("Open With"));
+        QMenu *openWith = entry(menu.get(), QStringLiteral("Open With"))->menu();
         QCOMPARE(titles(openWith), (QStringList{"Editor", "viewer"}));
         entry(openWith, QStringLiteral("viewer"))->trigger();
-        QCOMPARE(rig.launcher.openedWith.size(), 1);
-        QCOMPARE(rig.launcher.openedWith.first().first,
-                 (QList<QUrl>{rig.url(QStringLiteral("a.png")), rig.url(QStringLiteral("b.png"))}));
-        QCOMPARE(rig.launcher.openedWith.first().second, viewer);
+        QCOMPARE(rig.launcher.openedWith,
+                 (QList<QPair<QList<QUrl>, QUrl>>{
+                     {{rig.url(QStringLiteral("a.png")), rig.url(QStringLiteral("b.png"))}, viewer}}));
     }
 
     void moveToOffersEveryOtherFolder()
@@ -162,7 +153,7 @@ private Q_SLOTS:
         const QString homeEntry = QStringLiteral("Home (shots)");
 
         // Home shown: no Home entry, every subfolder.
-        QCOMPARE(titles(submenu(rig.menu({QStringLiteral("a.png")}).get(), QStringLiteral("Move to"))),
+        QCOMPARE(titles(entry(rig.menu({QStringLiteral("a.png")}).get(), QStringLiteral("Move to"))->menu()),
                  (QStringList{"A", "B", "-", "New Folder…"}));
 
         // A shown: Home and every subfolder but A. Choosing Home moves the
@@ -171,7 +162,7 @@ private Q_SLOTS:
         rig.shelf->openFolder(QUrl::fromLocalFile(rig.file(QStringLiteral("A"))));
         QTRY_COMPARE(rig.itemNames(), QStringList{QStringLiteral("a.png")});
         const auto inA = rig.menu({QStringLiteral("A/a.png")});
-        QMenu *moveTo = submenu(inA.get(), QStringLiteral("Move to"));
+        QMenu *moveTo = entry(inA.get(), QStringLiteral("Move to"))->menu();
         QCOMPARE(titles(moveTo), (QStringList{homeEntry, "B", "-", "New Folder…"}));
         entry(moveTo, homeEntry)->trigger();
         QVERIFY(rig.settle());
@@ -196,26 +187,7 @@ private Q_SLOTS:
         QVERIFY(rig.settle());
         QVERIFY(QFile::exists(rig.box.path(QStringLiteral("Trash/files/a.png"))));
         QVERIFY(QFile::exists(rig.box.path(QStringLiteral("Trash/files/b.png"))));
-        QVERIFY(QFile::exists(rig.file(QStringLiteral("c.png"))));
         QTRY_COMPARE(rig.itemNames(), QStringList{QStringLiteral("c.png")});
-    }
-
-    void popsUpAndDrawsWithTheDesktopsApplications()
-    {
-        // The desktop's own registry, whatever it holds for PNG (maybe nothing).
-        MenuRig rig;
-        QVERIFY(rig.build());
-        ContextMenu::Parts parts = rig.parts();
-        parts.launcher = &AppLauncher::shared();
-        QPointer<QMenu> menu = ContextMenu::popup({rig.url(QStringLiteral("a.png"))}, parts, QPoint(20, 20));
-        QVERIFY(QTest::qWaitForWindowExposed(menu.data()));
-        const QImage shot = menu->grab().toImage();
-        QVERIFY(!shot.isNull());
-        if (qEnvironmentVariableIsSet("CONTEXTMENU_SNAPSHOT"))
-            shot.save(qEnvironmentVariable("CONTEXTMENU_SNAPSHOT"));
-        // Gone once closed.
-        menu->hide();
-        QTRY_VERIFY(menu.isNull());
     }
 };
 

@@ -41,63 +41,37 @@ private:
     };
 
 private Q_SLOTS:
-    // The requested width picks the count; the cells then fill the row.
-    void columnsFillTheRow()
+    // Two 300-point cells and their gap fit in 615 points (one point of
+    // slack), not in 614; hit-testing misses gaps and the empty tail.
+    void columnsHitsAndDragFan()
     {
-        QCOMPARE(columnsFor(1000, 300), 3);
-        QCOMPARE(drawnCellWidth(1000, 3), 322);
-        QCOMPARE(columnsFor(1000, 160), 5); // 5.78 truncated
-        QCOMPARE(drawnCellWidth(1000, 5), 187);
-        QCOMPARE(columnsFor(3000, 160), 6);
-        QCOMPARE(columnsFor(100, 300), 1);
-        QCOMPARE(drawnCellWidth(100, 1), 100);
-        // Exactly two 300-point cells and their gap fit.
-        QCOMPARE(columnsFor(616, 300), 2);
-        QCOMPARE(columnsFor(615, 300), 2); // the one point of slack
+        QCOMPARE(columnsFor(615, 300), 2);
         QCOMPARE(columnsFor(614, 300), 1);
+        QCOMPARE(columnsFor(100, 300), 1);
+        QCOMPARE(columnsFor(3000, 160), 6);
 
         const Geometry g = Geometry::make(1000 + 2 * pad, 300, 16, 7);
-        QCOMPARE(g.rows(), 3);
         QCOMPARE(g.indexAt(g.cellRect(4).center()), 4);
-        QCOMPARE(g.indexAt(g.cellRect(6).center() + QPoint(g.cellWidth + gap, 0)), -1); // past the last item
-        QCOMPARE(g.indexAt(QPoint(pad + g.cellWidth + gap / 2, pad + 10)), -1);         // in a gap
-        const auto band = g.rangeIn(g.cellRect(3).top(), g.cellRect(3).top() + 1);
-        QCOMPARE(band, qMakePair(3, 6));
-    }
+        QCOMPARE(g.indexAt(g.cellRect(6).center() + QPoint(g.cellWidth + gap, 0)), -1);
+        QCOMPARE(g.indexAt(QPoint(pad + g.cellWidth + gap / 2, pad + 10)), -1);
+        QCOMPARE(g.rangeIn(g.cellRect(3).top(), g.cellRect(3).top() + 1), qMakePair(3, 6));
 
-    // Six dragged files: five fanned 6 points apart, the sixth on the fifth,
-    // each sized to the cell (at most 220 wide, 0.62 of that high).
-    void dragImagesFanOut()
-    {
-        const QList<QSize> sizes(6, QSize(1600, 1000));
-        const QList<QRect> rects = fanRects(sizes, 300);
+        // Six dragged files: five fanned 6 points apart, the sixth on the
+        // fifth, each sized to the cell (at most 220 wide, 0.62 as high).
+        const QList<QRect> rects = fanRects(QList<QSize>(6, QSize(1600, 1000)), 300);
         QCOMPARE(rects.size(), 6);
         for (int i = 0; i < 6; ++i) {
             const int step = 6 * std::min(i, 4);
             QCOMPARE(rects.at(i).topLeft() - rects.first().topLeft(), QPoint(step, step));
             QCOMPARE(rects.at(i).size(), QSize(218, 136));
         }
-        // A tall image fits the height; an empty one does not divide by zero.
-        QCOMPARE(dragImageSize(QSize(100, 1000), 300), QSize(14, 136));
+        // An empty image does not divide by zero.
         QVERIFY(!dragImageSize(QSize(0, 0), 100).isEmpty());
 
-        QList<QImage> images(6, QImage(1600, 1000, QImage::Format_ARGB32));
         QPoint centre;
-        const QPixmap pixmap = ShelfGrid::dragPixmap(images, 300, 1, &centre);
+        const QPixmap pixmap = ShelfGrid::dragPixmap(QList<QImage>(6, QImage(1600, 1000, QImage::Format_ARGB32)), 300, 1, &centre);
         QCOMPARE(pixmap.size(), QSize(218 + 24, 136 + 24));
         QCOMPARE(centre, QRect(0, 0, 218, 136).center());
-    }
-
-    void pressAndReleaseRules()
-    {
-        QCOMPARE(pressAction(Qt::ControlModifier | Qt::ShiftModifier, false), Press::toggle);
-        QCOMPARE(pressAction(Qt::ShiftModifier, true), Press::extend);
-        QCOMPARE(pressAction(Qt::NoModifier, true), Press::keep);
-        QCOMPARE(pressAction(Qt::NoModifier, false), Press::select);
-        QVERIFY(releaseSelectsOnly(1, Qt::NoModifier, 3, true));
-        QVERIFY(!releaseSelectsOnly(1, Qt::NoModifier, 1, true));
-        QVERIFY(!releaseSelectsOnly(1, Qt::ShiftModifier, 3, true));
-        QVERIFY(!releaseSelectsOnly(2, Qt::NoModifier, 3, true));
     }
 
     // A plain press on one of three selected files keeps all three (a drag
@@ -118,7 +92,6 @@ private Q_SLOTS:
 
         QSignalSpy opened(rig.grid.get(), &ShelfGrid::openRequested);
         QTest::mouseDClick(rig.view(), Qt::LeftButton, {}, rig.centre(4));
-        QCOMPARE(opened.size(), 1);
         QCOMPARE(opened.at(0).at(0).value<QList<QUrl>>(), QList<QUrl>{rig.item(4)});
 
         QSignalSpy menu(rig.grid.get(), &ShelfGrid::contextMenuRequested);
@@ -159,7 +132,6 @@ private Q_SLOTS:
 
         QTest::mouseClick(rig.view(), Qt::LeftButton, {}, QPoint(5, 5));
         QVERIFY(rig.selection().isEmpty());
-        QCOMPARE(rig.grid->partAt(QPoint(5, 5)), QStringLiteral("GridBackground"));
     }
 };
 
