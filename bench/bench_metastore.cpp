@@ -5,7 +5,11 @@
 //
 // `measure` prints one "name milliseconds" pair per line; bench/run-metastore
 // turns them into ratios against python3's json module on the same file.
+// Besides the store's own load and save it times the parts and the choices
+// they were made from: the bare parse (the floor of a load), simdjson's
+// on-demand parser, and a save that encodes into one buffer before writing.
 
+#include "meta/metaformat.h"
 #include "meta/metastore.h"
 
 #include <QCoreApplication>
@@ -14,7 +18,10 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QRandomGenerator>
+#include <QSaveFile>
 #include <QTimer>
+
+#include <simdjson.h>
 
 #include <cstdio>
 
@@ -83,10 +90,52 @@ int measure(const QString &path)
     if (store.byName().isEmpty())
         return 1;
 
-    // For comparison: Qt's own JSON parser alone, on bytes already read.
+    // The parts of a load, on this thread at normal priority.
+    timer.restart();
     QFile file(path);
     file.open(QIODevice::ReadOnly);
-    const QByteArray onDisk = file.readAll();
+    QByteArray onDisk;
+    onDisk.reserve(file.size() + simdjson::SIMDJSON_PADDING); // the parser reads past the end
+    onDisk = file.read(file.size());
+    report("read", timer.nsecsElapsed());
+    const auto size = size_t(onDisk.size());
+    timer.restart();
+    {
+        simdjson::dom::parser parser;
+        simdjson::dom::element root;
+        if (parser.parse(onDisk.constData(), size, false).get(root) != simdjson::SUCCESS)
+            return 1;
+    }
+    report("parse-dom", timer.nsecsElapsed());
+    timer.restart();
+    {
+        // Every string is unescaped, nothing else is checked.
+        simdjson::ondemand::parser parser;
+        simdjson::ondemand::document doc;
+        simdjson::ondemand::object files;
+        if (parser.iterate(onDisk.constData(), size, size_t(onDisk.capacity())).get(doc) != simdjson::SUCCESS
+            || doc.get_object().get(files) != simdjson::SUCCESS)
+            return 1;
+        size_t total = 0;
+        for (auto member : files) {
+            simdjson::ondemand::object fields;
+            if (member.value().get_object().get(fields) != simdjson::SUCCESS)
+                return 1;
+            for (auto field : fields) {
+                std::string_view text;
+                if (field.value().get_string().get(text) == simdjson::SUCCESS)
+                    total += text.size();
+            }
+        }
+        if (total == 0)
+            return 1;
+    }
+    report("parse-ondemand", timer.nsecsElapsed());
+    timer.restart();
+    if (!MetaStore::decode(onDisk))
+        return 1;
+    report("decode", timer.nsecsElapsed());
+    // For comparison: Qt's own JSON parser alone.
     timer.restart();
     const QJsonDocument parsed = QJsonDocument::fromJson(onDisk);
     report("parse", timer.nsecsElapsed());
@@ -95,6 +144,17 @@ int measure(const QString &path)
     const QByteArray bytes = MetaStore::encode(store.byName());
     report("encode", timer.nsecsElapsed());
     std::printf("bytes %lld\n", static_cast<long long>(bytes.size()));
+    // A save that writes the one buffer after encoding it all, to compare
+    // with the store's, which hands the disk each piece as it is made.
+    {
+        timer.restart();
+        const QByteArray whole = MetaStore::encode(store.byName());
+        QSaveFile out(path + QStringLiteral(".one-buffer"));
+        if (!out.open(QIODevice::WriteOnly) || out.write(whole) != whole.size() || !out.commit())
+            return 1;
+        report("save-one-buffer", timer.nsecsElapsed());
+        QFile::remove(path + QStringLiteral(".one-buffer"));
+    }
 
     // A change, then a save: how long the GUI thread is held, and how long
     // until the file is on disk.

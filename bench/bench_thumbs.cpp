@@ -149,8 +149,13 @@ Result runVips(const QStringList &files, const QString &outDir)
                QStringList{QStringLiteral("-s"), QString::number(thumbSize), QStringLiteral("-o"),
                            outDir + QStringLiteral("/%s.jpg")} + files);
     Result r;
+    // Without it there is nothing to compare with (and nothing to wait for).
+    if (!vips.waitForStarted()) {
+        std::printf("  vipsthumbnail did not start: no ratios (./setup.sh bench installs it)\n");
+        return r;
+    }
     // Its peak, read while it runs (the last reading is within 50 ms of its end).
-    while (!vips.waitForFinished(50))
+    while (!vips.waitForFinished(50) && vips.state() != QProcess::NotRunning)
         r.peakMB = std::max(r.peakMB, peakResidentMB(vips.processId()));
     r.seconds = timer.nsecsElapsed() / 1e9;
     r.made = int(QDir(outDir).entryList(QDir::Files).size());

@@ -78,29 +78,30 @@ private Q_SLOTS:
 
     void theNewestAreListedAndEqualTimesKeepDirectoryOrder()
     {
-        // The 30 newest share one time; the list keeps the newest 400.
-        for (int i = 0; i < 450; ++i) {
+        // The 30 newest share one time; the list keeps the newest 400. Enough
+        // files that their modification times are read on more than one thread.
+        for (int i = 0; i < 4500; ++i) {
             const QString path = dir + QStringLiteral("/%1.png").arg(i);
             Sandbox::writeFile(path);
-            setMtime(path, 1700000000 + std::min(i, 420));
+            setMtime(path, 1700000000 + std::min(i, 4470));
         }
         QStringList directoryOrder;
         QDirIterator it(dir, QDir::Files);
         while (it.hasNext()) {
             const QString name = QFileInfo(it.next()).fileName();
-            if (name.section(QLatin1Char('.'), 0, 0).toInt() >= 420)
+            if (name.section(QLatin1Char('.'), 0, 0).toInt() >= 4470)
                 directoryOrder << name;
         }
         const QList<QUrl> listed = listImages(dir, 400);
         QCOMPARE(listed.size(), 400);
         QCOMPARE(names(listed.mid(0, 30)), directoryOrder);
-        QCOMPARE(listed.at(30).fileName(), QStringLiteral("419.png"));
-        QCOMPARE(listed.last().fileName(), QStringLiteral("50.png"));
-        QCOMPARE(countImages(dir, 100000), 450);
+        QCOMPARE(listed.at(30).fileName(), QStringLiteral("4469.png"));
+        QCOMPARE(listed.last().fileName(), QStringLiteral("4100.png"));
+        QCOMPARE(countImages(dir, 100000), 4500);
         QCOMPARE(countImages(dir, 100), 100);
         const FolderListing once = listFolder(dir, 400, 100000, true, true);
         QCOMPARE(once.images, listed);
-        QCOMPARE(once.imageCount, 450);
+        QCOMPARE(once.imageCount, 4500);
     }
 
     void subfoldersSortLikeAFileManager()

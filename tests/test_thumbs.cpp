@@ -80,6 +80,28 @@ private Q_SLOTS:
         QCOMPARE(loadAndWait(thumbs, QUrl::fromLocalFile(writer.fileName()), 256).size(), QSize(128, 256));
     }
 
+    void shrinkingAveragesDetailAndKeepsTransparentEdgesTheirColour()
+    {
+        Sandbox box;
+        // Fine detail averages out instead of aliasing, and half-transparent
+        // edges keep their colour: averaged premultiplied (pixel() answers
+        // premultiplied here, so full red is red equal to alpha), where
+        // averaging straight colours darkens red next to transparency.
+        QImage detail(400, 400, QImage::Format_ARGB32);
+        for (int y = 0; y < 400; ++y)
+            for (int x = 0; x < 400; ++x)
+                detail.setPixel(x, y, x < 200 ? ((x + y) % 2 ? qRgb(0, 0, 0) : qRgb(255, 255, 255))
+                                              : ((x + y) % 2 ? qRgba(255, 0, 0, 255) : qRgba(0, 0, 0, 0)));
+        const QString path = box.path(QStringLiteral("detail.png"));
+        QVERIFY(detail.save(path));
+        const QImage small = *Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 100);
+        QCOMPARE(small.format(), QImage::Format_ARGB32_Premultiplied);
+        const QRgb gray = small.pixel(20, 50), pink = small.pixel(80, 50);
+        QVERIFY2(qAbs(qRed(gray) - 128) <= 2 && qAlpha(gray) == 255, qPrintable(QString::number(gray, 16)));
+        QVERIFY2(qRed(pink) == qAlpha(pink) && qGreen(pink) == 0 && qAbs(qAlpha(pink) - 128) <= 2,
+                 qPrintable(QString::number(pink, 16)));
+    }
+
     void badFilesGiveNothingAndChangedFilesAreMadeAgain()
     {
         Sandbox box;

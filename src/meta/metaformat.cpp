@@ -1,16 +1,21 @@
-// The JSON form of the metadata store, both ways. Written by hand: building a
-// QJsonObject of many members costs time quadratic in their number, and
-// reading goes straight from the bytes to the records, with no document in
-// between.
+// The JSON form of the metadata store, both ways. Reading is simdjson's
+// validating parser. Writing is our own (building a QJsonObject of many
+// members costs time quadratic in their number): straight from the records
+// into one buffer, or into pieces handed on as they fill.
 
-#include "meta/metastore.h"
+#include "meta/metaformat.h"
 
-#include <QStringDecoder>
+#include <simdjson.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <vector>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -21,11 +26,6 @@ const QDateTime &referenceDate()
     return date;
 }
 
-double toReferenceSeconds(const QDateTime &t)
-{
-    return double(referenceDate().msecsTo(t)) / 1000.0;
-}
-
 QDateTime fromReferenceSeconds(double seconds)
 {
     // Far beyond any real date, but keeps the millisecond count in range.
@@ -33,19 +33,38 @@ QDateTime fromReferenceSeconds(double seconds)
     return referenceDate().addMSecs(qint64(std::llround(seconds * 1000.0)));
 }
 
-// UTF-16 straight to escaped UTF-8, without a temporary per string. A lone
-// surrogate becomes U+FFFD, as QString::toUtf8 would make it.
-void appendJsonString(QByteArray &out, const QString &text)
+// UTF-16 straight to escaped UTF-8 at `dst`, which has room for 6 bytes per
+// unit (\u001f) plus 18. A lone surrogate becomes U+FFFD, as QString::toUtf8
+// would make it.
+char *writeJsonString(char *dst, QStringView text)
 {
     static const char hex[] = "0123456789abcdef";
-    const qsizetype start = out.size();
-    out.resize(start + 2 + 6 * text.size()); // six bytes per unit at worst: \u001f
-    char *dst = out.data() + start;
     *dst++ = '"';
-    const char16_t *p = reinterpret_cast<const char16_t *>(text.constData());
+    const char16_t *p = text.utf16();
     const char16_t *end = p + text.size();
-    for (; p != end; ++p) {
-        char32_t c = *p;
+    while (p != end) {
+#ifdef __SSE2__
+        // Most text is plain ASCII: 16 units at a time while none needs care.
+        // Packing saturates anything above 0xff to 0xff, which, like every
+        // byte from 0x80 and every control, is below 0x20 as a signed byte.
+        while (end - p >= 16) {
+            const __m128i bytes = _mm_packus_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p)),
+                                                   _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 8)));
+            const __m128i special = _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)),
+                                                 _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')),
+                                                              _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'))));
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(dst), bytes);
+            const unsigned mask = unsigned(_mm_movemask_epi8(special));
+            const int plain = mask ? __builtin_ctz(mask) : 16;
+            p += plain;
+            dst += plain;
+            if (mask)
+                break;
+        }
+        if (p == end)
+            break;
+#endif
+        char32_t c = *p++;
         if (c < 0x80) {
             if (c >= 0x20 && c != '"' && c != '\\') {
                 *dst++ = char(c);
@@ -73,9 +92,8 @@ void appendJsonString(QByteArray &out, const QString &text)
             continue;
         }
         if (QChar::isSurrogate(c)) {
-            if (QChar::isHighSurrogate(c) && p + 1 != end && QChar::isLowSurrogate(p[1])) {
-                c = QChar::surrogateToUcs4(char16_t(c), p[1]);
-                ++p;
+            if (QChar::isHighSurrogate(c) && p != end && QChar::isLowSurrogate(*p)) {
+                c = QChar::surrogateToUcs4(char16_t(c), *p++);
                 *dst++ = char(0xf0 | (c >> 18));
                 *dst++ = char(0x80 | ((c >> 12) & 0x3f));
                 *dst++ = char(0x80 | ((c >> 6) & 0x3f));
@@ -89,366 +107,267 @@ void appendJsonString(QByteArray &out, const QString &text)
         *dst++ = char(0x80 | (c & 0x3f));
     }
     *dst++ = '"';
-    out.truncate(dst - out.constData());
+    return dst;
+}
+
+// Writes into one buffer. Without a sink the buffer grows, only when a string
+// holds many escapes or letters beyond ASCII (the first guess fits ordinary
+// text); with one, each full piece goes to the sink and the buffer is reused.
+class Writer
+{
+public:
+    using Sink = std::function<bool(QByteArrayView)>;
+
+    Writer(qsizetype capacity, const Sink *sink)
+        : m_out(capacity, Qt::Uninitialized), m_dst(m_out.data()), m_sink(sink)
+    {
+    }
+
+    bool failed() const { return m_failed; }
+    void raw(const char *text, qsizetype length)
+    {
+        room(length);
+        m_dst = std::copy_n(text, length, m_dst);
+    }
+    void raw(char c)
+    {
+        room(1);
+        *m_dst++ = c;
+    }
+    void string(QStringView text)
+    {
+        room(6 * text.size() + 18);
+        m_dst = writeJsonString(m_dst, text);
+    }
+    void number(double value)
+    {
+        room(32);
+        m_dst = std::to_chars(m_dst, m_dst + 32, value).ptr; // shortest form that reads back the same
+    }
+    bool flush()
+    {
+        if (m_dst != m_out.constData() && !m_failed)
+            m_failed = !(*m_sink)(QByteArrayView(m_out.constData(), m_dst - m_out.constData()));
+        m_dst = m_out.data();
+        return !m_failed;
+    }
+    QByteArray take()
+    {
+        m_out.truncate(m_dst - m_out.constData());
+        return std::move(m_out);
+    }
+
+private:
+    void room(qsizetype length)
+    {
+        qsizetype used = m_dst - m_out.constData();
+        if (m_out.size() - used >= length)
+            return;
+        if (m_sink) {
+            flush();
+            used = 0;
+            if (m_out.size() >= length)
+                return;
+        }
+        m_out.resize(std::max(used + length, m_out.size() + m_out.size() / 2));
+        m_dst = m_out.data() + used;
+    }
+
+    QByteArray m_out;
+    char *m_dst;
+    const Sink *m_sink;
+    bool m_failed = false;
+};
+
+void encodeInto(Writer &out, const QHash<QString, FileMeta> &records)
+{
+    // Names are sorted so an unchanged store always writes the same bytes.
+    // The views keep the sort from chasing each name through the table.
+    std::vector<std::pair<QStringView, const FileMeta *>> order;
+    order.reserve(size_t(records.size()));
+    for (auto it = records.cbegin(); it != records.cend(); ++it)
+        order.emplace_back(it.key(), &it.value());
+    std::sort(order.begin(), order.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
+
+    out.raw('{');
+    bool firstRecord = true;
+    for (const auto &[name, m] : order) {
+        if (out.failed())
+            return;
+        if (!firstRecord)
+            out.raw(',');
+        firstRecord = false;
+        out.string(name);
+        out.raw(":{", 2);
+        bool firstField = true;
+        const auto field = [&](const char *nameAndColon, qsizetype length) {
+            out.raw(firstField ? "\"" : ",\"", firstField ? 1 : 2);
+            firstField = false;
+            out.raw(nameAndColon, length);
+        };
+        if (m->app) {
+            field("app\":", 5);
+            out.string(*m->app);
+        }
+        if (m->appPath) {
+            field("appPath\":", 9);
+            out.string(*m->appPath);
+        }
+        if (m->text) {
+            field("text\":", 6);
+            out.string(*m->text);
+        }
+        if (m->textAt) {
+            field("textAt\":", 8);
+            out.number(double(referenceDate().msecsTo(*m->textAt)) / 1000.0);
+        }
+        out.raw('}');
+    }
+    out.raw('}');
 }
 
 } // namespace
 
 QByteArray MetaStore::encode(const QHash<QString, FileMeta> &records)
 {
-    // Names are sorted so an unchanged store always writes the same bytes.
-    QList<QHash<QString, FileMeta>::const_iterator> order;
-    order.reserve(records.size());
-    qsizetype estimate = 2;
+    qsizetype guess = 64;
     for (auto it = records.cbegin(); it != records.cend(); ++it) {
-        order.append(it);
         const FileMeta &m = it.value();
-        estimate += 16 + it.key().size() + (m.app ? m.app->size() + 8 : 0)
-                    + (m.appPath ? m.appPath->size() + 12 : 0) + (m.text ? m.text->size() + 10 : 0)
-                    + (m.textAt ? 30 : 0);
+        guess += 64 + it.key().size() + (m.app ? m.app->size() : 0) + (m.appPath ? m.appPath->size() : 0)
+                 + (m.text ? m.text->size() : 0);
     }
-    std::sort(order.begin(), order.end(), [](const auto &a, const auto &b) { return a.key() < b.key(); });
+    Writer out(guess + guess / 8, nullptr);
+    encodeInto(out, records);
+    return out.take();
+}
 
-    QByteArray out;
-    out.reserve(estimate + estimate / 8);
-    out.append('{');
-    bool firstRecord = true;
-    for (const auto &it : std::as_const(order)) {
-        if (!firstRecord)
-            out.append(',');
-        firstRecord = false;
-        appendJsonString(out, it.key());
-        out.append(":{", 2);
-        const FileMeta &m = it.value();
-        bool firstField = true;
-        const auto field = [&](const char *name) {
-            if (!firstField)
-                out.append(',');
-            firstField = false;
-            out.append('"').append(name).append("\":", 2);
-        };
-        if (m.app) {
-            field("app");
-            appendJsonString(out, *m.app);
-        }
-        if (m.appPath) {
-            field("appPath");
-            appendJsonString(out, *m.appPath);
-        }
-        if (m.text) {
-            field("text");
-            appendJsonString(out, *m.text);
-        }
-        if (m.textAt) {
-            field("textAt");
-            out.append(QByteArray::number(toReferenceSeconds(*m.textAt), 'g', QLocale::FloatingPointShortest));
-        }
-        out.append('}');
-    }
-    out.append('}');
-    return out;
+bool encodeMetaJson(const QHash<QString, FileMeta> &records, qsizetype pieceBytes,
+                    const std::function<bool(QByteArrayView)> &sink)
+{
+    Writer out(pieceBytes, &sink);
+    encodeInto(out, records);
+    return out.flush();
 }
 
 namespace {
 
-// A strict JSON reader (RFC 8259) for the one shape the file has. Anything
-// that is not valid JSON, or a known member of the wrong type, fails the
-// whole read; unknown members are checked for validity and skipped.
-class MetaReader
+// Arrays and objects nested deeper than this (in an unknown member) make the
+// file undecodable, rather than the parser's stack large.
+constexpr size_t maxDepth = 514;
+
+bool readText(simdjson::dom::element value, std::optional<QString> &field)
 {
-public:
-    explicit MetaReader(const QByteArray &json) : m_p(json.constData()), m_end(m_p + json.size()) {}
+    std::string_view utf8;
+    if (value.is_null())
+        field.reset();
+    else if (value.get(utf8) == simdjson::SUCCESS)
+        field = QString::fromUtf8(utf8.data(), qsizetype(utf8.size())); // valid UTF-8: checked by the parser
+    else
+        return false;
+    return true;
+}
 
-    bool read(QHash<QString, FileMeta> &records)
-    {
-        skipSpace();
-        if (!take('{'))
-            return false;
-        skipSpace();
-        if (take('}'))
-            return atEnd();
-        do {
-            skipSpace();
-            QString name;
-            if (!readString(&name) || !colon())
-                return false;
-            FileMeta record;
-            if (!readRecord(record))
-                return false;
-            records.insert(name, record);
-            skipSpace();
-        } while (take(','));
-        return take('}') && atEnd();
-    }
+bool readTime(simdjson::dom::element value, std::optional<QDateTime> &field)
+{
+    double seconds;
+    if (value.is_null())
+        field.reset();
+    else if (value.get(seconds) == simdjson::SUCCESS)
+        field = fromReferenceSeconds(seconds);
+    else
+        return false;
+    return true;
+}
 
-private:
-    static constexpr int maxDepth = 512;
-
-    bool atEnd()
-    {
-        skipSpace();
-        return m_p == m_end;
-    }
-    void skipSpace()
-    {
-        while (m_p != m_end && (*m_p == ' ' || *m_p == '\n' || *m_p == '\r' || *m_p == '\t'))
-            ++m_p;
-    }
-    bool take(char c)
-    {
-        if (m_p == m_end || *m_p != c)
-            return false;
-        ++m_p;
-        return true;
-    }
-    bool colon()
-    {
-        skipSpace();
-        if (!take(':'))
-            return false;
-        skipSpace();
-        return true;
-    }
-    bool takeWord(const char *word, size_t length)
-    {
-        if (size_t(m_end - m_p) < length || std::memcmp(m_p, word, length) != 0)
-            return false;
-        m_p += length;
-        return true;
-    }
-    bool takeNull() { return takeWord("null", 4); }
-
-    bool readRecord(FileMeta &record)
-    {
-        if (!take('{'))
+bool readRecords(simdjson::dom::element root, QHash<QString, FileMeta> &records)
+{
+    simdjson::dom::object files;
+    if (root.get(files) != simdjson::SUCCESS)
+        return false;
+    records.reserve(qsizetype(files.size()));
+    for (const auto [name, value] : files) {
+        simdjson::dom::object fields;
+        if (value.get(fields) != simdjson::SUCCESS)
             return false; // a record must be an object; null is not one
-        skipSpace();
-        if (take('}'))
-            return true;
-        do {
-            skipSpace();
-            QString key;
-            if (!readString(&key) || !colon())
-                return false;
-            bool ok;
-            if (key == QLatin1String("app"))
-                ok = readOptionalText(record.app);
-            else if (key == QLatin1String("appPath"))
-                ok = readOptionalText(record.appPath);
-            else if (key == QLatin1String("text"))
-                ok = readOptionalText(record.text);
-            else if (key == QLatin1String("textAt"))
-                ok = readOptionalTime(record.textAt);
-            else
-                ok = skipValue(1);
+        FileMeta record;
+        for (const auto [key, field] : fields) {
+            const bool ok = key == "app"       ? readText(field, record.app)
+                            : key == "appPath" ? readText(field, record.appPath)
+                            : key == "text"    ? readText(field, record.text)
+                            : key == "textAt"  ? readTime(field, record.textAt)
+                                               : true; // unknown members are skipped
             if (!ok)
                 return false;
-            skipSpace();
-        } while (take(','));
-        return take('}');
-    }
-
-    bool readOptionalText(std::optional<QString> &field)
-    {
-        if (takeNull()) {
-            field.reset();
-            return true;
         }
-        QString text;
-        if (!readString(&text))
-            return false;
-        field = std::move(text);
-        return true;
+        records.emplace(QString::fromUtf8(name.data(), qsizetype(name.size())), std::move(record));
     }
+    return true;
+}
 
-    bool readOptionalTime(std::optional<QDateTime> &field)
-    {
-        if (takeNull()) {
-            field.reset();
-            return true;
+// The parser refuses an escaped lone surrogate; we have always read one as
+// U+FFFD, so such escapes are rewritten in place (same length) and the bytes
+// read again. True when something was rewritten.
+bool replaceLoneSurrogates(char *p, char *end)
+{
+    const auto unitAt = [end](const char *at) -> int {
+        if (end - at < 6 || at[0] != '\\' || at[1] != 'u')
+            return -1;
+        int unit = 0;
+        for (int i = 2; i < 6; ++i) {
+            const char c = at[i];
+            const int digit = c >= '0' && c <= '9' ? c - '0'
+                              : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                              : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                                     : -1;
+            if (digit < 0)
+                return -1;
+            unit = unit * 16 + digit;
         }
-        double seconds;
-        if (!readNumber(&seconds) || !std::isfinite(seconds))
-            return false;
-        field = fromReferenceSeconds(seconds);
-        return true;
-    }
-
-    // A JSON string; `out` may be null to only check it.
-    bool readString(QString *out)
-    {
-        if (!take('"'))
-            return false;
-        const char *start = m_p;
-        while (m_p != m_end && *m_p != '"' && *m_p != '\\' && static_cast<unsigned char>(*m_p) >= 0x20)
-            ++m_p;
-        if (m_p == m_end || static_cast<unsigned char>(*m_p) < 0x20)
-            return false;
-        if (*m_p == '"') { // the common case: nothing escaped
-            const QByteArrayView utf8(start, m_p - start);
-            ++m_p;
-            return decodeUtf8(utf8, out);
+        return unit;
+    };
+    bool replaced = false;
+    while ((p = static_cast<char *>(std::memchr(p, '\\', size_t(end - p))))) {
+        const int unit = unitAt(p);
+        if (unit < 0) {
+            p += std::min<qsizetype>(2, end - p); // another escape, or not JSON at all
+            continue;
         }
-        QByteArray utf8(start, m_p - start);
-        while (true) {
-            if (m_p == m_end)
-                return false;
-            const unsigned char c = static_cast<unsigned char>(*m_p++);
-            if (c == '"')
-                break;
-            if (c < 0x20)
-                return false;
-            if (c != '\\') {
-                utf8.append(char(c));
+        if (QChar::isHighSurrogate(char32_t(unit))) {
+            const int next = unitAt(p + 6);
+            if (next >= 0 && QChar::isLowSurrogate(char32_t(next))) {
+                p += 12; // a pair
                 continue;
             }
-            if (m_p == m_end)
-                return false;
-            switch (*m_p++) {
-            case '"': utf8.append('"'); break;
-            case '\\': utf8.append('\\'); break;
-            case '/': utf8.append('/'); break;
-            case 'b': utf8.append('\b'); break;
-            case 'f': utf8.append('\f'); break;
-            case 'n': utf8.append('\n'); break;
-            case 'r': utf8.append('\r'); break;
-            case 't': utf8.append('\t'); break;
-            case 'u': {
-                char32_t unit;
-                if (!readHex4(&unit))
-                    return false;
-                char32_t code = unit;
-                if (QChar::isHighSurrogate(unit) && m_end - m_p >= 6 && m_p[0] == '\\' && m_p[1] == 'u') {
-                    const char *save = m_p;
-                    m_p += 2;
-                    char32_t low;
-                    if (!readHex4(&low))
-                        return false;
-                    if (QChar::isLowSurrogate(low))
-                        code = QChar::surrogateToUcs4(char16_t(unit), char16_t(low));
-                    else
-                        m_p = save; // two separate escapes
-                }
-                if (QChar::isSurrogate(code))
-                    code = QChar::ReplacementCharacter; // a lone half cannot be kept
-                const char32_t one[] = {code};
-                utf8.append(QString::fromUcs4(one, 1).toUtf8());
-                break;
-            }
-            default:
-                return false;
-            }
         }
-        return decodeUtf8(utf8, out);
+        if (QChar::isSurrogate(char32_t(unit))) {
+            std::copy_n("fffd", 4, p + 2);
+            replaced = true;
+        }
+        p += 6;
     }
-
-    bool readHex4(char32_t *value)
-    {
-        if (m_end - m_p < 4)
-            return false;
-        *value = 0;
-        for (int i = 0; i < 4; ++i) {
-            const char c = *m_p++;
-            int digit;
-            if (c >= '0' && c <= '9')
-                digit = c - '0';
-            else if (c >= 'a' && c <= 'f')
-                digit = c - 'a' + 10;
-            else if (c >= 'A' && c <= 'F')
-                digit = c - 'A' + 10;
-            else
-                return false;
-            *value = *value * 16 + char32_t(digit);
-        }
-        return true;
-    }
-
-    static bool decodeUtf8(QByteArrayView utf8, QString *out)
-    {
-        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-        QString text = decoder.decode(utf8);
-        if (decoder.hasError())
-            return false; // not UTF-8: not JSON
-        if (out)
-            *out = std::move(text);
-        return true;
-    }
-
-    // -? (0 | [1-9][0-9]*) (. [0-9]+)? ([eE] [+-]? [0-9]+)?
-    bool readNumber(double *out)
-    {
-        const char *start = m_p;
-        const auto digits = [this] {
-            const char *from = m_p;
-            while (m_p != m_end && *m_p >= '0' && *m_p <= '9')
-                ++m_p;
-            return m_p != from;
-        };
-        take('-');
-        if (!take('0') && !digits())
-            return false;
-        if (take('.') && !digits())
-            return false;
-        if (m_p != m_end && (*m_p == 'e' || *m_p == 'E')) {
-            ++m_p;
-            if (!take('+'))
-                take('-');
-            if (!digits())
-                return false;
-        }
-        if (out) {
-            const auto [end, error] = std::from_chars(start, m_p, *out);
-            if (error != std::errc() || end != m_p)
-                return false;
-        }
-        return true;
-    }
-
-    bool skipValue(int depth)
-    {
-        if (depth > maxDepth || m_p == m_end)
-            return false;
-        switch (*m_p) {
-        case '"':
-            return readString(nullptr);
-        case 't':
-            return takeWord("true", 4);
-        case 'f':
-            return takeWord("false", 5);
-        case 'n':
-            return takeNull();
-        case '[':
-        case '{': {
-            const bool object = *m_p++ == '{';
-            const char close = object ? '}' : ']';
-            skipSpace();
-            if (take(close))
-                return true;
-            do {
-                skipSpace();
-                if (object && (!readString(nullptr) || !colon()))
-                    return false;
-                if (!skipValue(depth + 1))
-                    return false;
-                skipSpace();
-            } while (take(','));
-            return take(close);
-        }
-        default:
-            return readNumber(nullptr);
-        }
-    }
-
-    const char *m_p;
-    const char *m_end;
-};
+    return replaced;
+}
 
 } // namespace
 
 std::optional<QHash<QString, FileMeta>> MetaStore::decode(const QByteArray &json)
 {
+    const auto size = size_t(json.size());
+    simdjson::dom::parser parser;
+    if (parser.allocate(std::max<size_t>(size, 64), maxDepth) != simdjson::SUCCESS)
+        return std::nullopt;
     QHash<QString, FileMeta> records;
-    if (!MetaReader(json).read(records))
+    // The bytes as read leave room at the end for the parser to read past
+    // them; anything else it copies.
+    const bool copy = json.capacity() - json.size() < qsizetype(simdjson::SIMDJSON_PADDING);
+    simdjson::dom::element root;
+    simdjson::error_code error = parser.parse(json.constData(), size, copy).get(root);
+    if (error == simdjson::STRING_ERROR) {
+        QByteArray rewritten(json.constData(), json.size());
+        if (replaceLoneSurrogates(rewritten.data(), rewritten.data() + rewritten.size()))
+            error = parser.parse(rewritten.constData(), size, true).get(root);
+    }
+    if (error != simdjson::SUCCESS || !readRecords(root, records))
         return std::nullopt;
     return records;
 }

@@ -1,5 +1,6 @@
 #include "meta/metastore.h"
 
+#include "meta/metaformat.h"
 #include "platform/threadpriority.h"
 
 #include <QCoreApplication>
@@ -154,6 +155,8 @@ MetaStore::LoadResult MetaStore::readFile(const QString &filePath)
     }
     bool ok = st.st_size <= maxFileBytes;
     if (ok) {
+        // Room for the JSON parser to read a little past the end, so it needs no copy.
+        bytes.reserve(qsizetype(st.st_size) + 1 + 64);
         bytes.resize(qsizetype(st.st_size) + 1);
         qsizetype filled = 0;
         while (true) {
@@ -343,8 +346,6 @@ MetaStore::WriteResult MetaStore::writeSnapshot(QHash<QString, FileMeta> records
                                                 bool setAsideFirst)
 {
     WriteResult result;
-    const QByteArray bytes = encode(records);
-    records = {}; // let go before the slow part: changes from now on copy nothing
     // A pipe, a device or a folder in the file's place is not ours to replace.
     if (!isRegularOrAbsent(filePath))
         return result;
@@ -362,8 +363,21 @@ MetaStore::WriteResult MetaStore::writeSnapshot(QHash<QString, FileMeta> records
         return result;
     // Before the first byte goes in: recognised text can be private.
     out.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    if (out.write(bytes) != bytes.size())
+    // Each piece is handed to the disk as soon as it is written, so most of
+    // the file is there by the time commit() waits for all of it (a large
+    // store takes longer to encode than to write out).
+    const int fd = out.handle();
+    off_t offset = 0;
+    const bool encoded = encodeMetaJson(records, 4 << 20, [&](QByteArrayView piece) {
+        if (out.write(piece.data(), piece.size()) != piece.size() || !out.flush())
+            return false;
+        (void)::sync_file_range(fd, offset, off_t(piece.size()), SYNC_FILE_RANGE_WRITE);
+        offset += off_t(piece.size());
+        return true;
+    });
+    records = {}; // let go before the wait for the disk: changes from now on copy nothing
+    if (!encoded)
         return result; // QSaveFile discards the partial file
-    result.written = out.commit();
+    result.written = out.commit(); // flushes the file to disk, then renames it into place
     return result;
 }

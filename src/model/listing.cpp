@@ -3,14 +3,22 @@
 #include <QCollator>
 #include <QDir>
 #include <QFile>
+#include <QSemaphore>
 #include <QStringDecoder>
+#include <QThread>
+#include <QThreadPool>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <limits>
+#include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <string_view>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,12 +34,20 @@ constexpr std::array<std::string_view, 52> kImageExtensions = {
 
 bool isHiddenName(const char *name) { return name[0] == '.'; }
 
+// An image found in a folder: its name in the listing's name buffer, its
+// modification time once known, and its place in directory order.
 struct Entry
 {
-    QString name;
     qint64 mtimeNs;
-    qsizetype order;
+    quint32 nameAt;
+    quint32 order;
 };
+
+// Marks an entry whose stat failed (gone, or no longer a regular file).
+constexpr qint64 kNoFile = std::numeric_limits<qint64>::max();
+// Below this many images one thread stats them all; above, the work is shared.
+constexpr size_t kSharedStatThreshold = 4096;
+constexpr size_t kStatChunk = 1024;
 
 class DirReader
 {
@@ -77,7 +93,88 @@ unsigned char entryType(int dirFd, const dirent *entry)
     return DT_UNKNOWN;
 }
 
-QList<QUrl> newestFirst(const QString &folder, std::vector<Entry> &entries, qsizetype limit)
+bool isAscii(const char *name, size_t length)
+{
+    for (size_t i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(name[i]) >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+void statEntries(int dirFd, const QByteArray &names, Entry *entries, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) {
+        struct statx sx;
+        Entry &e = entries[i];
+        if (::statx(dirFd, names.constData() + e.nameAt, AT_SYMLINK_NOFOLLOW, STATX_MTIME | STATX_TYPE, &sx) != 0
+            || !S_ISREG(sx.stx_mode))
+            e.mtimeNs = kNoFile;
+        else
+            e.mtimeNs = (sx.stx_mask & STATX_MTIME) ? qint64(sx.stx_mtime.tv_sec) * 1000000000 + sx.stx_mtime.tv_nsec
+                                                    : std::numeric_limits<qint64>::min();
+    }
+}
+
+QThreadPool &statPool()
+{
+    static QThreadPool *pool = [] {
+        auto *p = new QThreadPool;
+        p->setObjectName(QStringLiteral("brindlewick.stat"));
+        p->setMaxThreadCount(std::max(1, QThread::idealThreadCount() - 1));
+        return p;
+    }();
+    return *pool;
+}
+
+// One statx per image is most of a large folder's scan; with more than one
+// core the calling thread and helpers from a pool take chunks in turn. The
+// caller never waits for a helper that has not started: what is left
+// unclaimed it does itself.
+void statAll(int dirFd, const QByteArray &names, std::vector<Entry> &entries)
+{
+    const size_t chunks = (entries.size() + kStatChunk - 1) / kStatChunk;
+    if (entries.size() < kSharedStatThreshold || QThread::idealThreadCount() < 2) {
+        statEntries(dirFd, names, entries.data(), entries.size());
+        return;
+    }
+    struct Shared
+    {
+        std::atomic<size_t> next{0};
+        QSemaphore done;
+    };
+    const auto shared = std::make_shared<Shared>();
+    const auto work = [dirFd, &names, &entries, chunks](Shared &s) {
+        for (size_t chunk; (chunk = s.next.fetch_add(1)) < chunks;) {
+            const size_t first = chunk * kStatChunk;
+            statEntries(dirFd, names, entries.data() + first, std::min(kStatChunk, entries.size() - first));
+            s.done.release();
+        }
+    };
+    const int helpers = std::min<int>(statPool().maxThreadCount(), int(chunks) - 1);
+    // Helpers take the caller's nice value where it is higher than theirs (a
+    // thread cannot lower its own), so a background scan's helpers stand
+    // back as far as it does.
+    errno = 0;
+    const int callerNice = ::getpriority(PRIO_PROCESS, id_t(::gettid()));
+    const bool knowNice = errno == 0;
+    for (int i = 0; i < helpers; ++i) {
+        // A helper that starts after the work is all claimed touches only
+        // `shared`, which it keeps alive; `names` and `entries` are used only
+        // for a claimed chunk, and the caller waits for every one of those.
+        statPool().start([shared, work, callerNice, knowNice] {
+            const auto self = id_t(::gettid());
+            if (knowNice && ::getpriority(PRIO_PROCESS, self) < callerNice)
+                ::setpriority(PRIO_PROCESS, self, callerNice);
+            work(*shared);
+        });
+    }
+    work(*shared);
+    shared->done.acquire(int(chunks));
+}
+
+QList<QUrl> newestFirst(const QString &folder, const QByteArray &names, std::vector<Entry> &entries,
+                        qsizetype limit)
 {
     const auto newer = [](const Entry &a, const Entry &b) {
         return a.mtimeNs != b.mtimeNs ? a.mtimeNs > b.mtimeNs : a.order < b.order;
@@ -87,8 +184,10 @@ QList<QUrl> newestFirst(const QString &folder, std::vector<Entry> &entries, qsiz
     QList<QUrl> urls;
     urls.reserve(keep);
     const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
+    // Only the names shown are made into text; every one was checked to
+    // decode when it was read.
     for (qsizetype i = 0; i < keep; ++i)
-        urls.append(QUrl::fromLocalFile(prefix + entries[size_t(i)].name));
+        urls.append(QUrl::fromLocalFile(prefix + QString::fromUtf8(names.constData() + entries[size_t(i)].nameAt)));
     return urls;
 }
 
@@ -150,15 +249,16 @@ FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 coun
         return result;
 
     std::vector<Entry> images;
+    QByteArray names; // the images' names, each ending in a zero byte
     QStringList folders;
     qint64 count = 0;
-    qsizetype order = 0;
     const int dirFd = reader.fd();
     while (const dirent *entry = ::readdir(reader.dir())) {
         const char *name = entry->d_name;
         if (isHiddenName(name))
             continue;
-        const QByteArray raw = QByteArray::fromRawData(name, qsizetype(std::strlen(name)));
+        const size_t length = std::strlen(name);
+        const QByteArray raw = QByteArray::fromRawData(name, qsizetype(length));
         const bool imageName = isImageName(raw);
         if (!imageName && !wantSubfolders)
             continue;
@@ -171,26 +271,27 @@ FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 coun
         }
         if (type != DT_REG || !imageName)
             continue;
+        // An ASCII name is its own text; only others need the strict check.
         QString decoded;
-        if (!decodeEntryName(raw, &decoded))
+        if (!isAscii(name, length) && !decodeEntryName(raw, &decoded))
             continue;
         if (wantImages) {
-            struct statx sx;
-            if (::statx(dirFd, name, AT_SYMLINK_NOFOLLOW, STATX_MTIME | STATX_TYPE, &sx) != 0
-                || !S_ISREG(sx.stx_mode))
-                continue;
-            const qint64 ns = (sx.stx_mask & STATX_MTIME)
-                                  ? qint64(sx.stx_mtime.tv_sec) * 1000000000 + sx.stx_mtime.tv_nsec
-                                  : std::numeric_limits<qint64>::min();
-            images.push_back({decoded, ns, order++});
-        }
-        if (count < countLimit)
+            images.push_back({0, quint32(names.size()), quint32(images.size())});
+            names.append(name, qsizetype(length + 1));
+        } else if (count < countLimit) {
             ++count;
+        }
     }
 
+    if (wantImages) {
+        statAll(dirFd, names, images);
+        images.erase(std::remove_if(images.begin(), images.end(), [](const Entry &e) { return e.mtimeNs == kNoFile; }),
+                     images.end());
+        count = std::min<qint64>(qint64(images.size()), std::max<qint64>(countLimit, 0));
+    }
     result.imageCount = count;
     if (wantImages)
-        result.images = newestFirst(folder, images, listLimit);
+        result.images = newestFirst(folder, names, images, listLimit);
     if (wantSubfolders)
         result.subfolders = sortedFolders(folder, folders);
     return result;

@@ -193,12 +193,17 @@ QImage prepareForRecognition(const QImage &image, const TesseractOptions &option
         const int target = options.targetLineHeight;
         if (lineHeight > 0 && lineHeight < target * 2 / 3)
             factor = std::min(3.0, double(target) / lineHeight);
+        // A whole factor keeps every stroke the same width: 13 px text
+        // doubled reads as well as at 2.3 times, on three quarters of the
+        // pixels.
+        if (options.wholeFactor && factor > 1)
+            factor = std::max(2.0, std::round(factor));
         const double pixels = double(gray.width()) * gray.height();
         factor = std::min(factor, std::sqrt(double(maxScaledPixels) / pixels));
         factor = std::max(1.0, factor);
         if (factor > 1.05)
             gray = gray.scaled(QSize(int(gray.width() * factor), int(gray.height() * factor)),
-                               Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+                               Qt::IgnoreAspectRatio, options.smoothUpscale ? Qt::SmoothTransformation : Qt::FastTransformation);
         else
             factor = 1;
     }

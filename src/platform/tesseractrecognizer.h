@@ -17,7 +17,9 @@ struct TesseractOptions
     // What Tesseract is told the resolution is; 0: 96 times the scale applied.
     // 96 throughout lays out upscaled 1x text best.
     int sourceDpi = 96;
-    int targetLineHeight = 30; // pixels from ascender to descender
+    int targetLineHeight = 26; // pixels from ascender to descender
+    bool smoothUpscale = true; // else nearest pixel
+    bool wholeFactor = true;   // scale up by 2 or 3, not by the fraction the target asks
     QList<QPair<QByteArray, QByteArray>> variables; // extra Tesseract settings
 };
 

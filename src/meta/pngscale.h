@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QImage>
+#include <QString>
+
+// Reads a PNG file scaled down while its rows are decoded: each row is folded
+// into an area-averaging accumulator as it arrives, so the full-size image is
+// never held (a 2880 x 1800 screenshot would be 20 MB of pixels).
+namespace PngScale {
+
+enum class Outcome {
+    Done,       // `image` holds the result
+    Failed,     // a PNG that cannot be read: damaged, cut short, too large
+    NotHandled, // not a PNG, or one read better by the general decoder
+};
+
+struct Result
+{
+    Outcome outcome = Outcome::NotHandled;
+    QImage image;
+};
+
+// Decodes `path` with its longest side at most `pixels` (never enlarged),
+// aspect kept. Opaque images come back as Format_RGB32, others as
+// Format_ARGB32_Premultiplied (averaged premultiplied, so no fringes).
+// Files of more than `maxPixels` source pixels fail. Any thread.
+Result readScaled(const QString &path, int pixels, qint64 maxPixels);
+
+// The size `full` takes fitted into `pixels` square (never enlarged, at
+// least 1 x 1).
+QSize fittedSize(QSize full, int pixels);
+
+} // namespace PngScale
