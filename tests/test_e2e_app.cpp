@@ -8,6 +8,7 @@
 #include "support/sandbox.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QImage>
 #include <QSettings>
 #include <QStandardPaths>
@@ -216,8 +217,8 @@ private Q_SLOTS:
         QCOMPARE(savePath(ini), run.path("home/Pictures"));
     }
 
-    // The settings open over the shelf (showing it first) at their size:
-    // the shelf's height less 60, between 420 and 780.
+    // The settings open over the shelf (showing it first); the snapshot
+    // holds the whole form, taller than the sheet's window.
     void settingsSheetSnapshot()
     {
         needDisplay();
@@ -228,9 +229,41 @@ private Q_SLOTS:
         run.setVar(QStringLiteral("BRINDLEWICK_SNAPSHOT_SETTINGS"), snapshot);
         run.start();
 
+        const QString line = run.waitForLine(QStringLiteral("] snapshot "));
+        QVERIFY2(line.startsWith(QStringLiteral("[Brindlewick] snapshot 540x")) && line.endsWith(QStringLiteral(" -> ") + snapshot),
+                 qPrintable(line));
+        const QImage image(snapshot);
+        QCOMPARE(image.width(), 540);
+        QVERIFY(image.height() > 780);
+    }
+
+    // A screenshot written into Home brings the corner card (a 64-point
+    // square gets the smallest image area, 140 x 90), which leaves by
+    // itself after "flashSeconds".
+    void cornerCardComesAndGoes()
+    {
+        needDisplay();
+        AppRun run(m_display->display());
+        const QString shots = prepareShots(run);
+        const QString snapshot = run.path(QStringLiteral("card.png"));
+        QSettings(run.configHome() + QStringLiteral("/Brindlewick/Brindlewick.conf"), QSettings::IniFormat)
+            .setValue(QStringLiteral("flashSeconds"), 1);
+        run.setVar(QStringLiteral("BRINDLEWICK_FOLDER"), shots);
+        run.setVar(QStringLiteral("BRINDLEWICK_SNAPSHOT_FLASH"), snapshot);
+        run.start();
+        QVERIFY2(!run.waitForLine(QStringLiteral("] ready")).isNull(), qPrintable(run.lines().join('\n')));
+
+        writeTestPng(shots + QStringLiteral("/new.png"));
+        QCOMPARE(run.waitForLine(QStringLiteral("] flash shown")),
+                 QStringLiteral("[Brindlewick] flash shown new.png 160x132"));
+        QElapsedTimer shown;
+        shown.start();
         QCOMPARE(run.waitForLine(QStringLiteral("] snapshot ")),
-                 QStringLiteral("[Brindlewick] snapshot 540x506 -> ") + snapshot);
-        QCOMPARE(QImage(snapshot).size(), QSize(540, 506));
+                 QStringLiteral("[Brindlewick] snapshot 160x132 -> ") + snapshot);
+        QCOMPARE(run.waitForLine(QStringLiteral("] flash gone")), QStringLiteral("[Brindlewick] flash gone new.png"));
+        QVERIFY(shown.elapsed() >= 900);
+        run.terminate();
+        QVERIFY(run.waitForExit());
     }
 };
 

@@ -1,5 +1,6 @@
 #include "app/appdelegate.h"
 
+#include "app/commandline.h"
 #include "app/diagnostics.h"
 #include "app/loginprompts.h"
 #include "actions/actionrunner.h"
@@ -17,9 +18,12 @@
 #include "system/capturelocation.h"
 #include "system/hotkey.h"
 #include "system/loginitem.h"
+#include "system/systemthumbnail.h"
 #include "system/prefs.h"
 #include "tidy/autotidy.h"
 #include "ui/appicon.h"
+#include "ui/flash.h"
+#include "ui/folderchooserdialog.h"
 #include "ui/notifications.h"
 #include "ui/settingssheet.h"
 #include "ui/shelfcommands.h"
@@ -53,7 +57,7 @@ constexpr double cellCaptionHeight = 22;
 constexpr double rowGap = 16;
 
 // Shown in the about box; the address and licence are the maker's to settle.
-const QString projectPage = QStringLiteral("https://merrowind.invalid/brindlewick");
+const QString projectPage = QStringLiteral(BRINDLEWICK_WEBSITE_URL);
 const QString licenceLabel = QStringLiteral("Licence: see the LICENSE file of the source");
 
 // The smallest whole-point rectangle that holds `r`.
@@ -85,10 +89,10 @@ QRect constrainedTo(QRect r, const QRect &bounds)
 AppDelegate::AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp,
                          QObject *parent)
     : QObject(parent), m_prefs(prefs), m_capture(capture), m_meta(meta),
+      m_systemThumbnail(std::make_unique<SystemThumbnail>(capture.settings())),
       m_shelf(std::make_unique<Shelf>(prefs, capture, meta, frontApp)),
       m_loginPrompts(std::make_unique<DialogLoginPrompts>()),
-      m_loginItem(std::make_unique<LoginItem>(prefs, LoginItem::defaultEntryPath(),
-                                              QCoreApplication::applicationFilePath(),
+      m_loginItem(std::make_unique<LoginItem>(prefs, LoginItem::defaultEntryPath(), programPath(),
                                               m_loginPrompts.get(), QCoreApplication::applicationPid())),
       m_hooks(std::make_unique<DiagnosticHooks>(*this))
 {
@@ -119,16 +123,18 @@ void AppDelegate::applicationDidFinishLaunching()
         if (self)
             self->toggleShelf();
     };
-    // 9. The corner preview's "open in shelf" handler joins here:
-    //    revealFromPreview(url).
+    // 9. A double-click on the corner card brings the file up in the shelf.
+    m_flash->openInShelf = [self](const QUrl &url) {
+        if (self)
+            self->revealFromPreview(url);
+    };
     // 10. The application-wide key routing (search field versus shelf) was
     //     installed with the window.
-    // 11. New screenshots: the corner preview shows them unless the shelf
-    //     is in front. The preview card itself joins here.
-    connect(m_shelf.get(), &Shelf::freshScreenshot, this, [this](const QUrl &) {
-        if (shelfIsKey())
-            return;
-        // The corner preview shows the file here.
+    // 11. New screenshots: the corner card shows them unless the shelf is
+    //     in front.
+    connect(m_shelf.get(), &Shelf::freshScreenshot, this, [this](const QUrl &url) {
+        if (!shelfIsKey())
+            m_flash->show(url);
     });
     // 12.
     HotKey::registerShortcut();
@@ -197,27 +203,37 @@ void AppDelegate::buildWindow()
             [](const QList<QUrl> &files) { TextIndexer::shared().index(files, false); });
     view->setIndexer(&TextIndexer::shared());
     view->setTidy(&AutoTidy::shared());
-    connect(view->grid(), &ShelfGrid::contextMenuRequested, this,
-            [this](const QList<QUrl> &files, const QPoint &globalPos) {
-                ContextMenu::Parts menuParts;
-                menuParts.shelf = m_shelf.get();
-                menuParts.launcher = &AppLauncher::shared();
-                menuParts.fileManager = &FileManager::shared();
-                menuParts.runner = m_runner.get();
-                menuParts.quickLook = m_quickLook.get();
-                menuParts.pins = m_pins.get();
-                menuParts.indexer = &TextIndexer::shared();
-                menuParts.prompt = m_folderPrompt.get();
-                menuParts.meta = m_meta;
-                menuParts.window = m_window.get();
-                ContextMenu::popup(files, menuParts, globalPos, m_window.get());
-            });
+    connect(view->grid(), &ShelfGrid::contextMenuRequested, this, &AppDelegate::popupFileMenu);
+    Flash::Parts cardParts;
+    cardParts.prefs = &m_prefs;
+    cardParts.thumbs = &Thumbs::shared();
+    cardParts.shelf = m_shelf.get();
+    cardParts.contextMenu = [this](const QList<QUrl> &files, const QPoint &at) { return popupFileMenu(files, at); };
+    m_flash = std::make_unique<Flash>(std::move(cardParts));
+    connect(m_flash.get(), &Flash::shown, this, [this](FlashPanel *card) { m_hooks->afterFlashShown(card); });
+    connect(m_flash.get(), &Flash::gone, this, [this](const QUrl &url) { m_hooks->afterFlashGone(url); });
     m_mainMenu->attachTo(m_window.get());
     connect(m_window.get(), &ShelfWindow::liveResizeEnded, this,
             [this](QSize size) { windowDidEndLiveResize(QSizeF(size)); });
     connect(m_window.get(), &ShelfWindow::shownChanged, this, [this] { nameStatusToggle(); });
     // Created now (though hidden) so that events can be addressed to it.
     m_window->winId();
+}
+
+QMenu *AppDelegate::popupFileMenu(const QList<QUrl> &files, const QPoint &globalPos)
+{
+    ContextMenu::Parts menuParts;
+    menuParts.shelf = m_shelf.get();
+    menuParts.launcher = &AppLauncher::shared();
+    menuParts.fileManager = &FileManager::shared();
+    menuParts.runner = m_runner.get();
+    menuParts.quickLook = m_quickLook.get();
+    menuParts.pins = m_pins.get();
+    menuParts.indexer = &TextIndexer::shared();
+    menuParts.prompt = m_folderPrompt.get();
+    menuParts.meta = m_meta;
+    menuParts.window = m_window.get();
+    return ContextMenu::popup(files, menuParts, globalPos, m_window.get());
 }
 
 void AppDelegate::statusClicked(QSystemTrayIcon::ActivationReason reason)
@@ -355,7 +371,21 @@ void AppDelegate::openSettings()
         return;
     auto *sheet = new SettingsSheetWindow(m_window.get());
     sheet->setAttribute(Qt::WA_DeleteOnClose);
-    sheet->setContent(new SettingsSheet(m_shelf.get(), [this] { closeSettings(); }));
+    m_sheetFolderChooser = std::make_unique<FolderChooserDialog>(sheet);
+    m_sheetConfirm = std::make_unique<DialogConfirmPrompt>(sheet);
+    SettingsParts parts;
+    parts.shelf = m_shelf.get();
+    parts.prefs = &m_prefs;
+    parts.tidy = &AutoTidy::shared();
+    parts.indexer = &TextIndexer::shared();
+    parts.meta = m_meta;
+    parts.loginItem = m_loginItem.get();
+    parts.systemThumbnail = m_systemThumbnail.get();
+    parts.heartbeat = m_heartbeat;
+    parts.folderChooser = m_sheetFolderChooser.get();
+    parts.confirm = m_sheetConfirm.get();
+    parts.runner = m_runner.get();
+    sheet->setContent(new SettingsSheet(parts, [this] { closeSettings(); }));
     sheet->onCancel = [this] { closeSettings(); };
     const int height = std::max(420, std::min(m_window->frameGeometry().height() - 60, 780));
     sheet->setFixedSize(settingsWidth, height);
@@ -389,9 +419,17 @@ void AppDelegate::revealFromPreview(const QUrl &url)
         m_shelf->openFolder(folder);
     showShelf();
     QTimer::singleShot(revealSelectDelayMs, this, [this, url] {
-        if (!m_shelf->visible().contains(url))
-            m_shelf->setQuery(QString());
-        m_shelf->select(url);
+        auto reveal = [this, url] {
+            if (!m_shelf->visible().contains(url))
+                m_shelf->setQuery(QString());
+            m_shelf->select(url);
+        };
+        // A folder just opened may not be listed yet, and a selection of a
+        // file the listing lacks would be dropped when it comes in.
+        if (m_shelf->items().contains(url))
+            reveal();
+        else
+            connect(m_shelf.get(), &Shelf::scanApplied, this, reveal, Qt::SingleShotConnection);
     });
 }
 

@@ -15,7 +15,11 @@
 
 class ActionRunner;
 class CaptureLocation;
+class ConfirmPrompt;
+class FolderChooser;
+class Heartbeat;
 class DiagnosticHooks;
+class Flash;
 class FrontApp;
 class LoginItem;
 class LoginPrompts;
@@ -29,6 +33,7 @@ class Shelf;
 class ShelfCommands;
 class TextPrompt;
 class ShelfWindow;
+class SystemThumbnail;
 
 // The application: owns the shelf, the tray icon, the shelf window and the
 // settings sheet, runs the launch sequence, and turns the user's global
@@ -59,6 +64,8 @@ public:
 
     // The launch sequence; run once the event loop has started.
     void applicationDidFinishLaunching();
+    // The daily usage count, for its switch in the settings; may stay unset.
+    void setHeartbeat(Heartbeat *heartbeat) { m_heartbeat = heartbeat; }
     // Gives the screenshot tool its own save folder back. Safe to call more
     // than once (quit, a termination signal, the session ending).
     void applicationWillTerminate();
@@ -96,6 +103,8 @@ public:
     DiagnosticHooks &diagnostics() const { return *m_hooks; }
     QuickLook &quickLook() const { return *m_quickLook; }
     Pins &pins() const { return *m_pins; }
+    // The corner card of new screenshots.
+    Flash &flash() const { return *m_flash; }
     // Visible and holding the keyboard focus of the desktop.
     bool shelfIsKey() const;
 
@@ -104,6 +113,8 @@ private:
     void buildStatusItem();
     void buildWindow();
     void nameStatusToggle();
+    // The menu of a right-click on these files, at a global point.
+    QMenu *popupFileMenu(const QList<QUrl> &files, const QPoint &globalPos);
 
     Prefs &m_prefs;
     CaptureLocation &m_capture;
@@ -122,7 +133,15 @@ private:
     std::unique_ptr<TextPrompt> m_folderPrompt;
     std::unique_ptr<ShelfCommands> m_commands;
     QPointer<SettingsSheetWindow> m_settingsWindow;
+    // What the settings act on besides the delegate's own parts; the
+    // questions are asked over the sheet.
+    std::unique_ptr<SystemThumbnail> m_systemThumbnail;
+    Heartbeat *m_heartbeat = nullptr;
+    std::unique_ptr<FolderChooser> m_sheetFolderChooser;
+    std::unique_ptr<ConfirmPrompt> m_sheetConfirm;
     std::unique_ptr<Shelf> m_shelf;
+    // After the shelf: its cards hold it and go first.
+    std::unique_ptr<Flash> m_flash;
     std::unique_ptr<LoginPrompts> m_loginPrompts;
     std::unique_ptr<LoginItem> m_loginItem;
     std::unique_ptr<DiagnosticHooks> m_hooks;

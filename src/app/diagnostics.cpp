@@ -8,6 +8,7 @@
 #include "ui/shelfwindow.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPixmap>
@@ -42,7 +43,7 @@ bool anyHookSet()
 {
     for (const char *name : {"BRINDLEWICK_DEBUG", "BRINDLEWICK_OPEN", "BRINDLEWICK_SETTINGS", "BRINDLEWICK_CLICK",
                              "BRINDLEWICK_MARQUEE", "BRINDLEWICK_KEY", "BRINDLEWICK_SNAPSHOT",
-                             "BRINDLEWICK_SNAPSHOT_SETTINGS"}) {
+                             "BRINDLEWICK_SNAPSHOT_SETTINGS", "BRINDLEWICK_SNAPSHOT_FLASH"}) {
         if (hookSet(name))
             return true;
     }
@@ -212,9 +213,29 @@ void DiagnosticHooks::afterOpenSettings(QWidget *sheet)
         return;
     QPointer<QWidget> target(sheet);
     later(m_delegate, settingsSnapshotDelayMs, [this, target, path] {
-        if (target)
+        // The whole form, also what is scrolled out of view.
+        if (auto *window = qobject_cast<SettingsSheetWindow *>(target.data()))
+            writeSnapshot(window->snapshot(), path);
+        else if (target)
             snapshotWindow(target, path);
     });
+}
+
+void DiagnosticHooks::afterFlashShown(QWidget *card)
+{
+    if (!card || !anyHookSet())
+        return;
+    const QString name = QFileInfo(card->windowTitle()).fileName();
+    log(QStringLiteral("flash shown %1 %2x%3").arg(name, QString::number(card->width()), QString::number(card->height())));
+    const QString path = qEnvironmentVariable("BRINDLEWICK_SNAPSHOT_FLASH");
+    if (!path.isEmpty())
+        snapshotWindow(card, path);
+}
+
+void DiagnosticHooks::afterFlashGone(const QUrl &url)
+{
+    if (anyHookSet())
+        log(QStringLiteral("flash gone %1").arg(QFileInfo(url.toLocalFile()).fileName()));
 }
 
 QStringList DiagnosticHooks::keyTokens(const QString &value)
@@ -275,9 +296,12 @@ std::optional<QRect> DiagnosticHooks::findCell(QWidget *window, const QUrl &url)
 
 void DiagnosticHooks::snapshotWindow(QWidget *window, const QString &path) const
 {
-    if (!window)
-        return;
-    const QPixmap image = window->grab();
+    if (window)
+        writeSnapshot(window->grab(), path);
+}
+
+void DiagnosticHooks::writeSnapshot(const QPixmap &image, const QString &path) const
+{
     if (image.isNull())
         return;
     QSaveFile file(path);

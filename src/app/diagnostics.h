@@ -11,6 +11,7 @@
 #include <optional>
 
 class AppDelegate;
+class QPixmap;
 class QWidget;
 class Shelf;
 
@@ -26,10 +27,14 @@ class Shelf;
 //   BRINDLEWICK_MARQUEE            drag from empty space to the second cell
 //   BRINDLEWICK_KEY=C18,S124,...   keys from 2.0 s, one every 0.3 s
 //   BRINDLEWICK_SNAPSHOT=path      PNG of the shelf 2.5 s after every show
-//   BRINDLEWICK_SNAPSHOT_SETTINGS  PNG of the settings 1.5 s after they open
+//   BRINDLEWICK_SNAPSHOT_SETTINGS  PNG of the whole settings form (also what is
+//                                  scrolled out of view) 1.5 s after it opens
 //   BRINDLEWICK_DEBUG              the focused view 1.5 s after every show
+//   BRINDLEWICK_SNAPSHOT_FLASH=path PNG of each corner card once it has slid in
 //
-// With any of them set, "[Brindlewick] ready" is written once launching has
+// With any of them set, the corner card reports "flash shown <name> WxH"
+// once it has slid in and "flash gone <name>" when it has left, and
+// "[Brindlewick] ready" is written once launching has
 // finished and the first scan of the folder is in, so a harness can wait
 // for it instead of guessing.
 //
@@ -56,6 +61,8 @@ public:
     void scheduleLaunchHooks();
     void afterShow();
     void afterOpenSettings(QWidget *sheet);
+    void afterFlashShown(QWidget *card);
+    void afterFlashGone(const QUrl &url);
 
     // Where the lines go (without the "[Brindlewick] " prefix); standard
     // error unless a test listens instead.
@@ -91,6 +98,7 @@ private:
 
     void log(const QString &line) const;
     void snapshotWindow(QWidget *window, const QString &path) const;
+    void writeSnapshot(const QPixmap &image, const QString &path) const;
     void announceReadyIfDue();
 
     void enqueue(Gesture gesture);

@@ -1,80 +1,22 @@
 #include "actions/views/pinwindow.h"
 
+#include "actions/views/desktopwindows.h"
+
 #include <QApplication>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
-#include <QTimer>
 #include <QWindow>
-
-#include <xcb/xcb.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
 
 namespace {
 
 // How close to an edge (points) a press resizes instead of moving.
 constexpr int resizeBand = 6;
-
-xcb_atom_t internAtom(xcb_connection_t *connection, const char *name)
-{
-    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, uint16_t(std::strlen(name)), name), nullptr);
-    const xcb_atom_t atom = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
-    std::free(reply);
-    return atom;
-}
-
-// Asks an EWMH window manager to keep `window` on every workspace: the
-// state property before the window is mapped (read at map time), and the
-// client messages once it is (a mapped window's property is the manager's).
-void requestSticky(xcb_window_t window, bool mapped)
-{
-    auto *x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    xcb_connection_t *connection = x11 ? x11->connection() : nullptr;
-    if (!connection || !window)
-        return;
-    const xcb_atom_t state = internAtom(connection, "_NET_WM_STATE");
-    const xcb_atom_t sticky = internAtom(connection, "_NET_WM_STATE_STICKY");
-    const xcb_atom_t desktop = internAtom(connection, "_NET_WM_DESKTOP");
-    if (state == XCB_ATOM_NONE || sticky == XCB_ATOM_NONE)
-        return;
-    if (!mapped) {
-        xcb_change_property(connection, XCB_PROP_MODE_APPEND, window, state, XCB_ATOM_ATOM, 32, 1, &sticky);
-        const uint32_t all = 0xFFFFFFFFu;
-        if (desktop != XCB_ATOM_NONE)
-            xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, desktop, XCB_ATOM_CARDINAL, 32, 1, &all);
-        xcb_flush(connection);
-        return;
-    }
-    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
-    if (!screen)
-        return;
-    auto send = [&](xcb_atom_t type, uint32_t a, uint32_t b) {
-        xcb_client_message_event_t event;
-        std::memset(&event, 0, sizeof event);
-        event.response_type = XCB_CLIENT_MESSAGE;
-        event.format = 32;
-        event.window = window;
-        event.type = type;
-        event.data.data32[0] = a;
-        event.data.data32[1] = b;
-        event.data.data32[3] = 1; // from an ordinary application
-        xcb_send_event(connection, 0, screen->root,
-                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                       reinterpret_cast<const char *>(&event));
-    };
-    send(state, 1 /* add */, sticky);
-    if (desktop != XCB_ATOM_NONE)
-        send(desktop, 0xFFFFFFFFu, 0);
-    xcb_flush(connection);
-}
 
 } // namespace
 
@@ -223,11 +165,4 @@ void PinWindow::showEvent(QShowEvent *event)
     joinAllWorkspaces();
 }
 
-void PinWindow::joinAllWorkspaces()
-{
-    if (QGuiApplication::platformName() != QLatin1String("xcb"))
-        return; // elsewhere the compositor decides; nothing to ask
-    const xcb_window_t window = xcb_window_t(winId());
-    requestSticky(window, false);
-    QTimer::singleShot(0, this, [window] { requestSticky(window, true); });
-}
+void PinWindow::joinAllWorkspaces() { DesktopWindows::joinAllWorkspaces(this); }
