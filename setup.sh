@@ -5,6 +5,7 @@
 #   ./setup.sh run      ... then start Brindlewick
 #   ./setup.sh test     ... then run the whole test suite
 #   ./setup.sh bench    ... then run the benchmarks (see bench/README.md)
+#   ./setup.sh package  ... a Debian package instead: builds build-package/*.deb
 # It installs only missing packages, runs apt-get update at most once, and
 # needs no input (it uses sudo when not run as root).
 set -euo pipefail
@@ -17,9 +18,12 @@ PACKAGES=(
   libglib2.0-dev
   libtesseract-dev libleptonica-dev tesseract-ocr-eng
   libxcb1-dev
+  libsimdjson-dev libspng-dev
 )
 # Only for the end-to-end tests: a virtual X server and a key sender.
-TEST_PACKAGES=(xvfb xauth xdotool dbus-x11)
+TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream)
+# Only for the Debian package: dpkg-shlibdeps computes its dependencies.
+PACKAGE_PACKAGES=(dpkg-dev file)
 # Only for benchmarks: the reference tools they are measured against.
 BENCH_PACKAGES=(tesseract-ocr libvips-tools python3 findutils)
 
@@ -28,8 +32,9 @@ wanted=("${PACKAGES[@]}")
 case "$action" in
   test) wanted+=("${TEST_PACKAGES[@]}") ;;
   bench) wanted+=("${TEST_PACKAGES[@]}" "${BENCH_PACKAGES[@]}") ;;
+  package) wanted+=("${PACKAGE_PACKAGES[@]}") ;;
   run|build) ;;
-  *) echo "usage: $0 [build|run|test|bench]" >&2; exit 2 ;;
+  *) echo "usage: $0 [build|run|test|bench|package]" >&2; exit 2 ;;
 esac
 
 missing=()
@@ -46,6 +51,18 @@ if ((${#missing[@]})); then
     "${apt[@]}" update
     "${apt[@]}" install -y --no-install-recommends "${missing[@]}"
   fi
+fi
+
+if [[ "$action" == package ]]; then
+  # Its own build folder: installed paths under /usr, no tests.
+  PACKAGE_DIR="${BRINDLEWICK_PACKAGE_DIR:-build-package}"
+  cmake -S . -B "$PACKAGE_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DCMAKE_INSTALL_PREFIX=/usr -DBRINDLEWICK_TESTS=OFF >/dev/null
+  cmake --build "$PACKAGE_DIR"
+  rm -f "$PACKAGE_DIR"/brindlewick_*.deb
+  (cd "$PACKAGE_DIR" && cpack -G DEB >/dev/null)
+  ls -1 "$(cd "$PACKAGE_DIR" && pwd)"/brindlewick_*.deb
+  exit 0
 fi
 
 BUILD_DIR="${BRINDLEWICK_BUILD_DIR:-build}"

@@ -1,5 +1,5 @@
 #include "app/appdelegate.h"
-#include "app/logincommand.h"
+#include "app/commandline.h"
 #include "app/quitsignals.h"
 #include "app/singleinstance.h"
 #include "meta/metastore.h"
@@ -7,7 +7,6 @@
 #include "platform/frontapp.h"
 #include "system/capturelocation.h"
 #include "system/heartbeat.h"
-#include "system/loginitem.h"
 #include "system/prefs.h"
 #include "tidy/autotidy.h"
 #include "ui/appicon.h"
@@ -17,7 +16,6 @@
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -39,13 +37,11 @@ void restoreCaptureLocationAtExit() { CaptureLocation::shared().restore(); }
 
 int main(int argc, char *argv[])
 {
-    if (argc >= 3 && std::strcmp(argv[1], "--login") == 0) {
-        QCoreApplication app(argc, argv);
-        LoginItem item(Prefs::shared(), LoginItem::defaultEntryPath(), QCoreApplication::applicationFilePath(),
-                       nullptr, QCoreApplication::applicationPid());
-        return runLoginCommand(item, QString::fromLocal8Bit(argv[2]));
-    }
-    const bool toggle = argc >= 2 && std::strcmp(argv[1], "--toggle") == 0;
+    // --help, --version, --login, --search, --recognise: no display needed.
+    const CommandLine commandLine = runCommandLine(argc, argv);
+    if (commandLine.status)
+        return *commandLine.status;
+    const bool toggle = commandLine.toggle;
 
     if (!hasDisplay()) {
         std::fputs("Brindlewick needs a desktop session, and this one has no display.\n"
@@ -57,6 +53,8 @@ int main(int argc, char *argv[])
     QApplication app(argc, argv);
     app.setApplicationName(QStringLiteral("Brindlewick"));
     app.setApplicationVersion(QStringLiteral(BRINDLEWICK_VERSION));
+    // Wayland and the portals match our windows to the installed desktop entry by it.
+    app.setDesktopFileName(QStringLiteral(BRINDLEWICK_APP_ID));
     app.setQuitOnLastWindowClosed(false);
     app.setWindowIcon(appIcon());
     if (qgetenv("BRINDLEWICK_PALETTE") == "dark")
@@ -86,6 +84,10 @@ int main(int argc, char *argv[])
 
     const std::unique_ptr<FrontApp> frontApp = makeFrontApp();
     AppDelegate delegate(Prefs::shared(), CaptureLocation::shared(), &MetaStore::shared(), frontApp.get());
+    // `brindlewick --recognise` run meanwhile hands its text to our store.
+    instance.setAnswerer([](const QByteArray &request, const SingleInstance::Answer &answer) {
+        return takeRecognisedText(MetaStore::shared(), request, answer);
+    });
     QObject::connect(&instance, &SingleInstance::requested, &delegate, [&delegate](const QByteArray &request) {
         if (request == "toggle")
             delegate.toggleShelf();
@@ -100,6 +102,7 @@ int main(int argc, char *argv[])
 
     Heartbeat heartbeat(Prefs::shared(), QUrl(QStringLiteral(BRINDLEWICK_PING_ENDPOINT)),
                         QStringLiteral(BRINDLEWICK_VERSION), Heartbeat::distributionVersion());
+    delegate.setHeartbeat(&heartbeat);
     QTimer::singleShot(0, &delegate, [&delegate, &heartbeat, toggle] {
         delegate.applicationDidFinishLaunching();
         // Old screenshots go to Archive (or the Trash) when the user asked for it.

@@ -9,6 +9,7 @@
 #include <QDBusAbstractInterface>
 #include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
@@ -128,6 +129,14 @@ public:
                     if (session.path() == m_session && id == shortcutId && m_onPress)
                         m_onPress();
                 });
+        // Portals cannot tell which application a program outside a sandbox
+        // is; newer ones take its ID here, before any other call, and so
+        // file the shortcut under our desktop entry. Older ones answer
+        // with an error, which changes nothing.
+        QDBusConnection::sessionBus().asyncCall(QDBusMessage::createMethodCall(
+            portalService, portalPath, QStringLiteral("org.freedesktop.host.portal.Registry"),
+            QStringLiteral("Register"))
+            << QStringLiteral(BRINDLEWICK_APP_ID) << QVariantMap());
         const QString token = newToken();
         request(token, [this](const QVariantMap &results) {
             // A string in the documented interface; some versions send an

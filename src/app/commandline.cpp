@@ -1,0 +1,353 @@
+#include "app/commandline.h"
+
+#include "app/logincommand.h"
+#include "app/singleinstance.h"
+#include "meta/metastore.h"
+#include "meta/textindexer.h"
+#include "model/shelf.h"
+#include "platform/textrecognizer.h"
+#include "system/capturelocation.h"
+#include "system/loginitem.h"
+#include "system/prefs.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <cstdio>
+
+#include <unistd.h>
+
+namespace {
+
+const QByteArray recognisedVerb = QByteArrayLiteral("recognised ");
+// Records per request: keeps each line far below what the instance accepts.
+constexpr qsizetype recordsPerRequest = 100;
+
+// Qt's own options for the desktop program ("-platform xcb", "-session ID"
+// from a session manager): passed on to the application, not ours to judge.
+bool isQtOption(const QString &argument, bool *takesValue)
+{
+    static const QStringList withValue = {
+        QStringLiteral("-platform"), QStringLiteral("-platformpluginpath"), QStringLiteral("-platformtheme"),
+        QStringLiteral("-plugin"), QStringLiteral("-display"), QStringLiteral("-style"),
+        QStringLiteral("-stylesheet"), QStringLiteral("-session"), QStringLiteral("-qwindowgeometry"),
+        QStringLiteral("-geometry"), QStringLiteral("-name")};
+    static const QStringList alone = {QStringLiteral("-reverse"), QStringLiteral("-widgetcount")};
+    *takesValue = withValue.contains(argument);
+    return *takesValue || alone.contains(argument);
+}
+
+void say(FILE *stream, const QString &text)
+{
+    const QByteArray bytes = text.toLocal8Bit();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
+    std::fflush(stream);
+}
+
+QString isoDate(const QDateTime &time)
+{
+    // Local time with its offset, to the second.
+    return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODate);
+}
+
+// The screenshots of Home matching `query`, by the shelf's own listing and
+// search, newest first. Runs the event loop until the listing and the
+// metadata are in; never writes the metadata file.
+int runSearch(const QString &query, bool json)
+{
+    // A missing metadata file means names only; a store is not even made
+    // then, since making one creates its folder.
+    const QString metaPath = MetaStore::defaultFilePath();
+    std::unique_ptr<MetaStore> meta;
+    if (QFileInfo(metaPath).exists() || QFileInfo(metaPath).isSymLink())
+        meta = std::make_unique<MetaStore>(metaPath);
+    // No front application: the scan records nothing in the store.
+    Shelf shelf(Prefs::shared(), CaptureLocation::shared(), meta.get(), nullptr);
+    shelf.setQuery(query);
+
+    bool scanned = false;
+    const auto quitWhenReady = [&] {
+        if (scanned && (!meta || meta->isLoaded()))
+            QCoreApplication::quit();
+    };
+    QObject::connect(&shelf, &Shelf::scanApplied, &shelf, [&] {
+        scanned = true;
+        quitWhenReady();
+    });
+    if (meta)
+        QObject::connect(meta.get(), &MetaStore::loaded, &shelf, quitWhenReady);
+    QCoreApplication::exec();
+
+    const QList<QUrl> found = shelf.visible();
+    if (json) {
+        QJsonArray list;
+        for (const QUrl &url : found) {
+            const QString path = url.toLocalFile();
+            const std::optional<FileMeta> record = meta ? meta->meta(url) : std::nullopt;
+            QJsonObject item;
+            item.insert(QStringLiteral("name"), url.fileName());
+            item.insert(QStringLiteral("path"), path);
+            item.insert(QStringLiteral("date"), isoDate(QFileInfo(path).lastModified()));
+            item.insert(QStringLiteral("application"),
+                        record && record->app ? QJsonValue(*record->app) : QJsonValue());
+            item.insert(QStringLiteral("text"), record && record->text ? QJsonValue(*record->text) : QJsonValue());
+            list.append(item);
+        }
+        const QByteArray out = QJsonDocument(list).toJson(QJsonDocument::Indented);
+        std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
+    } else {
+        for (const QUrl &url : found)
+            say(stdout, url.toLocalFile() + QLatin1Char('\n'));
+    }
+    std::fflush(stdout);
+    return found.isEmpty() ? 1 : 0;
+}
+
+// Recognised text replaces what the store had for those names; the rest of
+// each record (the application in front) stays.
+void mergeText(MetaStore &store, const QHash<QString, FileMeta> &records)
+{
+    for (auto it = records.cbegin(); it != records.cend(); ++it) {
+        const FileMeta &incoming = it.value();
+        store.update(QUrl::fromLocalFile(it.key()), [&incoming](FileMeta &m) {
+            m.text = incoming.text;
+            m.textAt = incoming.textAt;
+        });
+    }
+}
+
+// Hands `records` to the running instance, or writes them into the store
+// directly when none runs (holding off a start meanwhile).
+bool storeRecognised(const QHash<QString, FileMeta> &records)
+{
+    SingleInstance instance(SingleInstance::defaultSocketPath());
+    const QList<QString> names = records.keys();
+    for (qsizetype first = 0; first < names.size(); first += recordsPerRequest) {
+        QHash<QString, FileMeta> part;
+        for (const QString &name : names.mid(first, recordsPerRequest))
+            part.insert(name, records.value(name));
+        const QByteArray request = recognisedVerb + MetaStore::encode(part).toBase64();
+        bool stored = false;
+        // An instance may start or end between our two tries; a few rounds settle it.
+        for (int attempt = 0; attempt < 3 && !stored; ++attempt) {
+            const SingleInstance::Reply reply = instance.ask(request);
+            if (reply.status == SingleInstance::Reply::answered) {
+                if (reply.answer != "stored")
+                    return false;
+                stored = true;
+                break;
+            }
+            if (reply.status == SingleInstance::Reply::noAnswer)
+                return false;
+            bool written = false;
+            const bool ran = instance.runWhileNoneRunning([&part, &written] {
+                MetaStore store(MetaStore::defaultFilePath());
+                mergeText(store, part);
+                // Waits for the load, replays our changes over it, writes atomically.
+                written = store.flush(30000);
+            });
+            if (ran && !written)
+                return false;
+            stored = ran;
+        }
+        if (!stored)
+            return false;
+    }
+    return true;
+}
+
+int runRecognise(const QStringList &paths)
+{
+    int status = 0;
+    QList<QUrl> files;
+    for (const QString &path : paths) {
+        const QFileInfo info(path);
+        if (!info.isFile() || !QImageReader(info.absoluteFilePath()).canRead()) {
+            say(stderr, QStringLiteral("brindlewick: not a readable image: ") + path + QLatin1Char('\n'));
+            status = 1;
+            continue;
+        }
+        files.append(QUrl::fromLocalFile(info.absoluteFilePath()));
+    }
+    if (files.isEmpty())
+        return status;
+
+    // The indexer's results land in a store that lives in memory only: with
+    // a folder in its file's place, it neither reads nor writes one.
+    const QTemporaryDir scratchPlace;
+    MetaStore scratch(scratchPlace.path());
+    const QString languages = recognitionLanguages(Prefs::shared().text(PrefKey::ocrLanguages));
+    TextIndexer indexer(scratch, [languages] { return makeTesseractRecognizer(languages); });
+    const bool terminal = ::isatty(STDERR_FILENO);
+    QObject::connect(&indexer, &TextIndexer::doneChanged, &indexer, [&indexer, terminal](int done) {
+        if (terminal)
+            say(stderr, QStringLiteral("\rRecognising text: %1 of %2").arg(done).arg(indexer.total()));
+    });
+    QObject::connect(&indexer, &TextIndexer::runningChanged, &indexer, [terminal](bool running) {
+        if (running)
+            return;
+        if (terminal)
+            say(stderr, QStringLiteral("\n"));
+        QCoreApplication::quit();
+    });
+    // Once the scratch store is "loaded", so nothing waits to be replayed.
+    const auto start = [&indexer, &files] { indexer.index(files, true); };
+    if (scratch.isLoaded())
+        QTimer::singleShot(0, &indexer, start);
+    else
+        QObject::connect(&scratch, &MetaStore::loaded, &indexer, start);
+    QCoreApplication::exec();
+
+    QHash<QString, FileMeta> records;
+    for (const QUrl &file : std::as_const(files)) {
+        const std::optional<FileMeta> record = scratch.meta(file);
+        if (record && record->text)
+            records.insert(file.fileName(), *record);
+    }
+    if (records.isEmpty() || !storeRecognised(records)) {
+        say(stderr, QStringLiteral("brindlewick: the recognised text could not be stored\n"));
+        return 1;
+    }
+    return status;
+}
+
+} // namespace
+
+bool takeRecognisedText(MetaStore &store, const QByteArray &request,
+                        const std::function<void(const QByteArray &)> &answer)
+{
+    if (!request.startsWith(recognisedVerb))
+        return false;
+    const std::optional<QHash<QString, FileMeta>> records =
+        MetaStore::decode(QByteArray::fromBase64(request.mid(recognisedVerb.size())));
+    if (!records) {
+        answer(QByteArrayLiteral("unreadable"));
+        return true;
+    }
+    mergeText(store, *records);
+    // Answered once a write that includes these records is done and no
+    // other is queued behind it (a write under way when they came in holds
+    // the older records; the one after it, ours).
+    auto *waiter = new QObject(&store);
+    QObject::connect(&store, &MetaStore::saveFinished, waiter, [waiter, &store, answer](bool written) {
+        QTimer::singleShot(0, waiter, [waiter, &store, answer, written] {
+            if (store.isSaving())
+                return;
+            answer(written ? QByteArrayLiteral("stored") : QByteArrayLiteral("unsaved"));
+            delete waiter;
+        });
+    });
+    store.save();
+    return true;
+}
+
+QString programPath()
+{
+    const QString self = QCoreApplication::applicationFilePath();
+    const QString installed = QStringLiteral(BRINDLEWICK_INSTALLED_BINARY);
+    const QFileInfo installedInfo(installed);
+    if (installedInfo.exists() && installedInfo.canonicalFilePath() == QFileInfo(self).canonicalFilePath())
+        return installed;
+    return self;
+}
+
+CommandLine runCommandLine(int argc, char *argv[])
+{
+    CommandLine result;
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        bool takesValue = false;
+        const QString argument = QString::fromLocal8Bit(argv[i]);
+        if (i > 0 && isQtOption(argument, &takesValue)) {
+            i += takesValue ? 1 : 0;
+            continue;
+        }
+        arguments << argument;
+    }
+    if (arguments.size() <= 1)
+        return result;
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Keeps your screenshots at hand: a tray icon and a shelf of your screenshot folder.\n"
+        "With no option it starts (or shows the running one's shelf)."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Show this help and exit."));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
+                                     QStringLiteral("Show the version and exit."));
+    const QCommandLineOption toggle(QStringLiteral("toggle"),
+                                    QStringLiteral("Show the shelf, or hide it when it is in front."));
+    const QCommandLineOption search(QStringLiteral("search"),
+                                    QStringLiteral("Print the screenshots whose name or recognised text "
+                                                   "contains TEXT, newest first, one path a line. "
+                                                   "Exit status 1 when none does."),
+                                    QStringLiteral("TEXT"));
+    const QCommandLineOption json(QStringLiteral("json"),
+                                  QStringLiteral("With --search: print name, path, date, application and "
+                                                 "text of each match as JSON."));
+    const QCommandLineOption recognise({QStringLiteral("recognise"), QStringLiteral("recognize")},
+                                       QStringLiteral("Recognise the text of the given images now and store it "
+                                                      "for search."));
+    const QCommandLineOption login(QStringLiteral("login"),
+                                   QStringLiteral("Start at login (on), or not (off); any other word "
+                                                  "prints the state."),
+                                   QStringLiteral("on|off"));
+    parser.addOptions({help, version, toggle, search, json, recognise, login});
+    parser.addPositionalArgument(QStringLiteral("PATH"), QStringLiteral("With --recognise: the images."),
+                                 QStringLiteral("[PATH...]"));
+
+    const bool parsed = parser.parse(arguments);
+    const int commands = int(parser.isSet(search)) + int(parser.isSet(recognise)) + int(parser.isSet(login))
+                         + int(parser.isSet(toggle));
+    QString problem;
+    if (!parsed)
+        problem = parser.errorText();
+    else if (commands > 1)
+        problem = QStringLiteral("--search, --recognise, --login and --toggle go alone");
+    else if (parser.isSet(json) && !parser.isSet(search))
+        problem = QStringLiteral("--json goes with --search");
+    else if (parser.isSet(recognise) && parser.positionalArguments().isEmpty())
+        problem = QStringLiteral("--recognise needs at least one image");
+    else if (!parser.isSet(recognise) && !parser.positionalArguments().isEmpty())
+        problem = QStringLiteral("unexpected argument: ") + parser.positionalArguments().constFirst();
+
+    if (problem.isEmpty() && !parser.isSet(help) && !parser.isSet(version) && commands == int(parser.isSet(toggle))) {
+        result.toggle = parser.isSet(toggle);
+        return result; // the desktop program
+    }
+
+    // Only the program's name: the usage line shows it as typed on a path.
+    static char name[] = "brindlewick";
+    static char *coreArgv[] = {name, nullptr};
+    static int coreArgc = 1;
+    QCoreApplication app(coreArgc, coreArgv);
+    QCoreApplication::setApplicationName(QStringLiteral("brindlewick"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(BRINDLEWICK_VERSION));
+    if (!problem.isEmpty()) {
+        say(stderr, QStringLiteral("brindlewick: ") + problem + QStringLiteral("\n\n") + parser.helpText());
+        result.status = 2;
+    } else if (parser.isSet(help)) {
+        say(stdout, parser.helpText());
+        result.status = 0;
+    } else if (parser.isSet(version)) {
+        say(stdout, QStringLiteral("brindlewick " BRINDLEWICK_VERSION "\n"));
+        result.status = 0;
+    } else if (parser.isSet(login)) {
+        LoginItem item(Prefs::shared(), LoginItem::defaultEntryPath(), programPath(), nullptr,
+                       QCoreApplication::applicationPid());
+        result.status = runLoginCommand(item, parser.value(login));
+    } else if (parser.isSet(search)) {
+        result.status = runSearch(parser.value(search), parser.isSet(json));
+    } else {
+        result.status = runRecognise(parser.positionalArguments());
+    }
+    return result;
+}
