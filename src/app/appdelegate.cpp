@@ -25,6 +25,7 @@
 #include "ui/flash.h"
 #include "ui/folderchooserdialog.h"
 #include "ui/notifications.h"
+#include "system/texts.h"
 #include "ui/settingssheet.h"
 #include "ui/shelfcommands.h"
 #include "platform/filemanager.h"
@@ -58,7 +59,6 @@ constexpr double rowGap = 16;
 
 // Shown in the about box; the address and licence are the maker's to settle.
 const QString projectPage = QStringLiteral(BRINDLEWICK_WEBSITE_URL);
-const QString licenceLabel = QStringLiteral("Licence: see the LICENSE file of the source");
 
 // The smallest whole-point rectangle that holds `r`.
 QRect integralRect(const QRectF &r)
@@ -479,7 +479,7 @@ void AppDelegate::showAbout()
     box->setText(QStringLiteral("<b>Brindlewick</b><br>Version %1 (%2)")
                      .arg(QStringLiteral(BRINDLEWICK_VERSION), QStringLiteral(BRINDLEWICK_BUILD_NUMBER)));
     box->setInformativeText(QStringLiteral("Made by Merrowind \u00b7 <a href=\"%1\">%1</a><br>%2")
-                                .arg(projectPage.toHtmlEscaped(), licenceLabel.toHtmlEscaped()));
+                                .arg(projectPage.toHtmlEscaped(), Texts::distributionNotice.toHtmlEscaped()));
     box->setStandardButtons(QMessageBox::Ok);
     box->setWindowModality(Qt::NonModal);
     m_about = box;

@@ -2,6 +2,6 @@
 
 #include <QIcon>
 
-// The program's icon (tray, windows, about box): a small stack of two
-// photos, drawn rather than shipped so it is sharp at every size.
+// The program's icon (tray, windows, about box): the one installed into the
+// icon theme, or the same SVG built in when running from the build folder.
 QIcon appIcon();

@@ -73,14 +73,16 @@ void ToggleSwitch::paintEvent(QPaintEvent *)
 {
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
+    // Dimmed as a whole: the disabled palette's own colours all but vanish
+    // on a light window.
     if (!isEnabled())
-        p.setOpacity(0.6);
+        p.setOpacity(0.45);
     const QRectF track = QRectF(rect()).adjusted(2, 2, -2, -2);
     const double radius = track.height() / 2;
     const double position = m_slide->state() == QAbstractAnimation::Running ? m_position : (isChecked() ? 1.0 : 0.0);
-    QColor off = palette().color(QPalette::WindowText);
+    QColor off = palette().color(QPalette::Active, QPalette::WindowText);
     off.setAlphaF(0.25);
-    const QColor on = palette().color(QPalette::Highlight);
+    const QColor on = palette().color(QPalette::Active, QPalette::Highlight);
     QColor fill = off;
     if (position > 0) {
         // Blend through the slide so the colour follows the knob.
@@ -107,7 +109,7 @@ void ToggleSwitch::paintEvent(QPaintEvent *)
     p.setPen(Qt::NoPen);
     p.setBrush(shadow);
     p.drawEllipse(QRectF(x, track.top() + inset + 0.8, knob, knob));
-    p.setBrush(palette().color(QPalette::HighlightedText));
+    p.setBrush(palette().color(QPalette::Active, QPalette::HighlightedText));
     p.drawEllipse(QRectF(x, track.top() + inset, knob, knob));
 }
 
