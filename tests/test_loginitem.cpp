@@ -68,6 +68,7 @@ private Q_SLOTS:
         const QByteArray text = TestFiles::readAll(entry);
         // Quoted for the space, "%" doubled: the desktop runs exactly this path.
         QVERIFY2(text.contains("\nExec=\"/opt/My Apps/brindle%%wick\"\n"), text.constData());
+        QVERIFY2(text.contains("\nTryExec=/opt/My Apps/brindle%wick\n"), text.constData());
         QCOMPARE(prompts.errors + prompts.guides, 0);
 
         item.turnOff();

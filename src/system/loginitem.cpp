@@ -40,9 +40,12 @@ QByteArray entryText(const QString &executable)
                           "Name=Brindlewick\n"
                           "Comment=Keeps your screenshots at hand\n"
                           "Exec=%1\n"
+                          // Desktops skip the entry once the binary is gone
+                          // (the package removed), instead of failing at login.
+                          "TryExec=%2\n"
                           "Terminal=false\n"
                           "X-GNOME-Autostart-enabled=true\n")
-        .arg(execValue(executable))
+        .arg(execValue(executable), QString(executable).replace(QLatin1Char('\\'), QStringLiteral("\\\\")))
         .toUtf8();
 }
 
