@@ -4,6 +4,10 @@
 //
 //   bench_ocr DIR             generate the corpus in DIR (if missing) and compare
 //   bench_ocr DIR --ablate    our recognizer only, with each preprocessing step off
+//       --only=NAME,...       only those variants (and ours)
+//       --set=VAR=VALUE,...   one more variant with those Tesseract variables set
+//   --images=PART             only the images whose file name contains PART (1x-light, code-)
+//   --verbose                 print the recognised text of every image
 //
 // Needs QT_QPA_PLATFORM=offscreen (fonts) and `tesseract` on PATH.
 
@@ -364,13 +368,25 @@ int main(int argc, char **argv)
     QGuiApplication app(argc, argv);
     const QStringList args = app.arguments();
     if (args.size() < 2) {
-        std::fprintf(stderr, "usage: bench_ocr DIR [--ablate] [--verbose]\n");
+        std::fprintf(stderr, "usage: bench_ocr DIR [--ablate [--only=NAME,...] [--set=VAR=VALUE,...]] [--images=PART] [--verbose]\n");
         return 2;
     }
     const bool verbose = args.contains(QStringLiteral("--verbose"));
     QElapsedTimer timer;
     timer.start();
-    const std::vector<Sample> corpus = makeCorpus(args[1]);
+    std::vector<Sample> corpus = makeCorpus(args[1]);
+    // --images=1x-light keeps the images whose file name contains that.
+    const QStringList subset = args.filter(QStringLiteral("--images="));
+    if (!subset.isEmpty()) {
+        const QString part = subset[0].mid(9);
+        corpus.erase(std::remove_if(corpus.begin(), corpus.end(),
+                                    [&](const Sample &s) { return !s.file.contains(part); }),
+                     corpus.end());
+        if (corpus.empty()) {
+            std::fprintf(stderr, "no image name contains %s\n", qPrintable(part));
+            return 2;
+        }
+    }
     std::printf("corpus: %zu images in %.1f s\n", corpus.size(), timer.nsecsElapsed() / 1e9);
 
     if (args.contains(QStringLiteral("--ablate"))) {
@@ -407,6 +423,21 @@ int main(int argc, char **argv)
         }
         o = base; o.variables << qMakePair(QByteArray("tessedit_do_invert"), QByteArray("0"));
         add(QStringLiteral("no do_invert"), o);
+        o = base; o.pageSegMode = 6;
+        add(QStringLiteral("psm 6"), o);
+        // --set=NAME=VALUE[,NAME=VALUE]: one more variant with those Tesseract variables set.
+        for (const QString &arg : args.filter(QStringLiteral("--set="))) {
+            o = base;
+            for (const QString &assignment : arg.mid(6).split(QLatin1Char(','))) {
+                const qsizetype eq = assignment.indexOf(QLatin1Char('='));
+                o.variables << qMakePair(assignment.left(eq).toUtf8(), assignment.mid(eq + 1).toUtf8());
+            }
+            variants << qMakePair(arg.mid(6), o);
+        }
+        o = base; o.variables << qMakePair(QByteArray("textord_tabfind_find_tables"), QByteArray("1"));
+        add(QStringLiteral("tables found"), o);
+        o = base; o.variables << qMakePair(QByteArray("textord_fast_pitch_test"), QByteArray("0"));
+        add(QStringLiteral("full pitch test"), o);
         QStringList names;
         QList<QMap<QString, Tally>> tallies;
         for (const auto &[name, options] : variants) {
@@ -420,6 +451,8 @@ int main(int argc, char **argv)
                 const QString text = recognizer->recognize(s.file).value_or(QString());
                 const double secs = cpuSeconds() - start;
                 const int e = characterErrors(s.truth, normalisedLines(text));
+                if (verbose)
+                    std::printf("%s %s: %d errors\n%s\n----\n", qPrintable(name), qPrintable(s.file), e, qPrintable(text));
                 for (const QString &c : classesOf(s))
                     tally[c].add(secs, e, characters(s.truth));
             }

@@ -215,7 +215,7 @@ private Q_SLOTS:
         const QHash<QString, FileMeta> records = home.records();
         QCOMPARE(records.value(QStringLiteral("other.png")), other);
         const FileMeta recognised = records.value(QStringLiteral("hello.png"));
-        QVERIFY(recognised.text.value_or(QString()).contains(QStringLiteral("Marmalade")) && recognised.textAt);
+        QVERIFY(recognised.text.value_or(QString()).toString().contains(QStringLiteral("Marmalade")) && recognised.textAt);
     }
 
     // A request that arrives in pieces is read whole, not cut at the first.

@@ -57,7 +57,11 @@ private Q_SLOTS:
         // The folder does not exist yet: the store makes it.
         const QString path = box.path(QStringLiteral("data/Brindlewick/meta.json"));
         const QDateTime at(QDate(2001, 1, 2), QTime(0, 0, 0, 500), Qt::UTC);
-        const QString text = QStringLiteral("Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01");
+        // A lone half of a surrogate pair (a recogniser may hand one over) is
+        // written as U+FFFD, so the file stays UTF-8 that any reader takes.
+        const QString text = QStringLiteral("Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01 ") + QChar(0xd800)
+                             + QStringLiteral("x") + QChar(0xdc00);
+        const QString readBack = QStringLiteral("Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01 \uFFFDx\uFFFD");
         {
             const auto store = loadedStore(path);
             store->update(file("empty.png"), [](FileMeta &) {});
@@ -77,6 +81,7 @@ private Q_SLOTS:
         QCOMPARE(root.value(QStringLiteral("blank.png")).toObject(),
                  QJsonObject({{QStringLiteral("text"), QString()}}));
         QCOMPARE(root.value(QStringLiteral("full.png"))[QStringLiteral("textAt")].toDouble(), 86400.5); // since 2001
+        QCOMPARE(root.value(QStringLiteral("full.png"))[QStringLiteral("text")].toString(), readBack);
         QCOMPARE(QFile::permissions(path), QFileDevice::ReadOwner | QFileDevice::WriteOwner
                                                | QFileDevice::ReadUser | QFileDevice::WriteUser);
 
@@ -84,7 +89,7 @@ private Q_SLOTS:
         const auto again = loadedStore(path);
         const FileMeta back = *again->metaForName(QStringLiteral("full.png"));
         QCOMPARE(back.textAt, std::optional<QDateTime>(at));
-        QCOMPARE(back.text, std::optional<QString>(text));
+        QCOMPARE(back.text, std::optional<QString>(readBack));
         QCOMPARE(MetaStore::encode(again->byName()), bytes);
 
         // Written in pieces as it is made, the file is the same.

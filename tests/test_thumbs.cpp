@@ -1,3 +1,4 @@
+#include "meta/pngwhole.h"
 #include "meta/thumbdiskcache.h"
 #include "meta/thumbs.h"
 #include "support/badimages.h"
@@ -5,6 +6,7 @@
 #include "support/sandbox.h"
 
 #include <QImageWriter>
+#include <QRandomGenerator>
 #include <QTest>
 
 using TestFiles::setMtime;
@@ -39,6 +41,44 @@ bool answersAtOnce(Thumbs &thumbs, const QUrl &file, qreal size, qreal dpr = 1)
     bool answered = false;
     thumbs.request(file, size, dpr, &thumbs, [&](const QImage &image) { answered = !image.isNull(); });
     return answered;
+}
+
+// A PNG made by hand: random filtered bytes under each row filter in turn,
+// so the pixels are whatever unfiltering makes of them and Qt's reader is
+// the reference. The zlib stream is split
+// over IDAT chunks of 1000 bytes; `filters` over 5 makes rows with filters
+// that do not exist, `extra` rows run past the image.
+QByteArray filteredPng(int width, int height, int channels, quint32 seed, int filters = 5, int extra = 0)
+{
+    QRandomGenerator random(seed);
+    const int stride = width * channels + 1;
+    QByteArray rows((height + extra) * stride, '\0');
+    for (int y = 0; y < height + extra; ++y) {
+        rows[y * stride] = char(y % filters);
+        for (int i = 1; i < stride; ++i)
+            rows[y * stride + i] = char(random.generate());
+    }
+    const QByteArray stream = qCompress(rows).mid(4);
+    QByteArray header(13, '\0');
+    qToBigEndian<quint32>(quint32(width), header.data());
+    qToBigEndian<quint32>(quint32(height), header.data() + 4);
+    header[8] = 8;
+    header[9] = char(channels == 4 ? 6 : 2);
+    QByteArray png = QByteArray("\x89PNG\r\n\x1a\n", 8) + BadImages::pngChunk("IHDR", header);
+    for (qsizetype at = 0; at < stream.size(); at += 1000)
+        png += BadImages::pngChunk("IDAT", stream.mid(at, 1000));
+    return png + BadImages::pngChunk("IEND", {});
+}
+
+PngWhole::Status loadWhole(const QString &path)
+{
+    std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(QFile::encodeName(path).constData(), "rb"), std::fclose);
+    PngWhole::Header header;
+    std::fseek(file.get(), 8, SEEK_SET);
+    if (PngWhole::readHeader(file.get(), header) != PngWhole::Status::Ready)
+        return PngWhole::Status::Failed;
+    PngWhole::Rows rows;
+    return rows.load(file.get(), header, QFileInfo(path).size());
 }
 
 QStringList entries(const QString &dir)
@@ -100,6 +140,58 @@ private Q_SLOTS:
         QVERIFY2(qAbs(qRed(gray) - 128) <= 2 && qAlpha(gray) == 255, qPrintable(QString::number(gray, 16)));
         QVERIFY2(qRed(pink) == qAlpha(pink) && qGreen(pink) == 0 && qAbs(qAlpha(pink) - 128) <= 2,
                  qPrintable(QString::number(pink, 16)));
+    }
+
+    void everyRowFilterDecodesAsQtReadsIt()
+    {
+        Sandbox box;
+        // Odd widths put a 3-byte pixel's 4-byte loads at row ends; 1 pixel
+        // wide leaves no left neighbour at all.
+        const struct { int width, height, channels; } shapes[] = {{37, 23, 3}, {53, 20, 4}, {1, 9, 3}, {1, 9, 4}};
+        for (const auto &shape : shapes) {
+            const QString path = box.path(QStringLiteral("f%1x%2x%3.png").arg(shape.width).arg(shape.height).arg(shape.channels));
+            Sandbox::writeFile(path, filteredPng(shape.width, shape.height, shape.channels, quint32(shape.width)));
+            QCOMPARE(loadWhole(path), PngWhole::Status::Ready);
+            const std::optional<QImage> made = Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 100);
+            QVERIFY(made);
+            const QImage ours = *made;
+            const QImage reference = QImage(path).convertToFormat(ours.format());
+            QCOMPARE(ours.size(), reference.size());
+            for (int y = 0; y < ours.height(); ++y)
+                for (int x = 0; x < ours.width(); ++x) {
+                    const QRgb a = ours.pixel(x, y), b = reference.pixel(x, y);
+                    // Premultiplying may round the other way.
+                    const int slack = shape.channels == 4 ? 1 : 0;
+                    QVERIFY2(qAbs(qRed(a) - qRed(b)) <= slack && qAbs(qGreen(a) - qGreen(b)) <= slack
+                                 && qAbs(qBlue(a) - qBlue(b)) <= slack && qAlpha(a) == qAlpha(b),
+                             qPrintable(QStringLiteral("%1 at %2,%3: %4 for %5").arg(path).arg(x).arg(y)
+                                            .arg(a, 8, 16).arg(b, 8, 16)));
+                }
+        }
+    }
+
+    void damagedImageDataFailsCleanly()
+    {
+        Sandbox box;
+        const QByteArray good = filteredPng(300, 200, 3, 7);
+        const auto fails = [&](const QString &name, const QByteArray &bytes) {
+            const QString path = box.path(name);
+            Sandbox::writeFile(path, bytes);
+            return !Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 100).has_value();
+        };
+        // One byte changed in the middle: the chunk's CRC catches it.
+        QByteArray flipped = good;
+        flipped[flipped.size() / 2] = char(flipped[flipped.size() / 2] ^ 0x10);
+        QVERIFY(fails(QStringLiteral("flipped.png"), flipped));
+        // The data ends before the last row, with or without what follows it.
+        QByteArray tall = good;
+        qToBigEndian<quint32>(201, tall.data() + 20);
+        qToBigEndian<quint32>(BadImages::crc32(tall.mid(12, 17)), tall.data() + 29);
+        QVERIFY(fails(QStringLiteral("short.png"), tall));
+        QVERIFY(fails(QStringLiteral("cut.png"), good.left(good.size() - 1500)));
+        QVERIFY(fails(QStringLiteral("filter.png"), filteredPng(300, 40, 3, 7, 6)));
+        // More rows than the header says: not damage to other readers.
+        QVERIFY(!fails(QStringLiteral("long.png"), filteredPng(300, 40, 3, 7, 5, 2)));
     }
 
     void badFilesGiveNothingAndChangedFilesAreMadeAgain()

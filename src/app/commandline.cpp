@@ -98,7 +98,7 @@ int runSearch(const QString &query, bool json)
             item.insert(QStringLiteral("date"), isoDate(QFileInfo(path).lastModified()));
             item.insert(QStringLiteral("application"),
                         record && record->app ? QJsonValue(*record->app) : QJsonValue());
-            item.insert(QStringLiteral("text"), record && record->text ? QJsonValue(*record->text) : QJsonValue());
+            item.insert(QStringLiteral("text"), record && record->text ? QJsonValue(record->text->toString()) : QJsonValue());
             list.append(item);
         }
         const QByteArray out = QJsonDocument(list).toJson(QJsonDocument::Indented);

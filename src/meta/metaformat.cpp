@@ -33,12 +33,31 @@ QDateTime fromReferenceSeconds(double seconds)
     return referenceDate().addMSecs(qint64(std::llround(seconds * 1000.0)));
 }
 
-// UTF-16 straight to escaped UTF-8 at `dst`, which has room for 6 bytes per
-// unit (\u001f) plus 18. A lone surrogate becomes U+FFFD, as QString::toUtf8
-// would make it.
-char *writeJsonString(char *dst, QStringView text)
+// The JSON escape of an ASCII control, quote or backslash.
+char *writeEscape(char *dst, unsigned c)
 {
     static const char hex[] = "0123456789abcdef";
+    *dst++ = '\\';
+    switch (c) {
+    case '"': *dst++ = '"'; break;
+    case '\\': *dst++ = '\\'; break;
+    case '\n': *dst++ = 'n'; break;
+    case '\t': *dst++ = 't'; break;
+    case '\r': *dst++ = 'r'; break;
+    default:
+        *dst++ = 'u';
+        *dst++ = '0';
+        *dst++ = '0';
+        *dst++ = hex[c >> 4];
+        *dst++ = hex[c & 15];
+    }
+    return dst;
+}
+
+// UTF-16 straight to escaped UTF-8 at `dst`, which has room for 6 bytes per
+// unit (\u001f) plus 18. A lone surrogate becomes U+FFFD.
+char *writeJsonString(char *dst, QStringView text)
+{
     *dst++ = '"';
     const char16_t *p = text.utf16();
     const char16_t *end = p + text.size();
@@ -66,24 +85,10 @@ char *writeJsonString(char *dst, QStringView text)
 #endif
         char32_t c = *p++;
         if (c < 0x80) {
-            if (c >= 0x20 && c != '"' && c != '\\') {
+            if (c >= 0x20 && c != '"' && c != '\\')
                 *dst++ = char(c);
-                continue;
-            }
-            *dst++ = '\\';
-            switch (c) {
-            case '"': *dst++ = '"'; break;
-            case '\\': *dst++ = '\\'; break;
-            case '\n': *dst++ = 'n'; break;
-            case '\t': *dst++ = 't'; break;
-            case '\r': *dst++ = 'r'; break;
-            default:
-                *dst++ = 'u';
-                *dst++ = '0';
-                *dst++ = '0';
-                *dst++ = hex[c >> 4];
-                *dst++ = hex[c & 15];
-            }
+            else
+                dst = writeEscape(dst, c);
             continue;
         }
         if (c < 0x800) {
@@ -105,6 +110,43 @@ char *writeJsonString(char *dst, QStringView text)
         *dst++ = char(0xe0 | (c >> 12));
         *dst++ = char(0x80 | ((c >> 6) & 0x3f));
         *dst++ = char(0x80 | (c & 0x3f));
+    }
+    *dst++ = '"';
+    return dst;
+}
+
+// Valid UTF-8 to a JSON string at `dst`, which has room for 6 bytes per byte
+// plus 2: the bytes go as they are, but for quotes, backslashes and controls.
+char *writeJsonString(char *dst, QByteArrayView utf8)
+{
+    *dst++ = '"';
+    const char *p = utf8.data();
+    const char *end = p + utf8.size();
+    while (p != end) {
+#ifdef __SSE2__
+        while (end - p >= 16) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+            // A control is a byte the unsigned minimum with 0x1f leaves as it is.
+            const __m128i special =
+                _mm_or_si128(_mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1f)), bytes),
+                             _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')),
+                                          _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'))));
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(dst), bytes);
+            const unsigned mask = unsigned(_mm_movemask_epi8(special));
+            const int plain = mask ? __builtin_ctz(mask) : 16;
+            p += plain;
+            dst += plain;
+            if (mask)
+                break;
+        }
+        if (p == end)
+            break;
+#endif
+        const auto c = static_cast<unsigned char>(*p++);
+        if (c >= 0x20 && c != '"' && c != '\\')
+            *dst++ = char(c);
+        else
+            dst = writeEscape(dst, c);
     }
     *dst++ = '"';
     return dst;
@@ -138,6 +180,11 @@ public:
     {
         room(6 * text.size() + 18);
         m_dst = writeJsonString(m_dst, text);
+    }
+    void utf8String(const Utf8Text &text)
+    {
+        room(6 * text.utf8().size() + 2);
+        m_dst = writeJsonString(m_dst, QByteArrayView(text.utf8()));
     }
     void number(double value)
     {
@@ -215,7 +262,7 @@ void encodeInto(Writer &out, const QHash<QString, FileMeta> &records)
         }
         if (m->text) {
             field("text\":", 6);
-            out.string(*m->text);
+            out.utf8String(*m->text);
         }
         if (m->textAt) {
             field("textAt\":", 8);
@@ -234,7 +281,7 @@ QByteArray MetaStore::encode(const QHash<QString, FileMeta> &records)
     for (auto it = records.cbegin(); it != records.cend(); ++it) {
         const FileMeta &m = it.value();
         guess += 64 + it.key().size() + (m.app ? m.app->size() : 0) + (m.appPath ? m.appPath->size() : 0)
-                 + (m.text ? m.text->size() : 0);
+                 + (m.text ? m.text->utf8().size() : 0);
     }
     Writer out(guess + guess / 8, nullptr);
     encodeInto(out, records);
@@ -262,6 +309,18 @@ bool readText(simdjson::dom::element value, std::optional<QString> &field)
         field.reset();
     else if (value.get(utf8) == simdjson::SUCCESS)
         field = QString::fromUtf8(utf8.data(), qsizetype(utf8.size())); // valid UTF-8: checked by the parser
+    else
+        return false;
+    return true;
+}
+
+bool readText(simdjson::dom::element value, std::optional<Utf8Text> &field)
+{
+    std::string_view utf8;
+    if (value.is_null())
+        field.reset();
+    else if (value.get(utf8) == simdjson::SUCCESS)
+        field = Utf8Text::fromValidUtf8(QByteArray(utf8.data(), qsizetype(utf8.size()))); // checked by the parser
     else
         return false;
     return true;

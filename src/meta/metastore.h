@@ -1,5 +1,7 @@
 #pragma once
 
+#include "meta/utf8text.h"
+
 #include <QDateTime>
 #include <QHash>
 #include <QList>
@@ -19,7 +21,7 @@ struct FileMeta
 {
     std::optional<QString> app;      // application in front when it appeared
     std::optional<QString> appPath;  // that application's desktop entry
-    std::optional<QString> text;     // recognised text; "" = ran, found nothing
+    std::optional<Utf8Text> text;    // recognised text; "" = ran, found nothing
     std::optional<QDateTime> textAt; // when `text` was written
 
     bool isIndexed() const { return text.has_value(); }

@@ -1,8 +1,11 @@
 #include "meta/pngscale.h"
 
+#include "meta/pngwhole.h"
+
 #include <QFile>
 
 #include <spng.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -136,10 +139,11 @@ inline uint32_t toByte(float value)
     return uint32_t(std::clamp(value + 0.5f, 0.0f, 255.0f));
 }
 
-template <int C>
-Result decode(spng_ctx *context, const spng_ihdr &header, QSize target)
+// `nextRow(y)` gives source row y (C bytes a pixel) or null when the file
+// turns out damaged; rows are asked for in order.
+template <int C, typename NextRow>
+Result decode(uint32_t srcW, uint32_t srcH, QSize target, NextRow nextRow)
 {
-    const uint32_t srcW = header.width, srcH = header.height;
     const auto dstW = uint32_t(target.width()), dstH = uint32_t(target.height());
     const std::vector<Cover> columns = coversFor(srcW, dstW);
     const std::vector<Span> rows = spansFor(srcH, dstH);
@@ -161,13 +165,6 @@ Result decode(spng_ctx *context, const spng_ihdr &header, QSize target)
         return result;
     }
 
-    const int format = C == 4 ? SPNG_FMT_RGBA8 : SPNG_FMT_RGB8;
-    if (spng_decode_image(context, nullptr, 0, format, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE) != 0) {
-        result.outcome = Outcome::Failed;
-        return result;
-    }
-    const size_t rowBytes = size_t(srcW) * C;
-    std::vector<uint8_t> row(rowBytes);
     std::vector<uint32_t> folded(size_t(dstW) * C);
     // The target row being filled and the next one, which takes the rest of
     // a source row that straddles both.
@@ -189,14 +186,13 @@ Result decode(spng_ctx *context, const spng_ihdr &header, QSize target)
     };
 
     for (uint32_t y = 0; y < srcH; ++y) {
-        const int status = spng_decode_row(context, row.data(), rowBytes);
-        // The last row's call reports the end of the image.
-        if (status != 0 && !(status == SPNG_EOI && y == srcH - 1)) {
+        const uint8_t *row = nextRow(y);
+        if (!row) {
             result.outcome = Outcome::Failed;
             result.image = QImage();
             return result;
         }
-        foldRow<C>(row.data(), columns, folded.data());
+        foldRow<C>(row, columns, folded.data());
 
         const Span span = rows[y];
         if (span.to != currentRow) {
@@ -223,6 +219,44 @@ Result decode(spng_ctx *context, const spng_ihdr &header, QSize target)
     return result;
 }
 
+// Rows as libspng decodes them one at a time: any bit depth, palettes, grey,
+// a transparent colour. `file` is at its start.
+template <int C>
+Result decodeStreaming(spng_ctx *context, uint32_t width, uint32_t height, QSize target)
+{
+    const int format = C == 4 ? SPNG_FMT_RGBA8 : SPNG_FMT_RGB8;
+    if (spng_decode_image(context, nullptr, 0, format, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE) != 0)
+        return {Outcome::Failed, {}};
+    std::vector<uint8_t> row(size_t(width) * C);
+    return decode<C>(width, height, target, [&](uint32_t y) -> const uint8_t * {
+        const int status = spng_decode_row(context, row.data(), row.size());
+        // The last row's call reports the end of the image.
+        return status == 0 || (status == SPNG_EOI && y == height - 1) ? row.data() : nullptr;
+    });
+}
+
+Result readStreaming(FILE *file, QSize target)
+{
+    Result failed{Outcome::Failed, {}};
+    // The checksum of the decompressed rows is skipped (a few percent of
+    // the time); every chunk's CRC is still checked, so damage is caught.
+    std::unique_ptr<spng_ctx, ContextFree> context(spng_ctx_new(SPNG_CTX_IGNORE_ADLER32));
+    if (!context)
+        return failed;
+    // Ancillary chunks are not ours to hold in memory without end.
+    spng_set_chunk_limits(context.get(), 16u << 20, 64u << 20);
+    spng_set_image_limits(context.get(), 1u << 20, 1u << 20);
+    spng_ihdr header{};
+    if (spng_set_png_file(context.get(), file) != 0 || spng_get_ihdr(context.get(), &header) != 0)
+        return failed;
+    spng_trns transparency{};
+    const bool alpha = header.color_type == SPNG_COLOR_TYPE_GRAYSCALE_ALPHA
+                       || header.color_type == SPNG_COLOR_TYPE_TRUECOLOR_ALPHA
+                       || spng_get_trns(context.get(), &transparency) == 0;
+    return alpha ? decodeStreaming<4>(context.get(), header.width, header.height, target)
+                 : decodeStreaming<3>(context.get(), header.width, header.height, target);
+}
+
 } // namespace
 
 QSize fittedSize(QSize full, int pixels)
@@ -240,39 +274,50 @@ Result readScaled(const QString &path, int pixels, qint64 maxPixels)
         return failed;
     static constexpr unsigned char signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
     unsigned char head[8];
-    if (std::fread(head, 1, 8, file.get()) != 8 || std::memcmp(head, signature, 8) != 0
-        || std::fseek(file.get(), 0, SEEK_SET) != 0)
+    if (std::fread(head, 1, 8, file.get()) != 8 || std::memcmp(head, signature, 8) != 0)
         return {};
-
-    // The checksum of the decompressed rows is skipped (a few percent of
-    // the time); every chunk's CRC is still checked, so damage is caught.
-    std::unique_ptr<spng_ctx, ContextFree> context(spng_ctx_new(SPNG_CTX_IGNORE_ADLER32));
-    if (!context)
+    PngWhole::Header header;
+    if (PngWhole::readHeader(file.get(), header) != PngWhole::Status::Ready)
         return failed;
-    // Ancillary chunks are not ours to hold in memory without end.
-    spng_set_chunk_limits(context.get(), 16u << 20, 64u << 20);
-    spng_set_image_limits(context.get(), 1u << 20, 1u << 20);
-    if (spng_set_png_file(context.get(), file.get()) != 0)
-        return failed;
-    spng_ihdr header{};
-    if (spng_get_ihdr(context.get(), &header) != 0)
-        return failed;
-    if (qint64(header.width) * header.height > maxPixels || pixels <= 0)
+    const qint64 sourcePixels = qint64(header.width) * header.height;
+    if (sourcePixels > maxPixels || pixels <= 0)
         return failed;
     // Interlaced rows arrive in seven passes; the general decoder takes them.
-    if (header.interlace_method != SPNG_INTERLACE_NONE)
+    if (header.interlace != 0)
         return {};
     const QSize target = fittedSize(QSize(int(header.width), int(header.height)), pixels);
     // A target pixel's 32-bit sum over more than 250 source pixels of a row
     // could overflow (up to 255 * 255 * 256 each with alpha).
-    if (uint64_t(header.width) / uint64_t(target.width()) > 250)
+    if (header.width / uint32_t(target.width()) > 250)
         return {};
 
-    spng_trns transparency{};
-    const bool alpha = header.color_type == SPNG_COLOR_TYPE_GRAYSCALE_ALPHA
-                       || header.color_type == SPNG_COLOR_TYPE_TRUECOLOR_ALPHA
-                       || spng_get_trns(context.get(), &transparency) == 0;
-    return alpha ? decode<4>(context.get(), header, target) : decode<3>(context.get(), header, target);
+    // Inflating all at once holds the filtered image and the compressed data:
+    // taken when that is within a quarter more than the 4 bytes a pixel a
+    // whole decoded image takes (or small anyway), which covers RGB
+    // screenshots and RGBA ones that compress to under a byte a pixel, and
+    // at most 64 MB (a 6K screen's RGB screenshot); larger ones stream.
+    struct stat info;
+    if (::fstat(::fileno(file.get()), &info) != 0)
+        return failed;
+    const qint64 channels = header.colourType == 6 ? 4 : 3;
+    const qint64 held = qint64(header.height) * (qint64(header.width) * channels + 1) + info.st_size;
+    if (held <= std::min(sourcePixels * 5 + (1 << 20), qint64(64) << 20)) {
+        PngWhole::Rows rows;
+        switch (rows.load(file.get(), header, info.st_size)) {
+        case PngWhole::Status::Ready: {
+            const auto next = [&rows](uint32_t y) { return rows.row(y); };
+            return rows.channels() == 4 ? decode<4>(header.width, header.height, target, next)
+                                        : decode<3>(header.width, header.height, target, next);
+        }
+        case PngWhole::Status::Failed:
+            return failed;
+        case PngWhole::Status::NotHandled:
+            break;
+        }
+    }
+    if (std::fseek(file.get(), 0, SEEK_SET) != 0)
+        return failed;
+    return readStreaming(file.get(), target);
 }
 
 } // namespace PngScale

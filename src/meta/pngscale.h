@@ -4,8 +4,9 @@
 #include <QString>
 
 // Reads a PNG file scaled down while its rows are decoded: each row is folded
-// into an area-averaging accumulator as it arrives, so the full-size image is
-// never held (a 2880 x 1800 screenshot would be 20 MB of pixels).
+// into an area-averaging accumulator as it is undone, so no full-size image
+// of pixels is ever made. The common kinds are inflated whole first (see
+// pngwhole.h), which holds the still-filtered rows; the rest stream.
 namespace PngScale {
 
 enum class Outcome {

@@ -43,7 +43,7 @@ QList<QUrl> Shelf::visible() const
         if (!m_meta)
             continue;
         const std::optional<FileMeta> meta = m_meta->metaForName(name);
-        if (meta && meta->text && !meta->text->isEmpty() && matcher.matches(*meta->text))
+        if (meta && meta->text && !meta->text->isEmpty() && matcher.matches(meta->text->toString()))
             kept.append(url);
     }
     return kept;

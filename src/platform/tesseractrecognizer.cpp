@@ -51,9 +51,10 @@ int dominantGray(const QImage &gray)
 {
     std::array<qint64, 256> histogram{};
     const int step = std::max(1, gray.height() / 400);
+    const int width = gray.width();
     for (int y = 0; y < gray.height(); y += step) {
         const uchar *row = gray.constScanLine(y);
-        for (int x = 0; x < gray.width(); ++x)
+        for (int x = 0; x < width; ++x)
             ++histogram[row[x]];
     }
     return int(std::max_element(histogram.begin(), histogram.end()) - histogram.begin());
@@ -65,13 +66,14 @@ int typicalLineHeight(const QImage &gray, int ground)
 {
     std::vector<int> runs;
     int run = 0;
+    const int width = gray.width();
     for (int y = 0; y < gray.height(); ++y) {
         const uchar *row = gray.constScanLine(y);
         int ink = 0;
-        for (int x = 0; x < gray.width(); ++x)
+        for (int x = 0; x < width; ++x)
             ink += std::abs(int(row[x]) - ground) > 80;
         // A band of ink that spans nearly the whole width is a rule or a bar.
-        const bool inky = ink > 0 && ink < gray.width() * 3 / 4;
+        const bool inky = ink > 0 && ink < width * 3 / 4;
         if (inky) {
             ++run;
         } else {
@@ -168,17 +170,24 @@ private:
 
 QImage prepareForRecognition(const QImage &image, const TesseractOptions &options, double *scale)
 {
-    // Transparent pixels count as white.
-    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
-    QImage gray(argb.size(), QImage::Format_Grayscale8);
-    for (int y = 0; y < argb.height(); ++y) {
-        const auto *src = reinterpret_cast<const QRgb *>(argb.constScanLine(y));
+    // Transparent pixels count as white. Screenshots are mostly opaque, and
+    // then the blend (and Qt's conversion to a format with alpha) is skipped.
+    const bool opaque = !image.hasAlphaChannel();
+    const QImage rgb = image.convertToFormat(opaque ? QImage::Format_RGB32 : QImage::Format_ARGB32);
+    const int width = rgb.width();
+    QImage gray(rgb.size(), QImage::Format_Grayscale8);
+    for (int y = 0; y < rgb.height(); ++y) {
+        const auto *src = reinterpret_cast<const QRgb *>(rgb.constScanLine(y));
         uchar *dst = gray.scanLine(y);
-        for (int x = 0; x < argb.width(); ++x) {
-            const int a = qAlpha(src[x]);
+        for (int x = 0; x < width; ++x) {
             // Leptonica's weights, as Tesseract uses for colour input.
             const int luminance = (3 * qRed(src[x]) + 5 * qGreen(src[x]) + 2 * qBlue(src[x]) + 5) / 10;
-            dst[x] = uchar((luminance * a + 255 * (255 - a)) / 255);
+            if (opaque) {
+                dst[x] = uchar(luminance);
+            } else {
+                const int a = qAlpha(src[x]);
+                dst[x] = uchar((luminance * a + 255 * (255 - a)) / 255);
+            }
         }
     }
     // Dark themes: light text on a dark ground reads faster and better inverted.
@@ -210,6 +219,14 @@ QImage prepareForRecognition(const QImage &image, const TesseractOptions &option
     if (scale)
         *scale = factor;
     return gray;
+}
+
+QList<QPair<QByteArray, QByteArray>> defaultTesseractVariables()
+{
+    // The quick fixed-pitch test spaces the words of monospaced code better.
+    // Table detection only shapes blocks, and we read lines, so it is skipped.
+    return {{QByteArrayLiteral("textord_fast_pitch_test"), QByteArrayLiteral("1")},
+            {QByteArrayLiteral("textord_tabfind_find_tables"), QByteArrayLiteral("0")}};
 }
 
 std::unique_ptr<TextRecognizer> makeTesseractRecognizer(const TesseractOptions &options)

@@ -6,6 +6,9 @@
 #include <QList>
 #include <QPair>
 
+// The Tesseract settings the program changes from Tesseract's defaults.
+QList<QPair<QByteArray, QByteArray>> defaultTesseractVariables();
+
 // The knobs of the Tesseract backend. The defaults are what the program uses;
 // the benchmark flips them one at a time to show what each is worth.
 struct TesseractOptions
@@ -20,7 +23,8 @@ struct TesseractOptions
     int targetLineHeight = 26; // pixels from ascender to descender
     bool smoothUpscale = true; // else nearest pixel
     bool wholeFactor = true;   // scale up by 2 or 3, not by the fraction the target asks
-    QList<QPair<QByteArray, QByteArray>> variables; // extra Tesseract settings
+    // Extra Tesseract settings; see defaultTesseractVariables().
+    QList<QPair<QByteArray, QByteArray>> variables = defaultTesseractVariables();
 };
 
 std::unique_ptr<TextRecognizer> makeTesseractRecognizer(const TesseractOptions &options);
