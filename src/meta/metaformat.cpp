@@ -54,67 +54,6 @@ char *writeEscape(char *dst, unsigned c)
     return dst;
 }
 
-// UTF-16 straight to escaped UTF-8 at `dst`, which has room for 6 bytes per
-// unit (\u001f) plus 18. A lone surrogate becomes U+FFFD.
-char *writeJsonString(char *dst, QStringView text)
-{
-    *dst++ = '"';
-    const char16_t *p = text.utf16();
-    const char16_t *end = p + text.size();
-    while (p != end) {
-#ifdef __SSE2__
-        // Most text is plain ASCII: 16 units at a time while none needs care.
-        // Packing saturates anything above 0xff to 0xff, which, like every
-        // byte from 0x80 and every control, is below 0x20 as a signed byte.
-        while (end - p >= 16) {
-            const __m128i bytes = _mm_packus_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p)),
-                                                   _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 8)));
-            const __m128i special = _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)),
-                                                 _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')),
-                                                              _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'))));
-            _mm_storeu_si128(reinterpret_cast<__m128i *>(dst), bytes);
-            const unsigned mask = unsigned(_mm_movemask_epi8(special));
-            const int plain = mask ? __builtin_ctz(mask) : 16;
-            p += plain;
-            dst += plain;
-            if (mask)
-                break;
-        }
-        if (p == end)
-            break;
-#endif
-        char32_t c = *p++;
-        if (c < 0x80) {
-            if (c >= 0x20 && c != '"' && c != '\\')
-                *dst++ = char(c);
-            else
-                dst = writeEscape(dst, c);
-            continue;
-        }
-        if (c < 0x800) {
-            *dst++ = char(0xc0 | (c >> 6));
-            *dst++ = char(0x80 | (c & 0x3f));
-            continue;
-        }
-        if (QChar::isSurrogate(c)) {
-            if (QChar::isHighSurrogate(c) && p != end && QChar::isLowSurrogate(*p)) {
-                c = QChar::surrogateToUcs4(char16_t(c), *p++);
-                *dst++ = char(0xf0 | (c >> 18));
-                *dst++ = char(0x80 | ((c >> 12) & 0x3f));
-                *dst++ = char(0x80 | ((c >> 6) & 0x3f));
-                *dst++ = char(0x80 | (c & 0x3f));
-                continue;
-            }
-            c = QChar::ReplacementCharacter;
-        }
-        *dst++ = char(0xe0 | (c >> 12));
-        *dst++ = char(0x80 | ((c >> 6) & 0x3f));
-        *dst++ = char(0x80 | (c & 0x3f));
-    }
-    *dst++ = '"';
-    return dst;
-}
-
 // Valid UTF-8 to a JSON string at `dst`, which has room for 6 bytes per byte
 // plus 2: the bytes go as they are, but for quotes, backslashes and controls.
 char *writeJsonString(char *dst, QByteArrayView utf8)
@@ -176,11 +115,9 @@ public:
         room(1);
         *m_dst++ = c;
     }
-    void string(QStringView text)
-    {
-        room(6 * text.size() + 18);
-        m_dst = writeJsonString(m_dst, text);
-    }
+    // Names and applications are short: converting them first costs little
+    // and leaves one escaping loop to get right.
+    void string(QStringView text) { utf8String(Utf8Text(text.toString())); }
     void utf8String(const Utf8Text &text)
     {
         room(6 * text.utf8().size() + 2);
