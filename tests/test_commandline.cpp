@@ -3,6 +3,7 @@
 
 #include "app/singleinstance.h"
 #include "meta/metastore.h"
+#include "support/textimage.h"
 #include "support/apprun.h"
 
 #include <QDateTime>
@@ -41,17 +42,8 @@ void writeFile(const QString &path, const QByteArray &bytes, int minutesOld = 0)
 
 void writeText(const QString &path, const QString &text)
 {
-    QImage image(640, 160, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter p(&image);
-    QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPixelSize(48);
-    p.setFont(font);
-    p.setPen(Qt::black);
-    p.drawText(QPoint(30, 100), text);
-    p.end();
     QDir().mkpath(QFileInfo(path).absolutePath());
-    QVERIFY(image.save(path));
+    QVERIFY(textImage(QSize(640, 160), 48, {text}).save(path));
 }
 
 // A throwaway home whose Home folder is "shots", chosen in the preferences.

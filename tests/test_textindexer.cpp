@@ -1,6 +1,7 @@
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "platform/tesseractrecognizer.h"
+#include "support/textimage.h"
 #include "support/badimages.h"
 #include "support/files.h"
 #include "support/sandbox.h"
@@ -57,17 +58,7 @@ QList<QUrl> files(const QString &dir, int count, const QString &prefix = QString
 
 void writeHelloWorld(const QString &path)
 {
-    QImage image(480, 240, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter p(&image);
-    QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPixelSize(40);
-    p.setFont(font);
-    p.setPen(Qt::black);
-    p.drawText(QPoint(40, 90), QStringLiteral("Hello"));
-    p.drawText(QPoint(40, 170), QStringLiteral("World"));
-    p.end();
-    QVERIFY(image.save(path));
+    QVERIFY(textImage(QSize(480, 240), 40, {QStringLiteral("Hello"), QStringLiteral("World")}).save(path));
 }
 
 } // namespace

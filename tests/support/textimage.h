@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QFont>
+#include <QImage>
+#include <QPainter>
+#include <QStringList>
+
+// A white picture of black lines of text, large and plain enough for the
+// recogniser to read without doubt, so tests check our plumbing, not it.
+inline QImage textImage(QSize size, int pixelSize, const QStringList &lines)
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter p(&image);
+    QFont font(QStringLiteral("DejaVu Sans"));
+    font.setPixelSize(pixelSize);
+    p.setFont(font);
+    p.setPen(Qt::black);
+    for (qsizetype i = 0; i < lines.size(); ++i)
+        p.drawText(QPoint(40, pixelSize * 2 + 10 + int(i) * pixelSize * 2), lines.at(i));
+    return image;
+}
