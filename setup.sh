@@ -18,7 +18,7 @@ PACKAGES=(
   libglib2.0-dev
   libtesseract-dev libleptonica-dev tesseract-ocr-eng
   libxcb1-dev
-  libsimdjson-dev libspng-dev libdeflate-dev
+  libsimdjson-dev libspng-dev libisal-dev
 )
 # Only for the end-to-end tests: a virtual X server and a key sender.
 TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream)

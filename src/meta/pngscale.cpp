@@ -1,11 +1,10 @@
 #include "meta/pngscale.h"
 
-#include "meta/pngwhole.h"
+#include "meta/pngrows.h"
 
 #include <QFile>
 
 #include <spng.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -276,8 +275,8 @@ Result readScaled(const QString &path, int pixels, qint64 maxPixels)
     unsigned char head[8];
     if (std::fread(head, 1, 8, file.get()) != 8 || std::memcmp(head, signature, 8) != 0)
         return {};
-    PngWhole::Header header;
-    if (PngWhole::readHeader(file.get(), header) != PngWhole::Status::Ready)
+    PngRows::Header header;
+    if (PngRows::readHeader(file.get(), header) != PngRows::Status::Ready)
         return failed;
     const qint64 sourcePixels = qint64(header.width) * header.height;
     if (sourcePixels > maxPixels || pixels <= 0)
@@ -291,29 +290,17 @@ Result readScaled(const QString &path, int pixels, qint64 maxPixels)
     if (header.width / uint32_t(target.width()) > 250)
         return {};
 
-    // Inflating all at once holds the filtered image and the compressed data:
-    // taken when that is within a quarter more than the 4 bytes a pixel a
-    // whole decoded image takes (or small anyway), which covers RGB
-    // screenshots and RGBA ones that compress to under a byte a pixel, and
-    // at most 64 MB (a 6K screen's RGB screenshot); larger ones stream.
-    struct stat info;
-    if (::fstat(::fileno(file.get()), &info) != 0)
+    PngRows::Rows rows;
+    switch (rows.open(file.get(), header)) {
+    case PngRows::Status::Ready: {
+        const auto next = [&rows](uint32_t y) { return rows.row(y); };
+        return rows.channels() == 4 ? decode<4>(header.width, header.height, target, next)
+                                    : decode<3>(header.width, header.height, target, next);
+    }
+    case PngRows::Status::Failed:
         return failed;
-    const qint64 channels = header.colourType == 6 ? 4 : 3;
-    const qint64 held = qint64(header.height) * (qint64(header.width) * channels + 1) + info.st_size;
-    if (held <= std::min(sourcePixels * 5 + (1 << 20), qint64(64) << 20)) {
-        PngWhole::Rows rows;
-        switch (rows.load(file.get(), header, info.st_size)) {
-        case PngWhole::Status::Ready: {
-            const auto next = [&rows](uint32_t y) { return rows.row(y); };
-            return rows.channels() == 4 ? decode<4>(header.width, header.height, target, next)
-                                        : decode<3>(header.width, header.height, target, next);
-        }
-        case PngWhole::Status::Failed:
-            return failed;
-        case PngWhole::Status::NotHandled:
-            break;
-        }
+    case PngRows::Status::NotHandled:
+        break;
     }
     if (std::fseek(file.get(), 0, SEEK_SET) != 0)
         return failed;
