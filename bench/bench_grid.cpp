@@ -11,6 +11,7 @@
 #include "meta/thumbdiskcache.h"
 #include "meta/thumbs.h"
 #include "model/shelf.h"
+#include "platform/largeblocks.h"
 #include "system/capturelocation.h"
 #include "system/prefs.h"
 #include "ui/shelfgrid.h"
@@ -111,6 +112,7 @@ double frameMs(QWidget &window)
 
 int main(int argc, char *argv[])
 {
+    returnLargeBlocksWhenFreed(); // as the program does
     if (argc < 2) {
         std::fprintf(stderr, "usage: bench_grid DIR\n");
         return 2;

@@ -11,6 +11,7 @@
 //
 // Needs QT_QPA_PLATFORM=offscreen (fonts) and `tesseract` on PATH.
 
+#include "platform/largeblocks.h"
 #include "platform/tesseractrecognizer.h"
 
 #include <QDir>
@@ -365,6 +366,7 @@ void printTable(const QStringList &names, const QList<QMap<QString, Tally>> &tal
 
 int main(int argc, char **argv)
 {
+    returnLargeBlocksWhenFreed(); // as the program does
     QGuiApplication app(argc, argv);
     const QStringList args = app.arguments();
     if (args.size() < 2) {
