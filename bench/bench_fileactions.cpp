@@ -10,7 +10,6 @@
 #include "actions/fileactions.h"
 #include "actions/names.h"
 #include "meta/metastore.h"
-#include "platform/largeblocks.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -63,7 +62,6 @@ int generate(const QString &dir, int count)
 
 int main(int argc, char **argv)
 {
-    returnLargeBlocksWhenFreed(); // as the program does
     QCoreApplication app(argc, argv);
     const QStringList args = app.arguments();
     if (args.size() == 4 && args[1] == QLatin1String("generate"))

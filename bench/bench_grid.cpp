@@ -11,7 +11,6 @@
 #include "meta/thumbdiskcache.h"
 #include "meta/thumbs.h"
 #include "model/shelf.h"
-#include "platform/largeblocks.h"
 #include "system/capturelocation.h"
 #include "system/prefs.h"
 #include "ui/shelfgrid.h"
@@ -112,7 +111,6 @@ double frameMs(QWidget &window)
 
 int main(int argc, char *argv[])
 {
-    returnLargeBlocksWhenFreed(); // as the program does
     if (argc < 2) {
         std::fprintf(stderr, "usage: bench_grid DIR\n");
         return 2;

@@ -12,7 +12,6 @@
 
 #include "meta/metaformat.h"
 #include "meta/metastore.h"
-#include "platform/largeblocks.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -203,7 +202,6 @@ int measure(const QString &path)
 
 int main(int argc, char *argv[])
 {
-    returnLargeBlocksWhenFreed(); // as the program does
     QCoreApplication app(argc, argv);
     const QStringList args = app.arguments();
     if (args.size() == 4 && args.at(1) == QLatin1String("generate"))

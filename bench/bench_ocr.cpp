@@ -11,7 +11,6 @@
 //
 // Needs QT_QPA_PLATFORM=offscreen (fonts) and `tesseract` on PATH.
 
-#include "platform/largeblocks.h"
 #include "platform/tesseractrecognizer.h"
 
 #include <QDir>
@@ -366,7 +365,6 @@ void printTable(const QStringList &names, const QList<QMap<QString, Tally>> &tal
 
 int main(int argc, char **argv)
 {
-    returnLargeBlocksWhenFreed(); // as the program does
     QGuiApplication app(argc, argv);
     const QStringList args = app.arguments();
     if (args.size() < 2) {

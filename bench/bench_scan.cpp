@@ -5,7 +5,6 @@
 //   bench_scan DIR [runs]     DIR is filled on the first run and reused.
 
 #include "model/shelf.h"
-#include "platform/largeblocks.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -65,7 +64,6 @@ double median(std::vector<double> v)
 
 int main(int argc, char *argv[])
 {
-    returnLargeBlocksWhenFreed(); // as the program does
     QCoreApplication app(argc, argv);
     if (argc < 2) {
         std::fprintf(stderr, "usage: bench_scan DIR [runs]\n");

@@ -12,7 +12,6 @@
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "model/shelf.h"
-#include "platform/largeblocks.h"
 #include "platform/tesseractrecognizer.h"
 #include "platform/trash.h"
 #include "system/capturelocation.h"
@@ -179,7 +178,6 @@ struct Step
 
 int main(int argc, char *argv[])
 {
-    returnLargeBlocksWhenFreed(); // as the program does
     if (argc < 2) {
         std::fprintf(stderr, "usage: bench_stalls DIR\n");
         return 2;

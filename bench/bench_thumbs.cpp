@@ -6,13 +6,9 @@
 //
 //   bench_thumbs DATA_DIR [png|jpeg]   (images are generated into DATA_DIR
 //   once; naming a kind times only that kind's rates, for quick comparisons)
-//
-// It sets up the C library's large blocks as the program does; with
-// BENCH_DEFAULT_MALLOC=1 it leaves them as they come, for comparison.
 
 #include "meta/thumbdiskcache.h"
 #include "meta/thumbs.h"
-#include "platform/largeblocks.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -216,8 +212,6 @@ void print(const char *what, const Result &r, const Result *reference)
 
 int main(int argc, char **argv)
 {
-    if (qgetenv("BENCH_DEFAULT_MALLOC") != "1")
-        returnLargeBlocksWhenFreed();
     QGuiApplication app(argc, argv);
     if (argc < 2) {
         std::fprintf(stderr, "usage: bench_thumbs DATA_DIR [png|jpeg]\n");

@@ -5,7 +5,6 @@
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "platform/frontapp.h"
-#include "platform/largeblocks.h"
 #include "system/capturelocation.h"
 #include "system/heartbeat.h"
 #include "system/prefs.h"
@@ -38,7 +37,6 @@ void restoreCaptureLocationAtExit() { CaptureLocation::shared().restore(); }
 
 int main(int argc, char *argv[])
 {
-    returnLargeBlocksWhenFreed();
     // --help, --version, --login, --search, --recognise: no display needed.
     const CommandLine commandLine = runCommandLine(argc, argv);
     if (commandLine.status)

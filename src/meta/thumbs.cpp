@@ -3,10 +3,14 @@
 #include "meta/pngscale.h"
 #include "platform/threadpriority.h"
 
+#include <QColorSpace>
 #include <QImageReader>
+
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace {
 
@@ -20,6 +24,36 @@ QImage withRatio(QImage image, qreal dpr)
     if (!image.isNull() && image.devicePixelRatio() != dpr)
         image.setDevicePixelRatio(dpr);
     return image;
+}
+
+// The pixels of a thumbnail bound for the cache, copied into a mapping of
+// their own that goes back to the system when the last copy is let go.
+// Thumbnails are made on pool threads and let go by the GUI thread in cache
+// order; from malloc they would sit in the pool threads' arenas, whose holes
+// stay resident (the peak of a folder's first fill was 20 MB over the cache's
+// budget). The copy is a hundredth of the time a thumbnail takes to make.
+QImage onOwnPages(const QImage &image)
+{
+    constexpr size_t header = 64; // the mapping's size, and alignment for the pixels
+    const auto bytes = size_t(image.sizeInBytes());
+    if (bytes < 64 * 1024 || !image.colorTable().isEmpty())
+        return image;
+    const size_t mapped = bytes + header;
+    void *pages = ::mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED)
+        return image;
+    std::memcpy(pages, &mapped, sizeof mapped);
+    auto *pixels = static_cast<uchar *>(pages) + header;
+    std::memcpy(pixels, image.constBits(), bytes);
+    const auto release = [](void *info) {
+        size_t size;
+        std::memcpy(&size, info, sizeof size);
+        ::munmap(info, size);
+    };
+    QImage copy(pixels, image.width(), image.height(), image.bytesPerLine(), image.format(), release, pages);
+    copy.setDevicePixelRatio(image.devicePixelRatio());
+    copy.setColorSpace(image.colorSpace());
+    return copy;
 }
 
 } // namespace
@@ -224,7 +258,7 @@ Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUr
         return made;
     if (disk) {
         if (auto image = disk->read(path, step, *stamp)) {
-            made.image = std::move(image);
+            made.image = onOwnPages(*image);
             made.stamp = stamp;
             return made;
         }
@@ -236,6 +270,8 @@ Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUr
         if (disk)
             disk->write(path, step, *stamp, *made.image);
     }
+    if (made.image)
+        made.image = onOwnPages(*made.image);
     return made;
 }
 
