@@ -425,6 +425,8 @@ int main(int argc, char **argv)
         add(QStringLiteral("no do_invert"), o);
         o = base; o.pageSegMode = 6;
         add(QStringLiteral("psm 6"), o);
+        o = base; o.readPngRows = false;
+        add(QStringLiteral("qt reader"), o);
         // --set=NAME=VALUE[,NAME=VALUE]: one more variant with those Tesseract variables set.
         for (const QString &arg : args.filter(QStringLiteral("--set="))) {
             o = base;

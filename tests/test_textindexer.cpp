@@ -95,6 +95,22 @@ private Q_SLOTS:
         QVERIFY(blank.save(box.path(QStringLiteral("blank.png"))));
         QCOMPARE(recognizer->recognize(box.path(QStringLiteral("blank.png"))), std::optional<QString>(QString()));
 
+        // Common PNGs are read straight to gray, as Qt's reader and our own
+        // conversion would give them, transparency over white.
+        QImage rgba(97, 41, QImage::Format_ARGB32);
+        for (int y = 0; y < rgba.height(); ++y)
+            for (int x = 0; x < rgba.width(); ++x)
+                rgba.setPixel(x, y, qRgba(x * 2, y * 6, 255 - x, (x * 7 + y * 3) % 256));
+        TesseractOptions qtReader;
+        qtReader.readPngRows = false;
+        for (const QImage &image : {rgba, rgba.convertToFormat(QImage::Format_RGB32)}) {
+            const QString path = box.path(QStringLiteral("colours%1.png").arg(image.hasAlphaChannel()));
+            QVERIFY(image.save(path));
+            const std::optional<QImage> ours = readGrayForRecognition(path, TesseractOptions());
+            QVERIFY(ours);
+            QCOMPARE(*ours, *readGrayForRecognition(path, qtReader));
+        }
+
         // Once told to give up (the program quits), it gives nothing.
         const std::atomic<bool> quitting{true};
         recognizer->abandonWhen(&quitting);

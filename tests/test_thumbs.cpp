@@ -1,4 +1,4 @@
-#include "meta/pngrows.h"
+#include "files/pngrows.h"
 #include "meta/thumbdiskcache.h"
 #include "meta/thumbs.h"
 #include "support/badimages.h"
@@ -75,7 +75,6 @@ PngRows::Status openRows(const QString &path)
 {
     std::unique_ptr<FILE, int (*)(FILE *)> file(std::fopen(QFile::encodeName(path).constData(), "rb"), std::fclose);
     PngRows::Header header;
-    std::fseek(file.get(), 8, SEEK_SET);
     if (PngRows::readHeader(file.get(), header) != PngRows::Status::Ready)
         return PngRows::Status::Failed;
     PngRows::Rows rows;

@@ -1,6 +1,6 @@
 #include "meta/pngscale.h"
 
-#include "meta/pngrows.h"
+#include "files/pngrows.h"
 
 #include <QFile>
 
@@ -271,13 +271,15 @@ Result readScaled(const QString &path, int pixels, qint64 maxPixels)
     std::unique_ptr<FILE, FileCloser> file(std::fopen(QFile::encodeName(path).constData(), "rbe"));
     if (!file)
         return failed;
-    static constexpr unsigned char signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-    unsigned char head[8];
-    if (std::fread(head, 1, 8, file.get()) != 8 || std::memcmp(head, signature, 8) != 0)
-        return {};
     PngRows::Header header;
-    if (PngRows::readHeader(file.get(), header) != PngRows::Status::Ready)
+    switch (PngRows::readHeader(file.get(), header)) {
+    case PngRows::Status::Ready:
+        break;
+    case PngRows::Status::Failed:
         return failed;
+    case PngRows::Status::NotHandled:
+        return {};
+    }
     const qint64 sourcePixels = qint64(header.width) * header.height;
     if (sourcePixels > maxPixels || pixels <= 0)
         return failed;

@@ -6,7 +6,7 @@
 // Reads a PNG file scaled down while its rows are decoded: each row is folded
 // into an area-averaging accumulator as it is undone, so no full-size image
 // of pixels is ever made. The common kinds go through our own row reader
-// (pngrows.h), the rest through libspng.
+// (files/pngrows.h), the rest through libspng.
 namespace PngScale {
 
 enum class Outcome {

@@ -23,13 +23,20 @@ struct TesseractOptions
     int targetLineHeight = 26; // pixels from ascender to descender
     bool smoothUpscale = true; // else nearest pixel
     bool wholeFactor = true;   // scale up by 2 or 3, not by the fraction the target asks
+    bool readPngRows = true;   // common PNGs read straight to gray, else Qt's reader
     // Extra Tesseract settings; see defaultTesseractVariables().
     QList<QPair<QByteArray, QByteArray>> variables = defaultTesseractVariables();
 };
 
 std::unique_ptr<TextRecognizer> makeTesseractRecognizer(const TesseractOptions &options);
 
+// The file as 8-bit gray (transparency over white), before preprocessing;
+// nothing when it cannot be read.
+std::optional<QImage> readGrayForRecognition(const QString &path, const TesseractOptions &options);
+
 // Screenshot preprocessing, exposed for the benchmark and tests: 8-bit gray,
 // dark text on light ground, text lines about `targetLineHeight` pixels tall.
 // `scale` receives the factor applied.
 QImage prepareForRecognition(const QImage &image, const TesseractOptions &options, double *scale = nullptr);
+// The same from an image already in 8-bit gray.
+QImage prepareGray(QImage gray, const TesseractOptions &options, double *scale = nullptr);

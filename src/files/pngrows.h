@@ -26,7 +26,8 @@ enum class Status {
     NotHandled, // valid as far as read, but a kind this path does not take
 };
 
-// Reads the IHDR chunk that must follow the signature (`file` is just past it).
+// Reads the signature and the IHDR chunk that must follow it (`file` is at
+// its start); NotHandled for a file that is not a PNG.
 Status readHeader(FILE *file, Header &header);
 
 class Rows
