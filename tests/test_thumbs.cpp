@@ -81,6 +81,22 @@ PngRows::Status openRows(const QString &path)
     return rows.open(file.get(), header);
 }
 
+// Whether the upper halves of the AVX registers hold anything (XINUSE), or
+// nothing when the processor cannot say.
+std::optional<bool> wideRegistersInUse()
+{
+#if defined(__x86_64__)
+    unsigned a, b, c, d;
+    __asm__("cpuid" : "=a"(a), "=b"(b), "=c"(c), "=d"(d) : "a"(0xd), "c"(1));
+    if (!(a & 4)) // no XGETBV with ECX = 1
+        return std::nullopt;
+    __asm__ volatile("xgetbv" : "=a"(a), "=d"(d) : "c"(1));
+    return (a & 4) != 0;
+#else
+    return std::nullopt;
+#endif
+}
+
 QStringList entries(const QString &dir)
 {
     return QDir(dir).entryList({QStringLiteral("*.thumb")}, QDir::Files);
@@ -170,6 +186,21 @@ private Q_SLOTS:
                                             .arg(a, 8, 16).arg(b, 8, 16)));
                 }
         }
+    }
+
+    void decodingLeavesTheWideRegistersClear()
+    {
+        // ISA-L returns with the AVX registers' upper halves in use; every
+        // SSE instruction after that, ours or Tesseract's, runs slower until
+        // they are cleared.
+        Sandbox box;
+        const QString path = box.path(QStringLiteral("wide.png"));
+        Sandbox::writeFile(path, filteredPng(3001, 60, 4, 11));
+        QVERIFY(Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 256));
+        const std::optional<bool> inUse = wideRegistersInUse();
+        if (!inUse)
+            QSKIP("the processor does not report which registers are in use");
+        QVERIFY(!*inUse);
     }
 
     void damagedImageDataFailsCleanly()
