@@ -264,14 +264,14 @@ Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUr
         }
     }
     made.image = makeThumbnail(file, step);
+    if (made.image)
+        made.image = onOwnPages(*made.image);
     // A file that changed while we decoded it is not recorded as unchanged.
     if (made.image && ThumbDiskCache::stampOf(path) == stamp) {
         made.stamp = stamp;
         if (disk)
             disk->write(path, step, *stamp, *made.image);
     }
-    if (made.image)
-        made.image = onOwnPages(*made.image);
     return made;
 }
 
