@@ -225,9 +225,8 @@ Status Rows::open(FILE *file, const Header &header)
         if (chunk.is("IEND"))
             return Status::Failed;
         // A transparent colour needs the general path; so does any critical
-        // chunk we do not know, and an orientation (Qt's reader turns the
-        // image upright).
-        if (chunk.is("tRNS") || chunk.is("eXIf") || (!(chunk.type[0] & 0x20) && !chunk.is("PLTE")))
+        // chunk we do not know.
+        if (chunk.is("tRNS") || (!(chunk.type[0] & 0x20) && !chunk.is("PLTE")))
             return Status::NotHandled;
         if (std::fseek(file, long(chunk.length) + 4, SEEK_CUR) != 0)
             return Status::Failed;

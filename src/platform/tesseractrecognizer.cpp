@@ -150,6 +150,10 @@ int typicalLineHeight(const QImage &gray, int ground)
     return runs[runs.size() / 2];
 }
 
+// Screenshot preprocessing: dark text on light ground, text lines about
+// `targetLineHeight` pixels tall. `scale` receives the factor applied.
+QImage prepareGray(QImage gray, const TesseractOptions &options, double *scale);
+
 class TesseractRecognizer final : public TextRecognizer
 {
 public:
@@ -242,10 +246,7 @@ std::optional<QImage> readGrayForRecognition(const QString &path, const Tesserac
     return toGray(image);
 }
 
-QImage prepareForRecognition(const QImage &image, const TesseractOptions &options, double *scale)
-{
-    return prepareGray(toGray(image), options, scale);
-}
+namespace {
 
 QImage prepareGray(QImage gray, const TesseractOptions &options, double *scale)
 {
@@ -279,6 +280,8 @@ QImage prepareGray(QImage gray, const TesseractOptions &options, double *scale)
         *scale = factor;
     return gray;
 }
+
+} // namespace
 
 QList<QPair<QByteArray, QByteArray>> defaultTesseractVariables()
 {

@@ -34,9 +34,3 @@ std::unique_ptr<TextRecognizer> makeTesseractRecognizer(const TesseractOptions &
 // nothing when it cannot be read.
 std::optional<QImage> readGrayForRecognition(const QString &path, const TesseractOptions &options);
 
-// Screenshot preprocessing, exposed for the benchmark and tests: 8-bit gray,
-// dark text on light ground, text lines about `targetLineHeight` pixels tall.
-// `scale` receives the factor applied.
-QImage prepareForRecognition(const QImage &image, const TesseractOptions &options, double *scale = nullptr);
-// The same from an image already in 8-bit gray.
-QImage prepareGray(QImage gray, const TesseractOptions &options, double *scale = nullptr);
