@@ -216,6 +216,12 @@ private Q_SLOTS:
         QByteArray flipped = good;
         flipped[flipped.size() / 2] = char(flipped[flipped.size() / 2] ^ 0x10);
         QVERIFY(fails(QStringLiteral("flipped.png"), flipped));
+        // The same in the stream's checksum, past the last row's data: only
+        // the last chunk's CRC sees it.
+        QByteArray tail = good;
+        const qsizetype checksum = tail.size() - 12 - 4 - 1; // before IEND and the chunk's CRC
+        tail[checksum] = char(tail[checksum] ^ 0x10);
+        QVERIFY(fails(QStringLiteral("tail.png"), tail));
         // The data ends before the last row, with or without what follows it.
         QByteArray tall = good;
         qToBigEndian<quint32>(201, tall.data() + 20);
