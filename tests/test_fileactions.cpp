@@ -121,6 +121,13 @@ private Q_SLOTS:
         QCOMPARE(entries(dir->path()), QStringList({"shots"}));
         QCOMPARE(readAll(path("taken.png")), QByteArray("T"));
 
+        // A name that begins or ends in white space, confirmed as it stands,
+        // stays: trimming it is not the user's doing.
+        write(path(" c\n.png "), "C");
+        QVERIFY(!FileActions::renameTo(url(path(" c\n.png ")), QStringLiteral(" c\n.png "), meta.get()));
+        QCOMPARE(readAll(path(" c\n.png ")), QByteArray("C"));
+        QFile::remove(path(" c\n.png "));
+
         QCOMPARE(rename(QStringLiteral("  b.png\n")), url(path("b.png")));
         QCOMPARE(readAll(path("b.png")), QByteArray("A"));
         QCOMPARE(meta->meta(url(path("b.png")))->text, QStringLiteral("hello"));
