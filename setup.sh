@@ -21,7 +21,7 @@ PACKAGES=(
   libsimdjson-dev libspng-dev libisal-dev
 )
 # Only for the end-to-end tests: a virtual X server and a key sender.
-TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream)
+TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream cmark xclip)
 # Only for the Debian package: dpkg-shlibdeps computes its dependencies.
 PACKAGE_PACKAGES=(dpkg-dev file)
 # Only for benchmarks: the reference tools they are measured against.

@@ -136,10 +136,11 @@ private Q_SLOTS:
 
         const QUrl viewer = QUrl::fromLocalFile(QStringLiteral("/usr/share/applications/viewer.desktop"));
         const QUrl editor = QUrl::fromLocalFile(QStringLiteral("/usr/share/applications/editor.desktop"));
-        rig.launcher.apps = {{QStringLiteral("Editor"), QIcon(), editor}, {QStringLiteral("viewer"), QIcon(), viewer}};
+        rig.launcher.apps = {{QStringLiteral("viewer"), QIcon(), viewer, true}, {QStringLiteral("Editor"), QIcon(), editor}};
         const auto menu = rig.menu({QStringLiteral("a.png"), QStringLiteral("b.png")});
         QMenu *openWith = entry(menu.get(), QStringLiteral("Open With"))->menu();
-        QCOMPARE(titles(openWith), (QStringList{"Editor", "viewer"}));
+        // The default stands apart from the alternatives.
+        QCOMPARE(titles(openWith), (QStringList{"viewer", "-", "Editor"}));
         entry(openWith, QStringLiteral("viewer"))->trigger();
         QCOMPARE(rig.launcher.openedWith,
                  (QList<QPair<QList<QUrl>, QUrl>>{

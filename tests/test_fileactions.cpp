@@ -12,6 +12,10 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QMimeData>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QXmlStreamReader>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -120,6 +124,13 @@ private Q_SLOTS:
         QCOMPARE(entries(folder), QStringList({"a.png", "taken.png"}));
         QCOMPARE(entries(dir->path()), QStringList({"shots"}));
         QCOMPARE(readAll(path("taken.png")), QByteArray("T"));
+
+        // A name that begins or ends in white space, confirmed as it stands,
+        // stays: trimming it is not the user's doing.
+        write(path(" c\n.png "), "C");
+        QVERIFY(!FileActions::renameTo(url(path(" c\n.png ")), QStringLiteral(" c\n.png "), meta.get()));
+        QCOMPARE(readAll(path(" c\n.png ")), QByteArray("C"));
+        QFile::remove(path(" c\n.png "));
 
         QCOMPARE(rename(QStringLiteral("  b.png\n")), url(path("b.png")));
         QCOMPARE(readAll(path("b.png")), QByteArray("A"));
@@ -351,19 +362,115 @@ private Q_SLOTS:
         QVERIFY(meta->meta(url(path("Sub/d.png"))).has_value());
     }
 
-    void clipboardContents()
+    // What Copy and a drag carry, for names that break naive text: a line
+    // break, brackets, a percent sign, a name that is not UTF-8.
+    void clipboardFormatsKeepEveryNameWhole()
     {
         writeImage(path("one.png"), 4, 4);
-        write(path("two.png"), "x");
         QScopedPointer<QMimeData> single(FileActions::filesMimeData({url(path("one.png"))}));
+        QCOMPARE(single->formats().first(), QStringLiteral("image/png"));
         QCOMPARE(single->data(QStringLiteral("image/png")), readAll(path("one.png")));
-        QScopedPointer<QMimeData> two(FileActions::filesMimeData({url(path("one.png")), url(path("two.png"))}));
-        QVERIFY(!two->hasFormat(QStringLiteral("image/png")));
-        QCOMPARE(two->urls().size(), 2);
 
-        QCOMPARE(FileActions::markdownText({url("/s/[draft] (2) é.png"), url("/s/README")}),
-                 QStringLiteral("![\\[draft\\] (2) é](file:///s/%5Bdraft%5D%20%282%29%20%C3%A9.png)\n"
-                                "![README](file:///s/README)"));
+        const QUrl raw = QUrl::fromEncoded("file://" + QFile::encodeName(folder).toPercentEncoding("/") + "/raw%FF.png");
+        const QList<QUrl> files = {url(path("a\nb.png")), url(path("50% (1) [x].png")), raw};
+        const QByteArrayList rawPaths = {QFile::encodeName(path("a\nb.png")), QFile::encodeName(path("50% (1) [x].png")),
+                                         QFile::encodeName(folder) + "/raw\xFF.png"};
+        QScopedPointer<QMimeData> data(FileActions::filesMimeData(files));
+        QVERIFY(!data->hasFormat(QStringLiteral("image/png")));
+
+        // File managers: one encoded URL per line, nothing else.
+        QByteArrayList uris = data->data(QStringLiteral("text/uri-list")).split('\n');
+        QCOMPARE(uris.takeLast(), QByteArray());
+        QCOMPARE(uris.size(), files.size());
+        QByteArray copied = "copy";
+        for (qsizetype i = 0; i < files.size(); ++i) {
+            QVERIFY(uris[i].endsWith('\r'));
+            uris[i].chop(1);
+            QVERIFY2(QUrl::fromEncoded(uris[i], QUrl::StrictMode).isValid() && !uris[i].contains(' '),
+                     uris[i].constData());
+            QCOMPARE(QByteArray::fromPercentEncoding(uris[i]), "file://" + rawPaths[i]);
+            copied += '\n' + uris[i];
+        }
+        QCOMPARE(data->data(QStringLiteral("x-special/gnome-copied-files")), copied);
+
+        // Anything that takes text gets the paths, a line each: a line break
+        // inside a name is written as the shell reads it back.
+        const QString text = data->text();
+        QCOMPARE(text, FileActions::pathsText(files));
+        QStringList lines = text.split(QLatin1Char('\n'));
+        QCOMPARE(lines.size(), 3);
+        QCOMPARE(lines[1], path("50% (1) [x].png"));
+        QCOMPARE(lines[2], path("raw") + QChar::ReplacementCharacter + QStringLiteral(".png"));
+        QProcess shell;
+        shell.start(QStringLiteral("bash"), {QStringLiteral("-c"), QStringLiteral("eval \"set -- $1\"; printf %s \"$1\""),
+                                             QStringLiteral("bash"), lines[0]});
+        QVERIFY(shell.waitForFinished());
+        QCOMPARE(QString::fromUtf8(shell.readAllStandardOutput()), path("a\nb.png"));
+        QCOMPARE(FileActions::pathsText({url(path("x.png")), url(path("y.png"))}),
+                 path("x.png") + QLatin1Char('\n') + path("y.png"));
+    }
+
+    // Copy as Markdown gives one image link per file, whatever the name, as
+    // a CommonMark reader sees it: the alt text reads as the name and the
+    // link leads to the file.
+    void markdownLinksStayOneImageEach()
+    {
+        const QStringList names = {"a\n\nb.png", "[draft] (2) é.png", "x](y) ![z.png", "back\\slash.png",
+                                   "`c` *e* _u_ <b> &amp; ~s~.png", "tab\tcr\r.png", "100%.png", "README"};
+        QList<QUrl> files;
+        QStringList alts;
+        for (const QString &name : names) {
+            files.append(url(QStringLiteral("/s/") + name));
+            QString alt = SafeFiles::splitName(name).stem;
+            alts.append(alt.replace(QRegularExpression(QStringLiteral("[\\t\\n\\r]")), QStringLiteral(" ")));
+        }
+        files.append(QUrl::fromEncoded("file:///s/raw%FF.png"));
+        alts.append(QStringLiteral("raw") + QChar::ReplacementCharacter);
+        const QString markdown = FileActions::markdownText(files);
+        QCOMPARE(markdown.count(QLatin1Char('\n')), files.size() - 1);
+        QCOMPARE(markdown.split(QLatin1Char('\n')).at(1),
+                 QStringLiteral("![\\[draft\\] (2) é](file:///s/%5Bdraft%5D%20%282%29%20%C3%A9.png)"));
+
+        if (QStandardPaths::findExecutable(QStringLiteral("cmark")).isEmpty())
+            QSKIP("cmark is not installed (setup.sh test)");
+        QProcess cmark;
+        cmark.start(QStringLiteral("cmark"), {QStringLiteral("--to"), QStringLiteral("xml")});
+        cmark.write(markdown.toUtf8());
+        cmark.closeWriteChannel();
+        QVERIFY(cmark.waitForFinished());
+        // Each image's destination and its alt text; any other markup inside
+        // the alt text shows up as {name}.
+        QXmlStreamReader xml(cmark.readAllStandardOutput());
+        QList<QByteArray> targets;
+        QStringList read;
+        int paragraphs = 0;
+        int depth = -1;
+        while (!xml.atEnd()) {
+            xml.readNext();
+            if (xml.isStartElement()) {
+                if (xml.name() == QLatin1String("paragraph"))
+                    ++paragraphs;
+                if (depth >= 0) {
+                    ++depth;
+                    if (xml.name() != QLatin1String("text"))
+                        read.last() += QStringLiteral("{%1}").arg(xml.name());
+                } else if (xml.name() == QLatin1String("image")) {
+                    depth = 0;
+                    targets.append(xml.attributes().value(QLatin1String("destination")).toUtf8());
+                    read.append(QString());
+                }
+            } else if (xml.isEndElement() && depth >= 0) {
+                --depth;
+            } else if (xml.isCharacters() && depth > 0) {
+                read.last() += xml.text();
+            }
+        }
+        QVERIFY(!xml.hasError());
+        QCOMPARE(paragraphs, 1);
+        QCOMPARE(read, alts);
+        QCOMPARE(targets.size(), files.size());
+        for (qsizetype i = 0; i < files.size(); ++i)
+            QCOMPARE(QByteArray::fromPercentEncoding(targets[i]), QByteArray::fromPercentEncoding(files[i].toEncoded()));
     }
 };
 

@@ -1,10 +1,13 @@
 #include "actions/views/promptdialogs.h"
+#include "ui/folderchooserdialog.h"
 
 #include <QApplication>
 #include <QDialog>
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 
 namespace {
@@ -68,6 +71,25 @@ private Q_SLOTS:
         QVERIFY(box = openDialog<QMessageBox>());
         QTest::keyClick(box, Qt::Key_Escape);
         QTRY_COMPARE(answers, (QList<bool>{true, false}));
+    }
+
+    // Whatever the desktop's chooser hands back, a file is no folder.
+    void theFolderChooserAnswersOnlyWithAFolder()
+    {
+        QTemporaryDir dir;
+        const QString file = dir.filePath(QStringLiteral("a.png"));
+        QFile(file).open(QIODevice::WriteOnly);
+        FolderChooserDialog chooser(nullptr);
+        QStringList answers;
+        for (const QString &chosen : {file, dir.path()}) {
+            chooser.chooseFolder(dir.path(), QStringLiteral("Use this folder"), QString(),
+                                 [&](const QString &folder) { answers.append(folder); });
+            QFileDialog *dialog = nullptr;
+            QVERIFY(dialog = openDialog<QFileDialog>());
+            Q_EMIT dialog->fileSelected(chosen);
+            dialog->close();
+        }
+        QTRY_COMPARE(answers, (QStringList{QString(), dir.path()}));
     }
 };
 

@@ -64,13 +64,54 @@ private Q_SLOTS:
         qunsetenv("BRINDLEWICK_FOLDER");
         QCOMPARE(makeShelf()->home(), fileUrl(chosen));
 
-        // A chosen folder that is gone: the screenshot tool's, else the Desktop.
+        // A chosen folder that is gone, or that is no folder (a file, a link
+        // to one, a link to nothing): the screenshot tool's, else the Desktop.
+        // A link to a folder is a folder.
+        Sandbox::writeFile(rig->box.path("a-file"));
+        QFile::link(rig->box.path("a-file"), rig->box.path("file-link"));
+        QFile::link(rig->box.path("nowhere"), rig->box.path("dangling"));
+        QFile::link(chosen, rig->box.path("folder-link"));
+        for (const char *notFolder : {"gone", "a-file", "file-link", "dangling"}) {
+            rig->prefs.setValue(PrefKey::folder, rig->box.path(notFolder));
+            QVERIFY2(makeShelf()->home() == fileUrl(toolFolder), notFolder);
+        }
+        rig->prefs.setValue(PrefKey::folder, rig->box.path("folder-link"));
+        QCOMPARE(makeShelf()->home(), fileUrl(rig->box.path("folder-link")));
         rig->prefs.setValue(PrefKey::folder, rig->box.path("gone"));
-        QCOMPARE(makeShelf()->home(), fileUrl(toolFolder));
         rig->tool.values.clear();
         auto shelf = makeShelf();
         QCOMPARE(shelf->home(), fileUrl(rig->box.home() + "/Desktop"));
         QVERIFY(shelf->isHome());
+    }
+
+    void choosingAFileAsHomeIsRefused()
+    {
+        struct Chooser : FolderChooser
+        {
+            QString answer;
+            void chooseFolder(const QString &, const QString &, const QString &,
+                              std::function<void(const QString &)> done) override
+            {
+                done(answer);
+            }
+        } chooser;
+        auto shelf = shelfWith({"a.png"});
+        const QUrl home = shelf->home();
+        QSignalSpy homeChanged(shelf.get(), &Shelf::homeChanged);
+        for (const QString &notFolder : {shots("a.png"), rig->box.path("gone")}) {
+            chooser.answer = notFolder;
+            shelf->chooseHome(chooser);
+        }
+        QCOMPARE(homeChanged.count(), 0);
+        QCOMPARE(shelf->home(), home);
+        QCOMPARE(rig->prefs.text(PrefKey::folder), shots());
+        QVERIFY(!rig->tool.values.contains(CaptureSettings::location));
+
+        chooser.answer = rig->box.path("Other");
+        QDir().mkpath(chooser.answer);
+        shelf->chooseHome(chooser);
+        QCOMPARE(shelf->home(), fileUrl(chooser.answer));
+        QCOMPARE(rig->prefs.text(PrefKey::folder), chooser.answer);
     }
 
     // One scan gives the items, the subfolders in number order and a count

@@ -76,6 +76,9 @@ std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newNa
 {
     const QString path = file.toLocalFile();
     const QFileInfo info(path);
+    // The name confirmed unchanged stays, even when trimming would change it.
+    if (newName == info.fileName())
+        return std::nullopt;
     const QString name = newName.trimmed();
     if (name.isEmpty() || name == info.fileName())
         return std::nullopt;

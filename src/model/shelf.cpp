@@ -40,6 +40,15 @@ bool existsAt(const QString &path)
     return !path.isEmpty() && ::lstat(QFile::encodeName(path).constData(), &st) == 0;
 }
 
+// Home must be a folder: a chosen path that is now a file, a link to one, or
+// nothing at all lists as an empty Home, "0 images", and hides where the
+// screenshots really are.
+bool isFolderAt(const QString &path)
+{
+    struct stat st;
+    return !path.isEmpty() && ::stat(QFile::encodeName(path).constData(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
 void writeDebugLine(const QString &current, qsizetype images, qsizetype subfolders)
 {
     // Concatenated: a path holding "%1" must not take part in the formatting.
@@ -62,7 +71,7 @@ Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *
     const QString chosen = prefs.text(PrefKey::folder);
     if (!envFolder.isEmpty())
         homePath = QFile::decodeName(envFolder);
-    else if (!chosen.isEmpty() && existsAt(chosen))
+    else if (isFolderAt(chosen))
         homePath = chosen;
     else
         homePath = capture.systemFolder();
@@ -211,7 +220,7 @@ void Shelf::chooseHome(FolderChooser &chooser)
     chooser.chooseFolder(m_home.toLocalFile(), tr("Use this folder"),
                          tr("Screenshots will be shown from, and saved to, this folder."),
                          [self](const QString &chosen) {
-                             if (self && !chosen.isEmpty())
+                             if (self && isFolderAt(chosen))
                                  self->setHome(QUrl::fromLocalFile(chosen));
                          });
 }

@@ -11,6 +11,7 @@ struct AppChoice
     QString name; // display name, as the desktop shows it
     QIcon icon;   // from the application's desktop entry; shown at 16 × 16
     QUrl url;     // the application's desktop entry file
+    bool isDefault = false; // the desktop's default for the file's type
 };
 
 // Opening files with applications.
@@ -23,13 +24,14 @@ public:
     virtual void open(const QUrl &file) = 0;
     // Opens all `files` in one launch of the application at `app`.
     virtual void openWith(const QList<QUrl> &files, const QUrl &app) = 0;
-    // The applications that can open `file`, in the system's order.
+    // The applications that can open `file`, each once and only those the
+    // desktop shows in its menus: the default one first, the others by name.
     virtual QList<AppChoice> applicationsFor(const QUrl &file) = 0;
 
     // GIO's application registry and the desktop's default handlers.
     static AppLauncher &shared();
 };
 
-// Sorts by name, ascending, locale-aware and ignoring case; equal names keep
-// their order and all stay.
-void sortAppChoices(QList<AppChoice> &choices);
+// The default application first, then the others by name, ascending,
+// locale-aware and ignoring case; equal names keep their order and all stay.
+void orderAppChoices(QList<AppChoice> &choices);

@@ -6,6 +6,7 @@
 #include <QDesktopServices>
 #include <QFile>
 #include <QMimeDatabase>
+#include <QSet>
 
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
@@ -63,33 +64,51 @@ public:
 
     QList<AppChoice> applicationsFor(const QUrl &file) override
     {
-        const QString type = QMimeDatabase().mimeTypeForFile(file.toLocalFile()).name();
+        const QByteArray type = QMimeDatabase().mimeTypeForFile(file.toLocalFile()).name().toUtf8();
+        GAppInfo *fallback = g_app_info_get_default_for_type(type.constData(), FALSE);
+        GList *apps = g_app_info_get_all_for_type(type.constData());
         QList<AppChoice> choices;
-        GList *apps = g_app_info_get_all_for_type(type.toUtf8().constData());
-        for (GList *it = apps; it; it = it->next) {
-            GAppInfo *app = G_APP_INFO(it->data);
+        QSet<QByteArray> seen;
+        const auto offer = [&](GAppInfo *app, bool isDefault) {
+            // Helpers and other desktops' programs are hidden from menus; the
+            // default handler also comes back among all the others.
+            if (!app || !g_app_info_should_show(app))
+                return;
+            const char *id = g_app_info_get_id(app);
+            const QByteArray key = id ? QByteArray(id) : QByteArray(g_app_info_get_executable(app));
+            if (seen.contains(key))
+                return;
+            seen.insert(key);
             AppChoice choice;
             choice.name = QString::fromUtf8(g_app_info_get_display_name(app));
             choice.icon = iconFrom(g_app_info_get_icon(app));
+            choice.isDefault = isDefault;
             if (G_IS_DESKTOP_APP_INFO(app)) {
                 if (const char *path = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(app)))
                     choice.url = QUrl::fromLocalFile(QFile::decodeName(path));
             }
             choices.append(choice);
-        }
+        };
+        offer(fallback, true);
+        for (GList *it = apps; it; it = it->next)
+            offer(G_APP_INFO(it->data), false);
         g_list_free_full(apps, g_object_unref);
-        sortAppChoices(choices);
+        if (fallback)
+            g_object_unref(fallback);
+        orderAppChoices(choices);
         return choices;
     }
 };
 
 } // namespace
 
-void sortAppChoices(QList<AppChoice> &choices)
+void orderAppChoices(QList<AppChoice> &choices)
 {
     QCollator collator;
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::stable_sort(choices.begin(), choices.end(), [&](const AppChoice &a, const AppChoice &b) {
+        if (a.isDefault != b.isDefault)
+            return a.isDefault;
         return collator.compare(a.name, b.name) < 0;
     });
 }

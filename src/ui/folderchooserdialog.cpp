@@ -1,6 +1,7 @@
 #include "ui/folderchooserdialog.h"
 
 #include <QFileDialog>
+#include <QFileInfo>
 
 void FolderChooserDialog::chooseFolder(const QString &startIn, const QString &confirmText,
                                        const QString &message, std::function<void(const QString &)> done)
@@ -16,7 +17,9 @@ void FolderChooserDialog::chooseFolder(const QString &startIn, const QString &co
     auto answered = std::make_shared<bool>(false);
     QObject::connect(dialog, &QFileDialog::fileSelected, dialog, [done, answered](const QString &folder) {
         *answered = true;
-        done(folder);
+        // A desktop's own chooser may hand back a file typed into it; a file
+        // is no Home, so that counts as no choice.
+        done(QFileInfo(folder).isDir() ? folder : QString());
     });
     QObject::connect(dialog, &QFileDialog::finished, dialog, [done, answered](int) {
         if (!*answered)

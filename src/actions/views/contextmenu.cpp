@@ -72,12 +72,16 @@ void addOpenWith(QMenu *menu, const Context &c)
     QMenu *sub = menu->addMenu(QStringLiteral("Open With"));
     if (!c.launcher)
         return;
-    for (const AppChoice &choice : FileActions::applications(c.first, *c.launcher)) {
+    const QList<AppChoice> choices = FileActions::applications(c.first, *c.launcher);
+    for (const AppChoice &choice : choices) {
         QAction *action = addEntry(sub, choice.name, [c, app = choice.url] {
             FileActions::openWith(c.files, app, *c.launcher);
         });
         if (!choice.icon.isNull())
             action->setIcon(QIcon(choice.icon.pixmap(appIconSize, appIconSize)));
+        // The default application stands apart from the alternatives.
+        if (choice.isDefault && &choice != &choices.last())
+            sub->addSeparator();
     }
 }
 

@@ -1,0 +1,98 @@
+// "Open With" as the desktop offers it: GIO reads desktop entries and the
+// default handlers written into a throwaway home, with the system's own
+// applications kept out.
+
+#include "platform/applauncher.h"
+#include "support/files.h"
+#include "support/sandbox.h"
+
+#include <QGuiApplication>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+QString applications() { return qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/applications/"); }
+
+void writeEntry(const QString &id, const QByteArray &name, const QByteArray &extra = "MimeType=image/png;\n")
+{
+    Sandbox::writeFile(applications() + id, "[Desktop Entry]\nType=Application\nName=" + name
+                                                + "\nExec=true %U\n" + extra);
+}
+
+QStringList names(const QList<AppChoice> &choices)
+{
+    QStringList out;
+    for (const AppChoice &choice : choices)
+        out.append(choice.name);
+    return out;
+}
+
+} // namespace
+
+class TestAppLauncher : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void defaultFirstThenTheShownOnesByName()
+    {
+        writeEntry(QStringLiteral("zviewer.desktop"), "Zeta Viewer");
+        writeEntry(QStringLiteral("apaint.desktop"), "alpha Paint");
+        writeEntry(QStringLiteral("bdraw.desktop"), "Beta Draw");
+        writeEntry(QStringLiteral("helper.desktop"), "Aardvark Helper", "MimeType=image/png;\nNoDisplay=true\n");
+        writeEntry(QStringLiteral("other.desktop"), "Ant Other", "MimeType=image/png;\nOnlyShowIn=Elsewhere;\n");
+        writeEntry(QStringLiteral("notes.desktop"), "Notes", "MimeType=text/plain;\n");
+        Sandbox::writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/mimeapps.list"),
+                           "[Default Applications]\nimage/png=zviewer.desktop\n"
+                           "[Added Associations]\nimage/png=apaint.desktop;zviewer.desktop;\n");
+
+        // GIO takes the types from the folder's cache, as the desktop's
+        // package tools keep it.
+        if (QStandardPaths::findExecutable(QStringLiteral("update-desktop-database")).isEmpty())
+            QSKIP("update-desktop-database is not installed (setup.sh test)");
+        QCOMPARE(QProcess::execute(QStringLiteral("update-desktop-database"), {applications()}), 0);
+
+        const QString shot = qEnvironmentVariable("HOME") + QStringLiteral("/shot.png");
+        const QList<AppChoice> choices = AppLauncher::shared().applicationsFor(QUrl::fromLocalFile(shot));
+        QCOMPARE(names(choices), (QStringList{"Zeta Viewer", "alpha Paint", "Beta Draw"}));
+        QVERIFY(choices[0].isDefault && !choices[1].isDefault && !choices[2].isDefault);
+        QCOMPARE(choices[0].url, QUrl::fromLocalFile(applications() + QStringLiteral("zviewer.desktop")));
+
+        const QString notes = qEnvironmentVariable("HOME") + QStringLiteral("/notes.txt");
+        QCOMPARE(names(AppLauncher::shared().applicationsFor(QUrl::fromLocalFile(notes))), QStringList{"Notes"});
+    }
+};
+
+// GIO reads the XDG folders once, so they point into a temporary folder
+// before anything starts; the system's own applications stay out.
+int main(int argc, char **argv)
+{
+    QTemporaryDir root;
+    if (!root.isValid())
+        return 1;
+    const QString home = root.path() + QStringLiteral("/home");
+    const QList<QPair<const char *, QString>> folders = {
+        {"HOME", home},
+        {"XDG_CONFIG_HOME", home + QStringLiteral("/.config")},
+        {"XDG_DATA_HOME", home + QStringLiteral("/.local/share")},
+        {"XDG_CACHE_HOME", home + QStringLiteral("/.cache")},
+        {"XDG_DATA_DIRS", root.path() + QStringLiteral("/system/share")},
+        {"XDG_CONFIG_DIRS", root.path() + QStringLiteral("/system/etc")},
+    };
+    for (const auto &[name, folder] : folders) {
+        QDir().mkpath(folder);
+        qputenv(name, QFile::encodeName(folder));
+    }
+    // The system's file types are wanted, its applications are not.
+    QFile::link(QStringLiteral("/usr/share/mime"), root.path() + QStringLiteral("/system/share/mime"));
+    qputenv("XDG_CURRENT_DESKTOP", "Test");
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    TestAppLauncher test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "test_applauncher.moc"
