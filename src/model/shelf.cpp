@@ -184,6 +184,10 @@ void Shelf::applyScan(quint64 serial, ScanResult result)
         if (m_selection.contains(url))
             kept.insert(url);
     setSelection(kept);
+    // A later Shift+click adds to the base: a file gone from the folder must
+    // not come back into the selection that way.
+    const QSet<QUrl> listed(result.images.cbegin(), result.images.cend());
+    m_base.intersect(listed);
     Q_EMIT scanApplied();
     // Last, so whoever opens another folder in answer starts from a clean slate.
     if (!fresh.isEmpty())
@@ -198,6 +202,7 @@ void Shelf::openFolder(const QUrl &folder)
     m_current = key;
     Q_EMIT currentChanged();
     setSelection({});
+    m_base.clear();
     m_known.clear();
     m_firstScan = true;
     dropRunningScans();
@@ -210,6 +215,7 @@ void Shelf::setHome(const QUrl &folder)
     const QUrl key = folderKey(folder);
     setHomeAndCurrent(key, key);
     setSelection({});
+    m_base.clear();
     m_known.clear();
     m_firstScan = true;
     dropRunningScans();
