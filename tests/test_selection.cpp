@@ -133,6 +133,25 @@ private Q_SLOTS:
         shelf.setQuery(QStringLiteral("matches nothing"));
         shelf.moveCursor(Move::down, false);
         QCOMPARE(grid.cursorIndex(), 3);
+        shelf.setQuery({});
+
+        // Files that left the folder, or a folder left behind, are not
+        // brought back by a Shift+arrow growing from the old base.
+        shelf.select(grid.urls[0]);
+        shelf.toggle(grid.urls[6]);
+        shelf.toggle(grid.urls[1]);
+        QVERIFY(QFile::remove(grid.rig.file(QStringLiteral("item 6.png"))));
+        QVERIFY(grid.rig.rescan());
+        shelf.moveCursor(Move::right, true);
+        QCOMPARE(shelf.selection(), grid.at({0, 1, 2}));
+        shelf.selectAll();
+        QDir().mkpath(grid.rig.file(QStringLiteral("other")));
+        grid.rig.addImage(QStringLiteral("other/x.png"));
+        QSignalSpy scanned(&shelf, &Shelf::scanApplied);
+        shelf.openFolder(QUrl::fromLocalFile(grid.rig.file(QStringLiteral("other"))));
+        QVERIFY(scanned.wait());
+        shelf.moveCursor(Move::right, true);
+        QCOMPARE(shelf.selection(), QSet<QUrl>{grid.rig.url(QStringLiteral("other/x.png"))});
     }
 
     void searchMatchesNamesThenRecognisedText()

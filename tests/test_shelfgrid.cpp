@@ -1,6 +1,8 @@
 // The thumbnail grid: how many columns fit, where drag images go, and what
 // presses, releases and marquee drags on a real grid do to the selection.
 
+#include "meta/thumbs.h"
+#include "support/colourimages.h"
 #include "support/shelfrig.h"
 #include "ui/gridlayout.h"
 #include "ui/shelfgrid.h"
@@ -132,6 +134,83 @@ private Q_SLOTS:
 
         QTest::mouseClick(rig.view(), Qt::LeftButton, {}, QPoint(5, 5));
         QVERIFY(rig.selection().isEmpty());
+    }
+
+    // Only the tile takes the mouse: the name under it is background, where
+    // a press clears the selection and a drag draws a marquee, which selects
+    // the tiles it touches and not the names.
+    void namesAreBackground()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        Shelf &shelf = *rig.shelf.shelf;
+        const QRect tile = rig.grid->tileRect(rig.item(1));
+        const QPoint name(tile.center().x(), rig.grid->cellRect(rig.item(1)).bottom() - 2);
+        QCOMPARE(rig.grid->partAt(name), QStringLiteral("GridBackground"));
+        QCOMPARE(rig.grid->partAt(tile.center()), QStringLiteral("ThumbCell"));
+
+        shelf.setSelection({rig.item(0)});
+        QTest::mouseClick(rig.view(), Qt::LeftButton, {}, name);
+        QVERIFY(rig.selection().isEmpty());
+        QSignalSpy opened(rig.grid.get(), &ShelfGrid::openRequested);
+        QTest::mouseDClick(rig.view(), Qt::LeftButton, {}, name);
+        QVERIFY(opened.isEmpty());
+
+        // From one name to the next: no tile is touched.
+        const QPoint nextName = name + QPoint(rig.grid->tileRect(rig.item(2)).center().x() - tile.center().x(), 0);
+        QTest::mousePress(rig.view(), Qt::LeftButton, {}, name);
+        QMouseEvent move(QEvent::MouseMove, QPointF(nextName), rig.view()->mapToGlobal(QPointF(nextName)),
+                         Qt::NoButton, Qt::LeftButton, {});
+        QApplication::sendEvent(rig.view(), &move);
+        QVERIFY(rig.selection().isEmpty());
+        // Down into the next row's tiles.
+        const QPoint below = rig.grid->tileRect(rig.item(5)).topLeft() + QPoint(2, 2);
+        QMouseEvent down(QEvent::MouseMove, QPointF(below), rig.view()->mapToGlobal(QPointF(below)), Qt::NoButton,
+                         Qt::LeftButton, {});
+        QApplication::sendEvent(rig.view(), &down);
+        QTest::mouseRelease(rig.view(), Qt::LeftButton, {}, below);
+        QCOMPARE(rig.selection(), (QSet<QUrl>{rig.item(4), rig.item(5)}));
+    }
+
+    // Cells a search hid get their images back when it is cleared, and a
+    // file that cannot be read stays
+    // shown as such rather than as a loading ring that never ends.
+    void clearedSearchShowsImagesAgain()
+    {
+        ShelfRig rig;
+        QVERIFY(rig.start());
+        for (int i = 0; i < 12; ++i) {
+            QVERIFY(ColourImages::write(rig.file(QStringLiteral("%1.png").arg(i)), ColourImages::colour(i)));
+            ShelfRig::setAge(rig.file(QStringLiteral("%1.png").arg(i)), 100 + i);
+        }
+        Sandbox::writeFile(rig.file(QStringLiteral("broken.png")), "not an image");
+        QVERIFY(rig.rescan());
+        Thumbs thumbs(nullptr);
+        ShelfGrid grid(rig.shelf.get(), &rig.meta, &thumbs);
+        grid.resize(1000 + 2 * pad, 700);
+        grid.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&grid));
+        const QUrl broken = rig.url(QStringLiteral("broken.png"));
+        const auto settled = [&] {
+            for (const QUrl &url : rig.shelf->visible()) {
+                QImage image;
+                const ShelfGrid::Shows shows = grid.shows(url, &image);
+                if (url == broken ? shows != ShelfGrid::Shows::failed
+                                  : !ColourImages::shows(image, ColourImages::colour(url.fileName().section(QLatin1Char('.'), 0, 0).toInt())))
+                    return false;
+            }
+            return true;
+        };
+        QTRY_VERIFY(settled());
+
+        rig.shelf->setQuery(QStringLiteral("11"));
+        QCOMPARE(rig.shelf->visible().size(), 1);
+        rig.shelf->setQuery(QString());
+        QTRY_VERIFY_WITH_TIMEOUT(settled(), 2000);
+        rig.shelf->setQuery(QStringLiteral("broken"));
+        rig.shelf->setQuery(QString());
+        QCOMPARE(grid.shows(broken), ShelfGrid::Shows::failed);
+        QTRY_VERIFY_WITH_TIMEOUT(settled(), 2000);
     }
 };
 

@@ -1,5 +1,7 @@
 #include "actions/actionrunner.h"
 
+#include <QFile>
+
 #include "meta/metastore.h"
 #include "platform/threadpriority.h"
 
@@ -102,6 +104,23 @@ void ActionRunner::move(const QList<QUrl> &files, const QUrl &folder, QObject *r
         FileWorkResult result;
         result.moves = FileActions::move(files, folder);
         result.count = result.moves.size();
+        return result;
+    }, requester, std::move(done));
+}
+
+void ActionRunner::trash(const QList<QUrl> &files, const FileStamps &expected, QObject *requester, Done done)
+{
+    Trash *trash = &m_trash;
+    run([files, expected, trash] {
+        QList<QUrl> unchanged;
+        for (const QUrl &file : files) {
+            const auto wanted = expected.constFind(file);
+            // Checked as late as can be, just before the file is moved.
+            if (wanted == expected.cend() || stampOf(QFile::encodeName(file.toLocalFile())) == *wanted)
+                unchanged.append(file);
+        }
+        FileWorkResult result;
+        result.count = FileActions::trash(unchanged, *trash);
         return result;
     }, requester, std::move(done));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "actions/fileactions.h"
+#include "model/listing.h"
 
 #include <QHash>
 #include <QObject>
@@ -54,6 +55,11 @@ public:
     void convertToJPG(const QList<QUrl> &files, QObject *requester = nullptr, Done done = {});
     void move(const QList<QUrl> &files, const QUrl &folder, QObject *requester = nullptr, Done done = {});
     void trash(const QList<QUrl> &files, QObject *requester = nullptr, Done done = {});
+    // The same for files chosen from what the shelf drew: a file whose stamp
+    // is no longer `expected` (overwritten or renamed over since it was
+    // listed) is left where it is, since the person never saw that content.
+    // Files without an expected stamp go by name.
+    void trash(const QList<QUrl> &files, const FileStamps &expected, QObject *requester = nullptr, Done done = {});
     // Any other file work: `work` runs on the worker thread, so it may use
     // only what it captured by value. Without a requester, `done` runs as
     // long as the runner exists.

@@ -278,6 +278,17 @@ Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUr
 void Thumbs::finished(const QString &key, Made made)
 {
     --m_inFlight;
+    // A file overwritten or renamed over while it was decoded: whoever asked
+    // since then wants the new content, so the job runs again.
+    if (made.image && !m_jobs.value(key).waiters.isEmpty()) {
+        const auto now = ThumbDiskCache::stampOf(m_jobs.value(key).file.toLocalFile());
+        if (now && made.stamp != now) {
+            m_jobs[key].running = false;
+            m_waiting.prepend(key);
+            startWaiting();
+            return;
+        }
+    }
     const Job job = m_jobs.take(key);
     forget(job);
     // Not shared yet, so setting its ratio copies nothing.

@@ -41,6 +41,8 @@ struct Entry
     qint64 mtimeNs;
     quint32 nameAt;
     quint32 order;
+    qint64 size = -1;
+    quint64 inode = 0;
 };
 
 // Marks an entry whose stat failed (gone, or no longer a regular file).
@@ -107,12 +109,16 @@ void statEntries(int dirFd, const QByteArray &names, Entry *entries, size_t coun
     for (size_t i = 0; i < count; ++i) {
         struct statx sx;
         Entry &e = entries[i];
-        if (::statx(dirFd, names.constData() + e.nameAt, AT_SYMLINK_NOFOLLOW, STATX_MTIME | STATX_TYPE, &sx) != 0
-            || !S_ISREG(sx.stx_mode))
+        if (::statx(dirFd, names.constData() + e.nameAt, AT_SYMLINK_NOFOLLOW,
+                    STATX_MTIME | STATX_TYPE | STATX_SIZE | STATX_INO, &sx) != 0
+            || !S_ISREG(sx.stx_mode)) {
             e.mtimeNs = kNoFile;
-        else
-            e.mtimeNs = (sx.stx_mask & STATX_MTIME) ? qint64(sx.stx_mtime.tv_sec) * 1000000000 + sx.stx_mtime.tv_nsec
-                                                    : std::numeric_limits<qint64>::min();
+            continue;
+        }
+        e.mtimeNs = (sx.stx_mask & STATX_MTIME) ? qint64(sx.stx_mtime.tv_sec) * 1000000000 + sx.stx_mtime.tv_nsec
+                                                : std::numeric_limits<qint64>::min();
+        e.size = qint64(sx.stx_size);
+        e.inode = sx.stx_ino;
     }
 }
 
@@ -174,7 +180,7 @@ void statAll(int dirFd, const QByteArray &names, std::vector<Entry> &entries)
 }
 
 QList<QUrl> newestFirst(const QString &folder, const QByteArray &names, std::vector<Entry> &entries,
-                        qsizetype limit)
+                        qsizetype limit, FileStamps *stamps)
 {
     const auto newer = [](const Entry &a, const Entry &b) {
         return a.mtimeNs != b.mtimeNs ? a.mtimeNs > b.mtimeNs : a.order < b.order;
@@ -186,8 +192,12 @@ QList<QUrl> newestFirst(const QString &folder, const QByteArray &names, std::vec
     const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
     // Only the names shown are made into text; every one was checked to
     // decode when it was read.
-    for (qsizetype i = 0; i < keep; ++i)
-        urls.append(QUrl::fromLocalFile(prefix + QString::fromUtf8(names.constData() + entries[size_t(i)].nameAt)));
+    for (qsizetype i = 0; i < keep; ++i) {
+        const Entry &e = entries[size_t(i)];
+        urls.append(QUrl::fromLocalFile(prefix + QString::fromUtf8(names.constData() + e.nameAt)));
+        if (stamps)
+            stamps->insert(urls.last(), {e.mtimeNs, e.size, e.inode});
+    }
     return urls;
 }
 
@@ -291,10 +301,18 @@ FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 coun
     }
     result.imageCount = count;
     if (wantImages)
-        result.images = newestFirst(folder, names, images, listLimit);
+        result.images = newestFirst(folder, names, images, listLimit, &result.stamps);
     if (wantSubfolders)
         result.subfolders = sortedFolders(folder, folders);
     return result;
+}
+
+std::optional<FileStamp> stampOf(const QByteArray &path)
+{
+    struct statx sx;
+    if (::statx(AT_FDCWD, path.constData(), AT_SYMLINK_NOFOLLOW, STATX_MTIME | STATX_SIZE | STATX_INO, &sx) != 0)
+        return std::nullopt;
+    return FileStamp{qint64(sx.stx_mtime.tv_sec) * 1000000000 + sx.stx_mtime.tv_nsec, qint64(sx.stx_size), sx.stx_ino};
 }
 
 QList<QUrl> listImages(const QString &folder, qsizetype limit)

@@ -1,8 +1,26 @@
 #pragma once
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QUrl>
+
+#include <optional>
+
+// What a listed file was when it was listed: a file overwritten in place or
+// renamed over by another keeps its name but not these, so whatever was
+// drawn or decided from the old content can tell it is out of date.
+struct FileStamp
+{
+    qint64 mtimeNs = 0;
+    qint64 size = -1;
+    quint64 inode = 0;
+    bool operator==(const FileStamp &) const = default;
+};
+using FileStamps = QHash<QUrl, FileStamp>;
+
+// The stamp of `path` now; nullopt when nothing is there.
+std::optional<FileStamp> stampOf(const QByteArray &path);
 
 // Reading folders the way the shelf needs them. Every function here is safe to
 // call from any thread: it touches nothing but the file system.
@@ -33,6 +51,7 @@ qint64 countImages(const QString &folder, qint64 limit);
 struct FolderListing
 {
     QList<QUrl> images;      // newest first, at most the list limit
+    FileStamps stamps;       // of each of `images`
     qint64 imageCount = 0;   // at most the count limit
     QList<QUrl> subfolders;  // file-manager order
 };

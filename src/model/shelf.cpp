@@ -103,7 +103,10 @@ Shelf::ScanResult Shelf::runScan(const QString &current, const QString &home)
     const bool currentIsHome = current == home;
     // Home is read once: its images (when shown), its count and its subfolders.
     FolderListing homeListing = listFolder(home, listLimit, countLimit, currentIsHome, true);
-    result.images = currentIsHome ? homeListing.images : listImages(current, listLimit);
+    FolderListing shown = currentIsHome ? FolderListing() : listFolder(folderPath(current), listLimit, 0, true, false);
+    FolderListing &images = currentIsHome ? homeListing : shown;
+    result.images = std::move(images.images);
+    result.stamps = std::move(images.stamps);
     result.subfolders = homeListing.subfolders;
     result.counts.insert(QUrl::fromLocalFile(home), homeListing.imageCount);
     for (const QUrl &sub : std::as_const(result.subfolders))
@@ -170,7 +173,18 @@ void Shelf::applyScan(quint64 serial, ScanResult result)
         result.images.removeIf([this](const QUrl &url) { return m_writing.contains(url.toLocalFile()); });
 
     const QUrl fresh = noticeNew(result.images);
+    QList<QUrl> changed;
+    for (const QUrl &url : std::as_const(result.images)) {
+        const auto was = m_stamps.constFind(url);
+        if (was != m_stamps.cend() && *was != result.stamps.value(url))
+            changed.append(url);
+    }
+    // Before the items are published, so whoever draws them asks for the
+    // new content.
+    m_stamps = std::move(result.stamps);
     setItems(result.images);
+    if (!changed.isEmpty())
+        Q_EMIT contentChanged(changed);
     setSubfolders(result.subfolders);
     setFolderCounts(result.counts);
     watchCounts();
@@ -179,6 +193,10 @@ void Shelf::applyScan(quint64 serial, ScanResult result)
         if (m_selection.contains(url))
             kept.insert(url);
     setSelection(kept);
+    // A later Shift+click adds to the base: a file gone from the folder must
+    // not come back into the selection that way.
+    const QSet<QUrl> listed(result.images.cbegin(), result.images.cend());
+    m_base.intersect(listed);
     Q_EMIT scanApplied();
     // Last, so whoever opens another folder in answer starts from a clean slate.
     if (!fresh.isEmpty())
@@ -193,6 +211,7 @@ void Shelf::openFolder(const QUrl &folder)
     m_current = key;
     Q_EMIT currentChanged();
     setSelection({});
+    m_base.clear();
     m_known.clear();
     m_firstScan = true;
     dropRunningScans();
@@ -205,6 +224,7 @@ void Shelf::setHome(const QUrl &folder)
     const QUrl key = folderKey(folder);
     setHomeAndCurrent(key, key);
     setSelection({});
+    m_base.clear();
     m_known.clear();
     m_firstScan = true;
     dropRunningScans();
@@ -238,6 +258,15 @@ void Shelf::setCellWidth(double width)
         return;
     m_cellWidth = width;
     Q_EMIT cellWidthChanged();
+}
+
+FileStamps Shelf::stamps(const QList<QUrl> &files) const
+{
+    FileStamps known;
+    for (const QUrl &file : files)
+        if (const auto it = m_stamps.constFind(file); it != m_stamps.cend())
+            known.insert(file, *it);
+    return known;
 }
 
 void Shelf::setHomeAndCurrent(const QUrl &home, const QUrl &current)

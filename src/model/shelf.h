@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/listing.h"
 #include "platform/folderwatch.h"
 
 #include <QElapsedTimer>
@@ -79,6 +80,11 @@ public:
     QUrl home() const { return m_home; }
     QUrl current() const { return m_current; }
     QList<QUrl> items() const { return m_items; }
+    // What each item was when last listed (modification time, size, inode);
+    // a default stamp for a file the shelf does not list.
+    FileStamp stamp(const QUrl &url) const { return m_stamps.value(url); }
+    // The stamps of those of `files` the shelf lists.
+    FileStamps stamps(const QList<QUrl> &files) const;
     QList<QUrl> subfolders() const { return m_subfolders; }
     FolderCounts folderCounts() const { return m_folderCounts; }
     QSet<QUrl> selection() const { return m_selection; }
@@ -136,6 +142,7 @@ public:
     struct ScanResult
     {
         QList<QUrl> images;
+        FileStamps stamps; // of the images
         QList<QUrl> subfolders;
         FolderCounts counts;
     };
@@ -149,6 +156,10 @@ Q_SIGNALS:
     void homeChanged();
     void currentChanged();
     void itemsChanged();
+    // Items still listed under their names whose files changed since the
+    // last scan: overwritten in place, or replaced by a rename. Whatever was
+    // drawn from them is out of date.
+    void contentChanged(const QList<QUrl> &urls);
     void subfoldersChanged();
     void folderCountsChanged();
     void selectionChanged();
@@ -188,6 +199,7 @@ private:
     QUrl m_home;
     QUrl m_current;
     QList<QUrl> m_items;
+    FileStamps m_stamps;
     QList<QUrl> m_subfolders;
     FolderCounts m_folderCounts;
     QSet<QUrl> m_selection;

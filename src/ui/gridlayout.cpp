@@ -71,7 +71,7 @@ int Geometry::indexAt(const QPoint &p) const
     if (column >= columns)
         return -1;
     const int index = row * columns + column;
-    if (index >= count || !cellRect(index).contains(p))
+    if (index >= count || !tileRect(index).contains(p))
         return -1;
     return index;
 }

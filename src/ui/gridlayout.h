@@ -45,7 +45,9 @@ struct Geometry
     QRect tileRect(int index) const;
     // The items whose cells meet the band [top, bottom) of the content.
     QPair<int, int> rangeIn(int top, int bottom) const; // first, one past the last
-    int indexAt(const QPoint &p) const; // -1 on empty space
+    // The item whose tile is under `p`; -1 on empty space. The name under a
+    // tile is background: a press there clears or starts a marquee.
+    int indexAt(const QPoint &p) const;
 };
 
 // What a press on a cell does to the selection.

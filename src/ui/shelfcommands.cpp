@@ -11,6 +11,22 @@ ShelfCommands::ShelfCommands(Shelf *shelf, const Parts &parts, QObject *parent)
     : QObject(parent), m_shelf(shelf), m_launcher(parts.launcher), m_runner(parts.runner),
       m_quickLook(parts.quickLook), m_pins(parts.pins), m_folderPrompt(parts.folderPrompt)
 {
+    if (!shelf)
+        return;
+    // An open preview follows the list as soon as the shelf learns of a
+    // change: a file deleted from outside is not shown a moment longer.
+    const auto follow = [this] {
+        if (m_shelf && m_quickLook)
+            m_quickLook->follow(m_shelf->visible());
+    };
+    connect(shelf, &Shelf::itemsChanged, this, follow);
+    connect(shelf, &Shelf::queryChanged, this, follow);
+    connect(shelf, &Shelf::contentChanged, this, [this](const QList<QUrl> &files) {
+        if (m_quickLook)
+            m_quickLook->filesChanged(files);
+        if (m_pins)
+            m_pins->filesChanged(files);
+    });
 }
 
 QuickLook *ShelfCommands::quickLook() const
@@ -47,9 +63,10 @@ void ShelfCommands::trash(const QList<QUrl> &files)
     if (!m_runner || files.isEmpty())
         return;
     QPointer<Shelf> shelf = m_shelf;
-    m_runner->trash(files, m_shelf, [shelf](const FileWorkResult &result) {
-        // The folder watch would notice too; a scan now shows it at once.
-        if (shelf && result.count > 0)
+    m_runner->trash(files, m_shelf ? m_shelf->stamps(files) : FileStamps(), m_shelf, [shelf, asked = files.size()](const FileWorkResult &result) {
+        // The folder watch would notice too; a scan now shows it at once,
+        // and shows the new content of a file that was refused.
+        if (shelf && (result.count > 0 || result.count < asked))
             shelf->scan();
     });
 }

@@ -107,6 +107,7 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
 
     if (shelf) {
         connect(shelf, &Shelf::itemsChanged, this, &ShelfGrid::refreshItems);
+        connect(shelf, &Shelf::contentChanged, this, &ShelfGrid::contentChanged);
         connect(shelf, &Shelf::queryChanged, this, &ShelfGrid::refreshItems);
         connect(shelf, &Shelf::cellWidthChanged, this, &ShelfGrid::relayout);
         connect(shelf, &Shelf::currentChanged, this, &ShelfGrid::folderChanged);
@@ -156,6 +157,20 @@ QRect ShelfGrid::tileRect(const QUrl &url) const
     return index < 0 ? QRect() : m_geometry.tileRect(index).translated(0, -offset());
 }
 
+ShelfGrid::Shows ShelfGrid::shows(const QUrl &url, QImage *image) const
+{
+    if (!m_index.contains(url))
+        return Shows::none;
+    const FileStamp stamp = stampOf(url);
+    const auto loaded = m_images.constFind(url);
+    if (loaded != m_images.cend() && !loaded->image.isNull() && loaded->stamp == stamp) {
+        if (image)
+            *image = loaded->image;
+        return Shows::image;
+    }
+    return m_failed.value(url, FileStamp{0, -2, 0}) == stamp ? Shows::failed : Shows::loading;
+}
+
 QString ShelfGrid::partAt(const QPoint &viewportPoint) const
 {
     return m_geometry.indexAt(toContent(viewportPoint)) >= 0 ? QStringLiteral("ThumbCell")
@@ -168,10 +183,12 @@ void ShelfGrid::refreshItems()
     m_index.clear();
     for (int i = 0; i < m_visible.size(); ++i)
         m_index.insert(m_visible.at(i), i);
-    // Forget what belongs to files no longer shown.
+    // Forget what belongs to files no longer shown; a file shown again
+    // (a search cleared) is asked for again.
     for (auto it = m_images.begin(); it != m_images.end();)
         it = m_index.contains(it.key()) ? std::next(it) : m_images.erase(it);
-    m_failed.clear();
+    for (auto it = m_failed.begin(); it != m_failed.end();)
+        it = m_index.contains(it.key()) ? std::next(it) : m_failed.erase(it);
     relayout();
 }
 
@@ -192,13 +209,39 @@ void ShelfGrid::folderChanged()
 {
     if (m_thumbs)
         m_thumbs->cancel(this);
-    m_tickets.clear();
-    m_askedStep.clear();
+    m_asked.clear();
     m_images.clear();
     m_failed.clear();
     m_scroll->stop();
     refreshItems();
     verticalScrollBar()->setValue(0);
+}
+
+FileStamp ShelfGrid::stampOf(const QUrl &url) const
+{
+    return m_shelf ? m_shelf->stamp(url) : FileStamp();
+}
+
+void ShelfGrid::forget(const QUrl &url)
+{
+    if (const auto asked = m_asked.constFind(url); asked != m_asked.cend()) {
+        if (m_thumbs && asked->ticket)
+            m_thumbs->cancel(asked->ticket);
+        m_asked.erase(asked);
+    }
+    m_images.remove(url);
+    m_failed.remove(url);
+}
+
+void ShelfGrid::contentChanged(const QList<QUrl> &urls)
+{
+    // The old picture is not shown a moment longer: an action on the cell
+    // must never act on content other than what is drawn.
+    for (const QUrl &url : urls) {
+        forget(url);
+        updateCell(url);
+    }
+    loadThumbs();
 }
 
 void ShelfGrid::resizeEvent(QResizeEvent *event)
@@ -241,35 +284,59 @@ void ShelfGrid::loadThumbs()
             order << m_visible.at(i);
     }
     const QSet<QUrl> wanted(order.cbegin(), order.cend());
-    for (auto it = m_tickets.begin(); it != m_tickets.end();) {
+    for (auto it = m_asked.begin(); it != m_asked.end();) {
         if (wanted.contains(it.key())) {
             ++it;
             continue;
         }
-        m_thumbs->cancel(it.value());
-        m_askedStep.remove(it.key());
-        it = m_tickets.erase(it);
+        if (it->ticket)
+            m_thumbs->cancel(it->ticket);
+        it = m_asked.erase(it);
     }
     // Asked nearest first, since the queue serves the latest request first.
     for (auto it = order.crbegin(); it != order.crend(); ++it) {
         const QUrl url = *it;
-        if (m_failed.contains(url) || m_images.value(url).step >= step || m_askedStep.value(url) >= step)
+        const FileStamp stamp = stampOf(url);
+        if (const auto failed = m_failed.constFind(url); failed != m_failed.cend()) {
+            if (*failed == stamp)
+                continue;
+            m_failed.erase(failed);
+        }
+        if (const auto loaded = m_images.constFind(url); loaded != m_images.cend()) {
+            if (loaded->stamp == stamp && loaded->step >= step)
+                continue;
+            if (loaded->stamp != stamp)
+                m_images.erase(loaded);
+        }
+        if (const auto asked = m_asked.constFind(url); asked != m_asked.cend() && asked->step >= step)
             continue;
-        m_askedStep.insert(url, step);
+        const quint64 serial = ++m_serial;
+        m_asked.insert(url, {0, step, serial});
         QPointer<ShelfGrid> self(this);
         const Thumbs::Ticket ticket =
-            m_thumbs->request(url, width, dpr, this, [self, url, step](const QImage &image) {
+            m_thumbs->request(url, width, dpr, this, [self, url, step, stamp, serial](const QImage &image) {
                 if (!self)
                     return;
-                self->m_tickets.remove(url);
-                if (image.isNull())
-                    self->m_failed.insert(url);
-                else
-                    self->m_images.insert(url, {image, step});
+                const auto asked = self->m_asked.constFind(url);
+                const bool current = asked != self->m_asked.cend() && asked->serial == serial;
+                if (current)
+                    self->m_asked.erase(asked);
+                // An answer about content the file no longer has is dropped;
+                // the newer content was asked for when the change was seen.
+                if (self->stampOf(url) != stamp)
+                    return;
+                if (image.isNull()) {
+                    if (current)
+                        self->m_failed.insert(url, stamp);
+                } else if (current || self->m_images.value(url).step < step) {
+                    self->m_images.insert(url, {image, step, stamp});
+                }
                 self->updateCell(url);
             });
-        if (ticket != 0)
-            m_tickets.insert(url, ticket);
+        if (ticket != 0) {
+            if (const auto asked = m_asked.find(url); asked != m_asked.end() && asked->serial == serial)
+                asked->ticket = ticket;
+        }
     }
     m_thumbs->prioritize(shown);
     // Images far out of view are the cache's to keep, not ours.
@@ -278,7 +345,6 @@ void ShelfGrid::loadThumbs()
             if (wanted.contains(it.key())) {
                 ++it;
             } else {
-                m_askedStep.remove(it.key());
                 it = m_images.erase(it);
             }
         }
@@ -423,10 +489,11 @@ void ShelfGrid::paintCell(QPainter &p, int index)
     shape.addRoundedRect(QRectF(tile), tileRadius, tileRadius);
     p.fillPath(shape, hovered && !selected ? withAlpha(text, 0.10) : pal.color(QPalette::Base));
 
-    const Loaded loaded = m_images.value(url);
-    if (!loaded.image.isNull()) {
+    QImage image;
+    const Shows state = shows(url, &image);
+    if (state == Shows::image) {
         const QRectF box = QRectF(tile).adjusted(6, 6, -6, -6);
-        QSizeF size = loaded.image.deviceIndependentSize();
+        QSizeF size = image.deviceIndependentSize();
         size.scale(box.size(), Qt::KeepAspectRatio);
         QRectF target(QPointF(), size);
         target.moveCenter(box.center());
@@ -436,8 +503,8 @@ void ShelfGrid::paintCell(QPainter &p, int index)
             p.setBrush(QColor(0, 0, 0, int(255 * 0.18 / 3)));
             p.drawRoundedRect(target.translated(0, 1).adjusted(-k * 0.5, -k * 0.5, k * 0.5, k * 0.5), k, k);
         }
-        p.drawImage(target, loaded.image);
-    } else if (!m_failed.contains(url)) {
+        p.drawImage(target, image);
+    } else if (state == Shows::loading) {
         // Still loading: a faint ring where the image will be.
         const qreal side = 18;
         const QRectF ring(QRectF(tile).center() - QPointF(side / 2, side / 2), QSizeF(side, side));
@@ -607,7 +674,7 @@ void ShelfGrid::updateMarquee(const QPoint &viewportPoint)
     const QRect probe = m_marquee.adjusted(0, 0, 1, 1);
     const auto range = m_geometry.rangeIn(probe.top(), probe.bottom() + 1);
     for (int i = range.first; i < range.second; ++i) {
-        if (m_geometry.cellRect(i).intersects(probe))
+        if (m_geometry.tileRect(i).intersects(probe))
             selection.insert(m_visible.at(i));
     }
     if (selection != m_shelf->selection())

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "meta/thumbs.h"
+#include "model/listing.h"
 #include "ui/gridlayout.h"
 
 #include <QAbstractScrollArea>
@@ -15,7 +17,6 @@ class QMimeData;
 class QTimer;
 class QVariantAnimation;
 class Shelf;
-class Thumbs;
 
 // The thumbnail grid: one scroll area that lays out and paints only the
 // cells in view (a widget per cell would not scale to the 400 a folder
@@ -38,6 +39,11 @@ public:
     QRect cellRect(const QUrl &url) const;
     // The image tile alone, the part that takes the mouse.
     QRect tileRect(const QUrl &url) const;
+    // What the cell of `url` draws where its picture goes: nothing (not in
+    // the grid), the loading ring, its image (given in `image`) or nothing
+    // because the file cannot be read.
+    enum class Shows { none, loading, image, failed };
+    Shows shows(const QUrl &url, QImage *image = nullptr) const;
     // What lies under a viewport point: "ThumbCell" or "GridBackground".
     QString partAt(const QPoint &viewportPoint) const;
 
@@ -69,16 +75,28 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
+    // An image, the size step it serves and the file it was made from.
     struct Loaded
     {
         QImage image;
         int step = 0;
+        FileStamp stamp;
+    };
+    // A request on its way; `serial` tells its answer from older ones.
+    struct Asked
+    {
+        Thumbs::Ticket ticket = 0;
+        int step = 0;
+        quint64 serial = 0;
     };
 
     void refreshItems();
     void relayout();
     void loadThumbs();
     void folderChanged();
+    void contentChanged(const QList<QUrl> &urls);
+    void forget(const QUrl &url);
+    FileStamp stampOf(const QUrl &url) const;
     void scrollToCursor();
     void animateLift(const QUrl &url);
     void updateCell(const QUrl &url);
@@ -101,10 +119,13 @@ private:
     QList<QUrl> m_visible;
     QHash<QUrl, int> m_index;
 
+    // Every shown cell in or near view is in one of three states: its image
+    // for the current step and content, a request on its way, or failed
+    // (for the content it has now). Anything else asks again.
     QHash<QUrl, Loaded> m_images;
-    QHash<QUrl, quint64> m_tickets; // requests still on their way
-    QHash<QUrl, int> m_askedStep;
-    QSet<QUrl> m_failed;
+    QHash<QUrl, Asked> m_asked;
+    QHash<QUrl, FileStamp> m_failed;
+    quint64 m_serial = 0;
     QHash<QString, QIcon> m_appIcons;
 
     QHash<QUrl, double> m_lift;

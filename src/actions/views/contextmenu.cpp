@@ -217,8 +217,9 @@ QMenu *build(const QList<QUrl> &files, const Parts &parts, QWidget *parent)
     menu->addSeparator();
 
     addEntry(menu, trashTitle(files.size()), [c] {
+        // Only the content the person saw goes (see ActionRunner::trash).
         if (c.runner)
-            c.runner->trash(c.files, c.shelf, c.rescan());
+            c.runner->trash(c.files, c.shelf ? c.shelf->stamps(c.files) : FileStamps(), c.shelf, c.rescan());
     });
     return menu;
 }

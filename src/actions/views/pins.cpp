@@ -59,8 +59,11 @@ void Pins::opened(quint64 serial, const QUrl &file, QPointer<QScreen> screen, co
                                     [&](PinWindow *open) { return m_serials.value(open) > serial; });
     m_windows.insert(later - m_windows.cbegin(), window);
     m_serials.insert(window, serial);
+    m_files.insert(window, file);
     connect(window, &QObject::destroyed, this, [this, window] {
         m_serials.remove(window);
+        m_files.remove(window);
+        m_reloads.remove(window);
         if (m_windows.removeOne(window))
             Q_EMIT windowsChanged();
     });
@@ -68,4 +71,27 @@ void Pins::opened(quint64 serial, const QUrl &file, QPointer<QScreen> screen, co
     window->show();
     window->raise();
     window->activateWindow();
+}
+
+void Pins::filesChanged(const QList<QUrl> &files)
+{
+    for (PinWindow *window : std::as_const(m_windows)) {
+        const QUrl file = m_files.value(window);
+        if (!files.contains(file))
+            continue;
+        // Nothing of the old content stays on screen while the new decodes.
+        window->setImage(QImage());
+        const quint64 reload = ++m_nextReload;
+        m_reloads.insert(window, reload);
+        QPointer<PinWindow> alive(window);
+        QScreen *screen = window->screen();
+        const QSize most = screen ? (QSizeF(screen->availableGeometry().size()) * screen->devicePixelRatio()).toSize()
+                                  : QSize(4096, 4096);
+        FittedImage::decodeLater(window, file.toLocalFile(), most,
+                                 [this, alive, reload](const std::optional<FittedImage::Decoded> &decoded) {
+            // Only the latest of overlapping reloads lands.
+            if (alive && decoded && m_reloads.value(alive.data()) == reload)
+                alive->setImage(decoded->image);
+        });
+    }
 }

@@ -27,6 +27,9 @@ public:
     void pin(const QUrl &file, QScreen *screen);
 
     QList<PinWindow *> windows() const { return m_windows; }
+    QUrl file(PinWindow *window) const { return m_files.value(window); }
+    // `files` were overwritten or renamed over: their pins show the new content.
+    void filesChanged(const QList<QUrl> &files);
 
 Q_SIGNALS:
     void windowsChanged();
@@ -40,5 +43,8 @@ private:
     QList<PinWindow *> m_windows;
     // The pin order of each open window (decoding may finish out of order).
     QHash<PinWindow *, quint64> m_serials;
+    QHash<PinWindow *, QUrl> m_files;
+    QHash<PinWindow *, quint64> m_reloads;
+    quint64 m_nextReload = 0;
     quint64 m_nextSerial = 0;
 };

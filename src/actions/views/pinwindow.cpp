@@ -48,6 +48,12 @@ QRect PinWindow::geometryFor(const QSizeF &imagePoints, const QRect &available)
     return QRect(available.x() + available.width() - width - margin, available.y() + margin, width, height);
 }
 
+void PinWindow::setImage(const QImage &image)
+{
+    m_image = image;
+    update();
+}
+
 void PinWindow::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);

@@ -35,6 +35,9 @@ public:
     static QRect geometryFor(const QSizeF &imagePoints, const QRect &available);
 
     const QImage &image() const { return m_image; }
+    // The file's content changed: `image` is its new picture (null while it
+    // is decoded again).
+    void setImage(const QImage &image);
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -65,6 +65,23 @@ void PreviewWindow::showItem(const QUrl &file, int index, int count, const QList
     update();
 }
 
+void PreviewWindow::filesChanged(const QList<QUrl> &files)
+{
+    for (const QUrl &file : files)
+        m_ahead.remove(file);
+    if (files.contains(m_file)) {
+        m_image = QImage();
+        m_original = QSize();
+        m_decodedFor = QSize();
+        m_settled = false;
+        ++m_request;
+        decode();
+        update();
+    } else if (m_settled) {
+        decodeAhead();
+    }
+}
+
 QSize PreviewWindow::pixels() const
 {
     return (QSizeF(imageArea().size()) * devicePixelRatioF()).toSize();

@@ -31,6 +31,9 @@ public:
     // them at once.
     void showItem(const QUrl &file, int index, int count, const QList<QUrl> &neighbours = {});
     QUrl file() const { return m_file; }
+    // `files` were overwritten or renamed over: what was decoded of them is
+    // dropped, and the one shown is decoded again (nothing is drawn until then).
+    void filesChanged(const QList<QUrl> &files);
     // The decoded picture (null while decoding or when the file could not
     // be read) and whether decoding has finished for the current file.
     const QImage &image() const { return m_image; }

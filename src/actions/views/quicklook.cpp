@@ -104,6 +104,32 @@ void QuickLook::setCurrent(int index)
     showCurrent();
 }
 
+void QuickLook::follow(const QList<QUrl> &list)
+{
+    if (!isOpen() || list == m_urls)
+        return;
+    if (list.isEmpty()) {
+        close();
+        return;
+    }
+    int index = int(list.indexOf(currentURL()));
+    if (index < 0)
+        index = std::clamp(m_current, 0, int(list.size()) - 1);
+    m_urls = list;
+    Q_EMIT urlsChanged();
+    if (index != m_current) {
+        m_current = index;
+        Q_EMIT currentChanged(m_current);
+    }
+    showCurrent();
+}
+
+void QuickLook::filesChanged(const QList<QUrl> &files)
+{
+    if (m_window)
+        m_window->filesChanged(files);
+}
+
 void QuickLook::ensureWindow()
 {
     if (m_window)

@@ -48,6 +48,12 @@ public:
     // Shows the entry at `index`, kept within the list.
     void setCurrent(int index);
     void step(int delta) { setCurrent(m_current + delta); }
+    // The list it pages through changed (files deleted, a search typed): an
+    // open preview keeps its file while it is listed, else shows the one
+    // that took its place, and closes when nothing is left.
+    void follow(const QList<QUrl> &list);
+    // `files` changed on disk: the one shown is decoded again.
+    void filesChanged(const QList<QUrl> &files);
 
     // The window (created by the first show); for tests and snapshots.
     PreviewWindow *window() const { return m_window.get(); }

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QColor>
+#include <QDir>
+#include <QFileInfo>
+#include <QImage>
+#include <QString>
+
+#include <cstdlib>
+
+// Screenshots of one flat colour each: whatever draws one (a grid cell, the
+// preview, a pin) shows which content it was made from by its middle pixel.
+namespace ColourImages {
+
+// The colour standing for the n-th content a test writes; far enough apart
+// to tell from one another after scaling.
+inline QColor colour(int n)
+{
+    return QColor::fromHsv((n * 47) % 360, 90 + (n * 29) % 150, 120 + (n * 53) % 120);
+}
+
+// Writes (or overwrites in place) `path` as a PNG of `colour`, sized by
+// the colour so contents seldom share a file size.
+inline bool write(const QString &path, const QColor &colour, int width = 96)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QImage image(width + colour.hue() % 64, 60 + colour.value() % 32, QImage::Format_RGB32);
+    image.fill(colour);
+    return image.save(path, "PNG");
+}
+
+inline bool sameColour(const QColor &a, const QColor &b)
+{
+    return std::abs(a.red() - b.red()) <= 3 && std::abs(a.green() - b.green()) <= 3
+           && std::abs(a.blue() - b.blue()) <= 3;
+}
+
+// Whether `image` is a picture of `colour`.
+inline bool shows(const QImage &image, const QColor &colour)
+{
+    return !image.isNull() && sameColour(image.pixelColor(image.width() / 2, image.height() / 2), colour);
+}
+
+} // namespace ColourImages
