@@ -174,7 +174,7 @@ void statAll(int dirFd, const QByteArray &names, std::vector<Entry> &entries)
 }
 
 QList<QUrl> newestFirst(const QString &folder, const QByteArray &names, std::vector<Entry> &entries,
-                        qsizetype limit)
+                        qsizetype limit, QList<qint64> &timesMs)
 {
     const auto newer = [](const Entry &a, const Entry &b) {
         return a.mtimeNs != b.mtimeNs ? a.mtimeNs > b.mtimeNs : a.order < b.order;
@@ -186,8 +186,11 @@ QList<QUrl> newestFirst(const QString &folder, const QByteArray &names, std::vec
     const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
     // Only the names shown are made into text; every one was checked to
     // decode when it was read.
-    for (qsizetype i = 0; i < keep; ++i)
+    timesMs.reserve(keep);
+    for (qsizetype i = 0; i < keep; ++i) {
         urls.append(QUrl::fromLocalFile(prefix + QString::fromUtf8(names.constData() + entries[size_t(i)].nameAt)));
+        timesMs.append(entries[size_t(i)].mtimeNs / 1000000);
+    }
     return urls;
 }
 
@@ -291,7 +294,7 @@ FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 coun
     }
     result.imageCount = count;
     if (wantImages)
-        result.images = newestFirst(folder, names, images, listLimit);
+        result.images = newestFirst(folder, names, images, listLimit, result.imageTimesMs);
     if (wantSubfolders)
         result.subfolders = sortedFolders(folder, folders);
     return result;

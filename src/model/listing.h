@@ -33,6 +33,7 @@ qint64 countImages(const QString &folder, qint64 limit);
 struct FolderListing
 {
     QList<QUrl> images;      // newest first, at most the list limit
+    QList<qint64> imageTimesMs; // each image's modification time, ms since 1970
     qint64 imageCount = 0;   // at most the count limit
     QList<QUrl> subfolders;  // file-manager order
 };

@@ -57,6 +57,18 @@ Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *
              QObject *parent)
     : QObject(parent), m_prefs(prefs), m_capture(capture), m_meta(meta), m_frontApp(frontApp)
 {
+    m_home = homeFolder(prefs, capture);
+    m_current = m_home;
+    m_cellWidth = initialCellWidth(prefs);
+    m_clock.start();
+    watch();
+    scan();
+}
+
+Shelf::~Shelf() = default;
+
+QUrl Shelf::homeFolder(Prefs &prefs, CaptureLocation &capture)
+{
     QString homePath;
     const QByteArray envFolder = qgetenv("BRINDLEWICK_FOLDER");
     const QString chosen = prefs.text(PrefKey::folder);
@@ -66,15 +78,8 @@ Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *
         homePath = chosen;
     else
         homePath = capture.systemFolder();
-    m_home = folderUrl(homePath);
-    m_current = m_home;
-    m_cellWidth = initialCellWidth(prefs);
-    m_clock.start();
-    watch();
-    scan();
+    return folderUrl(homePath);
 }
-
-Shelf::~Shelf() = default;
 
 double Shelf::initialCellWidth(Prefs &prefs)
 {
@@ -86,6 +91,18 @@ double Shelf::initialCellWidth(Prefs &prefs)
 
 QUrl Shelf::folderKey(const QUrl &folder) { return folderUrl(folder.toLocalFile()); }
 
+QDateTime Shelf::modified(const QUrl &url) const
+{
+    const auto it = m_modifiedMs.constFind(url);
+    return it == m_modifiedMs.cend() ? QDateTime() : QDateTime::fromMSecsSinceEpoch(*it, Qt::UTC);
+}
+
+bool Shelf::hasText(const QUrl &url) const
+{
+    const std::optional<FileMeta> record = m_meta ? m_meta->meta(url) : std::nullopt;
+    return record && record->hasTextFor(modified(url));
+}
+
 bool Shelf::isHome() const { return folderKey(m_current) == folderKey(m_home); }
 
 Shelf::ScanResult Shelf::runScan(const QString &current, const QString &home)
@@ -94,7 +111,10 @@ Shelf::ScanResult Shelf::runScan(const QString &current, const QString &home)
     const bool currentIsHome = current == home;
     // Home is read once: its images (when shown), its count and its subfolders.
     FolderListing homeListing = listFolder(home, listLimit, countLimit, currentIsHome, true);
-    result.images = currentIsHome ? homeListing.images : listImages(current, listLimit);
+    const FolderListing shown = currentIsHome ? homeListing : listFolder(current, listLimit, 0, true, false);
+    result.images = shown.images;
+    for (qsizetype i = 0; i < shown.images.size() && i < shown.imageTimesMs.size(); ++i)
+        result.modifiedMs.insert(shown.images.at(i), shown.imageTimesMs.at(i));
     result.subfolders = homeListing.subfolders;
     result.counts.insert(QUrl::fromLocalFile(home), homeListing.imageCount);
     for (const QUrl &sub : std::as_const(result.subfolders))
@@ -161,7 +181,13 @@ void Shelf::applyScan(quint64 serial, ScanResult result)
         result.images.removeIf([this](const QUrl &url) { return m_writing.contains(url.toLocalFile()); });
 
     const QUrl fresh = noticeNew(result.images);
+    // A file saved over an old name is the same item with new contents:
+    // its text and its picture are looked at again.
+    const bool rewritten = result.images == m_items && result.modifiedMs != m_modifiedMs;
+    m_modifiedMs = std::move(result.modifiedMs);
     setItems(result.images);
+    if (rewritten)
+        Q_EMIT itemsChanged();
     setSubfolders(result.subfolders);
     setFolderCounts(result.counts);
     watchCounts();

@@ -2,6 +2,7 @@
 
 #include "platform/folderwatch.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QHash>
 #include <QList>
@@ -74,6 +75,8 @@ public:
     Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta = nullptr,
           FrontApp *frontApp = nullptr, QObject *parent = nullptr);
     ~Shelf() override;
+    // The Home folder a shelf made now starts with.
+    static QUrl homeFolder(Prefs &prefs, CaptureLocation &capture);
 
     // Observable state. Empty QUrl stands for "none" in the optional fields.
     QUrl home() const { return m_home; }
@@ -103,6 +106,11 @@ public:
     bool isHome() const;
     QList<QUrl> visible() const;
     QList<QUrl> selectedURLs() const;
+    // When an item was last changed, as the last scan saw it (invalid when
+    // it is not an item).
+    QDateTime modified(const QUrl &url) const;
+    // The item has recognised text, and recognised since its last change.
+    bool hasText(const QUrl &url) const;
 
     // Folders.
     void scan();
@@ -138,6 +146,7 @@ public:
         QList<QUrl> images;
         QList<QUrl> subfolders;
         FolderCounts counts;
+        QHash<QUrl, qint64> modifiedMs; // of the images, ms since 1970
     };
     static ScanResult runScan(const QString &current, const QString &home);
     // What the background half runs; runScan unless replaced (tests slow a
@@ -188,6 +197,7 @@ private:
     QUrl m_home;
     QUrl m_current;
     QList<QUrl> m_items;
+    QHash<QUrl, qint64> m_modifiedMs;
     QList<QUrl> m_subfolders;
     FolderCounts m_folderCounts;
     QSet<QUrl> m_selection;
