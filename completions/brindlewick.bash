@@ -22,7 +22,7 @@ _brindlewick()
         fi
     done
     if [[ $cur == -* || -z $cur ]]; then
-        COMPREPLY=($(compgen -W '--help --version --toggle --search --json --recognise --login' -- "$cur"))
+        COMPREPLY=($(compgen -W '--help --version --toggle --search --json --null --recognise --login' -- "$cur"))
     fi
 }
 complete -F _brindlewick brindlewick

@@ -74,7 +74,7 @@ private Q_SLOTS:
         Prefs prefs(box.path(QStringLiteral("prefs.conf")));
         PingServer server;
         qint64 now = 1'800'000'000'000;
-        Heartbeat beat(prefs, server.url(), QStringLiteral("0.1.0"), QStringLiteral("12"), [&] { return now; });
+        Heartbeat beat(prefs, server.url(), QStringLiteral("0.1.0"), QStringLiteral("12.0"), [&] { return now; });
         QSignalSpy answered(&beat, &Heartbeat::answered);
 
         beat.start(); // first launch: nothing stored, so it is due
@@ -86,7 +86,7 @@ private Q_SLOTS:
         const QString id = body.value(QStringLiteral("id")).toString();
         QVERIFY(QRegularExpression(QStringLiteral("^[0-9a-f]{8}-([0-9a-f]{4}-){3}[0-9a-f]{12}$")).match(id).hasMatch());
         QCOMPARE(prefs.text(PrefKey::installID), id);
-        QCOMPARE(body.value(QStringLiteral("os")).toString(), QStringLiteral("12"));
+        QCOMPARE(body.value(QStringLiteral("os")).toString(), QStringLiteral("12.0"));
 
         now += 23 * 3600 * 1000LL; // not due yet
         beat.send(false);
@@ -135,7 +135,8 @@ private Q_SLOTS:
         Sandbox box;
         const QString path = box.path(QStringLiteral("os-release"));
         for (const auto &[file, version] : {std::pair{"NAME=\"Ubuntu\"\nVERSION_ID=\"22.04.3\"\n", "22.04"},
-                                            std::pair{"VERSION_ID=12\nID=debian\n", "12"},
+                                            std::pair{"VERSION_ID=12\nID=debian\n", "12.0"},
+                                            std::pair{"ID=fedora\nVERSION_ID=39\n", "39.0"},
                                             std::pair{"NAME=Arch Linux\n", ""}}) {
             Sandbox::writeFile(path, file);
             QCOMPARE(Heartbeat::distributionVersion(path), QString::fromLatin1(version));

@@ -84,12 +84,14 @@ private Q_SLOTS:
         QCOMPARE(record->text, std::optional<QString>(QStringLiteral("Hello\nWorld")));
         QVERIFY(record->textAt);
 
-        // Unreadable images give no text, without crashing; a blank one the empty text.
+        // Unreadable images (a PNG cut short as one still being written
+        // among them) give nothing, not the empty text; a blank one gives
+        // the empty text.
         auto recognizer = makeTesseractRecognizer(QStringLiteral("eng"));
         QStringList bad = BadImages::write(box.path(QStringLiteral("bad")));
         bad << box.path(QStringLiteral("missing.png"));
         for (const QString &path : bad)
-            QVERIFY2(recognizer->recognize(path).value_or(QString()).isEmpty(), qPrintable(path));
+            QVERIFY2(!recognizer->recognize(path), qPrintable(path));
         QImage blank(200, 100, QImage::Format_RGB32);
         blank.fill(Qt::white);
         QVERIFY(blank.save(box.path(QStringLiteral("blank.png"))));
@@ -137,8 +139,10 @@ private Q_SLOTS:
         QVERIFY(!store.meta(run[1]));
         script.permits.release(2);
         QTRY_VERIFY(!indexer.running());
-        // A file that cannot be read counts as indexed, with the empty text.
+        // A file that cannot be read counts as indexed, with the empty text,
+        // and the run tells which it was.
         QCOMPARE(store.meta(run[1])->text, std::optional<QString>(QString()));
+        QCOMPARE(indexer.unreadable(), QList<QUrl>{run[1]});
 
         // Unforced runs skip indexed files (the empty text included).
         indexer.index(run, false);
@@ -176,6 +180,33 @@ private Q_SLOTS:
         QTRY_VERIFY(!indexer.running());
         QCOMPARE(indexer.done(), 2);
         QVERIFY(store.meta(other[1])->text);
+    }
+
+    // Text recognised before its file last changed (a screenshot saved over
+    // an old name) is another picture's: an unforced run does that file again.
+    void textOlderThanItsFileIsDoneAgain()
+    {
+        Sandbox box;
+        MetaStore store(box.path(QStringLiteral("meta.json")));
+        Script script;
+        TextIndexer indexer(store, [&] { return std::make_unique<FakeRecognizer>(script); });
+        const QList<QUrl> run = files(box.path(), 3);
+        const QDateTime recognised = QDateTime::currentDateTimeUtc().addSecs(-60);
+        for (const QUrl &file : run)
+            store.update(file, [&](FileMeta &meta) {
+                meta.text = QStringLiteral("old words");
+                meta.textAt = recognised;
+            });
+        indexer.setModifiedTime([&](const QUrl &file) {
+            return file == run[1] ? recognised.addSecs(5) : file == run[2] ? QDateTime() : recognised.addSecs(-5);
+        });
+        script.permits.release(1);
+        indexer.index(run, false);
+        QCOMPARE(indexer.total(), 1);
+        QTRY_VERIFY(!indexer.running());
+        QCOMPARE(store.meta(run[0])->text, std::optional<QString>(QStringLiteral("old words")));
+        QCOMPARE(store.meta(run[1])->text, std::optional<QString>(QStringLiteral("text of shot2.png")));
+        QVERIFY(*store.meta(run[1])->textAt > recognised);
     }
 
     void quittingStoresWhatWasRecognisedWithoutWaitingForTheRest()

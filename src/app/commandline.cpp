@@ -13,11 +13,13 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -52,6 +54,31 @@ void say(FILE *stream, const QString &text)
     std::fflush(stream);
 }
 
+// A path as a terminal should show it: control characters (which could
+// move the cursor, or split one path over two lines) and the backslash
+// written as escapes, everything else as it is.
+QByteArray escapedForTerminal(const QString &path)
+{
+    QString out;
+    out.reserve(path.size());
+    for (const QChar c : path) {
+        const char16_t u = c.unicode();
+        if (u == u'\\')
+            out += QStringLiteral("\\\\");
+        else if (u == u'\n')
+            out += QStringLiteral("\\n");
+        else if (u == u'\t')
+            out += QStringLiteral("\\t");
+        else if (u < 0x20 || u == 0x7f)
+            out += QStringLiteral("\\x%1").arg(int(u), 2, 16, QLatin1Char('0'));
+        else if (u >= 0x80 && u < 0xa0)
+            out += QStringLiteral("\\u%1").arg(int(u), 4, 16, QLatin1Char('0'));
+        else
+            out += c;
+    }
+    return out.toUtf8();
+}
+
 QString isoDate(const QDateTime &time)
 {
     // Local time with its offset, to the second.
@@ -61,7 +88,9 @@ QString isoDate(const QDateTime &time)
 // The screenshots of Home matching `query`, by the shelf's own listing and
 // search, newest first. Runs the event loop until the listing and the
 // metadata are in; never writes the metadata file.
-int runSearch(const QString &query, bool json)
+enum class Listing { lines, nulls, json };
+
+int runSearch(const QString &query, Listing listing)
 {
     // A missing metadata file means names only; a store is not even made
     // then, since making one creates its folder.
@@ -87,7 +116,7 @@ int runSearch(const QString &query, bool json)
     QCoreApplication::exec();
 
     const QList<QUrl> found = shelf.visible();
-    if (json) {
+    if (listing == Listing::json) {
         QJsonArray list;
         for (const QUrl &url : found) {
             const QString path = url.toLocalFile();
@@ -98,14 +127,22 @@ int runSearch(const QString &query, bool json)
             item.insert(QStringLiteral("date"), isoDate(QFileInfo(path).lastModified()));
             item.insert(QStringLiteral("application"),
                         record && record->app ? QJsonValue(*record->app) : QJsonValue());
-            item.insert(QStringLiteral("text"), record && record->text ? QJsonValue(record->text->toString()) : QJsonValue());
+            // Text recognised before the file last changed is another picture's.
+            item.insert(QStringLiteral("text"), record && record->hasTextFor(shelf.modified(url))
+                                                    ? QJsonValue(record->text->toString())
+                                                    : QJsonValue());
             list.append(item);
         }
         const QByteArray out = QJsonDocument(list).toJson(QJsonDocument::Indented);
         std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
     } else {
-        for (const QUrl &url : found)
-            say(stdout, url.toLocalFile() + QLatin1Char('\n'));
+        // The path's own bytes for programs; on a terminal, escaped.
+        const bool terminal = listing == Listing::lines && ::isatty(STDOUT_FILENO);
+        for (const QUrl &url : found) {
+            QByteArray line = terminal ? escapedForTerminal(url.toLocalFile()) : QFile::encodeName(url.toLocalFile());
+            line += listing == Listing::nulls ? '\0' : '\n';
+            std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
+        }
     }
     std::fflush(stdout);
     return found.isEmpty() ? 1 : 0;
@@ -126,9 +163,16 @@ void mergeText(MetaStore &store, const QHash<QString, FileMeta> &records)
 
 // Hands `records` to the running instance, or writes them into the store
 // directly when none runs (holding off a start meanwhile).
-bool storeRecognised(const QHash<QString, FileMeta> &records)
+bool storeRecognised(const QHash<QString, FileMeta> &records, QString *problem)
 {
-    SingleInstance instance(SingleInstance::defaultSocketPath());
+    // Only ever handed to a Brindlewick of this user's, in a folder of ours.
+    const QString socketPath = SingleInstance::defaultSocketPath(problem);
+    if (socketPath.isEmpty())
+        return false;
+    SingleInstance instance(socketPath);
+    *problem = instance.problem();
+    if (!problem->isEmpty())
+        return false;
     const QList<QString> names = records.keys();
     for (qsizetype first = 0; first < names.size(); first += recordsPerRequest) {
         QHash<QString, FileMeta> part;
@@ -145,6 +189,10 @@ bool storeRecognised(const QHash<QString, FileMeta> &records)
                 stored = true;
                 break;
             }
+            if (reply.status == SingleInstance::Reply::refused) {
+                *problem = instance.problem();
+                return false;
+            }
             if (reply.status == SingleInstance::Reply::noAnswer)
                 return false;
             bool written = false;
@@ -156,6 +204,10 @@ bool storeRecognised(const QHash<QString, FileMeta> &records)
             });
             if (ran && !written)
                 return false;
+            if (!instance.problem().isEmpty()) {
+                *problem = instance.problem();
+                return false;
+            }
             stored = ran;
         }
         if (!stored)
@@ -164,10 +216,27 @@ bool storeRecognised(const QHash<QString, FileMeta> &records)
     return true;
 }
 
+// Records are kept by file name for the images the shelf shows: those of
+// Home and of its subfolders (not hidden ones) one level down.
+bool isOnShelf(const QString &canonicalPath, const QString &home)
+{
+    const QFileInfo file(canonicalPath);
+    const QFileInfo folder(file.absolutePath());
+    if (home.isEmpty() || file.fileName().startsWith(QLatin1Char('.')))
+        return false;
+    return folder.absoluteFilePath() == home
+           || (folder.absolutePath() == home && !folder.fileName().startsWith(QLatin1Char('.')));
+}
+
 int runRecognise(const QStringList &paths)
 {
     int status = 0;
-    QList<QUrl> files;
+    const QString home =
+        QFileInfo(Shelf::homeFolder(Prefs::shared(), CaptureLocation::shared()).toLocalFile()).canonicalFilePath();
+    // Each record belongs to one file: the arguments for each record's name.
+    QHash<QString, QStringList> argumentsByName;
+    QHash<QString, QSet<QString>> filesByName;
+    QStringList names;
     for (const QString &path : paths) {
         const QFileInfo info(path);
         if (!info.isFile() || !QImageReader(info.absoluteFilePath()).canRead()) {
@@ -175,7 +244,30 @@ int runRecognise(const QStringList &paths)
             status = 1;
             continue;
         }
-        files.append(QUrl::fromLocalFile(info.absoluteFilePath()));
+        const QString canonical = info.canonicalFilePath();
+        if (!isOnShelf(canonical, home)) {
+            say(stderr, QStringLiteral("brindlewick: not in the shelf's folders (%1 and its subfolders): %2\n")
+                            .arg(home.isEmpty() ? QStringLiteral("Home") : home, path));
+            status = 1;
+            continue;
+        }
+        const QString name = QFileInfo(canonical).fileName();
+        if (!argumentsByName.contains(name))
+            names << name;
+        argumentsByName[name] << path;
+        filesByName[name].insert(canonical);
+    }
+    QList<QUrl> files;
+    for (const QString &name : std::as_const(names)) {
+        const QSet<QString> &same = filesByName.value(name);
+        if (same.size() > 1) {
+            say(stderr, QStringLiteral("brindlewick: different images with one name, whose text would share one "
+                                       "record, left out: ")
+                            + argumentsByName.value(name).join(QStringLiteral(", ")) + QLatin1Char('\n'));
+            status = 1;
+            continue;
+        }
+        files.append(QUrl::fromLocalFile(*same.cbegin()));
     }
     if (files.isEmpty())
         return status;
@@ -206,14 +298,25 @@ int runRecognise(const QStringList &paths)
         QObject::connect(&scratch, &MetaStore::loaded, &indexer, start);
     QCoreApplication::exec();
 
+    // An image that could not be read (cut short, still being written) has
+    // no text to store: its record stays as it was.
+    const QList<QUrl> unreadable = indexer.unreadable();
     QHash<QString, FileMeta> records;
     for (const QUrl &file : std::as_const(files)) {
         const std::optional<FileMeta> record = scratch.meta(file);
-        if (record && record->text)
-            records.insert(file.fileName(), *record);
+        if (unreadable.contains(file) || !record || !record->text) {
+            say(stderr, QStringLiteral("brindlewick: not a readable image: ") + file.toLocalFile() + QLatin1Char('\n'));
+            status = 1;
+            continue;
+        }
+        records.insert(file.fileName(), *record);
     }
-    if (records.isEmpty() || !storeRecognised(records)) {
-        say(stderr, QStringLiteral("brindlewick: the recognised text could not be stored\n"));
+    if (records.isEmpty())
+        return 1;
+    QString problem;
+    if (!storeRecognised(records, &problem)) {
+        say(stderr, QStringLiteral("brindlewick: the recognised text could not be stored")
+                        + (problem.isEmpty() ? QString() : QStringLiteral(": ") + problem) + QLatin1Char('\n'));
         return 1;
     }
     return status;
@@ -272,6 +375,9 @@ CommandLine runCommandLine(int argc, char *argv[])
         }
         arguments << argument;
     }
+    // A bare --login at the end asks nothing: the program starts as usual.
+    if (arguments.size() > 1 && arguments.constLast() == QLatin1String("--login"))
+        arguments.removeLast();
     if (arguments.size() <= 1)
         return result;
 
@@ -293,6 +399,9 @@ CommandLine runCommandLine(int argc, char *argv[])
     const QCommandLineOption json(QStringLiteral("json"),
                                   QStringLiteral("With --search: print name, path, date, application and "
                                                  "text of each match as JSON."));
+    const QCommandLineOption null(QStringLiteral("null"),
+                                  QStringLiteral("With --search: end each path with a NUL byte instead of a "
+                                                 "line end, for xargs -0."));
     const QCommandLineOption recognise({QStringLiteral("recognise"), QStringLiteral("recognize")},
                                        QStringLiteral("Recognise the text of the given images now and store it "
                                                       "for search."));
@@ -300,7 +409,7 @@ CommandLine runCommandLine(int argc, char *argv[])
                                    QStringLiteral("Start at login (on), or not (off); any other word "
                                                   "prints the state."),
                                    QStringLiteral("on|off"));
-    parser.addOptions({help, version, toggle, search, json, recognise, login});
+    parser.addOptions({help, version, toggle, search, json, null, recognise, login});
     parser.addPositionalArgument(QStringLiteral("PATH"), QStringLiteral("With --recognise: the images."),
                                  QStringLiteral("[PATH...]"));
 
@@ -314,6 +423,8 @@ CommandLine runCommandLine(int argc, char *argv[])
         problem = QStringLiteral("--search, --recognise, --login and --toggle go alone");
     else if (parser.isSet(json) && !parser.isSet(search))
         problem = QStringLiteral("--json goes with --search");
+    else if (parser.isSet(null) && (!parser.isSet(search) || parser.isSet(json)))
+        problem = QStringLiteral("--null goes with --search, without --json");
     else if (parser.isSet(recognise) && parser.positionalArguments().isEmpty())
         problem = QStringLiteral("--recognise needs at least one image");
     else if (!parser.isSet(recognise) && !parser.positionalArguments().isEmpty())
@@ -345,7 +456,9 @@ CommandLine runCommandLine(int argc, char *argv[])
                        QCoreApplication::applicationPid());
         result.status = runLoginCommand(item, parser.value(login));
     } else if (parser.isSet(search)) {
-        result.status = runSearch(parser.value(search), parser.isSet(json));
+        result.status = runSearch(parser.value(search), parser.isSet(json)   ? Listing::json
+                                                        : parser.isSet(null) ? Listing::nulls
+                                                                             : Listing::lines);
     } else {
         result.status = runRecognise(parser.positionalArguments());
     }

@@ -4,6 +4,7 @@
 #include "app/singleinstance.h"
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
+#include "model/shelf.h"
 #include "platform/frontapp.h"
 #include "system/capturelocation.h"
 #include "system/heartbeat.h"
@@ -62,14 +63,27 @@ int main(int argc, char *argv[])
 
     // A second start shows the running one's shelf instead, and ends before
     // it touches any shared file.
-    SingleInstance instance(SingleInstance::defaultSocketPath());
+    // Another user's files where ours belong stop us: answering them would
+    // hand that user our requests.
+    QString unsafe;
+    const QString socketPath = SingleInstance::defaultSocketPath(&unsafe);
+    SingleInstance instance(socketPath);
+    if (unsafe.isEmpty())
+        unsafe = instance.problem();
     // Test hook: several starts wait here on one FIFO and are let go at the
     // same instant, when the test opens it for writing.
     if (const QByteArray gate = qgetenv("BRINDLEWICK_START_GATE"); !gate.isEmpty())
         ::close(::open(gate.constData(), O_RDONLY | O_CLOEXEC));
-    if (!instance.claim()) {
-        if (instance.sendToRunning(toggle ? "toggle" : "show"))
+    const SingleInstance::Claim claim = unsafe.isEmpty() ? instance.claim() : SingleInstance::Claim::refused;
+    if (claim != SingleInstance::Claim::won) {
+        if (claim == SingleInstance::Claim::running && instance.sendToRunning(toggle ? "toggle" : "show"))
             return 0;
+        if (unsafe.isEmpty())
+            unsafe = instance.problem();
+        if (!unsafe.isEmpty()) {
+            std::fputs(qPrintable(QStringLiteral("Brindlewick will not start: %1.\n").arg(unsafe)), stderr);
+            return 1;
+        }
         std::fputs("Brindlewick is already running, but did not answer.\n", stderr);
         return 1;
     }
@@ -84,6 +98,8 @@ int main(int argc, char *argv[])
 
     const std::unique_ptr<FrontApp> frontApp = makeFrontApp();
     AppDelegate delegate(Prefs::shared(), CaptureLocation::shared(), &MetaStore::shared(), frontApp.get());
+    // Text recognised before a screenshot was saved over is recognised again.
+    TextIndexer::shared().setModifiedTime([&delegate](const QUrl &file) { return delegate.shelf().modified(file); });
     // `brindlewick --recognise` run meanwhile hands its text to our store.
     instance.setAnswerer([](const QByteArray &request, const SingleInstance::Answer &answer) {
         return takeRecognisedText(MetaStore::shared(), request, answer);

@@ -2,19 +2,44 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QPointer>
 
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-int openLockFile(const QString &path)
+QString describe(const QString &path, const char *what)
 {
-    return ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    return QStringLiteral("%1 %2").arg(path, QString::fromLatin1(what));
+}
+
+// Ours, a real folder (not a link to one), and closed to everyone else.
+// `exact`: nothing but 0700 will do (the folders we pick ourselves).
+bool isPrivateFolder(const QString &path, bool exact, QString *problem)
+{
+    struct stat st;
+    if (::lstat(QFile::encodeName(path).constData(), &st) != 0) {
+        *problem = describe(path, "cannot be examined: ") + QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
+    if (!S_ISDIR(st.st_mode))
+        *problem = describe(path, "is not a folder");
+    else if (st.st_uid != ::geteuid())
+        *problem = describe(path, "belongs to another user");
+    else if (exact ? (st.st_mode & 0777) != 0700 : (st.st_mode & 022) != 0)
+        *problem = describe(path, "is open to other users");
+    else
+        return true;
+    return false;
 }
 
 } // namespace
@@ -22,6 +47,8 @@ int openLockFile(const QString &path)
 SingleInstance::SingleInstance(QString basePath, QObject *parent)
     : QObject(parent), m_socketPath(std::move(basePath))
 {
+    // Others must not be able to put a file of theirs where ours go.
+    (void)isPrivateFolder(QFileInfo(m_socketPath).absolutePath(), false, &m_problem);
 }
 
 SingleInstance::~SingleInstance()
@@ -34,27 +61,104 @@ SingleInstance::~SingleInstance()
         ::close(m_lockFd);
 }
 
-QString SingleInstance::defaultSocketPath()
+QString SingleInstance::privateFolder(QString *problem)
 {
-    QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (folder.isEmpty() || !QDir(folder).exists())
-        folder = QDir::tempPath();
-    // Named by the application ID; the user's number keeps users apart in
-    // the shared temporary folder.
-    return folder + QLatin1Char('/') + QStringLiteral(BRINDLEWICK_APP_ID)
-           + QStringLiteral("-%1.socket").arg(::getuid());
+    QString unused;
+    QString &why = problem ? *problem : unused;
+    // The session's runtime folder, when it is what it should be: ours, 0700.
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    QString runtimeProblem;
+    if (!runtime.isEmpty() && QDir::isAbsolutePath(runtime) && isPrivateFolder(runtime, true, &runtimeProblem))
+        return runtime;
+    // Otherwise (cron, su, some remote logins) a folder of our own in the
+    // shared temporary folder. Its name is easy to guess, so another user
+    // may have made it first: it is used only when it turns out to be ours.
+    const QString folder = QDir::tempPath() + QLatin1Char('/') + QStringLiteral(BRINDLEWICK_APP_ID)
+                           + QStringLiteral("-%1").arg(::geteuid());
+    if (::mkdir(QFile::encodeName(folder).constData(), 0700) != 0 && errno != EEXIST) {
+        why = describe(folder, "cannot be made: ") + QString::fromLocal8Bit(std::strerror(errno));
+        return {};
+    }
+    if (!isPrivateFolder(folder, true, &why))
+        return {};
+    return folder;
 }
 
-bool SingleInstance::claim()
+QString SingleInstance::defaultSocketPath(QString *problem)
+{
+    const QString folder = privateFolder(problem);
+    if (folder.isEmpty())
+        return {};
+    // Named by the application ID; the user's number keeps the name the
+    // same as it was when the folder was shared.
+    return folder + QLatin1Char('/') + QStringLiteral(BRINDLEWICK_APP_ID)
+           + QStringLiteral("-%1.socket").arg(::geteuid());
+}
+
+qint64 SingleInstance::peerUid(qintptr socketDescriptor)
+{
+    struct ucred credentials = {};
+    socklen_t length = sizeof credentials;
+    if (socketDescriptor < 0
+        || ::getsockopt(int(socketDescriptor), SOL_SOCKET, SO_PEERCRED, &credentials, &length) != 0)
+        return -1;
+    return qint64(credentials.uid);
+}
+
+int SingleInstance::openLock(const QString &suffix)
+{
+    if (!m_problem.isEmpty())
+        return -1;
+    const QString path = m_socketPath + suffix;
+    // Never through a link, and only a file of ours.
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    struct stat st;
+    if (fd < 0) {
+        m_problem = describe(path, "cannot be opened: ") + QString::fromLocal8Bit(std::strerror(errno));
+        return -1;
+    }
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_uid != ::geteuid()) {
+        m_problem = describe(path, "belongs to another user");
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+bool SingleInstance::connectToOurs(QLocalSocket &socket, int timeoutMs)
+{
+    if (!m_problem.isEmpty())
+        return false;
+    struct stat st;
+    if (::lstat(QFile::encodeName(m_socketPath).constData(), &st) != 0)
+        return false; // no one listens
+    if (!S_ISSOCK(st.st_mode) || st.st_uid != ::geteuid()) {
+        m_problem = describe(m_socketPath, "belongs to another user");
+        return false;
+    }
+    socket.connectToServer(m_socketPath);
+    if (!socket.waitForConnected(timeoutMs))
+        return false;
+    // The file may have changed hands since we looked; the peer cannot.
+    if (peerUid(socket.socketDescriptor()) != qint64(::geteuid())) {
+        socket.abort();
+        m_problem = describe(m_socketPath, "is served by another user");
+        return false;
+    }
+    return true;
+}
+
+SingleInstance::Claim SingleInstance::claim()
 {
     // The gate makes "take the lock, then listen" one step as others see
     // it: a loser waits at the gate until the winner listens, instead of
     // polling for a socket that is not there yet. It is held for
     // milliseconds, never while running.
-    const int gate = openLockFile(m_socketPath + QStringLiteral(".gate"));
-    if (gate >= 0)
-        (void)::flock(gate, LOCK_EX);
-    m_lockFd = openLockFile(m_socketPath + QStringLiteral(".lock"));
+    const int gate = openLock(QStringLiteral(".gate"));
+    if (gate < 0)
+        return Claim::refused;
+    (void)::flock(gate, LOCK_EX);
+    m_lockFd = openLock(QStringLiteral(".lock"));
     const bool won = m_lockFd >= 0 && ::flock(m_lockFd, LOCK_EX | LOCK_NB) == 0;
     if (won) {
         listen();
@@ -62,16 +166,16 @@ bool SingleInstance::claim()
         ::close(m_lockFd);
         m_lockFd = -1;
     }
-    if (gate >= 0)
-        ::close(gate);
-    return won;
+    ::close(gate);
+    if (!m_problem.isEmpty())
+        return Claim::refused;
+    return won ? Claim::won : Claim::running;
 }
 
 bool SingleInstance::sendToRunning(const QByteArray &request, int timeoutMs)
 {
     QLocalSocket socket;
-    socket.connectToServer(m_socketPath);
-    if (!socket.waitForConnected(timeoutMs))
+    if (!connectToOurs(socket, timeoutMs))
         return false;
     socket.write(request + '\n');
     if (!socket.waitForBytesWritten(timeoutMs))
@@ -85,9 +189,11 @@ SingleInstance::Reply SingleInstance::ask(const QByteArray &request, int timeout
 {
     Reply reply;
     QLocalSocket socket;
-    socket.connectToServer(m_socketPath);
-    if (!socket.waitForConnected(2000))
+    if (!connectToOurs(socket, 2000)) {
+        if (!m_problem.isEmpty())
+            reply.status = Reply::refused;
         return reply;
+    }
     reply.status = Reply::noAnswer;
     socket.write(request + '\n');
     if (!socket.waitForBytesWritten(timeoutMs))
@@ -107,17 +213,17 @@ bool SingleInstance::runWhileNoneRunning(const std::function<void()> &job)
 {
     // The same two locks as `claim`, in the same order: a start that comes
     // now waits at the gate until the job is done, then runs as usual.
-    const int gate = openLockFile(m_socketPath + QStringLiteral(".gate"));
-    if (gate >= 0)
-        (void)::flock(gate, LOCK_EX);
-    const int lock = openLockFile(m_socketPath + QStringLiteral(".lock"));
+    const int gate = openLock(QStringLiteral(".gate"));
+    if (gate < 0)
+        return false;
+    (void)::flock(gate, LOCK_EX);
+    const int lock = openLock(QStringLiteral(".lock"));
     const bool free = lock >= 0 && ::flock(lock, LOCK_EX | LOCK_NB) == 0;
     if (free)
         job();
     if (lock >= 0)
         ::close(lock);
-    if (gate >= 0)
-        ::close(gate);
+    ::close(gate);
     return free;
 }
 
@@ -131,6 +237,12 @@ void SingleInstance::listen()
         return; // still the one instance, only unreachable
     connect(m_server, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket *client = m_server->nextPendingConnection()) {
+            // Only this user's programs may ask anything of us.
+            if (peerUid(client->socketDescriptor()) != qint64(::geteuid())) {
+                client->abort();
+                client->deleteLater();
+                continue;
+            }
             connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
             connect(client, &QLocalSocket::readyRead, this, [this, client] { readRequest(client); });
         }

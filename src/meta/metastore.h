@@ -25,6 +25,14 @@ struct FileMeta
     std::optional<QDateTime> textAt; // when `text` was written
 
     bool isIndexed() const { return text.has_value(); }
+    // Recognised from the file as it is now: not before `modified`, its last
+    // change, since a screenshot saved over an old name must not keep the
+    // old image's words. A record without a date, or a file whose time is
+    // not known, is taken as it is.
+    bool hasTextFor(const QDateTime &modified) const
+    {
+        return text.has_value() && (!textAt || !modified.isValid() || *textAt >= modified);
+    }
     bool operator==(const FileMeta &) const = default;
 };
 

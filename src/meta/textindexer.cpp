@@ -28,7 +28,13 @@ struct TextIndexer::Worker
     // Recognised and not yet in the store, oldest first. Kept here rather
     // than in the posted events so that quitting can still store them.
     QMutex lock;
-    QList<QPair<QUrl, QString>> recognised;
+    struct Result
+    {
+        QUrl file;
+        std::optional<QString> text; // nothing: the image could not be read
+        QDateTime at;                // when reading it began
+    };
+    QList<Result> recognised;
 
     std::optional<QString> recognize(const QUrl &file)
     {
@@ -83,7 +89,7 @@ void TextIndexer::index(const QList<QUrl> &files, bool force)
             continue;
         }
         const auto record = m_store.meta(file);
-        if (!record || !record->isIndexed())
+        if (!record || !record->hasTextFor(m_modified ? m_modified(file) : QDateTime()))
             kept << file;
     }
     if (kept.isEmpty() || m_running)
@@ -91,6 +97,7 @@ void TextIndexer::index(const QList<QUrl> &files, bool force)
 
     m_worker->cancelled = false;
     m_worker->abandoned = false;
+    m_unreadable.clear();
     setRunning(true);
     setDone(0);
     setTotal(int(kept.size()));
@@ -107,12 +114,15 @@ void TextIndexer::index(const QList<QUrl> &files, bool force)
         for (const QUrl &file : kept) {
             if (worker->cancelled)
                 break;
-            const QString text = worker->recognize(file).value_or(QString());
+            // Dated before the file is read: a change while it is being
+            // read makes the file newer than its text.
+            const QDateTime began = QDateTime::currentDateTimeUtc();
+            std::optional<QString> text = worker->recognize(file);
             if (worker->abandoned)
                 break; // cut short: not a result
             {
                 QMutexLocker locked(&worker->lock);
-                worker->recognised.append({file, text});
+                worker->recognised.append({file, std::move(text), began});
             }
             // Results are stored even when the indexer is gone, never after
             // the store is.
@@ -134,20 +144,25 @@ void TextIndexer::index(const QList<QUrl> &files, bool force)
 
 void TextIndexer::deliver(const std::shared_ptr<Worker> &worker, MetaStore *store, TextIndexer *self)
 {
-    QList<QPair<QUrl, QString>> results;
+    QList<Worker::Result> results;
     {
         QMutexLocker locked(&worker->lock);
         results.swap(worker->recognised);
     }
     if (!store)
         return;
-    for (const auto &[file, text] : std::as_const(results)) {
-        store->update(file, [&text](FileMeta &meta) {
-            meta.text = text;
-            meta.textAt = QDateTime::currentDateTimeUtc();
+    for (const Worker::Result &result : std::as_const(results)) {
+        // An image that could not be read (cut short, still being written)
+        // counts as done, with no text, until it changes.
+        store->update(result.file, [&result](FileMeta &meta) {
+            meta.text = result.text.value_or(QString());
+            meta.textAt = result.at;
         });
-        if (self)
+        if (self) {
+            if (!result.text)
+                self->m_unreadable.append(result.file);
             self->setDone(self->m_done + 1);
+        }
     }
 }
 

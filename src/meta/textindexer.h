@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QList>
 #include <QObject>
 #include <QThreadPool>
@@ -35,6 +36,12 @@ public:
     // wiring only.
     static TextIndexer &shared();
 
+    // When a file last changed; an invalid time when not known.
+    using ModifiedTime = std::function<QDateTime(const QUrl &)>;
+    // Text recognised before a file's last change is another picture's, so
+    // the file is still to do. Unset, a file's record is taken as it is.
+    void setModifiedTime(ModifiedTime modified) { m_modified = std::move(modified); }
+
     // Starts a run over `files` (only the unindexed ones unless `force`).
     // Dropped, not queued, while a run is in progress.
     void index(const QList<QUrl> &files, bool force);
@@ -52,6 +59,10 @@ public:
     int done() const { return m_done; }
     int total() const { return m_total; }
     bool cancelled() const;
+    // The files of the current (or last) run that could not be read as
+    // images. They are stored with the empty text all the same, so an
+    // unforced run does not try them again until they change.
+    QList<QUrl> unreadable() const { return m_unreadable; }
 
 Q_SIGNALS:
     void runningChanged(bool running);
@@ -67,6 +78,8 @@ private:
     void setTotal(int total);
 
     MetaStore &m_store;
+    ModifiedTime m_modified;
+    QList<QUrl> m_unreadable;
     std::shared_ptr<Worker> m_worker;
     QThreadPool m_queue;
     bool m_running = false;

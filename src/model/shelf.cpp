@@ -66,6 +66,18 @@ Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *
              QObject *parent)
     : QObject(parent), m_prefs(prefs), m_capture(capture), m_meta(meta), m_frontApp(frontApp)
 {
+    m_home = homeFolder(prefs, capture);
+    m_current = m_home;
+    m_cellWidth = initialCellWidth(prefs);
+    m_clock.start();
+    watch();
+    scan();
+}
+
+Shelf::~Shelf() = default;
+
+QUrl Shelf::homeFolder(Prefs &prefs, CaptureLocation &capture)
+{
     QString homePath;
     const QByteArray envFolder = qgetenv("BRINDLEWICK_FOLDER");
     const QString chosen = prefs.text(PrefKey::folder);
@@ -75,15 +87,8 @@ Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *
         homePath = chosen;
     else
         homePath = capture.systemFolder();
-    m_home = folderUrl(homePath);
-    m_current = m_home;
-    m_cellWidth = initialCellWidth(prefs);
-    m_clock.start();
-    watch();
-    scan();
+    return folderUrl(homePath);
 }
-
-Shelf::~Shelf() = default;
 
 double Shelf::initialCellWidth(Prefs &prefs)
 {
@@ -94,6 +99,18 @@ double Shelf::initialCellWidth(Prefs &prefs)
 }
 
 QUrl Shelf::folderKey(const QUrl &folder) { return folderUrl(folder.toLocalFile()); }
+
+QDateTime Shelf::modified(const QUrl &url) const
+{
+    const auto it = m_stamps.constFind(url);
+    return it == m_stamps.cend() ? QDateTime() : QDateTime::fromMSecsSinceEpoch(it->mtimeNs / 1000000, Qt::UTC);
+}
+
+bool Shelf::hasText(const QUrl &url) const
+{
+    const std::optional<FileMeta> record = m_meta ? m_meta->meta(url) : std::nullopt;
+    return record && record->hasTextFor(modified(url));
+}
 
 bool Shelf::isHome() const { return folderKey(m_current) == folderKey(m_home); }
 
@@ -180,11 +197,17 @@ void Shelf::applyScan(quint64 serial, ScanResult result)
             changed.append(url);
     }
     // Before the items are published, so whoever draws them asks for the
-    // new content.
+    // new content, and text recognised from the old content counts as stale.
     m_stamps = std::move(result.stamps);
+    const bool sameItems = result.images == m_items;
     setItems(result.images);
-    if (!changed.isEmpty())
+    if (!changed.isEmpty()) {
         Q_EMIT contentChanged(changed);
+        // A file saved over an old name is the same item with new contents:
+        // whoever reads items (its text, its badge) looks again.
+        if (sameItems)
+            Q_EMIT itemsChanged();
+    }
     setSubfolders(result.subfolders);
     setFolderCounts(result.counts);
     watchCounts();

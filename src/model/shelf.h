@@ -3,6 +3,7 @@
 #include "model/listing.h"
 #include "platform/folderwatch.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QHash>
 #include <QList>
@@ -75,6 +76,8 @@ public:
     Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta = nullptr,
           FrontApp *frontApp = nullptr, QObject *parent = nullptr);
     ~Shelf() override;
+    // The Home folder a shelf made now starts with.
+    static QUrl homeFolder(Prefs &prefs, CaptureLocation &capture);
 
     // Observable state. Empty QUrl stands for "none" in the optional fields.
     QUrl home() const { return m_home; }
@@ -109,6 +112,11 @@ public:
     bool isHome() const;
     QList<QUrl> visible() const;
     QList<QUrl> selectedURLs() const;
+    // When an item was last changed, as the last scan saw it (invalid when
+    // it is not an item).
+    QDateTime modified(const QUrl &url) const;
+    // The item has recognised text, and recognised since its last change.
+    bool hasText(const QUrl &url) const;
 
     // Folders.
     void scan();

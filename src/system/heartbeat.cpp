@@ -94,6 +94,10 @@ QString Heartbeat::distributionVersion(const QString &osReleasePath)
     static const QRegularExpression versionLine(QStringLiteral("^VERSION_ID=\"?([^\"\\n]*)\"?\\s*$"),
                                                 QRegularExpression::MultilineOption);
     const QString id = versionLine.match(QString::fromUtf8(file.read(64 * 1024))).captured(1);
-    // Major and minor only: "22.04.3" is sent as "22.04".
-    return id.section(QLatin1Char('.'), 0, 1);
+    if (id.isEmpty())
+        return id;
+    // Major and minor only: "22.04.3" is sent as "22.04", and Debian's "12"
+    // (no minor in its number) as "12.0".
+    const QString majorMinor = id.section(QLatin1Char('.'), 0, 1);
+    return majorMinor.contains(QLatin1Char('.')) ? majorMinor : majorMinor + QStringLiteral(".0");
 }

@@ -42,7 +42,8 @@ public:
     void send(bool force);
 
     // The major and minor version of the distribution, from an os-release
-    // file ("12", "24.04", "39"); empty when it says none.
+    // file ("12.0", "24.04", "39.0": ".0" when the distribution's number has
+    // no minor); empty when it says none.
     static QString distributionVersion(const QString &osReleasePath = QStringLiteral("/etc/os-release"));
 
 Q_SIGNALS:

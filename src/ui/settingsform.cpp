@@ -358,7 +358,7 @@ qsizetype SettingsForm::unindexedCount() const
         return items.size();
     return std::count_if(items.cbegin(), items.cend(), [this](const QUrl &item) {
         const std::optional<FileMeta> record = m_parts.meta->meta(item);
-        return !record || !record->isIndexed();
+        return !record || !record->hasTextFor(m_shelf->modified(item));
     });
 }
 

@@ -535,7 +535,7 @@ void ShelfGrid::paintCell(QPainter &p, int index)
         p.drawText(badge, Qt::AlignCenter, label);
         p.restore();
     }
-    if (record && record->text)
+    if (record && record->hasTextFor(m_shelf ? m_shelf->modified(url) : QDateTime()))
         drawTextMark(p, QRectF(textBadgeRect(tile)).adjusted(2, 2, -2, -2), withAlpha(text, 0.6));
 
     p.setBrush(Qt::NoBrush);
@@ -566,7 +566,8 @@ bool ShelfGrid::viewportEvent(QEvent *event)
         const QRect tile = m_geometry.tileRect(index).translated(0, -offset());
         const std::optional<FileMeta> record = m_meta ? m_meta->meta(url) : std::nullopt;
         QString tip = url.fileName();
-        if (record && record->text && textBadgeRect(tile).contains(help->pos()))
+        if (record && record->hasTextFor(m_shelf ? m_shelf->modified(url) : QDateTime())
+            && textBadgeRect(tile).contains(help->pos()))
             tip = QStringLiteral("Text recognised, searchable");
         else if (record && record->appPath && QFileInfo::exists(*record->appPath)
                  && appBadgeRect(tile).contains(help->pos()))

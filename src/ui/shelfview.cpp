@@ -265,7 +265,7 @@ void ShelfView::refresh()
     if (searching) {
         for (const QUrl &item : m_shelf->items()) {
             const std::optional<FileMeta> record = m_meta ? m_meta->meta(item) : std::nullopt;
-            if (!record || !record->isIndexed()) {
+            if (!record || !record->hasTextFor(m_shelf->modified(item))) {
                 unindexed = true;
                 break;
             }
