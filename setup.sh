@@ -20,8 +20,11 @@ PACKAGES=(
   libxcb1-dev
   libsimdjson-dev libspng-dev libisal-dev
 )
-# Only for the end-to-end tests: a virtual X server and a key sender.
-TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream cmark xclip)
+# Only for the end-to-end tests: a virtual X server and a key sender; the
+# screenshot tools the program points at Home, and dconf to read one back;
+# a Markdown parser and a clipboard client to read what the program copies.
+TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream
+  flameshot gnome-screenshot kde-spectacle dconf-cli cmark xclip)
 # Only for the Debian package: dpkg-shlibdeps computes its dependencies.
 PACKAGE_PACKAGES=(dpkg-dev file)
 # Only for benchmarks: the reference tools they are measured against.

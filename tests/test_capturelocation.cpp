@@ -4,6 +4,8 @@
 
 #include <QSettings>
 
+#include <gio/gio.h>
+
 using TestFiles::readAll;
 
 class TestCaptureLocation : public QObject
@@ -11,6 +13,9 @@ class TestCaptureLocation : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // GSettings in memory: the test never touches the session's settings.
+    void initTestCase() { qputenv("GSETTINGS_BACKEND", "memory"); }
+
     void applyRemembersTheFirstValueAndRestorePutsItBack()
     {
         HomeRig rig;
@@ -59,15 +64,80 @@ private Q_SLOTS:
         QCOMPARE(tool.readText(CaptureSettings::location), QStringLiteral("~/Pictures/Shots"));
     }
 
-    // With no setting the tool saves to the Desktop, and a link to it is the
-    // same folder: nothing to write.
-    void symlinkedDesktopIsTheSameFolder()
+    // A setting naming Home through a link is the same folder: nothing to
+    // write. No setting at all is never taken for Home, even where the
+    // tool's default is Home's folder: the tool may ask, or move its
+    // default in its next version.
+    void onlyASettingCountsAsHome()
     {
         HomeRig rig;
+        const QString home = rig.box.home() + "/Desktop";
         const QString link = rig.box.path("desk-link");
-        QVERIFY(QFile::link(rig.box.home() + "/Desktop", link));
-        rig.capture.apply(link);
-        QVERIFY(rig.tool.values.isEmpty() && rig.tool.reloads == 0);
+        QVERIFY(QFile::link(home, link));
+        rig.tool.writeText(CaptureSettings::location, link);
+        rig.capture.apply(home);
+        QVERIFY(rig.tool.reloads == 0);
+
+        HomeRig fresh;
+        QCOMPARE(fresh.capture.systemFolder(), fresh.tool.defaultFolder());
+        fresh.capture.apply(fresh.capture.systemFolder());
+        QCOMPARE(fresh.tool.readText(CaptureSettings::location), fresh.box.home() + "/Desktop");
+        fresh.capture.restore();
+        QVERIFY(fresh.tool.values.isEmpty());
+    }
+
+    // A tool never configured: Home is its own default folder at first, the
+    // tool is pointed at it (as the tool reads its file), and quitting
+    // leaves its files as found, down to a file or folder that was not there.
+    void neverConfiguredToolSavesIntoHomeAndLeavesNoTrace_data()
+    {
+        QTest::addColumn<QString>("tool");
+        QTest::addColumn<QString>("file");        // under the config folder
+        QTest::addColumn<QByteArray>("original");  // "-" for no file
+        QTest::newRow("flameshot, no file") << "flameshot" << "flameshot/flameshot.ini" << QByteArray("-");
+        QTest::newRow("flameshot, other settings") << "flameshot" << "flameshot/flameshot.ini"
+                                                   << QByteArray("[Shortcuts]\nTYPE_COPY=Ctrl+C\n");
+        // savePath is only where the save dialog last was.
+        QTest::newRow("flameshot, dialog's last folder")
+            << "flameshot" << "flameshot/flameshot.ini" << QByteArray("[General]\nsavePath=/srv/last\nsavePathFixed=false\n");
+        QTest::newRow("spectacle, no file") << "spectacle" << "spectaclerc" << QByteArray("-");
+        QTest::newRow("spectacle, as it leaves it after a capture")
+            << "spectacle" << "spectaclerc" << QByteArray("[Save]\nlastSaveLocation=file:///srv/p/Screenshot_1.png\n");
+        QTest::newRow("spectacle, other groups")
+            << "spectacle" << "spectaclerc" << QByteArray("[General]\nlaunchAction=UseLastUsedCapturemode\n\n[GuiConfig]\ncaptureMode=0\n");
+    }
+    void neverConfiguredToolSavesIntoHomeAndLeavesNoTrace()
+    {
+        QFETCH(QString, tool);
+        QFETCH(QString, file);
+        QFETCH(QByteArray, original);
+        Sandbox box;
+        Prefs prefs(box.path("prefs.conf"));
+        const QString config = box.home() + "/.config";
+        const QString path = config + "/" + file;
+        if (original != "-")
+            Sandbox::writeFile(path, original);
+        QDir().mkpath(box.home() + "/Pictures");
+        auto settings = tool == "flameshot" ? makeFlameshotSettings(path) : makeSpectacleSettings(path, false);
+        CaptureLocation capture(prefs, settings.get());
+        QCOMPARE(capture.systemFolder(), box.home() + "/Pictures");
+
+        capture.apply(capture.systemFolder());
+        QSettings asTheToolReadsIt(path, QSettings::IniFormat);
+        if (tool == "flameshot") {
+            QCOMPARE(asTheToolReadsIt.value("savePath").toString(), box.home() + "/Pictures");
+            QVERIFY(asTheToolReadsIt.value("savePathFixed").toBool());
+        } else {
+            QCOMPARE(asTheToolReadsIt.value("Save/defaultSaveLocation").toString(), "file://" + box.home() + "/Pictures");
+            QCOMPARE(asTheToolReadsIt.value("ImageSave/imageSaveLocation").toString(), "file://" + box.home() + "/Pictures");
+        }
+        capture.restore();
+        if (original == "-") {
+            QVERIFY(!QFile::exists(path));
+            QCOMPARE(QFileInfo::exists(QFileInfo(path).absolutePath()), tool == "spectacle");
+        } else {
+            QCOMPARE(readAll(path), original);
+        }
     }
 
     // Whatever Flameshot's file held (escapes of any Qt version, quotes,
@@ -116,9 +186,89 @@ private Q_SLOTS:
 
         CaptureLocation capture(rig.prefs, tool.get());
         capture.apply(QStringLiteral("/home/me/My Shots"));
-        QVERIFY(readAll(rc).contains("[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
+        QVERIFY(readAll(rc).contains("[Save]\ndefaultSaveLocation[de]=file:///anderswo\ndefaultSaveLocation=file:///home/me/My%20Shots\n"));
+        QVERIFY(readAll(rc).endsWith("\n\n[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
         capture.restore();
         QCOMPARE(readAll(rc), original);
+
+        // Spectacle rewrites its whole file after each capture, sorted: our
+        // group first, then its own. Both our keys and our group go again.
+        Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\nlastSaveLocation=file:///a.png\n");
+        capture.apply(QStringLiteral("/home/me/My Shots"));
+        Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n\n"
+                               "[Save]\ndefaultSaveLocation=file:///home/me/My%20Shots\nlastSaveLocation=file:///b.png\n");
+        capture.restore();
+        QCOMPARE(readAll(rc), QByteArray("[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\nlastSaveLocation=file:///b.png\n"));
+    }
+
+    // Spectacle up to 23.04 reads [Save], later ones [ImageSave]; which one is
+    // installed its release list says.
+    void spectacleReadsTheKeyOfItsVersion()
+    {
+        Sandbox box;
+        const QString metainfo = box.path("spectacle.appdata.xml");
+        const auto readsImageSave = [&metainfo](const QByteArray &releases) {
+            Sandbox::writeFile(metainfo, "<component>\n  <releases>\n" + releases + "  </releases>\n</component>\n");
+            return spectacleReadsImageSave(metainfo);
+        };
+        QCOMPARE(readsImageSave("    <release version=\"22.12.3\" date=\"2023-03-02\"/>\n    <release version=\"22.12.2\"/>\n"), false);
+        QCOMPARE(readsImageSave("    <release version=\"23.04.3\"/>\n"), false);
+        QCOMPARE(readsImageSave("    <release version=\"23.08.0\"/>\n"), true);
+        QCOMPARE(readsImageSave("    <release version=\"6.3.1\"/>\n    <release version=\"24.12.0\"/>\n"), true);
+        QCOMPARE(readsImageSave("    <release version=\"next\"/>\n"), std::nullopt);
+        QCOMPARE(spectacleReadsImageSave(box.path("missing.xml")), std::nullopt);
+
+        const QString rc = box.path("spectaclerc");
+        Sandbox::writeFile(rc, "[ImageSave]\nimageSaveLocation=file:///new\n\n[Save]\ndefaultSaveLocation=file:///old\n");
+        QCOMPARE(makeSpectacleSettings(rc, false)->readText(CaptureSettings::location), QStringLiteral("/old"));
+        QCOMPARE(makeSpectacleSettings(rc, true)->readText(CaptureSettings::location), QStringLiteral("/new"));
+        QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), QStringLiteral("/new"));
+        Sandbox::writeFile(rc, "[Save]\ndefaultSaveLocation=file:///old\n");
+        QCOMPARE(makeSpectacleSettings(rc, true)->readText(CaptureSettings::location), std::nullopt);
+        QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), QStringLiteral("/old"));
+    }
+
+    // gnome-screenshot's key: what the user had comes back exactly, and a key
+    // they never set is reset, not set to today's default. Its default
+    // folder is the Pictures folder as GLib reads it: Home without one.
+    void gnomeScreenshotKeyComesBackExactly()
+    {
+        auto tool = makeGnomeScreenshotSettings();
+        if (!tool)
+            QSKIP("the gnome-screenshot settings schema is not installed (./setup.sh test installs gnome-screenshot)");
+        GSettings *direct = g_settings_new("org.gnome.gnome-screenshot");
+        const auto userValue = [direct]() -> std::optional<QString> {
+            GVariant *value = g_settings_get_user_value(direct, "auto-save-directory");
+            if (!value)
+                return std::nullopt;
+            const QString text = QString::fromUtf8(g_variant_get_string(value, nullptr));
+            g_variant_unref(value);
+            return text;
+        };
+        const std::optional<QString> users[] = {std::nullopt, QString(), QStringLiteral("file:///home/me/Bilder%20x/"),
+                                                QStringLiteral("/plain/path")};
+        for (const std::optional<QString> &user : users) {
+            HomeRig rig;
+            if (user)
+                g_settings_set_string(direct, "auto-save-directory", user->toUtf8().constData());
+            else
+                g_settings_reset(direct, "auto-save-directory");
+            CaptureLocation capture(rig.prefs, tool.get());
+            capture.apply(rig.box.path("Shots"));
+            QCOMPARE(userValue(), QUrl::fromLocalFile(rig.box.path("Shots")).toString());
+            capture.restore();
+            QCOMPARE(userValue(), user);
+        }
+        g_settings_reset(direct, "auto-save-directory");
+        g_object_unref(direct);
+
+        Sandbox box;
+        QDir().mkpath(box.home() + "/Pictures");
+        QCOMPARE(tool->defaultFolder(), box.home());
+        Sandbox::writeFile(box.home() + "/.config/user-dirs.dirs", "XDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
+        QCOMPARE(tool->defaultFolder(), box.home());
+        QDir().mkpath(box.home() + "/Bilder");
+        QCOMPARE(tool->defaultFolder(), box.home() + "/Bilder");
     }
 
     // Hiding the tool's own notification writes its switch, showing it again

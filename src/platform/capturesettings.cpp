@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QStandardPaths>
 #include <QtEndian>
 #include <QUrl>
@@ -32,8 +33,9 @@ std::optional<bool> parseBool(const std::optional<QString> &text)
     return std::nullopt;
 }
 
-// The raw lines of some keys of an INI file, as a small JSON array of
-// [group, key, base64 line or null].
+// What writing some keys of an INI file changes, as a small JSON object:
+// whether the file, its folder and each key's section were there, and each
+// key's raw line (base64, or null when absent).
 struct IniKey
 {
     QString group;
@@ -43,12 +45,19 @@ struct IniKey
 QByteArray iniState(const QString &path, IniFile::Dialect dialect, const QList<IniKey> &keys)
 {
     const IniFile ini(path, dialect);
-    QJsonArray state;
+    QJsonArray lines;
+    QJsonArray groups;
     for (const IniKey &k : keys) {
         const std::optional<QByteArray> line = ini.rawLine(k.group, k.key);
-        state.append(QJsonArray{k.group, k.key,
+        lines.append(QJsonArray{k.group, k.key,
                                 line ? QJsonValue(QString::fromLatin1(line->toBase64())) : QJsonValue()});
+        if (ini.hasGroup(k.group) && !groups.contains(k.group))
+            groups.append(k.group);
     }
+    const QJsonObject state{{QStringLiteral("file"), ini.exists()},
+                            {QStringLiteral("folder"), QFileInfo(QFileInfo(path).absolutePath()).isDir()},
+                            {QStringLiteral("groups"), groups},
+                            {QStringLiteral("keys"), lines}};
     return QJsonDocument(state).toJson(QJsonDocument::Compact);
 }
 
@@ -56,10 +65,14 @@ bool restoreIniState(const QString &path, IniFile::Dialect dialect, const QList<
                      const QByteArray &stateText)
 {
     const QJsonDocument doc = QJsonDocument::fromJson(stateText);
-    if (!doc.isArray() || doc.array().size() != keys.size())
+    // A bare array: the key lines alone, as the first versions kept them.
+    const QJsonObject state = doc.isObject() ? doc.object() : QJsonObject{{QStringLiteral("keys"), doc.array()}};
+    const QJsonArray lines = state.value(QStringLiteral("keys")).toArray();
+    if (lines.size() != keys.size())
         return false;
     IniFile ini(path, dialect);
-    for (const QJsonValue &entry : doc.array()) {
+    QStringList touched;
+    for (const QJsonValue &entry : lines) {
         const QJsonArray e = entry.toArray();
         const bool known = std::any_of(keys.cbegin(), keys.cend(), [&e](const IniKey &k) {
             return e.at(0).toString() == k.group && e.at(1).toString() == k.key;
@@ -70,13 +83,38 @@ bool restoreIniState(const QString &path, IniFile::Dialect dialect, const QList<
         if (e.at(2).isString())
             line = QByteArray::fromBase64(e.at(2).toString().toLatin1());
         ini.setRawLine(e.at(0).toString(), e.at(1).toString(), line);
+        if (!touched.contains(e.at(0).toString()))
+            touched << e.at(0).toString();
+    }
+    // Sections we added go again; one that was there stays, even empty.
+    const QJsonArray groups = state.value(QStringLiteral("groups")).toArray();
+    for (const QString &group : std::as_const(touched))
+        if (!groups.contains(group))
+            ini.removeGroupIfEmpty(group);
+    // A file (and folder) we created goes too, unless the tool has since
+    // written settings of its own into it.
+    if (!state.value(QStringLiteral("file")).toBool(true) && ini.isBlank()) {
+        if (QFile::exists(path) && !QFile::remove(path))
+            return false;
+        if (!state.value(QStringLiteral("folder")).toBool(true))
+            QDir().rmdir(QFileInfo(path).absolutePath());
+        return true;
     }
     return ini.save();
 }
 
+// The Pictures folder when it exists, else Home: where Flameshot saves
+// without a save path.
+QString picturesOrHome()
+{
+    const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+    return QFileInfo(pictures).isDir() ? pictures : QDir::homePath();
+}
+
 // Flameshot keeps its settings in a QSettings INI file: [General] savePath is
-// used as the save folder only while savePathFixed is true;
-// showDesktopNotification is its after-capture notification.
+// used as the save folder only while savePathFixed is true; otherwise
+// Flameshot asks for every capture, and savePath is just where its dialog
+// last was. showDesktopNotification is its after-capture notification.
 class FlameshotSettings final : public CaptureSettings
 {
 public:
@@ -94,6 +132,9 @@ public:
             return std::nullopt;
         return ini.value(general(), QStringLiteral("savePath"));
     }
+    // Without a fixed save path its dialog starts here; a fixed one that is
+    // empty saves here.
+    QString defaultFolder() const override { return picturesOrHome(); }
     void writeText(const QString &key, const QString &value) override
     {
         if (key != location)
@@ -147,12 +188,18 @@ private:
     QString m_path;
 };
 
-// Spectacle (KDE): [ImageSave] imageSaveLocation, a file:// URL; versions
-// before 22.x used [Save] defaultSaveLocation. No notification switch.
+// Spectacle (KDE) keeps its save folder as a file:// URL: up to 23.04 (Debian
+// 12 has 22.12) in [Save] defaultSaveLocation, from 23.08 on in [ImageSave]
+// imageSaveLocation. Both are written, so the folder holds whichever version
+// is installed or installed next, and both come back as they were. Without
+// either it saves into the Pictures folder. No notification switch.
 class SpectacleSettings final : public CaptureSettings
 {
 public:
-    explicit SpectacleSettings(QString path) : m_path(std::move(path)) {}
+    SpectacleSettings(QString path, std::optional<bool> readsImageSave)
+        : m_path(std::move(path)), m_readsImageSave(readsImageSave)
+    {
+    }
 
     QString toolName() const override { return QStringLiteral("Spectacle"); }
     bool canWrite(const QString &key) const override { return key == location; }
@@ -162,11 +209,14 @@ public:
         if (key != location)
             return std::nullopt;
         IniFile ini(m_path, IniFile::Dialect::KConfig);
-        auto url = ini.value(QStringLiteral("ImageSave"), QStringLiteral("imageSaveLocation"));
-        if (!url)
-            url = ini.value(QStringLiteral("Save"), QStringLiteral("defaultSaveLocation"));
+        const auto image = ini.value(imageSave(), imageSaveLocation());
+        const auto old = ini.value(save(), defaultSaveLocation());
+        // The key the installed version reads; unknown version: the newer key first.
+        const std::optional<QString> url = m_readsImageSave == false ? old
+                                           : m_readsImageSave == true ? image
+                                           : image ? image : old;
         if (!url || url->isEmpty())
-            return url;
+            return std::nullopt;
         const QUrl parsed(*url);
         return parsed.isLocalFile() ? parsed.toLocalFile() : *url;
     }
@@ -175,8 +225,9 @@ public:
         if (key != location)
             return;
         IniFile ini(m_path, IniFile::Dialect::KConfig);
-        ini.setValue(QStringLiteral("ImageSave"), QStringLiteral("imageSaveLocation"),
-                     QUrl::fromLocalFile(expandHome(value)).toString(QUrl::FullyEncoded));
+        const QString url = QUrl::fromLocalFile(expandHome(value)).toString(QUrl::FullyEncoded);
+        ini.setValue(save(), defaultSaveLocation(), url);
+        ini.setValue(imageSave(), imageSaveLocation(), url);
         ini.save();
     }
     std::optional<bool> readBool(const QString &) const override { return std::nullopt; }
@@ -186,8 +237,13 @@ public:
         if (key != location)
             return;
         IniFile ini(m_path, IniFile::Dialect::KConfig);
-        ini.remove(QStringLiteral("ImageSave"), QStringLiteral("imageSaveLocation"));
+        ini.remove(save(), defaultSaveLocation());
+        ini.remove(imageSave(), imageSaveLocation());
         ini.save();
+    }
+    QString defaultFolder() const override
+    {
+        return QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
     }
     QByteArray locationState() const override { return iniState(m_path, IniFile::Dialect::KConfig, keys()); }
     bool restoreLocationState(const QByteArray &state) override
@@ -198,7 +254,11 @@ public:
     void reload() override {}
 
 private:
-    static QList<IniKey> keys() { return {{QStringLiteral("ImageSave"), QStringLiteral("imageSaveLocation")}}; }
+    static QString save() { return QStringLiteral("Save"); }
+    static QString defaultSaveLocation() { return QStringLiteral("defaultSaveLocation"); }
+    static QString imageSave() { return QStringLiteral("ImageSave"); }
+    static QString imageSaveLocation() { return QStringLiteral("imageSaveLocation"); }
+    static QList<IniKey> keys() { return {{save(), defaultSaveLocation()}, {imageSave(), imageSaveLocation()}}; }
     static QString expandHome(const QString &path)
     {
         if (path.startsWith(QLatin1String("~/")))
@@ -206,6 +266,7 @@ private:
         return path;
     }
     QString m_path;
+    std::optional<bool> m_readsImageSave;
 };
 
 // GNOME Shell's own screenshot tool always saves into Pictures/Screenshots;
@@ -227,6 +288,7 @@ public:
     std::optional<bool> readBool(const QString &) const override { return std::nullopt; }
     void writeBool(const QString &, bool) override {}
     void remove(const QString &) override {}
+    QString defaultFolder() const override { return m_folder; }
     void reload() override {}
 
 private:
@@ -362,9 +424,56 @@ std::unique_ptr<CaptureSettings> makeFlameshotSettings(const QString &iniPath)
     return std::make_unique<FlameshotSettings>(iniPath);
 }
 
-std::unique_ptr<CaptureSettings> makeSpectacleSettings(const QString &rcPath)
+std::unique_ptr<CaptureSettings> makeSpectacleSettings(const QString &rcPath, std::optional<bool> readsImageSave)
 {
-    return std::make_unique<SpectacleSettings>(rcPath);
+    return std::make_unique<SpectacleSettings>(rcPath, readsImageSave);
+}
+
+std::optional<bool> spectacleReadsImageSave(const QString &metainfoPath)
+{
+    // The newest release is listed first.
+    QFile file(metainfoPath);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > 4 * 1024 * 1024)
+        return std::nullopt;
+    const QByteArray text = file.readAll();
+    const qsizetype at = text.indexOf("<release version=\"");
+    if (at < 0)
+        return std::nullopt;
+    const QByteArray version = text.mid(at + 18, text.indexOf('"', at + 18) - at - 18);
+    const QList<QByteArray> parts = version.split('.');
+    bool okMajor = false;
+    bool okMinor = parts.size() < 2;
+    const int major = parts.value(0).toInt(&okMajor);
+    const int minor = parts.size() < 2 ? 0 : parts.at(1).toInt(&okMinor);
+    if (!okMajor || !okMinor)
+        return std::nullopt;
+    // Released with KDE Gear as year.month, then with Plasma (6.x).
+    if (major < 15)
+        return major >= 6;
+    return major > 23 || (major == 23 && minor >= 8);
+}
+
+QString xdgUserFolder(const char *name)
+{
+    QFile file(configHome() + QStringLiteral("/user-dirs.dirs"));
+    QString found = QDir::homePath();
+    if (!file.open(QIODevice::ReadOnly))
+        return found;
+    const QByteArray wanted = QByteArray("XDG_") + name + "_DIR=";
+    while (!file.atEnd()) {
+        const QByteArray line = file.readLine().trimmed();
+        if (!line.startsWith(wanted))
+            continue;
+        QByteArray value = line.mid(wanted.size());
+        if (value.size() < 2 || !value.startsWith('"') || !value.endsWith('"'))
+            continue;
+        value = value.mid(1, value.size() - 2);
+        if (value.startsWith("$HOME"))
+            found = QDir::homePath() + QFile::decodeName(value.mid(5));
+        else if (value.startsWith('/'))
+            found = QFile::decodeName(value);
+    }
+    return found;
 }
 
 std::unique_ptr<CaptureSettings> makeGnomeShellSettings(const QString &screenshotsFolder)
@@ -381,7 +490,7 @@ std::unique_ptr<CaptureSettings> detectCaptureSettings()
     if (forced == QLatin1String("flameshot"))
         return makeFlameshotSettings(flameshotIni);
     if (forced == QLatin1String("spectacle"))
-        return makeSpectacleSettings(spectaclerc);
+        return makeSpectacleSettings(spectaclerc, spectacleReadsImageSave());
     if (forced == QLatin1String("gnome-screenshot"))
         return makeGnomeScreenshotSettings();
     if (forced == QLatin1String("gnome-shell"))
@@ -394,7 +503,7 @@ std::unique_ptr<CaptureSettings> detectCaptureSettings()
     if (!QStandardPaths::findExecutable(QStringLiteral("flameshot")).isEmpty())
         return makeFlameshotSettings(flameshotIni);
     if (desktopIs("KDE"))
-        return makeSpectacleSettings(spectaclerc);
+        return makeSpectacleSettings(spectaclerc, spectacleReadsImageSave());
     if (desktopIs("GNOME") || desktopIs("ubuntu") || desktopIs("Unity"))
         return makeGnomeShellSettings(gnomeShellScreenshots());
     if (!QStandardPaths::findExecutable(QStringLiteral("gnome-screenshot")).isEmpty())

@@ -1,5 +1,9 @@
 #include "platform/capturesettings.h"
 
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QUrl>
 
 #include <gio/gio.h>
@@ -7,7 +11,8 @@
 namespace {
 
 // gnome-screenshot keeps its save folder in GSettings as a file:// URI; the
-// empty string means its default (Pictures).
+// empty string means its default: the XDG Pictures folder as GLib reads it
+// (Home when user-dirs.dirs names none), Home when that folder is missing.
 class GnomeScreenshotSettings final : public CaptureSettings
 {
 public:
@@ -45,6 +50,36 @@ public:
             return;
         g_settings_reset(m_settings, kKey);
         g_settings_sync();
+    }
+    QString defaultFolder() const override
+    {
+        const QString pictures = xdgUserFolder("PICTURES");
+        return QFileInfo(pictures).isDir() ? pictures : QDir::homePath();
+    }
+    // Whether the user set the key and to what exact text: an unset key is
+    // reset again rather than set to its default, so later defaults apply.
+    QByteArray locationState() const override
+    {
+        GVariant *value = g_settings_get_user_value(m_settings, kKey);
+        QJsonObject state{{QStringLiteral("user"), QJsonValue()}};
+        if (value) {
+            state.insert(QStringLiteral("user"), QString::fromUtf8(g_variant_get_string(value, nullptr)));
+            g_variant_unref(value);
+        }
+        return QJsonDocument(state).toJson(QJsonDocument::Compact);
+    }
+    bool restoreLocationState(const QByteArray &stateText) override
+    {
+        const QJsonDocument doc = QJsonDocument::fromJson(stateText);
+        if (!doc.isObject() || !doc.object().contains(QStringLiteral("user")))
+            return false;
+        const QJsonValue user = doc.object().value(QStringLiteral("user"));
+        if (user.isString())
+            g_settings_set_string(m_settings, kKey, user.toString().toUtf8().constData());
+        else
+            g_settings_reset(m_settings, kKey);
+        g_settings_sync();
+        return true;
     }
     // GSettings changes reach the tool by themselves.
     void reload() override {}

@@ -6,6 +6,8 @@
 #include <QSaveFile>
 #include <QStringDecoder>
 
+#include <algorithm>
+
 namespace {
 
 bool isHexDigit(uint c)
@@ -244,6 +246,7 @@ IniFile::IniFile(const QString &path, Dialect dialect) : m_path(path), m_dialect
     QFile file(path);
     if (!file.exists())
         return;
+    m_exists = true;
     if (!file.open(QIODevice::ReadOnly)) {
         m_unreadable = true;
         return;
@@ -372,10 +375,10 @@ void IniFile::setRawLine(const QString &group, const QString &key, const std::op
     if (line)
         putLine(group, key, *line);
     else
-        remove(group, key);
+        remove(group, key, true);
 }
 
-void IniFile::remove(const QString &group, const QString &key)
+void IniFile::remove(const QString &group, const QString &key, bool keepSection)
 {
     qsizetype insertAt;
     const qsizetype at = findKey(group, key, &insertAt);
@@ -384,13 +387,47 @@ void IniFile::remove(const QString &group, const QString &key)
     m_lines.removeAt(at);
     // The last key of a section at the end of the file: the section goes
     // too, as setValue added it (with the blank line before it).
-    const bool sectionNowEmpty = at == m_lines.size() && at > 0 && m_lines[at - 1].trimmed().startsWith('[');
+    const bool sectionNowEmpty = !keepSection && at == m_lines.size() && at > 0
+                                 && m_lines[at - 1].trimmed().startsWith('[');
     if (sectionNowEmpty) {
         m_lines.removeAt(at - 1);
         if (at - 1 > 0 && m_lines[at - 2].trimmed().isEmpty())
             m_lines.removeAt(at - 2);
     }
     m_dirty = true;
+}
+
+bool IniFile::hasGroup(const QString &group) const
+{
+    const QByteArray header = '[' + group.toUtf8() + ']';
+    return std::any_of(m_lines.cbegin(), m_lines.cend(),
+                       [&header](const QByteArray &line) { return line.trimmed() == header; });
+}
+
+void IniFile::removeGroupIfEmpty(const QString &group)
+{
+    const QByteArray header = '[' + group.toUtf8() + ']';
+    for (qsizetype i = 0; i < m_lines.size(); ++i) {
+        if (m_lines[i].trimmed() != header)
+            continue;
+        qsizetype end = i + 1;
+        while (end < m_lines.size() && m_lines[end].trimmed().isEmpty())
+            ++end;
+        if (end < m_lines.size() && !m_lines[end].trimmed().startsWith('['))
+            continue;
+        qsizetype from = i;
+        // At the end, the blank line before the header went in with it.
+        if (end == m_lines.size() && from > 0 && m_lines[from - 1].trimmed().isEmpty())
+            --from;
+        m_lines.remove(from, end - from);
+        m_dirty = true;
+        i = from - 1;
+    }
+}
+
+bool IniFile::isBlank() const
+{
+    return std::all_of(m_lines.cbegin(), m_lines.cend(), [](const QByteArray &line) { return line.trimmed().isEmpty(); });
 }
 
 bool IniFile::save()

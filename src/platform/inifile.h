@@ -20,10 +20,21 @@ public:
 
     std::optional<QString> value(const QString &group, const QString &key) const;
     void setValue(const QString &group, const QString &key, const QString &value);
-    void remove(const QString &group, const QString &key);
+    // Removing a section's last key at the end of the file takes the section
+    // too (setValue added it) unless `keepSection`.
+    void remove(const QString &group, const QString &key, bool keepSection = false);
+
+    bool hasGroup(const QString &group) const;
+    // Takes out every section named `group` that holds nothing but blank
+    // lines, with the blank line that set it apart at the end of the file.
+    void removeGroupIfEmpty(const QString &group);
+    // Nothing but blank lines.
+    bool isBlank() const;
+    bool exists() const { return m_exists; }
 
     // The key's whole line exactly as stored (none when absent), and putting
-    // such a line back: what was there can be restored byte for byte.
+    // such a line back: what was there can be restored byte for byte
+    // (sections are left for removeGroupIfEmpty).
     std::optional<QByteArray> rawLine(const QString &group, const QString &key) const;
     void setRawLine(const QString &group, const QString &key, const std::optional<QByteArray> &line);
 
@@ -45,5 +56,6 @@ private:
     QList<QByteArray> m_lines;  // without their "\n"; a "\r" stays part of the line
     bool m_finalNewline = true;
     bool m_unreadable = false;
+    bool m_exists = false;
     bool m_dirty = false;
 };

@@ -28,9 +28,11 @@ QString resolvedPath(const QString &path)
     return clean;
 }
 
+// With no known tool, where screenshots most likely land.
 QString desktopFolder()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
+    return QFileInfo(desktop).isDir() ? desktop : QDir::homePath();
 }
 
 } // namespace
@@ -68,15 +70,18 @@ QString CaptureLocation::systemFolder() const
     const QString location = currentSetting();
     if (!location.isEmpty())
         return expandTilde(location);
+    if (m_settings)
+        return m_settings->defaultFolder();
     return desktopFolder();
 }
 
 void CaptureLocation::apply(const QString &folder)
 {
     const QString current = currentSetting();
-    // An absent setting means the tool saves to the Desktop.
-    const QString currentFolder = current.isEmpty() ? desktopFolder() : expandTilde(current);
-    const bool same = resolvedPath(currentFolder) == resolvedPath(folder);
+    // Without a setting the tool follows its own default, which may ask
+    // for a folder or move with the tool's next version: only a setting of
+    // the same folder counts as already saving into Home.
+    const bool same = !current.isEmpty() && resolvedPath(expandTilde(current)) == resolvedPath(folder);
     if (!m_prefs.contains(PrefKey::previousCaptureLocation)) {
         m_prefs.setValue(PrefKey::previousCaptureLocation, current);
         const QByteArray state = m_settings ? m_settings->locationState() : QByteArray();

@@ -18,7 +18,8 @@ public:
     static CaptureLocation &shared();
 
     // Where the screenshot tool saves now: its setting with "~" expanded,
-    // otherwise the Desktop.
+    // otherwise the tool's own default folder (the Desktop, or Home when
+    // there is none, with no known tool).
     QString systemFolder() const;
     void apply(const QString &folder);
     void restore();

@@ -2,6 +2,7 @@
 
 #include "platform/capturesettings.h"
 
+#include <QDir>
 #include <QHash>
 #include <QVariant>
 
@@ -30,5 +31,6 @@ public:
     }
     void writeBool(const QString &key, bool value) override { values.insert(key, value); }
     void remove(const QString &key) override { values.remove(key); }
+    QString defaultFolder() const override { return QDir::homePath() + QStringLiteral("/Desktop"); }
     void reload() override { ++reloads; }
 };
