@@ -23,6 +23,9 @@ constexpr size_t padding = 16;
 // inflated and being unfiltered and folded.
 constexpr size_t batchBytes = 256 * 1024;
 constexpr size_t inputBytes = 64 * 1024;
+// Two rows are held whatever the batch; a row wider than this is refused
+// rather than held (no screen is a million pixels wide).
+constexpr size_t maxStride = 16u << 20;
 
 uint32_t bigEndian(const uint8_t *p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
 
@@ -214,6 +217,8 @@ Status Rows::open(FILE *file, const Header &header)
     m_height = header.height;
     m_channels = header.colourType == 6 ? 4 : 3;
     m_stride = size_t(header.width) * size_t(m_channels) + 1;
+    if (m_stride > maxStride)
+        return Status::Failed;
     m_batchRows = uint32_t(std::clamp<size_t>(batchBytes / m_stride, 1, m_height));
 
     Chunk chunk;
