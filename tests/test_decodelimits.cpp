@@ -197,6 +197,10 @@ private Q_SLOTS:
             // A PNG is copied as it is, undecoded.
             QTest::addRow("clipboard, %s", file) << file << "clipboard" << 0;
         }
+        // Half-transparent, 42 MB of pixels: shrunk as it is read, and made
+        // a JPEG without a second copy as large.
+        QTest::newRow("half size, large") << "large.png" << "half size" << 0;
+        QTest::newRow("jpeg copy, large") << "large.png" << "jpeg copy" << 0;
     }
 
     void everyDecodeStaysWithinItsBound()
@@ -210,6 +214,8 @@ private Q_SLOTS:
             Sandbox::writeFile(name, flatPng(1, 99000000, qRgb(0x80, 0x40, 0x20)));
         else if (file == QLatin1String("wide.png"))
             Sandbox::writeFile(name, flatPng(16000000, 1, qRgb(0x80, 0x40, 0x20)));
+        else if (file == QLatin1String("large.png"))
+            Sandbox::writeFile(name, flatPng(3500, 3000, qRgba(0x80, 0x40, 0x20, 0x80), true));
         else if (file == QLatin1String("text.png"))
             Sandbox::writeFile(name, hugeTextPng(8, 2));
         else
@@ -225,6 +231,8 @@ private Q_SLOTS:
             decode = [&] { return FittedImage::decode(name, {1200, 800}) ? 0 : -1; };
         else if (path == QLatin1String("half size"))
             decode = [&] { return FileActions::resizeHalf({QUrl::fromLocalFile(name)}).isEmpty() ? -1 : 0; };
+        else if (path == QLatin1String("jpeg copy"))
+            decode = [&] { return FileActions::convertToJPG({QUrl::fromLocalFile(name)}).isEmpty() ? -1 : 0; };
         else
             decode = [&] {
                 std::unique_ptr<QMimeData> data(FileActions::filesMimeData({QUrl::fromLocalFile(name)}));
@@ -235,8 +243,21 @@ private Q_SLOTS:
         QVERIFY2(m.failure.isEmpty(), qPrintable(m.failure));
         QCOMPARE(m.answer, expected);
         QVERIFY2(m.peakKb * 1024 < DecodeLimits::maxBytes, qPrintable(QString::number(m.peakKb)));
-        // The tall one inflates 400 MB of rows; the others end at their header.
-        QVERIFY2(m.ms < (file == QLatin1String("tall.png") ? 8000 : 500), qPrintable(QString::number(m.ms)));
+        // The tall one inflates 400 MB of rows, the large one 42 MB; the
+        // others end at their header.
+        QVERIFY2(m.ms < (file == QLatin1String("tall.png") || file == QLatin1String("large.png") ? 8000 : 500),
+                 qPrintable(QString::number(m.ms)));
+        if (file == QLatin1String("large.png")) {
+            // Half size keeps the colour and its transparency; the JPEG has
+            // it laid over white.
+            const bool half = path == QLatin1String("half size");
+            const QImage made(box.path(half ? QStringLiteral("large @50%.png") : QStringLiteral("large.jpg")));
+            QCOMPARE(made.size(), half ? QSize(1750, 1500) : QSize(3500, 3000));
+            const QRgb pixel = made.pixel(10, 10), expected = half ? qRgba(0x80, 0x40, 0x20, 0x80) : qRgb(191, 159, 143);
+            QVERIFY2(qAbs(qRed(pixel) - qRed(expected)) <= 3 && qAbs(qGreen(pixel) - qGreen(expected)) <= 3
+                         && qAbs(qBlue(pixel) - qBlue(expected)) <= 3 && qAlpha(pixel) == qAlpha(expected),
+                     qPrintable(QString::number(pixel, 16)));
+        }
     }
 
     void wideAndTallImagesStillGetTheirThumbnails()

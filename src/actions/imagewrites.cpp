@@ -159,15 +159,29 @@ QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
         std::optional<QImage> image = readImage(info.absoluteFilePath());
         if (!image)
             continue;
-        QImage flat = *image;
-        if (image->hasAlphaChannel()) {
-            // JPEG has no transparency; see-through parts become white, as
-            // on a page, rather than black.
+        // JPEG has no transparency; see-through parts become white, as on a
+        // page, rather than black.
+        QImage flat;
+        if (image->format() == QImage::Format_RGBA8888) {
+            // A PNG as read: laid over white in place, not in a copy as large.
+            for (int y = 0; y < image->height(); ++y) {
+                uchar *p = image->scanLine(y);
+                for (int x = 0; x < image->width(); ++x, p += 4) {
+                    const int alpha = p[3];
+                    for (int c = 0; c < 3; ++c)
+                        p[c] = uchar((p[c] * alpha + 255 * (255 - alpha) + 127) / 255);
+                }
+            }
+            image->reinterpretAsFormat(QImage::Format_RGBX8888);
+            flat = std::move(*image);
+        } else if (image->hasAlphaChannel()) {
             flat = QImage(image->size(), QImage::Format_RGB32);
             flat.setColorSpace(image->colorSpace());
             flat.fill(Qt::white);
             QPainter painter(&flat);
             painter.drawImage(0, 0, *image);
+        } else {
+            flat = std::move(*image);
         }
         const QString placed =
             writeImage(flat, besideFile(info, jpgName(info.fileName())), "jpeg", jpegQuality);

@@ -265,9 +265,12 @@ Result readScaled(const QString &path, const std::function<QSize(QSize)> &sizeFo
     }
     const QSize full(int(source.width()), int(source.height()));
     const QSize target = sizeFor(full);
-    // Never enlarged; what is made counts towards the bound as well.
+    // Never enlarged. What is made counts towards the bound as well: the
+    // image, and the sums of a row of it (32 bytes a pixel at most).
+    const qint64 holds = qint64(target.width()) * target.height() * 4 + qint64(target.width()) * 32
+                         + PngSource::rowBytesFor(source.width());
     if (target.isEmpty() || target.width() > full.width() || target.height() > full.height()
-        || qint64(target.width()) * target.height() * 4 > DecodeLimits::maxBytes / 2)
+        || holds > DecodeLimits::maxBytes)
         return failed;
     return source.channels() == 4 ? decodeWith<4>(source, target) : decodeWith<3>(source, target);
 }
