@@ -70,7 +70,9 @@ if [[ "$action" == package ]]; then
 fi
 
 # Its own build folder and only the sources the targets need.
-[[ "$action" == fuzz ]] && exec fuzz/run
+if [[ "$action" == fuzz ]]; then
+  exec fuzz/run
+fi
 
 BUILD_DIR="${BRINDLEWICK_BUILD_DIR:-build}"
 cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
