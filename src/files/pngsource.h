@@ -38,7 +38,7 @@ public:
     // Row `y`, asked for in order from 0; null once the file turns out damaged.
     const uint8_t *row(uint32_t y);
 
-    // Pixels of one row of a file `width` wide that the widest kind needs.
+    // The most the rows of a file `width` wide hold while it is read.
     static qint64 rowBytesFor(uint32_t width);
 
 private:
