@@ -5,6 +5,7 @@
 #   ./setup.sh run      ... then start Brindlewick
 #   ./setup.sh test     ... then run the whole test suite
 #   ./setup.sh bench    ... then run the benchmarks (see bench/README.md)
+#   ./setup.sh fuzz     ... only the fuzz targets instead, each run a while (fuzz/run)
 #   ./setup.sh package  ... a Debian package instead: builds build-package/*.deb
 # It installs only missing packages, runs apt-get update at most once, and
 # needs no input (it uses sudo when not run as root).
@@ -29,6 +30,8 @@ TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream
 PACKAGE_PACKAGES=(dpkg-dev file)
 # Only for benchmarks: the reference tools they are measured against.
 BENCH_PACKAGES=(tesseract-ocr libvips-tools python3 findutils)
+# Only for the fuzz targets: clang with libFuzzer and the sanitizers' runtimes.
+FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
 action="${1:-build}"
 wanted=("${PACKAGES[@]}")
@@ -36,8 +39,9 @@ case "$action" in
   test) wanted+=("${TEST_PACKAGES[@]}") ;;
   bench) wanted+=("${TEST_PACKAGES[@]}" "${BENCH_PACKAGES[@]}") ;;
   package) wanted+=("${PACKAGE_PACKAGES[@]}") ;;
+  fuzz) wanted+=("${FUZZ_PACKAGES[@]}") ;;
   run|build) ;;
-  *) echo "usage: $0 [build|run|test|bench|package]" >&2; exit 2 ;;
+  *) echo "usage: $0 [build|run|test|bench|package|fuzz]" >&2; exit 2 ;;
 esac
 
 missing=()
@@ -66,6 +70,11 @@ if [[ "$action" == package ]]; then
   (cd "$PACKAGE_DIR" && cpack -G DEB >/dev/null)
   ls -1 "$(cd "$PACKAGE_DIR" && pwd)"/brindlewick_*.deb
   exit 0
+fi
+
+# Its own build folder and only the sources the targets need.
+if [[ "$action" == fuzz ]]; then
+  exec fuzz/run
 fi
 
 BUILD_DIR="${BRINDLEWICK_BUILD_DIR:-build}"

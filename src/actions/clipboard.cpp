@@ -2,6 +2,7 @@
 // and a single image also as a picture for editors and chat programs.
 #include "actions/fileactions.h"
 
+#include "files/pngrows.h"
 #include "files/safefiles.h"
 
 #include <QBuffer>
@@ -10,10 +11,10 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QImage>
-#include <QImageReader>
 #include <QMimeData>
 
 #include <algorithm>
+#include <cstdio>
 #include <string_view>
 
 namespace {
@@ -29,10 +30,19 @@ QClipboard *clipboard()
 // file is not an image we can read.
 QByteArray pngBytes(const QString &path)
 {
-    QImageReader reader(path);
-    const QSize size = reader.size();
-    if (reader.format() == "png" && size.isValid()
-        && qint64(size.width()) * size.height() * 4 <= FileActions::maxDecodeBytes) {
+    // The header by our own reader: Qt's reads every chunk before the
+    // pixels, and takes gigabytes over one that claims to be huge.
+    PngRows::Header header;
+    PngRows::Status status = PngRows::Status::Failed;
+    if (FILE *file = std::fopen(QFile::encodeName(path).constData(), "rbe")) {
+        status = PngRows::readHeader(file, header);
+        std::fclose(file);
+    }
+    if (status == PngRows::Status::Failed)
+        return {};
+    if (status == PngRows::Status::Ready) {
+        if (qint64(header.width) * header.height * 4 > FileActions::maxDecodeBytes)
+            return {};
         QFile file(path);
         if (file.open(QIODevice::ReadOnly))
             return file.readAll();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/decodelimits.h"
 #include "platform/applauncher.h"
 #include "platform/filemanager.h"
 #include "platform/trash.h"
@@ -37,7 +38,7 @@ public:
     static constexpr int jpegQuality = 85;
     // Images that would need more memory than this to decode are skipped
     // (a huge or maliciously small-compressed image fails cleanly).
-    static constexpr qint64 maxDecodeBytes = 256LL * 1024 * 1024;
+    static constexpr qint64 maxDecodeBytes = DecodeLimits::maxBytes;
 
     // Where files went: (from, to) for each file that moved.
     using Moves = QList<QPair<QUrl, QUrl>>;

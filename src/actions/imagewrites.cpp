@@ -3,7 +3,9 @@
 // and renamed there only when complete, so a failure leaves nothing behind.
 #include "actions/fileactions.h"
 
+#include "files/pngsource.h"
 #include "files/safefiles.h"
+#include "meta/pngscale.h"
 
 #include <QColorSpace>
 #include <QFile>
@@ -12,6 +14,8 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QPainter>
+
+#include <cstring>
 
 #include <unistd.h>
 
@@ -22,10 +26,51 @@ QString besideFile(const QFileInfo &info, const QString &name)
     return info.absolutePath() + QLatin1Char('/') + name;
 }
 
+// A PNG whole, its rows copied as they are read: 3 bytes a pixel when
+// opaque. Failed for one that is damaged or would not fit the bound;
+// NotHandled for a file that is not a PNG.
+PngRows::Status readPng(const QString &path, QImage &image)
+{
+    PngSource source;
+    const PngRows::Status status = source.open(path, FileActions::maxDecodeBytes);
+    if (status != PngRows::Status::Ready)
+        return status;
+    const int channels = source.channels();
+    const qint64 bytes = qint64(source.width()) * source.height() * channels;
+    if (bytes + PngSource::rowBytesFor(source.width()) > FileActions::maxDecodeBytes)
+        return PngRows::Status::Failed;
+    image = QImage(int(source.width()), int(source.height()),
+                   channels == 4 ? QImage::Format_RGBA8888 : QImage::Format_RGB888);
+    if (image.isNull())
+        return PngRows::Status::Failed;
+    const size_t rowBytes = size_t(source.width()) * size_t(channels);
+    for (uint32_t y = 0; y < source.height(); ++y) {
+        const uint8_t *row = source.row(y);
+        if (!row) {
+            image = QImage();
+            return PngRows::Status::Failed;
+        }
+        std::memcpy(image.scanLine(int(y)), row, rowBytes);
+    }
+    return PngRows::Status::Ready;
+}
+
 } // namespace
 
 std::optional<QImage> FileActions::readImage(const QString &path)
 {
+    // PNGs through our reader; one it refuses is not given to Qt's, which
+    // can take gigabytes and seconds over a chunk that claims to be huge.
+    QImage png;
+    switch (readPng(path, png)) {
+    case PngRows::Status::Ready:
+        return png;
+    case PngRows::Status::Failed:
+        return std::nullopt;
+    case PngRows::Status::NotHandled:
+        break;
+    }
+    DecodeLimits::limitQtReaders();
     QImageReader reader(path);
     reader.setAutoTransform(true);
     // Refuse before decoding: the header's size is what decoding would cost,
@@ -74,6 +119,17 @@ QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
     QList<QUrl> written;
     for (const QUrl &file : files) {
         const QFileInfo info(file.toLocalFile());
+        // A PNG is averaged down as its rows are read: never held whole.
+        const PngScale::Result png = PngScale::readScaled(
+            info.absoluteFilePath(), [](QSize full) { return QSize(full.width() / 2, full.height() / 2); }, maxDecodeBytes);
+        if (png.outcome == PngScale::Outcome::Failed)
+            continue;
+        if (png.outcome == PngScale::Outcome::Done) {
+            const QString placed = writeImage(png.image, besideFile(info, halfSizeName(info.fileName())), "png");
+            if (!placed.isEmpty())
+                written.append(QUrl::fromLocalFile(placed));
+            continue;
+        }
         std::optional<QImage> image = readImage(info.absoluteFilePath());
         if (!image || image->width() < 2 || image->height() < 2)
             continue;
@@ -103,15 +159,29 @@ QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
         std::optional<QImage> image = readImage(info.absoluteFilePath());
         if (!image)
             continue;
-        QImage flat = *image;
-        if (image->hasAlphaChannel()) {
-            // JPEG has no transparency; see-through parts become white, as
-            // on a page, rather than black.
+        // JPEG has no transparency; see-through parts become white, as on a
+        // page, rather than black.
+        QImage flat;
+        if (image->format() == QImage::Format_RGBA8888) {
+            // A PNG as read: laid over white in place, not in a copy as large.
+            for (int y = 0; y < image->height(); ++y) {
+                uchar *p = image->scanLine(y);
+                for (int x = 0; x < image->width(); ++x, p += 4) {
+                    const int alpha = p[3];
+                    for (int c = 0; c < 3; ++c)
+                        p[c] = uchar((p[c] * alpha + 255 * (255 - alpha) + 127) / 255);
+                }
+            }
+            image->reinterpretAsFormat(QImage::Format_RGBX8888);
+            flat = std::move(*image);
+        } else if (image->hasAlphaChannel()) {
             flat = QImage(image->size(), QImage::Format_RGB32);
             flat.setColorSpace(image->colorSpace());
             flat.fill(Qt::white);
             QPainter painter(&flat);
             painter.drawImage(0, 0, *image);
+        } else {
+            flat = std::move(*image);
         }
         const QString placed =
             writeImage(flat, besideFile(info, jpgName(info.fileName())), "jpeg", jpegQuality);

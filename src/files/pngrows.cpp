@@ -23,6 +23,9 @@ constexpr size_t padding = 16;
 // inflated and being unfiltered and folded.
 constexpr size_t batchBytes = 256 * 1024;
 constexpr size_t inputBytes = 64 * 1024;
+// Two rows are held whatever the batch; a row wider than this is refused
+// rather than held (no screen is a million pixels wide).
+constexpr size_t maxStride = 16u << 20;
 
 uint32_t bigEndian(const uint8_t *p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
 
@@ -69,10 +72,17 @@ bool readChunkHead(FILE *file, Chunk &chunk)
     return chunk.length <= 0x7fffffffu;
 }
 
+// Fuzzed inputs would hardly ever get past a checksum to the code behind it.
+#ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
+constexpr bool checkCrc = false;
+#else
+constexpr bool checkCrc = true;
+#endif
+
 bool readCrc(FILE *file, uint32_t expected)
 {
     uint8_t crc[4];
-    return std::fread(crc, 1, 4, file) == 4 && bigEndian(crc) == expected;
+    return std::fread(crc, 1, 4, file) == 4 && (!checkCrc || bigEndian(crc) == expected);
 }
 
 // Reads the body and checks the CRC over type and body.
@@ -214,6 +224,8 @@ Status Rows::open(FILE *file, const Header &header)
     m_height = header.height;
     m_channels = header.colourType == 6 ? 4 : 3;
     m_stride = size_t(header.width) * size_t(m_channels) + 1;
+    if (m_stride > maxStride)
+        return Status::Failed;
     m_batchRows = uint32_t(std::clamp<size_t>(batchBytes / m_stride, 1, m_height));
 
     Chunk chunk;

@@ -1,29 +1,15 @@
 #include "meta/pngscale.h"
 
-#include "files/pngrows.h"
-
-#include <QFile>
-
-#include <spng.h>
+#include "files/decodelimits.h"
+#include "files/pngsource.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 namespace PngScale {
 
 namespace {
-
-struct FileCloser
-{
-    void operator()(FILE *file) const { std::fclose(file); }
-};
-struct ContextFree
-{
-    void operator()(spng_ctx *context) const { spng_ctx_free(context); }
-};
 
 // Where one source pixel (or row) goes when `src` shrink to `dst`: `weight`
 // 256ths of it to `to`, the rest to `to + 1`. With dst <= src a source
@@ -34,19 +20,34 @@ struct Span
     uint32_t weight;
 };
 
-std::vector<Span> spansFor(uint32_t src, uint32_t dst)
+// Source pixels (or rows) one after another, made as they are asked for: a
+// table of them would cost 8 bytes a source row, 800 MB for an image of 100
+// million rows one pixel wide.
+class Spans
 {
-    std::vector<Span> spans(src);
-    for (uint64_t x = 0; x < src; ++x) {
+public:
+    Spans(uint32_t src, uint32_t dst) : m_src(src), m_dst(dst), m_boundary(src) {}
+
+    // The span of source pixel `x`, the one after the last asked for.
+    Span next()
+    {
         // Positions in target pixels times `src`, so everything stays integral.
-        const uint64_t start = x * dst, end = start + dst;
-        const auto to = uint32_t(start / src);
-        const uint64_t boundary = uint64_t(to + 1) * src;
-        const uint32_t weight = end <= boundary ? 256 : uint32_t(((boundary - start) * 256 + dst / 2) / dst);
-        spans[x] = {to, weight};
+        const uint64_t start = m_start, end = start + m_dst;
+        m_start = end;
+        while (start >= m_boundary) {
+            ++m_to;
+            m_boundary += m_src;
+        }
+        const uint32_t weight =
+            end <= m_boundary ? 256 : uint32_t(((m_boundary - start) * 256 + m_dst / 2) / m_dst);
+        return {m_to, weight};
     }
-    return spans;
-}
+
+private:
+    uint64_t m_src, m_dst;
+    uint64_t m_start = 0, m_boundary;
+    uint32_t m_to = 0;
+};
 
 // The source pixels [begin, end) that make one target pixel: the first and
 // the last with these weights (256ths), those between whole.
@@ -59,7 +60,7 @@ struct Cover
 std::vector<Cover> coversFor(uint32_t src, uint32_t dst)
 {
     std::vector<Cover> covers(dst);
-    const std::vector<Span> spans = spansFor(src, dst);
+    Spans spans(src, dst);
     const auto add = [&](uint32_t to, uint32_t x, uint32_t weight) {
         Cover &c = covers[to];
         if (c.end == 0) {
@@ -70,24 +71,27 @@ std::vector<Cover> coversFor(uint32_t src, uint32_t dst)
         c.lastWeight = weight;
     };
     for (uint32_t x = 0; x < src; ++x) {
-        add(spans[x].to, x, spans[x].weight);
-        if (spans[x].weight < 256)
-            add(spans[x].to + 1, x, 256 - spans[x].weight);
+        const Span span = spans.next();
+        add(span.to, x, span.weight);
+        if (span.weight < 256)
+            add(span.to + 1, x, 256 - span.weight);
     }
     return covers;
 }
 
 // Sums one decoded row into `out`, C values per target pixel, in 256ths.
 // With alpha the colours are premultiplied and alpha is scaled by 255 to
-// match. Plain locals rather than arrays keep every sum in a register.
-template <int C>
-void foldRow(const uint8_t *row, const std::vector<Cover> &covers, uint32_t *out)
+// match. Plain locals rather than arrays keep every sum in a register. A
+// 32-bit sum holds up to 250 source pixels (255 * 255 * 256 each with
+// alpha); wider covers take 64 bits.
+template <int C, typename Sum>
+void foldRow(const uint8_t *row, const std::vector<Cover> &covers, Sum *out)
 {
     for (const Cover &c : covers) {
         const uint8_t *p = row + size_t(c.begin) * C;
         const uint8_t *last = row + size_t(c.end - 1) * C;
-        uint32_t s0, s1, s2, s3 = 0;
-        const auto load = [](const uint8_t *q, uint32_t &v0, uint32_t &v1, uint32_t &v2, uint32_t &v3) {
+        Sum s0, s1, s2, s3 = 0;
+        const auto load = [](const uint8_t *q, Sum &v0, Sum &v1, Sum &v2, Sum &v3) {
             if constexpr (C == 4) {
                 const uint32_t alpha = q[3];
                 v0 = q[0] * alpha;
@@ -101,11 +105,11 @@ void foldRow(const uint8_t *row, const std::vector<Cover> &covers, uint32_t *out
                 v3 = 0;
             }
         };
-        uint32_t f0, f1, f2, f3;
+        Sum f0, f1, f2, f3;
         load(p, f0, f1, f2, f3);
         s0 = s1 = s2 = 0;
         for (p += C; p < last; p += C) {
-            uint32_t v0, v1, v2, v3;
+            Sum v0, v1, v2, v3;
             load(p, v0, v1, v2, v3);
             s0 += v0;
             s1 += v1;
@@ -117,7 +121,7 @@ void foldRow(const uint8_t *row, const std::vector<Cover> &covers, uint32_t *out
         s2 = f2 * c.firstWeight + s2 * 256;
         s3 = f3 * c.firstWeight + s3 * 256;
         if (c.end - 1 > c.begin) {
-            uint32_t l0, l1, l2, l3;
+            Sum l0, l1, l2, l3;
             load(last, l0, l1, l2, l3);
             s0 += l0 * c.lastWeight;
             s1 += l1 * c.lastWeight;
@@ -133,28 +137,31 @@ void foldRow(const uint8_t *row, const std::vector<Cover> &covers, uint32_t *out
     }
 }
 
-inline uint32_t toByte(float value)
+template <typename Real>
+inline uint32_t toByte(Real value)
 {
-    return uint32_t(std::clamp(value + 0.5f, 0.0f, 255.0f));
+    return uint32_t(std::clamp<Real>(value + Real(0.5), 0, 255));
 }
 
-// `nextRow(y)` gives source row y (C bytes a pixel) or null when the file
-// turns out damaged; rows are asked for in order.
-template <int C, typename NextRow>
-Result decode(uint32_t srcW, uint32_t srcH, QSize target, NextRow nextRow)
+// Source row y (C bytes a pixel) comes from `source`, in order. `Sum` holds
+// a row's sum over one target pixel, `Real` the rows' sums: floats lose
+// levels past a few hundred rows a target row.
+template <int C, typename Sum, typename Real>
+Result decode(PngSource &source, QSize target)
 {
+    const uint32_t srcW = source.width(), srcH = source.height();
     const auto dstW = uint32_t(target.width()), dstH = uint32_t(target.height());
     const std::vector<Cover> columns = coversFor(srcW, dstW);
-    const std::vector<Span> rows = spansFor(srcH, dstH);
+    Spans rows(srcH, dstH);
 
     // What each target column's sums are divided by: its weights, times 255
     // with premultiplied alpha.
-    std::vector<float> columnScale(dstW);
+    std::vector<Real> columnScale(dstW);
     for (uint32_t d = 0; d < dstW; ++d) {
         const Cover &c = columns[d];
         const uint32_t weight = c.end - c.begin == 1 ? c.firstWeight
                                                      : c.firstWeight + c.lastWeight + 256 * (c.end - c.begin - 2);
-        columnScale[d] = 1.0f / (float(weight) * (C == 4 ? 255.0f : 1.0f));
+        columnScale[d] = Real(1) / (Real(weight) * (C == 4 ? 255 : 1));
     }
 
     Result result;
@@ -164,19 +171,19 @@ Result decode(uint32_t srcW, uint32_t srcH, QSize target, NextRow nextRow)
         return result;
     }
 
-    std::vector<uint32_t> folded(size_t(dstW) * C);
+    std::vector<Sum> folded(size_t(dstW) * C);
     // The target row being filled and the next one, which takes the rest of
     // a source row that straddles both.
-    std::vector<float> current(size_t(dstW) * C, 0.0f), next(size_t(dstW) * C, 0.0f);
-    float currentWeight = 0, nextWeight = 0;
+    std::vector<Real> current(size_t(dstW) * C, 0), next(size_t(dstW) * C, 0);
+    Real currentWeight = 0, nextWeight = 0;
     uint32_t currentRow = 0;
 
     const auto finishRow = [&](uint32_t y) {
         auto *out = reinterpret_cast<QRgb *>(result.image.scanLine(int(y)));
-        const float rowScale = currentWeight > 0 ? 1.0f / currentWeight : 0.0f;
+        const Real rowScale = currentWeight > 0 ? 1 / currentWeight : 0;
         for (uint32_t x = 0; x < dstW; ++x) {
-            const float scale = columnScale[x] * rowScale;
-            const float *v = current.data() + size_t(x) * C;
+            const Real scale = columnScale[x] * rowScale;
+            const Real *v = current.data() + size_t(x) * C;
             if constexpr (C == 4)
                 out[x] = qRgba(toByte(v[0] * scale), toByte(v[1] * scale), toByte(v[2] * scale), toByte(v[3] * scale));
             else
@@ -185,7 +192,7 @@ Result decode(uint32_t srcW, uint32_t srcH, QSize target, NextRow nextRow)
     };
 
     for (uint32_t y = 0; y < srcH; ++y) {
-        const uint8_t *row = nextRow(y);
+        const uint8_t *row = source.row(y);
         if (!row) {
             result.outcome = Outcome::Failed;
             result.image = QImage();
@@ -193,22 +200,22 @@ Result decode(uint32_t srcW, uint32_t srcH, QSize target, NextRow nextRow)
         }
         foldRow<C>(row, columns, folded.data());
 
-        const Span span = rows[y];
+        const Span span = rows.next();
         if (span.to != currentRow) {
             finishRow(currentRow);
             current.swap(next);
-            std::fill(next.begin(), next.end(), 0.0f);
+            std::fill(next.begin(), next.end(), Real(0));
             currentWeight = nextWeight;
             nextWeight = 0;
             currentRow = span.to;
         }
-        const float wa = float(span.weight) / 256.0f, wb = 1.0f - wa;
+        const Real wa = Real(span.weight) / 256, wb = 1 - wa;
         const size_t n = size_t(dstW) * C;
         for (size_t i = 0; i < n; ++i)
-            current[i] += float(folded[i]) * wa;
+            current[i] += Real(folded[i]) * wa;
         if (span.weight < 256) {
             for (size_t i = 0; i < n; ++i)
-                next[i] += float(folded[i]) * wb;
+                next[i] += Real(folded[i]) * wb;
         }
         currentWeight += wa;
         nextWeight += wb;
@@ -218,42 +225,14 @@ Result decode(uint32_t srcW, uint32_t srcH, QSize target, NextRow nextRow)
     return result;
 }
 
-// Rows as libspng decodes them one at a time: any bit depth, palettes, grey,
-// a transparent colour. `file` is at its start.
 template <int C>
-Result decodeStreaming(spng_ctx *context, uint32_t width, uint32_t height, QSize target)
+Result decodeWith(PngSource &source, QSize target)
 {
-    const int format = C == 4 ? SPNG_FMT_RGBA8 : SPNG_FMT_RGB8;
-    if (spng_decode_image(context, nullptr, 0, format, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE) != 0)
-        return {Outcome::Failed, {}};
-    std::vector<uint8_t> row(size_t(width) * C);
-    return decode<C>(width, height, target, [&](uint32_t y) -> const uint8_t * {
-        const int status = spng_decode_row(context, row.data(), row.size());
-        // The last row's call reports the end of the image.
-        return status == 0 || (status == SPNG_EOI && y == height - 1) ? row.data() : nullptr;
-    });
-}
-
-Result readStreaming(FILE *file, QSize target)
-{
-    Result failed{Outcome::Failed, {}};
-    // The checksum of the decompressed rows is skipped (a few percent of
-    // the time); every chunk's CRC is still checked, so damage is caught.
-    std::unique_ptr<spng_ctx, ContextFree> context(spng_ctx_new(SPNG_CTX_IGNORE_ADLER32));
-    if (!context)
-        return failed;
-    // Ancillary chunks are not ours to hold in memory without end.
-    spng_set_chunk_limits(context.get(), 16u << 20, 64u << 20);
-    spng_set_image_limits(context.get(), 1u << 20, 1u << 20);
-    spng_ihdr header{};
-    if (spng_set_png_file(context.get(), file) != 0 || spng_get_ihdr(context.get(), &header) != 0)
-        return failed;
-    spng_trns transparency{};
-    const bool alpha = header.color_type == SPNG_COLOR_TYPE_GRAYSCALE_ALPHA
-                       || header.color_type == SPNG_COLOR_TYPE_TRUECOLOR_ALPHA
-                       || spng_get_trns(context.get(), &transparency) == 0;
-    return alpha ? decodeStreaming<4>(context.get(), header.width, header.height, target)
-                 : decodeStreaming<3>(context.get(), header.width, header.height, target);
+    // Sums over more source pixels than 32 bits and floats hold exactly
+    // enough of.
+    const bool wide = source.width() / uint32_t(target.width()) > 250
+                      || source.height() / uint32_t(target.height()) > 250;
+    return wide ? decode<C, uint64_t, double>(source, target) : decode<C, uint32_t, float>(source, target);
 }
 
 } // namespace
@@ -267,12 +246,16 @@ QSize fittedSize(QSize full, int pixels)
 
 Result readScaled(const QString &path, int pixels, qint64 maxPixels)
 {
+    if (pixels <= 0)
+        return {Outcome::Failed, {}};
+    return readScaled(path, [pixels](QSize full) { return fittedSize(full, pixels); }, maxPixels);
+}
+
+Result readScaled(const QString &path, const std::function<QSize(QSize)> &sizeFor, qint64 maxPixels)
+{
     Result failed{Outcome::Failed, {}};
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(QFile::encodeName(path).constData(), "rbe"));
-    if (!file)
-        return failed;
-    PngRows::Header header;
-    switch (PngRows::readHeader(file.get(), header)) {
+    PngSource source;
+    switch (source.open(path, maxPixels)) {
     case PngRows::Status::Ready:
         break;
     case PngRows::Status::Failed:
@@ -280,33 +263,16 @@ Result readScaled(const QString &path, int pixels, qint64 maxPixels)
     case PngRows::Status::NotHandled:
         return {};
     }
-    const qint64 sourcePixels = qint64(header.width) * header.height;
-    if (sourcePixels > maxPixels || pixels <= 0)
+    const QSize full(int(source.width()), int(source.height()));
+    const QSize target = sizeFor(full);
+    // Never enlarged. What is made counts towards the bound as well: the
+    // image, and the sums of a row of it (32 bytes a pixel at most).
+    const qint64 holds = qint64(target.width()) * target.height() * 4 + qint64(target.width()) * 32
+                         + PngSource::rowBytesFor(source.width());
+    if (target.isEmpty() || target.width() > full.width() || target.height() > full.height()
+        || holds > DecodeLimits::maxBytes)
         return failed;
-    // Interlaced rows arrive in seven passes; the general decoder takes them.
-    if (header.interlace != 0)
-        return {};
-    const QSize target = fittedSize(QSize(int(header.width), int(header.height)), pixels);
-    // A target pixel's 32-bit sum over more than 250 source pixels of a row
-    // could overflow (up to 255 * 255 * 256 each with alpha).
-    if (header.width / uint32_t(target.width()) > 250)
-        return {};
-
-    PngRows::Rows rows;
-    switch (rows.open(file.get(), header)) {
-    case PngRows::Status::Ready: {
-        const auto next = [&rows](uint32_t y) { return rows.row(y); };
-        return rows.channels() == 4 ? decode<4>(header.width, header.height, target, next)
-                                    : decode<3>(header.width, header.height, target, next);
-    }
-    case PngRows::Status::Failed:
-        return failed;
-    case PngRows::Status::NotHandled:
-        break;
-    }
-    if (std::fseek(file.get(), 0, SEEK_SET) != 0)
-        return failed;
-    return readStreaming(file.get(), target);
+    return source.channels() == 4 ? decodeWith<4>(source, target) : decodeWith<3>(source, target);
 }
 
 } // namespace PngScale

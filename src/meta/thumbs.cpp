@@ -1,5 +1,6 @@
 #include "meta/thumbs.h"
 
+#include "files/decodelimits.h"
 #include "meta/pngscale.h"
 #include "platform/threadpriority.h"
 
@@ -338,12 +339,15 @@ std::optional<QImage> Thumbs::makeThumbnail(const QUrl &file, int pixels)
 {
     if (!file.isLocalFile() || pixels <= 0)
         return std::nullopt;
-    // PNGs, nearly every screenshot, are scaled as they are decoded.
+    // PNGs, nearly every screenshot, are scaled as they are decoded. One our
+    // reader refused is not given to Qt's, which can take gigabytes and
+    // seconds over a chunk that claims to be huge.
     PngScale::Result png = PngScale::readScaled(file.toLocalFile(), pixels, maxSourcePixels);
     if (png.outcome == PngScale::Outcome::Done)
         return std::move(png.image);
     if (png.outcome == PngScale::Outcome::Failed)
         return std::nullopt;
+    DecodeLimits::limitQtReaders();
     QImageReader reader(file.toLocalFile());
     reader.setAutoTransform(true);
     // Below 50 Qt's JPEG reader takes libjpeg's fast integer DCT and plain

@@ -1,6 +1,7 @@
 #include "platform/tesseractrecognizer.h"
 
-#include "files/pngrows.h"
+#include "files/decodelimits.h"
+#include "files/pngsource.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -24,9 +25,10 @@
 
 namespace {
 
-// Screenshots of an 8K screen are 33 megapixels; anything far beyond that is
-// not a screenshot and would cost gigabytes to recognise.
-constexpr qint64 maxSourcePixels = 64LL * 1000 * 1000;
+// Screenshots of an 8K screen are 33 megapixels, read to gray as 33 MB;
+// anything beyond that is not a screenshot and would cost gigabytes to
+// recognise.
+constexpr qint64 maxSourcePixels = DecodeLimits::maxBytes / 2;
 constexpr qint64 maxScaledPixels = 40LL * 1000 * 1000;
 
 QString installedTessdata()
@@ -74,38 +76,34 @@ QImage toGray(const QImage &image)
     return gray;
 }
 
-struct FileCloser
+// Gray straight from the rows of a PNG (nearly every screenshot), without
+// the colour image Qt's reader makes first, and inflated by ISA-L rather
+// than zlib for the common kinds: recognising a 2x screenshot takes 7-10 %
+// less time. A PNG it cannot read is damaged, and not given to another
+// reader; Qt's takes gigabytes and seconds over a chunk that claims to be
+// huge. Nothing (NotHandled) for a file that is not a PNG.
+PngRows::Status readGrayPng(const QString &path, QImage &gray)
 {
-    void operator()(FILE *file) const { std::fclose(file); }
-};
-
-// Gray straight from the rows of a common PNG (nearly every screenshot),
-// without the colour image Qt's reader makes first, and inflated by ISA-L
-// rather than zlib: recognising a 2x screenshot takes 7-10 % less time.
-// Nothing for other kinds, or damage: Qt's reader takes those.
-std::optional<QImage> readGrayPng(const QString &path)
-{
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(QFile::encodeName(path).constData(), "rbe"));
-    PngRows::Header header;
-    if (!file || PngRows::readHeader(file.get(), header) != PngRows::Status::Ready
-        || qint64(header.width) * header.height > maxSourcePixels)
-        return std::nullopt;
-    PngRows::Rows rows;
-    if (rows.open(file.get(), header) != PngRows::Status::Ready)
-        return std::nullopt;
-    QImage gray(int(header.width), int(header.height), QImage::Format_Grayscale8);
+    PngSource source;
+    const PngRows::Status status = source.open(path, maxSourcePixels);
+    if (status != PngRows::Status::Ready)
+        return status;
+    gray = QImage(int(source.width()), int(source.height()), QImage::Format_Grayscale8);
     if (gray.isNull())
-        return std::nullopt;
-    const bool alpha = rows.channels() == 4;
-    for (uint32_t y = 0; y < header.height; ++y) {
-        const uint8_t *p = rows.row(y);
-        if (!p)
-            return std::nullopt;
+        return PngRows::Status::Failed;
+    const int channels = source.channels();
+    const bool alpha = channels == 4;
+    for (uint32_t y = 0; y < source.height(); ++y) {
+        const uint8_t *p = source.row(y);
+        if (!p) {
+            gray = QImage();
+            return PngRows::Status::Failed;
+        }
         uchar *dst = gray.scanLine(int(y));
-        for (uint32_t x = 0; x < header.width; ++x, p += rows.channels())
+        for (uint32_t x = 0; x < source.width(); ++x, p += channels)
             dst[x] = alpha ? grayOf(p[0], p[1], p[2], p[3]) : grayOf(p[0], p[1], p[2]);
     }
-    return gray;
+    return PngRows::Status::Ready;
 }
 
 // The gray value most of the image has: the ground the text sits on.
@@ -232,13 +230,22 @@ private:
 std::optional<QImage> readGrayForRecognition(const QString &path, const TesseractOptions &options)
 {
     if (options.readPngRows) {
-        if (std::optional<QImage> gray = readGrayPng(path))
+        QImage gray;
+        switch (readGrayPng(path, gray)) {
+        case PngRows::Status::Ready:
             return gray;
+        case PngRows::Status::Failed:
+            return std::nullopt;
+        case PngRows::Status::NotHandled:
+            break;
+        }
     }
+    DecodeLimits::limitQtReaders();
     QImageReader reader(path);
     reader.setAutoTransform(true);
     const QSize size = reader.size();
-    if (!size.isValid() || qint64(size.width()) * size.height() > maxSourcePixels)
+    // The colour image it makes, and then the gray one.
+    if (!size.isValid() || qint64(size.width()) * size.height() * 5 > DecodeLimits::maxBytes)
         return std::nullopt;
     const QImage image = reader.read();
     if (image.isNull())

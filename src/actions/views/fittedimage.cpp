@@ -1,6 +1,8 @@
 #include "actions/views/fittedimage.h"
 
 #include "actions/fileactions.h"
+#include "files/decodelimits.h"
+#include "meta/pngscale.h"
 #include "platform/threadpriority.h"
 
 #include <QImageIOHandler>
@@ -11,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace FittedImage {
 
@@ -28,6 +31,21 @@ QSize fitted(const QSize &size, const QSize &box)
 
 std::optional<Decoded> decode(const QString &path, const QSize &maxPixels)
 {
+    // PNGs are scaled as their rows are read, within the decode bound; one
+    // our reader refuses is not given to Qt's.
+    QSize full;
+    PngScale::Result png = PngScale::readScaled(
+        path,
+        [&](QSize size) {
+            full = size;
+            return fitted(size, maxPixels.isEmpty() ? size : maxPixels);
+        },
+        std::numeric_limits<qint64>::max());
+    if (png.outcome == PngScale::Outcome::Done)
+        return Decoded{std::move(png.image), full};
+    if (png.outcome == PngScale::Outcome::Failed)
+        return std::nullopt;
+    DecodeLimits::limitQtReaders();
     QImageReader reader(path);
     reader.setAutoTransform(true);
     const QSize stored = reader.size();

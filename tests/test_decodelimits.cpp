@@ -1,0 +1,354 @@
+#include "actions/fileactions.h"
+#include "actions/views/fittedimage.h"
+#include "files/decodelimits.h"
+#include "meta/thumbs.h"
+#include "platform/tesseractrecognizer.h"
+#include "support/badimages.h"
+#include "support/sandbox.h"
+
+#include <QElapsedTimer>
+#include <QImageReader>
+#include <QMimeData>
+#include <QTest>
+
+#include <isa-l/igzip_lib.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+
+// Small files that claim to be enormous, against every path that decodes a
+// picture: what one decode holds stays within DecodeLimits::maxBytes and it
+// ends in moments, with a picture where one fits the bound and a clean
+// failure where none does.
+namespace {
+
+QByteArray ihdr(quint32 width, quint32 height, int depth, int colourType)
+{
+    QByteArray header(13, '\0');
+    qToBigEndian(width, header.data());
+    qToBigEndian(height, header.data() + 4);
+    header[8] = char(depth);
+    header[9] = char(colourType);
+    return QByteArray("\x89PNG\r\n\x1a\n", 8) + BadImages::pngChunk("IHDR", header);
+}
+
+// A PNG of one colour (RGBA with `alpha`, else RGB), its rows deflated a
+// piece at a time, so a file of a few hundred kilobytes that inflates to
+// hundreds of megabytes takes little to make.
+QByteArray flatPng(quint32 width, quint32 height, QRgb colour, bool alpha = false)
+{
+    const size_t channels = alpha ? 4 : 3, stride = size_t(width) * channels + 1, total = stride * height;
+    std::vector<uint8_t> piece(std::max<size_t>(stride, 1 << 20) / stride * stride);
+    for (size_t i = 0; i < piece.size(); i += stride)
+        for (size_t x = 0; x < width; ++x) {
+            uint8_t *p = piece.data() + i + 1 + channels * x;
+            p[0] = uint8_t(qRed(colour));
+            p[1] = uint8_t(qGreen(colour));
+            p[2] = uint8_t(qBlue(colour));
+            if (alpha)
+                p[3] = uint8_t(qAlpha(colour));
+        }
+    std::vector<uint8_t> level(ISAL_DEF_LVL1_DEFAULT), out(1 << 20);
+    isal_zstream z;
+    isal_deflate_init(&z);
+    z.level = 1;
+    z.level_buf = level.data();
+    z.level_buf_size = uint32_t(level.size());
+    z.gzip_flag = IGZIP_ZLIB;
+    QByteArray stream;
+    for (size_t done = 0; done < total;) {
+        const size_t n = std::min(piece.size(), total - done);
+        done += n;
+        z.next_in = piece.data();
+        z.avail_in = uint32_t(n);
+        z.end_of_stream = done == total;
+        do {
+            z.next_out = out.data();
+            z.avail_out = uint32_t(out.size());
+            isal_deflate(&z);
+            stream.append(reinterpret_cast<const char *>(out.data()), qsizetype(out.size() - z.avail_out));
+        } while (z.avail_out == 0);
+    }
+    QByteArray png = ihdr(width, height, 8, alpha ? 6 : 2);
+    for (qsizetype at = 0; at < stream.size(); at += 1 << 16)
+        png += BadImages::pngChunk("IDAT", stream.mid(at, 1 << 16));
+    return png + BadImages::pngChunk("IEND", {});
+}
+
+// A text chunk that declares 1.9 GB, in a file that ends a hundred bytes in.
+QByteArray hugeTextPng(int depth, int colourType)
+{
+    QByteArray length(4, '\0');
+    qToBigEndian<quint32>(0x71000000, length.data());
+    return ihdr(1, 1, depth, colourType) + length + "tEXt" + "Comment" + QByteArray(1, '\0') + QByteArray(100, 'a');
+}
+
+qint64 statusKb(const char *field)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith(field))
+            return line.mid(qsizetype(std::strlen(field))).trimmed().split(' ').first().toLongLong();
+    return -1;
+}
+
+struct Measured
+{
+    int answer = 0;     // what the decode said; see each case
+    qint64 peakKb = -1; // resident memory it added at its peak
+    qint64 ms = -1;
+    QString failure;    // why nothing was measured
+};
+
+// Runs `decode` in a child process so its peak resident memory can be read
+// alone. Its address space is capped 3 GB above the parent's, so a decode
+// that tries to hold more fails there instead of on the machine; any lower
+// and the known bombs (2 GB) would fail their allocation at once and pass.
+Measured measure(const std::function<int()> &decode)
+{
+    int pipeFds[2];
+    if (::pipe2(pipeFds, O_CLOEXEC) != 0)
+        return {0, -1, -1, QStringLiteral("no pipe")};
+    const qint64 addressKb = statusKb("VmSize:");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::close(pipeFds[0]);
+        const auto capBytes = rlim_t(addressKb + (3 << 20)) * 1024;
+        const rlimit cap{capBytes, capBytes};
+        ::setrlimit(RLIMIT_AS, &cap);
+        const qint64 baseKb = statusKb("VmRSS:");
+        // Resets the peak to what is resident now.
+        if (const int fd = ::open("/proc/self/clear_refs", O_WRONLY); fd >= 0) {
+            [[maybe_unused]] const auto written = ::write(fd, "5", 1);
+            ::close(fd);
+        }
+        QElapsedTimer timer;
+        timer.start();
+        const qint64 answer = decode(), ms = timer.elapsed();
+        const qint64 report[3] = {answer, statusKb("VmHWM:") - baseKb, ms};
+        [[maybe_unused]] const auto sent = ::write(pipeFds[1], report, sizeof report);
+        ::_exit(0);
+    }
+    ::close(pipeFds[1]);
+    Measured measured;
+    qint64 report[3];
+    pollfd ready{pipeFds[0], POLLIN, 0};
+    if (::poll(&ready, 1, 60000) == 1 && ::read(pipeFds[0], report, sizeof report) == sizeof report) {
+        measured.answer = int(report[0]);
+        measured.peakKb = report[1];
+        measured.ms = report[2];
+    } else {
+        measured.failure = QStringLiteral("the decode crashed or ran past a minute");
+        ::kill(child, SIGKILL);
+    }
+    ::close(pipeFds[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (measured.failure.isEmpty() && !(WIFEXITED(status) && WEXITSTATUS(status) == 0))
+        measured.failure = QStringLiteral("the child failed");
+    return measured;
+}
+
+// A thumbnail's size and its middle pixel packed in one answer, or -1.
+int thumbnailAnswer(const QString &path, int pixels)
+{
+    const std::optional<QImage> image = Thumbs::makeThumbnail(QUrl::fromLocalFile(path), pixels);
+    if (!image)
+        return -1;
+    const QRgb middle = image->pixel(image->width() / 2, image->height() / 2);
+    return (image->width() == 1 ? 1 << 30 : 0) | (image->height() == pixels ? 1 << 29 : 0) | int(middle & 0xffffff);
+}
+
+// An interlaced RGB PNG of `image`, its seven passes laid out by hand (Qt
+// writes none).
+QByteArray interlacedPng(const QImage &image)
+{
+    static const struct { int x, y, dx, dy; } passes[] = {
+        {0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4}, {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
+    QByteArray rows;
+    for (const auto &pass : passes) {
+        const int columns = (image.width() - pass.x + pass.dx - 1) / pass.dx;
+        for (int y = pass.y; columns > 0 && y < image.height(); y += pass.dy) {
+            rows += '\0';
+            for (int x = pass.x; x < image.width(); x += pass.dx) {
+                const QRgb pixel = image.pixel(x, y);
+                rows += char(qRed(pixel));
+                rows += char(qGreen(pixel));
+                rows += char(qBlue(pixel));
+            }
+        }
+    }
+    QByteArray png = ihdr(quint32(image.width()), quint32(image.height()), 8, 2);
+    png[8 + 8 + 12] = 1; // the interlace method
+    qToBigEndian(BadImages::crc32(png.mid(12, 17)), png.data() + 29);
+    return png + BadImages::pngChunk("IDAT", qCompress(rows).mid(4)) + BadImages::pngChunk("IEND", {});
+}
+
+} // namespace
+
+class TestDecodeLimits : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // Qt's image plugins are loaded here, not counted in the first decode.
+        QImageReader::supportedImageFormats();
+    }
+
+    void everyDecodeStaysWithinItsBound_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("expected");
+        const int failed = -1;
+        // 1 x 99 million pixels in 400 KB: a column of one colour.
+        const int column = 1 << 30 | 1 << 29 | 0x804020;
+        QTest::newRow("thumbnail, tall and thin") << "tall.png" << "thumbnail" << column;
+        // Too wide to hold one row of within the bound.
+        QTest::newRow("thumbnail, too wide") << "wide.png" << "thumbnail" << failed;
+        for (const char *file : {"text.png", "text16.png"}) {
+            for (const char *path : {"thumbnail", "recognition", "preview", "half size"})
+                QTest::addRow("%s, %s", path, file) << file << path << failed;
+            // A PNG is copied as it is, undecoded.
+            QTest::addRow("clipboard, %s", file) << file << "clipboard" << 0;
+        }
+        // Half-transparent, 42 MB of pixels: shrunk as it is read, and made
+        // a JPEG without a second copy as large.
+        QTest::newRow("half size, large") << "large.png" << "half size" << 0;
+        QTest::newRow("jpeg copy, large") << "large.png" << "jpeg copy" << 0;
+    }
+
+    void everyDecodeStaysWithinItsBound()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, path);
+        QFETCH(int, expected);
+        Sandbox box;
+        const QString name = box.path(file);
+        if (file == QLatin1String("tall.png"))
+            Sandbox::writeFile(name, flatPng(1, 99000000, qRgb(0x80, 0x40, 0x20)));
+        else if (file == QLatin1String("wide.png"))
+            Sandbox::writeFile(name, flatPng(16000000, 1, qRgb(0x80, 0x40, 0x20)));
+        else if (file == QLatin1String("large.png"))
+            Sandbox::writeFile(name, flatPng(3500, 3000, qRgba(0x80, 0x40, 0x20, 0x80), true));
+        else if (file == QLatin1String("text.png"))
+            Sandbox::writeFile(name, hugeTextPng(8, 2));
+        else
+            Sandbox::writeFile(name, hugeTextPng(16, 2));
+        QVERIFY(QFileInfo(name).size() < 1000 * 1000);
+
+        std::function<int()> decode;
+        if (path == QLatin1String("thumbnail"))
+            decode = [&] { return thumbnailAnswer(name, 256); };
+        else if (path == QLatin1String("recognition"))
+            decode = [&] { return readGrayForRecognition(name, {}) ? 0 : -1; };
+        else if (path == QLatin1String("preview"))
+            decode = [&] { return FittedImage::decode(name, {1200, 800}) ? 0 : -1; };
+        else if (path == QLatin1String("half size"))
+            decode = [&] { return FileActions::resizeHalf({QUrl::fromLocalFile(name)}).isEmpty() ? -1 : 0; };
+        else if (path == QLatin1String("jpeg copy"))
+            decode = [&] { return FileActions::convertToJPG({QUrl::fromLocalFile(name)}).isEmpty() ? -1 : 0; };
+        else
+            decode = [&] {
+                std::unique_ptr<QMimeData> data(FileActions::filesMimeData({QUrl::fromLocalFile(name)}));
+                return data->hasFormat(QStringLiteral("image/png")) ? 0 : -1;
+            };
+        const Measured m = measure(decode);
+        qInfo("%s, %s: %lld KB at the peak, %lld ms", qPrintable(path), qPrintable(file), m.peakKb, m.ms);
+        QVERIFY2(m.failure.isEmpty(), qPrintable(m.failure));
+        QCOMPARE(m.answer, expected);
+        QVERIFY2(m.peakKb * 1024 < DecodeLimits::maxBytes, qPrintable(QString::number(m.peakKb)));
+        // The tall one inflates 400 MB of rows, the large one 42 MB; the
+        // others end at their header.
+        QVERIFY2(m.ms < (file == QLatin1String("tall.png") || file == QLatin1String("large.png") ? 8000 : 500),
+                 qPrintable(QString::number(m.ms)));
+        if (file == QLatin1String("large.png")) {
+            // Half size keeps the colour and its transparency; the JPEG has
+            // it laid over white.
+            const bool half = path == QLatin1String("half size");
+            const QImage made(box.path(half ? QStringLiteral("large @50%.png") : QStringLiteral("large.jpg")));
+            QCOMPARE(made.size(), half ? QSize(1750, 1500) : QSize(3500, 3000));
+            const QRgb pixel = made.pixel(10, 10), expected = half ? qRgba(0x80, 0x40, 0x20, 0x80) : qRgb(191, 159, 143);
+            QVERIFY2(qAbs(qRed(pixel) - qRed(expected)) <= 3 && qAbs(qGreen(pixel) - qGreen(expected)) <= 3
+                         && qAbs(qBlue(pixel) - qBlue(expected)) <= 3 && qAlpha(pixel) == qAlpha(expected),
+                     qPrintable(QString::number(pixel, 16)));
+        }
+    }
+
+    void theLessCommonKindsReadAsQtReadsThem()
+    {
+        // Palettes, grey, 16 bits and interlacing go through libspng now,
+        // for recognition as well as thumbnails; Qt's reader is the reference.
+        Sandbox box;
+        QImage colours(37, 29, QImage::Format_ARGB32);
+        for (int y = 0; y < colours.height(); ++y)
+            for (int x = 0; x < colours.width(); ++x)
+                colours.setPixel(x, y, qRgba(x * 7, y * 9, (x * y) % 256, 255 - x * 3));
+        const QImage opaque = colours.convertToFormat(QImage::Format_RGB32);
+        const QList<QPair<QString, QImage>> kinds = {
+            {QStringLiteral("palette.png"), opaque.convertToFormat(QImage::Format_Indexed8)},
+            {QStringLiteral("grey.png"), opaque.convertToFormat(QImage::Format_Grayscale8)},
+            {QStringLiteral("grey16.png"), opaque.convertToFormat(QImage::Format_Grayscale16)},
+            {QStringLiteral("rgba16.png"), colours.convertToFormat(QImage::Format_RGBA64)},
+        };
+        for (const auto &[name, image] : kinds)
+            QVERIFY(image.save(box.path(name)));
+        Sandbox::writeFile(box.path(QStringLiteral("interlaced.png")), interlacedPng(opaque));
+
+        TesseractOptions viaQt;
+        viaQt.readPngRows = false;
+        for (const QString &name : {QStringLiteral("palette.png"), QStringLiteral("grey.png"), QStringLiteral("grey16.png"),
+                                    QStringLiteral("rgba16.png"), QStringLiteral("interlaced.png")}) {
+            const QString path = box.path(name);
+            const QImage reference = QImage(path).convertToFormat(QImage::Format_ARGB32);
+            QVERIFY2(!reference.isNull(), qPrintable(name));
+            const std::optional<QImage> thumbnail = Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 256);
+            const std::optional<QImage> gray = readGrayForRecognition(path, {});
+            const std::optional<QImage> grayViaQt = readGrayForRecognition(path, viaQt);
+            QVERIFY2(thumbnail && gray && grayViaQt, qPrintable(name));
+            QCOMPARE(thumbnail->size(), reference.size());
+            // 16 bits come down to 8 rounded by one, truncated by the other.
+            for (int y = 0; y < reference.height(); ++y)
+                for (int x = 0; x < reference.width(); ++x) {
+                    const QRgb a = thumbnail->convertToFormat(QImage::Format_ARGB32).pixel(x, y), b = reference.pixel(x, y);
+                    const int slack = qAlpha(b) < 255 ? 2 : 1;
+                    QVERIFY2(qAbs(qRed(a) - qRed(b)) <= slack && qAbs(qGreen(a) - qGreen(b)) <= slack
+                                 && qAbs(qBlue(a) - qBlue(b)) <= slack && qAbs(qAlpha(a) - qAlpha(b)) <= 1
+                                 && qAbs(qGray(gray->pixel(x, y)) - qGray(grayViaQt->pixel(x, y))) <= 1,
+                             qPrintable(QStringLiteral("%1 at %2,%3").arg(name).arg(x).arg(y)));
+                }
+        }
+    }
+
+    void wideAndTallImagesStillGetTheirThumbnails()
+    {
+        // Wider than 250 source pixels a target pixel, and taller: sums that
+        // would overflow 32 bits, and rows that floats would round away.
+        Sandbox box;
+        const struct { quint32 width, height; bool alpha; QSize thumbnail; } shapes[] = {
+            {1000000, 2, true, {256, 1}}, {3, 2000000, false, {1, 256}}, {70000, 300, true, {256, 1}}};
+        for (const auto &shape : shapes) {
+            const QString name = box.path(QStringLiteral("%1x%2.png").arg(shape.width).arg(shape.height));
+            Sandbox::writeFile(name, flatPng(shape.width, shape.height, qRgb(250, 251, 3), shape.alpha));
+            const std::optional<QImage> image = Thumbs::makeThumbnail(QUrl::fromLocalFile(name), 256);
+            QVERIFY2(image, qPrintable(name));
+            QCOMPARE(image->size(), shape.thumbnail);
+            for (int y = 0; y < image->height(); ++y)
+                for (int x = 0; x < image->width(); ++x)
+                    QCOMPARE(image->pixel(x, y), qRgb(250, 251, 3));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDecodeLimits)
+#include "test_decodelimits.moc"
