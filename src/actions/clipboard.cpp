@@ -2,6 +2,7 @@
 // and a single image also as a picture for editors and chat programs.
 #include "actions/fileactions.h"
 
+#include "files/localpaths.h"
 #include "files/safefiles.h"
 
 #include <QBuffer>
@@ -29,15 +30,14 @@ QClipboard *clipboard()
 // file is not an image we can read.
 QByteArray pngBytes(const QString &path)
 {
-    QImageReader reader(path);
+    const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
+    if (!file)
+        return {};
+    QImageReader reader(file.get());
     const QSize size = reader.size();
     if (reader.format() == "png" && size.isValid()
-        && qint64(size.width()) * size.height() * 4 <= FileActions::maxDecodeBytes) {
-        QFile file(path);
-        if (file.open(QIODevice::ReadOnly))
-            return file.readAll();
-        return {};
-    }
+        && qint64(size.width()) * size.height() * 4 <= FileActions::maxDecodeBytes)
+        return file->seek(0) ? file->readAll() : QByteArray();
     const std::optional<QImage> image = FileActions::readImage(path);
     if (!image)
         return {};
@@ -136,7 +136,7 @@ QMimeData *FileActions::filesMimeData(const QList<QUrl> &files)
     auto *data = new QMimeData;
     // Formats are offered in the order they are set: the picture first.
     if (files.size() == 1) {
-        const QByteArray png = pngBytes(files.first().toLocalFile());
+        const QByteArray png = pngBytes(LocalPaths::localPath(files.first()));
         if (!png.isEmpty())
             data->setData(QStringLiteral("image/png"), png);
     }

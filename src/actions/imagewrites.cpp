@@ -3,6 +3,7 @@
 // and renamed there only when complete, so a failure leaves nothing behind.
 #include "actions/fileactions.h"
 
+#include "files/localpaths.h"
 #include "files/safefiles.h"
 
 #include <QColorSpace>
@@ -26,7 +27,11 @@ QString besideFile(const QFileInfo &info, const QString &name)
 
 std::optional<QImage> FileActions::readImage(const QString &path)
 {
-    QImageReader reader(path);
+    // Opened through its bytes: a Qt file name would reach a look-alike.
+    const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
+    if (!file)
+        return std::nullopt;
+    QImageReader reader(file.get());
     reader.setAutoTransform(true);
     // Refuse before decoding: the header's size is what decoding would cost,
     // whatever the compressed file's size.
@@ -63,7 +68,7 @@ QString FileActions::writeImage(const QImage &image, const QString &wanted, cons
         }
     }
     if (!SafeFiles::syncAndClose(temp->fd) || !written) {
-        ::unlink(QFile::encodeName(temp->path).constData());
+        ::unlink(LocalPaths::pathBytes(temp->path).constData());
         return {};
     }
     return SafeFiles::placeUnique(temp->path, wanted);
@@ -73,7 +78,7 @@ QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
 {
     QList<QUrl> written;
     for (const QUrl &file : files) {
-        const QFileInfo info(file.toLocalFile());
+        const QFileInfo info(LocalPaths::localPath(file));
         std::optional<QImage> image = readImage(info.absoluteFilePath());
         if (!image || image->width() < 2 || image->height() < 2)
             continue;
@@ -88,7 +93,7 @@ QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
             continue;
         const QString placed = writeImage(half, besideFile(info, halfSizeName(info.fileName())), "png");
         if (!placed.isEmpty())
-            written.append(QUrl::fromLocalFile(placed));
+            written.append(LocalPaths::fileUrl(placed));
     }
     return written;
 }
@@ -97,7 +102,7 @@ QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
 {
     QList<QUrl> written;
     for (const QUrl &file : files) {
-        const QFileInfo info(file.toLocalFile());
+        const QFileInfo info(LocalPaths::localPath(file));
         if (SafeFiles::splitName(info.fileName()).extension.toLower() == QLatin1String("jpg"))
             continue;
         std::optional<QImage> image = readImage(info.absoluteFilePath());
@@ -116,7 +121,7 @@ QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
         const QString placed =
             writeImage(flat, besideFile(info, jpgName(info.fileName())), "jpeg", jpegQuality);
         if (!placed.isEmpty())
-            written.append(QUrl::fromLocalFile(placed));
+            written.append(LocalPaths::fileUrl(placed));
     }
     return written;
 }

@@ -2,8 +2,10 @@
 
 #include "app/logincommand.h"
 #include "app/singleinstance.h"
+#include "files/localpaths.h"
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
+#include "model/listing.h"
 #include "model/shelf.h"
 #include "platform/textrecognizer.h"
 #include "system/capturelocation.h"
@@ -45,12 +47,13 @@ bool isQtOption(const QString &argument, bool *takesValue)
     return *takesValue || alone.contains(argument);
 }
 
-void say(FILE *stream, const QString &text)
+void write(FILE *stream, const QByteArray &bytes)
 {
-    const QByteArray bytes = text.toLocal8Bit();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
     std::fflush(stream);
 }
+
+void say(FILE *stream, const QString &text) { write(stream, text.toLocal8Bit()); }
 
 QString isoDate(const QDateTime &time)
 {
@@ -90,12 +93,21 @@ int runSearch(const QString &query, bool json)
     if (json) {
         QJsonArray list;
         for (const QUrl &url : found) {
-            const QString path = url.toLocalFile();
+            const QString path = LocalPaths::localPath(url);
             const std::optional<FileMeta> record = meta ? meta->meta(url) : std::nullopt;
             QJsonObject item;
             item.insert(QStringLiteral("name"), url.fileName());
-            item.insert(QStringLiteral("path"), path);
-            item.insert(QStringLiteral("date"), isoDate(QFileInfo(path).lastModified()));
+            // JSON holds text only: a name that is not UTF-8 is given as its
+            // file URI, which keeps the bytes, never as the lossy look-alike.
+            if (LocalPaths::hasRawBytes(path)) {
+                item.insert(QStringLiteral("path"), QJsonValue());
+                item.insert(QStringLiteral("uri"), QString::fromLatin1(url.toEncoded()));
+            } else {
+                item.insert(QStringLiteral("path"), path);
+            }
+            const std::optional<FileStamp> stamp = stampOf(LocalPaths::pathBytes(path));
+            item.insert(QStringLiteral("date"),
+                        stamp ? isoDate(QDateTime::fromMSecsSinceEpoch(stamp->mtimeNs / 1000000)) : QString());
             item.insert(QStringLiteral("application"),
                         record && record->app ? QJsonValue(*record->app) : QJsonValue());
             item.insert(QStringLiteral("text"), record && record->text ? QJsonValue(record->text->toString()) : QJsonValue());
@@ -105,7 +117,7 @@ int runSearch(const QString &query, bool json)
         std::fwrite(out.constData(), 1, size_t(out.size()), stdout);
     } else {
         for (const QUrl &url : found)
-            say(stdout, url.toLocalFile() + QLatin1Char('\n'));
+            write(stdout, LocalPaths::pathBytes(LocalPaths::localPath(url)) + '\n'); // the name's own bytes
     }
     std::fflush(stdout);
     return found.isEmpty() ? 1 : 0;
@@ -117,7 +129,7 @@ void mergeText(MetaStore &store, const QHash<QString, FileMeta> &records)
 {
     for (auto it = records.cbegin(); it != records.cend(); ++it) {
         const FileMeta &incoming = it.value();
-        store.update(QUrl::fromLocalFile(it.key()), [&incoming](FileMeta &m) {
+        store.updateName(it.key(), [&incoming](FileMeta &m) {
             m.text = incoming.text;
             m.textAt = incoming.textAt;
         });
@@ -210,7 +222,7 @@ int runRecognise(const QStringList &paths)
     for (const QUrl &file : std::as_const(files)) {
         const std::optional<FileMeta> record = scratch.meta(file);
         if (record && record->text)
-            records.insert(file.fileName(), *record);
+            records.insert(MetaStore::recordName(file), *record);
     }
     if (records.isEmpty() || !storeRecognised(records)) {
         say(stderr, QStringLiteral("brindlewick: the recognised text could not be stored\n"));

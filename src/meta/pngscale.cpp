@@ -1,5 +1,6 @@
 #include "meta/pngscale.h"
 
+#include "files/localpaths.h"
 #include "files/pngrows.h"
 
 #include <QFile>
@@ -268,7 +269,7 @@ QSize fittedSize(QSize full, int pixels)
 Result readScaled(const QString &path, int pixels, qint64 maxPixels)
 {
     Result failed{Outcome::Failed, {}};
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(QFile::encodeName(path).constData(), "rbe"));
+    std::unique_ptr<FILE, FileCloser> file(std::fopen(LocalPaths::pathBytes(path).constData(), "rbe"));
     if (!file)
         return failed;
     PngRows::Header header;

@@ -42,7 +42,7 @@ QList<QUrl> Shelf::visible() const
         }
         if (!m_meta)
             continue;
-        const std::optional<FileMeta> meta = m_meta->metaForName(name);
+        const std::optional<FileMeta> meta = m_meta->meta(url);
         if (meta && meta->text && !meta->text->isEmpty() && matcher.matches(meta->text->toString()))
             kept.append(url);
     }

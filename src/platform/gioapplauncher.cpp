@@ -1,5 +1,6 @@
 // GIO reads the same desktop entries and MIME associations the file manager
 // uses, so "Open With" offers what the rest of the desktop offers.
+#include "files/localpaths.h"
 #include "platform/applauncher.h"
 
 #include <QCollator>
@@ -64,7 +65,12 @@ public:
 
     QList<AppChoice> applicationsFor(const QUrl &file) override
     {
-        const QByteArray type = QMimeDatabase().mimeTypeForFile(file.toLocalFile()).name().toUtf8();
+        // Its content through its own bytes: a Qt file name could reach a look-alike.
+        const std::unique_ptr<QFile> device = LocalPaths::openForReading(LocalPaths::localPath(file));
+        const QByteArray type = (device ? QMimeDatabase().mimeTypeForFileNameAndData(file.fileName(), device.get())
+                                        : QMimeDatabase().mimeTypeForFile(file.fileName(), QMimeDatabase::MatchExtension))
+                                    .name()
+                                    .toUtf8();
         GAppInfo *fallback = g_app_info_get_default_for_type(type.constData(), FALSE);
         GList *apps = g_app_info_get_all_for_type(type.constData());
         QList<AppChoice> choices;

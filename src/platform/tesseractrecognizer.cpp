@@ -1,5 +1,6 @@
 #include "platform/tesseractrecognizer.h"
 
+#include "files/localpaths.h"
 #include "files/pngrows.h"
 
 #include <QFile>
@@ -85,7 +86,7 @@ struct FileCloser
 // Nothing for other kinds, or damage: Qt's reader takes those.
 std::optional<QImage> readGrayPng(const QString &path)
 {
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(QFile::encodeName(path).constData(), "rbe"));
+    std::unique_ptr<FILE, FileCloser> file(std::fopen(LocalPaths::pathBytes(path).constData(), "rbe"));
     PngRows::Header header;
     if (!file || PngRows::readHeader(file.get(), header) != PngRows::Status::Ready
         || qint64(header.width) * header.height > maxSourcePixels)

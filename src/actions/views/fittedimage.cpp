@@ -1,9 +1,11 @@
 #include "actions/views/fittedimage.h"
 
 #include "actions/fileactions.h"
+#include "files/localpaths.h"
 #include "platform/threadpriority.h"
 
 #include <QImageIOHandler>
+#include <QFile>
 #include <QImageReader>
 #include <QFutureWatcher>
 #include <QThreadPool>
@@ -28,7 +30,10 @@ QSize fitted(const QSize &size, const QSize &box)
 
 std::optional<Decoded> decode(const QString &path, const QSize &maxPixels)
 {
-    QImageReader reader(path);
+    const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
+    if (!file)
+        return std::nullopt;
+    QImageReader reader(file.get());
     reader.setAutoTransform(true);
     const QSize stored = reader.size();
     if (!stored.isValid() || maxPixels.isEmpty()) {
