@@ -42,7 +42,19 @@ QIcon iconFrom(GIcon *icon)
 class GioAppLauncher final : public AppLauncher
 {
 public:
-    void open(const QUrl &file) override { QDesktopServices::openUrl(file); }
+    void open(const QUrl &file) override
+    {
+        // GIO finds the type and the default application from the URI, which
+        // keeps a name's bytes; xdg-open outside a desktop it knows asks a
+        // tool that cannot read names that are not UTF-8. It stays the
+        // fallback where GIO knows no application.
+        const QByteArray uri = file.toEncoded();
+        GError *error = nullptr;
+        if (g_app_info_launch_default_for_uri(uri.constData(), nullptr, &error))
+            return;
+        g_clear_error(&error);
+        QDesktopServices::openUrl(file);
+    }
 
     void openWith(const QList<QUrl> &files, const QUrl &app) override
     {
