@@ -2,6 +2,7 @@
 
 #include <QFile>
 
+#include "files/localpaths.h"
 #include "meta/metastore.h"
 #include "platform/threadpriority.h"
 
@@ -116,7 +117,7 @@ void ActionRunner::trash(const QList<QUrl> &files, const FileStamps &expected, Q
         for (const QUrl &file : files) {
             const auto wanted = expected.constFind(file);
             // Checked as late as can be, just before the file is moved.
-            if (wanted == expected.cend() || stampOf(QFile::encodeName(file.toLocalFile())) == *wanted)
+            if (wanted == expected.cend() || stampOf(LocalPaths::pathBytes(LocalPaths::localPath(file))) == *wanted)
                 unchanged.append(file);
         }
         FileWorkResult result;

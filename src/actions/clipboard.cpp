@@ -3,6 +3,7 @@
 #include "actions/fileactions.h"
 
 #include "files/pngrows.h"
+#include "files/localpaths.h"
 #include "files/safefiles.h"
 
 #include <QBuffer>
@@ -34,7 +35,7 @@ QByteArray pngBytes(const QString &path)
     // pixels, and takes gigabytes over one that claims to be huge.
     PngRows::Header header;
     PngRows::Status status = PngRows::Status::Failed;
-    if (FILE *file = std::fopen(QFile::encodeName(path).constData(), "rbe")) {
+    if (FILE *file = std::fopen(LocalPaths::pathBytes(path).constData(), "rbe")) {
         status = PngRows::readHeader(file, header);
         std::fclose(file);
     }
@@ -43,10 +44,8 @@ QByteArray pngBytes(const QString &path)
     if (status == PngRows::Status::Ready) {
         if (qint64(header.width) * header.height * 4 > FileActions::maxDecodeBytes)
             return {};
-        QFile file(path);
-        if (file.open(QIODevice::ReadOnly))
-            return file.readAll();
-        return {};
+        const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
+        return file ? file->readAll() : QByteArray();
     }
     const std::optional<QImage> image = FileActions::readImage(path);
     if (!image)
@@ -146,7 +145,7 @@ QMimeData *FileActions::filesMimeData(const QList<QUrl> &files)
     auto *data = new QMimeData;
     // Formats are offered in the order they are set: the picture first.
     if (files.size() == 1) {
-        const QByteArray png = pngBytes(files.first().toLocalFile());
+        const QByteArray png = pngBytes(LocalPaths::localPath(files.first()));
         if (!png.isEmpty())
             data->setData(QStringLiteral("image/png"), png);
     }

@@ -1,6 +1,7 @@
 #include "actions/fileactions.h"
 
 #include "actions/prompts.h"
+#include "files/localpaths.h"
 #include "files/safefiles.h"
 #include "meta/metastore.h"
 
@@ -54,7 +55,7 @@ void FileActions::getInfo(const QUrl &file, FileManager &manager) { manager.show
 
 void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done)
 {
-    const QString current = QFileInfo(file.toLocalFile()).fileName();
+    const QString current = file.fileName(); // U+FFFD for bytes that are not UTF-8
     TextPromptRequest request;
     request.message = renameMessage(current);
     request.text = current;
@@ -74,10 +75,11 @@ void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, 
 
 std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newName, MetaStore *meta)
 {
-    const QString path = file.toLocalFile();
+    const QString path = LocalPaths::localPath(file);
     const QFileInfo info(path);
-    // The name confirmed unchanged stays, even when trimming would change it.
-    if (newName == info.fileName())
+    // The name confirmed unchanged stays, even when trimming would change it;
+    // a name that is not UTF-8 was shown (and comes back) as its lossy text.
+    if (newName == info.fileName() || newName == file.fileName())
         return std::nullopt;
     const QString name = newName.trimmed();
     if (name.isEmpty() || name == info.fileName())
@@ -89,7 +91,7 @@ std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newNa
     const QString target = joined(folder, name);
     if (SafeFiles::renameNoReplace(path, target) != SafeFiles::RenameResult::renamed)
         return std::nullopt;
-    const QUrl renamed = QUrl::fromLocalFile(target);
+    const QUrl renamed = LocalPaths::fileUrl(target);
     if (meta)
         meta->moveRecord(file, renamed);
     return renamed;
@@ -99,11 +101,11 @@ QList<QUrl> FileActions::duplicate(const QList<QUrl> &files)
 {
     QList<QUrl> written;
     for (const QUrl &file : files) {
-        const QFileInfo info(file.toLocalFile());
+        const QFileInfo info(LocalPaths::localPath(file));
         const QString wanted = joined(info.absolutePath(), duplicateName(info.fileName()));
         const QString copy = SafeFiles::copyUnique(info.absoluteFilePath(), wanted);
         if (!copy.isEmpty())
-            written.append(QUrl::fromLocalFile(copy));
+            written.append(LocalPaths::fileUrl(copy));
     }
     return written;
 }
@@ -113,14 +115,14 @@ FileActions::Moves FileActions::move(const QList<QUrl> &files, const QUrl &folde
     const QString target = QDir::cleanPath(QFileInfo(folder.toLocalFile()).absoluteFilePath());
     Moves moves;
     for (const QUrl &file : files) {
-        const QFileInfo info(file.toLocalFile());
+        const QFileInfo info(LocalPaths::localPath(file));
         // Compared as folders, not as text: through a symlink the same
         // folder has another name, and "moving" there would only renumber.
         if (SafeFiles::sameObject(info.absolutePath(), target))
             continue;
         const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(), joined(target, info.fileName()));
         if (!placed.isEmpty())
-            moves.append({file, QUrl::fromLocalFile(placed)});
+            moves.append({file, LocalPaths::fileUrl(placed)});
     }
     return moves;
 }
@@ -137,7 +139,7 @@ qint64 FileActions::trash(const QList<QUrl> &files, Trash &trash)
 {
     qint64 trashed = 0;
     for (const QUrl &file : files) {
-        if (trash.moveToTrash(file.toLocalFile()))
+        if (trash.moveToTrash(LocalPaths::localPath(file)))
             ++trashed;
     }
     return trashed;
@@ -145,7 +147,7 @@ qint64 FileActions::trash(const QList<QUrl> &files, Trash &trash)
 
 QUrl FileActions::uniqueURL(const QUrl &wanted)
 {
-    return QUrl::fromLocalFile(SafeFiles::uniquePath(wanted.toLocalFile()));
+    return LocalPaths::fileUrl(SafeFiles::uniquePath(LocalPaths::localPath(wanted)));
 }
 
 QString FileActions::duplicateName(const QString &fileName)

@@ -3,6 +3,7 @@
 // and renamed there only when complete, so a failure leaves nothing behind.
 #include "actions/fileactions.h"
 
+#include "files/localpaths.h"
 #include "files/pngsource.h"
 #include "files/safefiles.h"
 #include "meta/pngscale.h"
@@ -71,7 +72,11 @@ std::optional<QImage> FileActions::readImage(const QString &path)
         break;
     }
     DecodeLimits::limitQtReaders();
-    QImageReader reader(path);
+    // Opened through its bytes: a Qt file name would reach a look-alike.
+    const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
+    if (!file)
+        return std::nullopt;
+    QImageReader reader(file.get());
     reader.setAutoTransform(true);
     // Refuse before decoding: the header's size is what decoding would cost,
     // whatever the compressed file's size.
@@ -108,7 +113,7 @@ QString FileActions::writeImage(const QImage &image, const QString &wanted, cons
         }
     }
     if (!SafeFiles::syncAndClose(temp->fd) || !written) {
-        ::unlink(QFile::encodeName(temp->path).constData());
+        ::unlink(LocalPaths::pathBytes(temp->path).constData());
         return {};
     }
     return SafeFiles::placeUnique(temp->path, wanted);
@@ -118,7 +123,7 @@ QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
 {
     QList<QUrl> written;
     for (const QUrl &file : files) {
-        const QFileInfo info(file.toLocalFile());
+        const QFileInfo info(LocalPaths::localPath(file));
         // A PNG is averaged down as its rows are read: never held whole.
         const PngScale::Result png = PngScale::readScaled(
             info.absoluteFilePath(), [](QSize full) { return QSize(full.width() / 2, full.height() / 2); }, maxDecodeBytes);
@@ -127,7 +132,7 @@ QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
         if (png.outcome == PngScale::Outcome::Done) {
             const QString placed = writeImage(png.image, besideFile(info, halfSizeName(info.fileName())), "png");
             if (!placed.isEmpty())
-                written.append(QUrl::fromLocalFile(placed));
+                written.append(LocalPaths::fileUrl(placed));
             continue;
         }
         std::optional<QImage> image = readImage(info.absoluteFilePath());
@@ -144,7 +149,7 @@ QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
             continue;
         const QString placed = writeImage(half, besideFile(info, halfSizeName(info.fileName())), "png");
         if (!placed.isEmpty())
-            written.append(QUrl::fromLocalFile(placed));
+            written.append(LocalPaths::fileUrl(placed));
     }
     return written;
 }
@@ -153,7 +158,7 @@ QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
 {
     QList<QUrl> written;
     for (const QUrl &file : files) {
-        const QFileInfo info(file.toLocalFile());
+        const QFileInfo info(LocalPaths::localPath(file));
         if (SafeFiles::splitName(info.fileName()).extension.toLower() == QLatin1String("jpg"))
             continue;
         std::optional<QImage> image = readImage(info.absoluteFilePath());
@@ -186,7 +191,7 @@ QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
         const QString placed =
             writeImage(flat, besideFile(info, jpgName(info.fileName())), "jpeg", jpegQuality);
         if (!placed.isEmpty())
-            written.append(QUrl::fromLocalFile(placed));
+            written.append(LocalPaths::fileUrl(placed));
     }
     return written;
 }

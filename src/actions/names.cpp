@@ -2,6 +2,7 @@
 
 #include "actions/actionrunner.h"
 #include "actions/prompts.h"
+#include "files/localpaths.h"
 #include "files/safefiles.h"
 #include "model/shelf.h"
 #include "model/whitespace.h"
@@ -85,7 +86,7 @@ FileActions::Moves cleanUpNames(const QList<QUrl> &files)
 {
     FileActions::Moves renamed;
     for (const QUrl &file : files) {
-        const QFileInfo info(file.toLocalFile());
+        const QFileInfo info(LocalPaths::localPath(file));
         const QString oldName = info.fileName();
         const QString newName = cleanName(oldName);
         if (newName == oldName)
@@ -97,7 +98,7 @@ FileActions::Moves cleanUpNames(const QList<QUrl> &files)
         const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(),
                                                      folder + QLatin1Char('/') + newName);
         if (!placed.isEmpty())
-            renamed.append({file, QUrl::fromLocalFile(placed)});
+            renamed.append({file, LocalPaths::fileUrl(placed)});
     }
     return renamed;
 }

@@ -2,8 +2,10 @@
 
 #include "app/logincommand.h"
 #include "app/singleinstance.h"
+#include "files/localpaths.h"
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
+#include "model/listing.h"
 #include "model/shelf.h"
 #include "platform/textrecognizer.h"
 #include "system/capturelocation.h"
@@ -47,12 +49,13 @@ bool isQtOption(const QString &argument, bool *takesValue)
     return *takesValue || alone.contains(argument);
 }
 
-void say(FILE *stream, const QString &text)
+void write(FILE *stream, const QByteArray &bytes)
 {
-    const QByteArray bytes = text.toLocal8Bit();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
     std::fflush(stream);
 }
+
+void say(FILE *stream, const QString &text) { write(stream, text.toLocal8Bit()); }
 
 // A path as a terminal should show it: control characters (which could
 // move the cursor, or split one path over two lines) and the backslash
@@ -71,6 +74,8 @@ QByteArray escapedForTerminal(const QString &path)
             out += QStringLiteral("\\t");
         else if (u < 0x20 || u == 0x7f)
             out += QStringLiteral("\\x%1").arg(int(u), 2, 16, QLatin1Char('0'));
+        else if (u >= 0xdc80 && u <= 0xdcff) // a byte of a name that is not UTF-8
+            out += QStringLiteral("\\x%1").arg(int(u - 0xdc00), 2, 16, QLatin1Char('0'));
         else if (u >= 0x80 && u < 0xa0)
             out += QStringLiteral("\\u%1").arg(int(u), 4, 16, QLatin1Char('0'));
         else
@@ -119,12 +124,21 @@ int runSearch(const QString &query, Listing listing)
     if (listing == Listing::json) {
         QJsonArray list;
         for (const QUrl &url : found) {
-            const QString path = url.toLocalFile();
+            const QString path = LocalPaths::localPath(url);
             const std::optional<FileMeta> record = meta ? meta->meta(url) : std::nullopt;
             QJsonObject item;
             item.insert(QStringLiteral("name"), url.fileName());
-            item.insert(QStringLiteral("path"), path);
-            item.insert(QStringLiteral("date"), isoDate(QFileInfo(path).lastModified()));
+            // JSON holds text only: a name that is not UTF-8 is given as its
+            // file URI, which keeps the bytes, never as the lossy look-alike.
+            if (LocalPaths::hasRawBytes(path)) {
+                item.insert(QStringLiteral("path"), QJsonValue());
+                item.insert(QStringLiteral("uri"), QString::fromLatin1(url.toEncoded()));
+            } else {
+                item.insert(QStringLiteral("path"), path);
+            }
+            const std::optional<FileStamp> stamp = stampOf(LocalPaths::pathBytes(path));
+            item.insert(QStringLiteral("date"),
+                        stamp ? isoDate(QDateTime::fromMSecsSinceEpoch(stamp->mtimeNs / 1000000)) : QString());
             item.insert(QStringLiteral("application"),
                         record && record->app ? QJsonValue(*record->app) : QJsonValue());
             // Text recognised before the file last changed is another picture's.
@@ -139,7 +153,8 @@ int runSearch(const QString &query, Listing listing)
         // The path's own bytes for programs; on a terminal, escaped.
         const bool terminal = listing == Listing::lines && ::isatty(STDOUT_FILENO);
         for (const QUrl &url : found) {
-            QByteArray line = terminal ? escapedForTerminal(url.toLocalFile()) : QFile::encodeName(url.toLocalFile());
+            const QString path = LocalPaths::localPath(url);
+            QByteArray line = terminal ? escapedForTerminal(path) : LocalPaths::pathBytes(path);
             line += listing == Listing::nulls ? '\0' : '\n';
             std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
         }
@@ -154,7 +169,7 @@ void mergeText(MetaStore &store, const QHash<QString, FileMeta> &records)
 {
     for (auto it = records.cbegin(); it != records.cend(); ++it) {
         const FileMeta &incoming = it.value();
-        store.update(QUrl::fromLocalFile(it.key()), [&incoming](FileMeta &m) {
+        store.updateName(it.key(), [&incoming](FileMeta &m) {
             m.text = incoming.text;
             m.textAt = incoming.textAt;
         });
@@ -305,11 +320,11 @@ int runRecognise(const QStringList &paths)
     for (const QUrl &file : std::as_const(files)) {
         const std::optional<FileMeta> record = scratch.meta(file);
         if (unreadable.contains(file) || !record || !record->text) {
-            say(stderr, QStringLiteral("brindlewick: not a readable image: ") + file.toLocalFile() + QLatin1Char('\n'));
+            say(stderr, QStringLiteral("brindlewick: not a readable image: ") + LocalPaths::localPath(file) + QLatin1Char('\n'));
             status = 1;
             continue;
         }
-        records.insert(file.fileName(), *record);
+        records.insert(MetaStore::recordName(file), *record);
     }
     if (records.isEmpty())
         return 1;

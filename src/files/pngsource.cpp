@@ -1,6 +1,7 @@
 #include "files/pngsource.h"
 
 #include "files/decodelimits.h"
+#include "files/localpaths.h"
 
 #include <QFile>
 
@@ -26,7 +27,7 @@ qint64 PngSource::rowBytesFor(uint32_t width)
 
 PngRows::Status PngSource::open(const QString &path, qint64 maxPixels)
 {
-    m_file.reset(std::fopen(QFile::encodeName(path).constData(), "rbe"));
+    m_file.reset(std::fopen(LocalPaths::pathBytes(path).constData(), "rbe"));
     if (!m_file)
         return PngRows::Status::Failed;
     const PngRows::Status header = PngRows::readHeader(m_file.get(), m_header);

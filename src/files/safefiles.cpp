@@ -1,5 +1,7 @@
 #include "files/safefiles.h"
 
+#include "files/localpaths.h"
+
 #include <QFile>
 #include <QRandomGenerator>
 
@@ -19,7 +21,8 @@ namespace {
 // spin; each retry already re-reads the folder.
 constexpr int kPlacementAttempts = 1000;
 
-QByteArray encoded(const QString &path) { return QFile::encodeName(path); }
+// Paths keep every byte of a name that is not UTF-8 (LocalPaths).
+QByteArray encoded(const QString &path) { return LocalPaths::pathBytes(path); }
 
 QString folderOf(const QString &path)
 {

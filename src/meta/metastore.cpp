@@ -1,5 +1,6 @@
 #include "meta/metastore.h"
 
+#include "files/localpaths.h"
 #include "meta/metaformat.h"
 #include "platform/threadpriority.h"
 
@@ -21,7 +22,7 @@
 
 namespace {
 
-QString fileNameOf(const QUrl &url) { return url.fileName(); }
+QString fileNameOf(const QUrl &url) { return MetaStore::recordName(url); }
 
 constexpr unsigned appField = 1, appPathField = 2, textField = 4, textAtField = 8;
 
@@ -229,6 +230,15 @@ void MetaStore::finishLoad()
     }
 }
 
+QString MetaStore::recordName(const QUrl &file)
+{
+    const QString path = LocalPaths::localPath(file);
+    if (!LocalPaths::hasRawBytes(path))
+        return file.fileName();
+    const QString name = path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+    return QLatin1Char('/') + QString::fromLatin1(LocalPaths::pathBytes(name).toPercentEncoding());
+}
+
 std::optional<FileMeta> MetaStore::meta(const QUrl &file) const { return metaForName(fileNameOf(file)); }
 
 std::optional<FileMeta> MetaStore::metaForName(const QString &fileName) const
@@ -241,7 +251,11 @@ std::optional<FileMeta> MetaStore::metaForName(const QString &fileName) const
 
 void MetaStore::update(const QUrl &file, const std::function<void(FileMeta &)> &change)
 {
-    const QString name = fileNameOf(file);
+    updateName(fileNameOf(file), change);
+}
+
+void MetaStore::updateName(const QString &name, const std::function<void(FileMeta &)> &change)
+{
     const FileMeta before = m_byName.value(name);
     FileMeta record = before;
     change(record);

@@ -77,9 +77,17 @@ public:
 
     bool isLoaded() const { return m_loaded; }
 
+    // The name a file's record is kept under: its name as text. A name that
+    // is not UTF-8 has no text of its own (its lossy text is another file's
+    // name), so its record is kept under "/" and the name's bytes
+    // percent-encoded, "/shot-%FF.png": no file name holds a "/", so no other
+    // file's record can be it, and the same bytes always give the same key.
+    static QString recordName(const QUrl &file);
+
     std::optional<FileMeta> meta(const QUrl &file) const;
     std::optional<FileMeta> metaForName(const QString &fileName) const;
     void update(const QUrl &file, const std::function<void(FileMeta &)> &change);
+    void updateName(const QString &recordName, const std::function<void(FileMeta &)> &change);
     void moveRecord(const QUrl &from, const QUrl &to);
     void scheduleSave();
     // Starts writing the records as they are now (once loaded). While a write

@@ -1,5 +1,6 @@
 #include "meta/textindexer.h"
 
+#include "files/localpaths.h"
 #include "meta/metastore.h"
 #include "platform/textrecognizer.h"
 #include "platform/threadpriority.h"
@@ -45,7 +46,7 @@ struct TextIndexer::Worker
         }
         if (!recognizer || !file.isLocalFile())
             return std::nullopt;
-        return recognizer->recognize(file.toLocalFile());
+        return recognizer->recognize(LocalPaths::localPath(file));
     }
 };
 

@@ -1,5 +1,7 @@
 #include "meta/thumbdiskcache.h"
 
+#include "files/localpaths.h"
+
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDataStream>
@@ -50,14 +52,14 @@ QString ThumbDiskCache::defaultDir()
 std::optional<ThumbDiskCache::Stamp> ThumbDiskCache::stampOf(const QString &sourcePath)
 {
     struct stat st;
-    if (::stat(QFile::encodeName(sourcePath).constData(), &st) != 0 || !S_ISREG(st.st_mode))
+    if (::stat(LocalPaths::pathBytes(sourcePath).constData(), &st) != 0 || !S_ISREG(st.st_mode))
         return std::nullopt;
     return Stamp{qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec, qint64(st.st_size)};
 }
 
 QString ThumbDiskCache::entryPath(const QString &sourcePath, int size) const
 {
-    const QByteArray hash = QCryptographicHash::hash(sourcePath.toUtf8(), QCryptographicHash::Sha1).toHex();
+    const QByteArray hash = QCryptographicHash::hash(LocalPaths::pathBytes(sourcePath), QCryptographicHash::Sha1).toHex();
     return m_dir + QLatin1Char('/') + QString::fromLatin1(hash) + QLatin1Char('-') + QString::number(size)
            + QStringLiteral(".thumb");
 }

@@ -1,10 +1,12 @@
 #include "meta/thumbs.h"
 
 #include "files/decodelimits.h"
+#include "files/localpaths.h"
 #include "meta/pngscale.h"
 #include "platform/threadpriority.h"
 
 #include <QColorSpace>
+#include <QFile>
 #include <QImageReader>
 
 #include <sys/mman.h>
@@ -111,7 +113,7 @@ QImage Thumbs::cached(const QUrl &file, qreal logicalSize, qreal dpr) const
 {
     if (!file.isLocalFile())
         return {};
-    const QString path = file.toLocalFile();
+    const QString path = LocalPaths::localPath(file);
     // A stat, no open: what makes an edited file miss.
     const auto stamp = ThumbDiskCache::stampOf(path);
     if (!stamp)
@@ -137,7 +139,7 @@ Thumbs::Ticket Thumbs::request(const QUrl &file, qreal logicalSize, qreal dpr, Q
     if (!context)
         context = this;
     const int step = stepFor(logicalSize, dpr);
-    const QString key = entryKey(file.toLocalFile(), step);
+    const QString key = entryKey(LocalPaths::localPath(file), step);
     Job &job = m_jobs[key];
     job.file = file;
     job.step = step;
@@ -222,12 +224,12 @@ void Thumbs::prioritize(const QList<QUrl> &files)
 {
     QHash<QString, qsizetype> rank;
     for (qsizetype i = 0; i < files.size(); ++i)
-        rank.insert(files[i].toLocalFile(), i); // a later duplicate does not matter
+        rank.insert(LocalPaths::localPath(files[i]), i); // a later duplicate does not matter
     QList<QString> first, rest;
     for (const QString &key : std::as_const(m_waiting))
-        (rank.contains(m_jobs.value(key).file.toLocalFile()) ? first : rest).append(key);
+        (rank.contains(LocalPaths::localPath(m_jobs.value(key).file)) ? first : rest).append(key);
     std::stable_sort(first.begin(), first.end(), [&](const QString &a, const QString &b) {
-        return rank.value(m_jobs.value(a).file.toLocalFile()) < rank.value(m_jobs.value(b).file.toLocalFile());
+        return rank.value(LocalPaths::localPath(m_jobs.value(a).file)) < rank.value(LocalPaths::localPath(m_jobs.value(b).file));
     });
     m_waiting = first + rest;
 }
@@ -253,7 +255,7 @@ void Thumbs::startWaiting()
 Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUrl &file, int step)
 {
     Made made;
-    const QString path = file.toLocalFile();
+    const QString path = LocalPaths::localPath(file);
     const auto stamp = ThumbDiskCache::stampOf(path);
     if (!stamp)
         return made;
@@ -282,7 +284,7 @@ void Thumbs::finished(const QString &key, Made made)
     // A file overwritten or renamed over while it was decoded: whoever asked
     // since then wants the new content, so the job runs again.
     if (made.image && !m_jobs.value(key).waiters.isEmpty()) {
-        const auto now = ThumbDiskCache::stampOf(m_jobs.value(key).file.toLocalFile());
+        const auto now = ThumbDiskCache::stampOf(LocalPaths::localPath(m_jobs.value(key).file));
         if (now && made.stamp != now) {
             m_jobs[key].running = false;
             m_waiting.prepend(key);
@@ -342,13 +344,16 @@ std::optional<QImage> Thumbs::makeThumbnail(const QUrl &file, int pixels)
     // PNGs, nearly every screenshot, are scaled as they are decoded. One our
     // reader refused is not given to Qt's, which can take gigabytes and
     // seconds over a chunk that claims to be huge.
-    PngScale::Result png = PngScale::readScaled(file.toLocalFile(), pixels, maxSourcePixels);
+    PngScale::Result png = PngScale::readScaled(LocalPaths::localPath(file), pixels, maxSourcePixels);
     if (png.outcome == PngScale::Outcome::Done)
         return std::move(png.image);
     if (png.outcome == PngScale::Outcome::Failed)
         return std::nullopt;
     DecodeLimits::limitQtReaders();
-    QImageReader reader(file.toLocalFile());
+    const std::unique_ptr<QFile> source = LocalPaths::openForReading(LocalPaths::localPath(file));
+    if (!source)
+        return std::nullopt;
+    QImageReader reader(source.get());
     reader.setAutoTransform(true);
     // Below 50 Qt's JPEG reader takes libjpeg's fast integer DCT and plain
     // chroma upsampling: a few percent faster, a level or two off per

@@ -1,5 +1,7 @@
 #include "model/listing.h"
 
+#include "files/localpaths.h"
+
 #include <QCollator>
 #include <QDir>
 #include <QFile>
@@ -56,7 +58,7 @@ class DirReader
 public:
     explicit DirReader(const QString &folder)
     {
-        const QByteArray path = QFile::encodeName(folder);
+        const QByteArray path = LocalPaths::pathBytes(folder);
         const int fd = ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (fd < 0)
             return;
@@ -93,15 +95,6 @@ unsigned char entryType(int dirFd, const dirent *entry)
     if (S_ISDIR(sx.stx_mode))
         return DT_DIR;
     return DT_UNKNOWN;
-}
-
-bool isAscii(const char *name, size_t length)
-{
-    for (size_t i = 0; i < length; ++i) {
-        if (static_cast<unsigned char>(name[i]) >= 0x80)
-            return false;
-    }
-    return true;
 }
 
 void statEntries(int dirFd, const QByteArray &names, Entry *entries, size_t count)
@@ -190,11 +183,12 @@ QList<QUrl> newestFirst(const QString &folder, const QByteArray &names, std::vec
     QList<QUrl> urls;
     urls.reserve(keep);
     const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
-    // Only the names shown are made into text; every one was checked to
-    // decode when it was read.
+    // Only the names shown are made into text. A name that is not UTF-8 keeps
+    // its bytes in the URL, so it is shown (with U+FFFD) and acted on as
+    // itself, never as the look-alike name its text would spell.
     for (qsizetype i = 0; i < keep; ++i) {
         const Entry &e = entries[size_t(i)];
-        urls.append(QUrl::fromLocalFile(prefix + QString::fromUtf8(names.constData() + e.nameAt)));
+        urls.append(LocalPaths::fileUrl(prefix + LocalPaths::pathText(names.constData() + e.nameAt)));
         if (stamps)
             stamps->insert(urls.last(), {e.mtimeNs, e.size, e.inode});
     }
@@ -280,10 +274,6 @@ FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 coun
             continue;
         }
         if (type != DT_REG || !imageName)
-            continue;
-        // An ASCII name is its own text; only others need the strict check.
-        QString decoded;
-        if (!isAscii(name, length) && !decodeEntryName(raw, &decoded))
             continue;
         if (wantImages) {
             images.push_back({0, quint32(names.size()), quint32(images.size())});

@@ -27,7 +27,8 @@ std::optional<FileStamp> stampOf(const QByteArray &path);
 
 // A directory entry's name as text, when it names exactly those bytes on disk
 // again. Names that do not (not UTF-8, or changed by decoding) would point at
-// another file, so callers skip them.
+// another file as text: folders with such names are skipped, and images are
+// listed by their bytes (LocalPaths).
 bool decodeEntryName(QByteArrayView name, QString *out);
 
 // Whether a file name's extension names an image type (compared lower-case).
@@ -35,6 +36,7 @@ bool isImageName(const QByteArray &fileName);
 
 // The images of `folder` (regular, not hidden, image extension), newest first
 // by modification time, at most `limit`. Equal times keep directory order.
+// Every name is listed, UTF-8 or not: see LocalPaths::fileUrl().
 // An unreadable folder lists as empty.
 QList<QUrl> listImages(const QString &folder, qsizetype limit);
 

@@ -43,7 +43,7 @@ QList<QUrl> Shelf::visible() const
         if (!m_meta)
             continue;
         // Text recognised before the file last changed is another picture's.
-        const std::optional<FileMeta> meta = m_meta->metaForName(name);
+        const std::optional<FileMeta> meta = m_meta->meta(url);
         if (meta && meta->hasTextFor(modified(url)) && !meta->text->isEmpty()
             && matcher.matches(meta->text->toString()))
             kept.append(url);

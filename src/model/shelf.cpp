@@ -1,5 +1,6 @@
 #include "model/shelf.h"
 
+#include "files/localpaths.h"
 #include "meta/metastore.h"
 #include "model/listing.h"
 #include "platform/folderwatch.h"
@@ -187,7 +188,7 @@ void Shelf::applyScan(quint64 serial, ScanResult result)
     m_staleBefore = serial + 1;
     // Images still being written wait for their last byte.
     if (!m_writing.isEmpty())
-        result.images.removeIf([this](const QUrl &url) { return m_writing.contains(url.toLocalFile()); });
+        result.images.removeIf([this](const QUrl &url) { return m_writing.contains(LocalPaths::localPath(url)); });
 
     const QUrl fresh = noticeNew(result.images);
     QList<QUrl> changed;

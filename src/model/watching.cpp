@@ -1,5 +1,6 @@
 #include "model/shelf.h"
 
+#include "files/localpaths.h"
 #include "meta/metastore.h"
 #include "model/listing.h"
 #include "platform/folderwatch.h"
@@ -24,7 +25,7 @@ namespace {
 double creationSeconds(const QString &path)
 {
     struct statx st;
-    if (::statx(AT_FDCWD, QFile::encodeName(path).constData(), AT_SYMLINK_NOFOLLOW,
+    if (::statx(AT_FDCWD, LocalPaths::pathBytes(path).constData(), AT_SYMLINK_NOFOLLOW,
                 STATX_MTIME | STATX_BTIME, &st) != 0)
         return -1e300;
     const auto seconds = [](const statx_timestamp &t) { return double(t.tv_sec) + t.tv_nsec / 1e9; };
@@ -121,10 +122,10 @@ void Shelf::folderEvents(const QString &folder, const QList<FolderWatch::Event> 
             continue;
         }
         // Other files (a log written every second) cost nothing.
-        QString name;
-        if (!isImageName(event.name) || !decodeEntryName(event.name, &name))
+        if (!isImageName(event.name))
             continue;
-        const QString path = prefix + name;
+        // Keyed as the listing names it: by its bytes, UTF-8 or not.
+        const QString path = prefix + LocalPaths::pathText(event.name);
         switch (event.kind) {
         case Event::created:
         case Event::modified:
@@ -207,7 +208,7 @@ QUrl Shelf::noticeNew(const QList<QUrl> &images)
     }
     QList<QUrl> added;
     for (const QUrl &url : images)
-        if (!m_known.contains(url.toLocalFile()))
+        if (!m_known.contains(LocalPaths::localPath(url)))
             added.append(url);
 
     QUrl fresh;
@@ -217,7 +218,7 @@ QUrl Shelf::noticeNew(const QList<QUrl> &images)
         if (front && front->pid == QCoreApplication::applicationPid())
             front.reset(); // our own window: nothing worth recording
         for (const QUrl &url : std::as_const(added)) {
-            const double age = nowSeconds() - creationSeconds(url.toLocalFile());
+            const double age = nowSeconds() - creationSeconds(LocalPaths::localPath(url));
             if (age >= freshAgeSeconds)
                 continue;
             if (front && m_meta) {
@@ -239,6 +240,6 @@ void Shelf::remember(const QList<QUrl> &images)
     m_known.clear();
     m_known.reserve(images.size());
     for (const QUrl &url : images)
-        m_known.insert(url.toLocalFile());
+        m_known.insert(LocalPaths::localPath(url));
     m_firstScan = false;
 }

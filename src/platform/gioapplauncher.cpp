@@ -1,5 +1,6 @@
 // GIO reads the same desktop entries and MIME associations the file manager
 // uses, so "Open With" offers what the rest of the desktop offers.
+#include "files/localpaths.h"
 #include "platform/applauncher.h"
 
 #include <QCollator>
@@ -41,7 +42,19 @@ QIcon iconFrom(GIcon *icon)
 class GioAppLauncher final : public AppLauncher
 {
 public:
-    void open(const QUrl &file) override { QDesktopServices::openUrl(file); }
+    void open(const QUrl &file) override
+    {
+        // GIO finds the type and the default application from the URI, which
+        // keeps a name's bytes; xdg-open outside a desktop it knows asks a
+        // tool that cannot read names that are not UTF-8. It stays the
+        // fallback where GIO knows no application.
+        const QByteArray uri = file.toEncoded();
+        GError *error = nullptr;
+        if (g_app_info_launch_default_for_uri(uri.constData(), nullptr, &error))
+            return;
+        g_clear_error(&error);
+        QDesktopServices::openUrl(file);
+    }
 
     void openWith(const QList<QUrl> &files, const QUrl &app) override
     {
@@ -64,7 +77,12 @@ public:
 
     QList<AppChoice> applicationsFor(const QUrl &file) override
     {
-        const QByteArray type = QMimeDatabase().mimeTypeForFile(file.toLocalFile()).name().toUtf8();
+        // Its content through its own bytes: a Qt file name could reach a look-alike.
+        const std::unique_ptr<QFile> device = LocalPaths::openForReading(LocalPaths::localPath(file));
+        const QByteArray type = (device ? QMimeDatabase().mimeTypeForFileNameAndData(file.fileName(), device.get())
+                                        : QMimeDatabase().mimeTypeForFile(file.fileName(), QMimeDatabase::MatchExtension))
+                                    .name()
+                                    .toUtf8();
         GAppInfo *fallback = g_app_info_get_default_for_type(type.constData(), FALSE);
         GList *apps = g_app_info_get_all_for_type(type.constData());
         QList<AppChoice> choices;

@@ -1,6 +1,7 @@
 #include "platform/tesseractrecognizer.h"
 
 #include "files/decodelimits.h"
+#include "files/localpaths.h"
 #include "files/pngsource.h"
 
 #include <QFile>
@@ -241,7 +242,10 @@ std::optional<QImage> readGrayForRecognition(const QString &path, const Tesserac
         }
     }
     DecodeLimits::limitQtReaders();
-    QImageReader reader(path);
+    const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
+    if (!file)
+        return std::nullopt;
+    QImageReader reader(file.get());
     reader.setAutoTransform(true);
     const QSize size = reader.size();
     // The colour image it makes, and then the gray one.

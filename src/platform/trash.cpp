@@ -1,5 +1,6 @@
 #include "platform/trash.h"
 
+#include "files/localpaths.h"
 #include "files/safefiles.h"
 
 #include <QDir>
@@ -17,7 +18,8 @@
 
 namespace {
 
-QByteArray encoded(const QString &path) { return QFile::encodeName(path); }
+// Paths keep every byte of a name that is not UTF-8 (LocalPaths).
+QByteArray encoded(const QString &path) { return LocalPaths::pathBytes(path); }
 
 bool isOwnPrivateFolder(const QString &path)
 {

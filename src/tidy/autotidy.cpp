@@ -1,6 +1,7 @@
 #include "tidy/autotidy.h"
 
 #include "actions/actionrunner.h"
+#include "files/localpaths.h"
 #include "meta/metastore.h"
 #include "model/listing.h"
 #include "model/shelf.h"
@@ -60,7 +61,7 @@ int storedDays(const Prefs &prefs)
 std::optional<qint64> modifiedNs(const QString &path)
 {
     struct stat st;
-    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+    if (::stat(LocalPaths::pathBytes(path).constData(), &st) != 0)
         return std::nullopt;
     return qint64(st.st_mtim.tv_sec) * kNsPerSecond + st.st_mtim.tv_nsec;
 }
@@ -138,7 +139,7 @@ QList<QUrl> AutoTidy::dueAmong(const QList<QUrl> &images, qint64 days, const QDa
     QList<QUrl> due;
     for (const QUrl &image : images) {
         // An unreadable date counts as "now": such a file stays.
-        const std::optional<qint64> modified = modifiedNs(image.toLocalFile());
+        const std::optional<qint64> modified = modifiedNs(LocalPaths::localPath(image));
         if (modified && *modified < cutoffNs && *modified <= nowNs)
             due.append(image);
     }

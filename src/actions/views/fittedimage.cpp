@@ -3,9 +3,11 @@
 #include "actions/fileactions.h"
 #include "files/decodelimits.h"
 #include "meta/pngscale.h"
+#include "files/localpaths.h"
 #include "platform/threadpriority.h"
 
 #include <QImageIOHandler>
+#include <QFile>
 #include <QImageReader>
 #include <QFutureWatcher>
 #include <QThreadPool>
@@ -46,7 +48,10 @@ std::optional<Decoded> decode(const QString &path, const QSize &maxPixels)
     if (png.outcome == PngScale::Outcome::Failed)
         return std::nullopt;
     DecodeLimits::limitQtReaders();
-    QImageReader reader(path);
+    const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
+    if (!file)
+        return std::nullopt;
+    QImageReader reader(file.get());
     reader.setAutoTransform(true);
     const QSize stored = reader.size();
     if (!stored.isValid() || maxPixels.isEmpty()) {

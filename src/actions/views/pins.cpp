@@ -3,6 +3,7 @@
 
 #include "actions/views/fittedimage.h"
 #include "actions/views/pinwindow.h"
+#include "files/localpaths.h"
 
 #include <QCursor>
 #include <QFileInfo>
@@ -36,7 +37,7 @@ void Pins::pin(const QUrl &file, QScreen *screen)
         most = (QSizeF(screen->availableGeometry().size()) * screen->devicePixelRatio()).toSize();
     QPointer<QScreen> where(screen);
     const quint64 serial = m_nextSerial++;
-    FittedImage::decodeLater(this, file.toLocalFile(), most,
+    FittedImage::decodeLater(this, LocalPaths::localPath(file), most,
                              [this, serial, file, where](const std::optional<FittedImage::Decoded> &decoded) {
         if (!decoded) {
             Q_EMIT pinFailed(file);
@@ -54,7 +55,7 @@ void Pins::opened(quint64 serial, const QUrl &file, QPointer<QScreen> screen, co
     // A picture's pixels are the screen's device pixels: a screenshot of a
     // scale-2 screen pins at the size it had there.
     const double ratio = screen ? screen->devicePixelRatio() : 1.0;
-    auto *window = new PinWindow(image, QSizeF(original) / ratio, QFileInfo(file.toLocalFile()).fileName(), screen);
+    auto *window = new PinWindow(image, QSizeF(original) / ratio, file.fileName(), screen);
     const auto later = std::find_if(m_windows.cbegin(), m_windows.cend(),
                                     [&](PinWindow *open) { return m_serials.value(open) > serial; });
     m_windows.insert(later - m_windows.cbegin(), window);
@@ -87,7 +88,7 @@ void Pins::filesChanged(const QList<QUrl> &files)
         QScreen *screen = window->screen();
         const QSize most = screen ? (QSizeF(screen->availableGeometry().size()) * screen->devicePixelRatio()).toSize()
                                   : QSize(4096, 4096);
-        FittedImage::decodeLater(window, file.toLocalFile(), most,
+        FittedImage::decodeLater(window, LocalPaths::localPath(file), most,
                                  [this, alive, reload](const std::optional<FittedImage::Decoded> &decoded) {
             // Only the latest of overlapping reloads lands.
             if (alive && decoded && m_reloads.value(alive.data()) == reload)

@@ -1,6 +1,7 @@
 #include "actions/views/previewwindow.h"
 
 #include "actions/views/fittedimage.h"
+#include "files/localpaths.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -97,7 +98,7 @@ void PreviewWindow::decodeAhead()
             || (m_ahead.contains(file) && m_ahead.value(file).pixels == size))
             continue;
         m_ahead.insert(file, Ahead{size, false, std::nullopt});
-        FittedImage::decodeLater(this, file.toLocalFile(), size,
+        FittedImage::decodeLater(this, LocalPaths::localPath(file), size,
                                  [this, file, size](const std::optional<FittedImage::Decoded> &result) {
             auto it = m_ahead.find(file);
             if (it == m_ahead.end() || it->pixels != size)
@@ -131,7 +132,7 @@ void PreviewWindow::decode()
         return;
     m_decodedFor = size;
     const quint64 request = ++m_request;
-    FittedImage::decodeLater(this, m_file.toLocalFile(), size,
+    FittedImage::decodeLater(this, LocalPaths::localPath(m_file), size,
                              [this, request](const std::optional<FittedImage::Decoded> &result) {
         if (result)
             decoded(request, result->image, result->original);

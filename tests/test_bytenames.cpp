@@ -1,0 +1,266 @@
+// A file whose name is not UTF-8 ("shot-\xFF.png") beside the file its lossy
+// text spells ("shot-\uFFFD.png"): the shelf shows both, and everything done
+// to one reaches that one only.
+
+#include "actions/fileactions.h"
+#include "files/localpaths.h"
+#include "meta/metastore.h"
+#include "meta/thumbs.h"
+#include "model/listing.h"
+#include "platform/applauncher.h"
+#include "platform/trash.h"
+#include "support/apprun.h"
+#include "support/sandbox.h"
+
+#include <QBuffer>
+#include <QGuiApplication>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <fcntl.h>
+#include <ftw.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+const QString lossyName = QStringLiteral("shot-\uFFFD.png");
+
+bool exists(const QByteArray &path)
+{
+    struct stat st;
+    return ::lstat(path.constData(), &st) == 0;
+}
+
+QByteArray readBytes(const QByteArray &path)
+{
+    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    QFile file;
+    if (fd < 0 || !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return {};
+    return file.readAll();
+}
+
+void writeBytes(const QByteArray &path, const QByteArray &bytes)
+{
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    QVERIFY(fd >= 0);
+    QCOMPARE(::write(fd, bytes.constData(), size_t(bytes.size())), ssize_t(bytes.size()));
+    ::close(fd);
+}
+
+QByteArray png(Qt::GlobalColor colour, int side)
+{
+    QImage image(side, side, QImage::Format_RGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+// The picture at `path` (read by its bytes) is mostly red or mostly blue.
+QString colourAt(const QByteArray &path)
+{
+    const QImage image = QImage::fromData(readBytes(path));
+    if (image.isNull())
+        return QStringLiteral("none");
+    const QColor c = image.pixelColor(0, 0);
+    return c.red() > 200 && c.blue() < 60 ? QStringLiteral("red")
+           : c.blue() > 200 && c.red() < 60 ? QStringLiteral("blue")
+                                             : QStringLiteral("other");
+}
+
+// QTemporaryDir cannot remove a name it cannot spell; this can.
+void removeTree(const QString &root)
+{
+    ::nftw(QFile::encodeName(root).constData(),
+           [](const char *path, const struct stat *, int, struct FTW *) { return ::remove(path); }, 16,
+           FTW_DEPTH | FTW_PHYS);
+}
+
+QByteArray bytesOf(const QUrl &url) { return LocalPaths::pathBytes(LocalPaths::localPath(url)); }
+
+} // namespace
+
+class TestByteNames : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<Sandbox> box;
+    QString home;
+    QByteArray raw, twin;
+    QUrl rawUrl, twinUrl;
+
+private Q_SLOTS:
+    void init()
+    {
+        box = std::make_unique<Sandbox>();
+        home = box->home();
+        raw = QFile::encodeName(home) + "/shot-\xFF.png";
+        twin = QFile::encodeName(home) + "/shot-\xEF\xBF\xBD.png";
+        writeBytes(raw, png(Qt::red, 8));
+        writeBytes(twin, png(Qt::blue, 8));
+        const QList<QUrl> listed = listImages(home, 400);
+        for (const QUrl &url : listed)
+            (bytesOf(url) == raw ? rawUrl : twinUrl) = url;
+        QCOMPARE(listed.size(), 2);
+        QVERIFY(!rawUrl.isEmpty() && !twinUrl.isEmpty());
+    }
+    void cleanup()
+    {
+        removeTree(box->path());
+        box.reset();
+    }
+
+    void listedShownDrawnAndRecordedAsItself()
+    {
+        QCOMPARE(rawUrl.fileName(), lossyName);
+        QCOMPARE(twinUrl.fileName(), lossyName);
+        QVERIFY(rawUrl != twinUrl);
+        QCOMPARE(bytesOf(twinUrl), twin);
+        QCOMPARE(countImages(home, 100), qint64(2));
+
+        const auto colour = [](const std::optional<QImage> &image) {
+            return !image ? QStringLiteral("none")
+                          : image->pixelColor(0, 0) == QColor(Qt::red) ? QStringLiteral("red")
+                                                                        : QStringLiteral("blue");
+        };
+        QCOMPARE(colour(Thumbs::makeThumbnail(rawUrl, 4)), QStringLiteral("red"));
+        QCOMPARE(colour(Thumbs::makeThumbnail(twinUrl, 4)), QStringLiteral("blue"));
+        QCOMPARE(colour(FileActions::readImage(LocalPaths::localPath(rawUrl))), QStringLiteral("red"));
+
+        // Each keeps its own record, under a key that survives the file.
+        const QString metaFile = home + QStringLiteral("/meta.json");
+        {
+            MetaStore store(metaFile);
+            QTRY_VERIFY(store.isLoaded());
+            store.update(rawUrl, [](FileMeta &m) { m.app = QStringLiteral("Raw"); });
+            store.update(twinUrl, [](FileMeta &m) { m.app = QStringLiteral("Twin"); });
+            QVERIFY(store.flush());
+        }
+        MetaStore again(metaFile);
+        QTRY_VERIFY(again.isLoaded());
+        QCOMPARE(MetaStore::recordName(rawUrl), QStringLiteral("/shot-%FF.png"));
+        QCOMPARE(again.meta(rawUrl)->app, std::optional<QString>(QStringLiteral("Raw")));
+        QCOMPARE(again.meta(twinUrl)->app, std::optional<QString>(QStringLiteral("Twin")));
+    }
+
+    void everyActionReachesOnlyTheFileShown()
+    {
+        const QByteArray base = QFile::encodeName(home);
+        // Confirming the name as shown changes nothing (its text is the twin's).
+        QVERIFY(!FileActions::renameTo(rawUrl, lossyName, nullptr));
+
+        const QList<QUrl> copies = FileActions::duplicate({rawUrl});
+        QCOMPARE(copies.size(), 1);
+        QCOMPARE(bytesOf(copies[0]), base + "/shot-\xFF copy.png");
+        QCOMPARE(colourAt(bytesOf(copies[0])), QStringLiteral("red"));
+        const QList<QUrl> halves = FileActions::resizeHalf({rawUrl});
+        QCOMPARE(halves.size(), 1);
+        QCOMPARE(bytesOf(halves[0]), base + "/shot-\xFF @50%.png");
+        QCOMPARE(QImage::fromData(readBytes(bytesOf(halves[0]))).size(), QSize(4, 4));
+        const QList<QUrl> jpgs = FileActions::convertToJPG({rawUrl});
+        QCOMPARE(jpgs.size(), 1);
+        QCOMPARE(bytesOf(jpgs[0]), base + "/shot-\xFF.jpg");
+        QCOMPARE(colourAt(bytesOf(jpgs[0])), QStringLiteral("red"));
+
+        const std::optional<QUrl> renamed = FileActions::renameTo(copies[0], QStringLiteral("renamed.png"), nullptr);
+        QVERIFY(renamed);
+        QCOMPARE(colourAt(base + "/renamed.png"), QStringLiteral("red"));
+        QVERIFY(!exists(base + "/shot-\xFF copy.png"));
+
+        QVERIFY(QDir().mkpath(home + QStringLiteral("/Sub")));
+        const FileActions::Moves moves = FileActions::move({rawUrl}, QUrl::fromLocalFile(home + QStringLiteral("/Sub")));
+        QCOMPARE(moves.size(), 1);
+        QCOMPARE(bytesOf(moves[0].second), base + "/Sub/shot-\xFF.png");
+        QCOMPARE(colourAt(base + "/Sub/shot-\xFF.png"), QStringLiteral("red"));
+        QVERIFY(!exists(raw));
+
+        // Into the Trash under its own bytes; the info file records them
+        // percent-encoded, as file managers read them back.
+        const QString trashDir = qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Trash");
+        FreedesktopTrash trash(trashDir, [](const QString &) { return QStringLiteral("/"); });
+        QCOMPARE(FileActions::trash({moves[0].second}, trash), qint64(1));
+        const QByteArray trashBytes = QFile::encodeName(trashDir);
+        QCOMPARE(colourAt(trashBytes + "/files/shot-\xFF.png"), QStringLiteral("red"));
+        const QByteArray info = readBytes(trashBytes + "/info/shot-\xFF.png.trashinfo");
+        QVERIFY2(info.contains("\nPath=" + (base + "/Sub/").toPercentEncoding("/") + "shot-%FF.png\n"), info);
+
+        // The twin was never touched, and nothing took its name.
+        QCOMPARE(colourAt(twin), QStringLiteral("blue"));
+        QCOMPARE(QDir(home).entryList({QStringLiteral("*\uFFFD*")}, QDir::Files), QStringList{lossyName});
+    }
+
+    // The default application is handed the file itself: a desktop entry
+    // that writes down what it was given stands in for an image viewer.
+    // (GIO reads the XDG folders once: the only test here that uses it.)
+    void theDefaultApplicationOpensTheFileShown()
+    {
+        const QString record = home + QStringLiteral("/opened");
+        const QString script = home + QStringLiteral("/viewer.sh");
+        Sandbox::writeFile(script, "#!/bin/sh\nprintf '%s' \"$1\" > \"$0.part\" && mv \"$0.part\" " + QFile::encodeName(record) + "\n");
+        QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        const QString data = qEnvironmentVariable("XDG_DATA_HOME");
+        Sandbox::writeFile(data + QStringLiteral("/applications/viewer.desktop"),
+                           "[Desktop Entry]\nType=Application\nName=Viewer\nMimeType=image/png;\nExec="
+                               + QFile::encodeName(script) + " %f\n");
+        Sandbox::writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/mimeapps.list"),
+                           "[Default Applications]\nimage/png=viewer.desktop\n");
+        AppLauncher::shared().open(rawUrl);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(record), 10000);
+        QCOMPARE(readBytes(QFile::encodeName(record)), raw);
+    }
+
+    // --search prints each path as its bytes; JSON, which holds text only,
+    // gives such a file as its URI.
+    void searchPrintsTheNamesOwnBytes()
+    {
+        AppRun run{QString()};
+        const QString shots = run.path(QStringLiteral("shots"));
+        QSettings(run.configHome() + QStringLiteral("/Brindlewick/Brindlewick.conf"), QSettings::IniFormat)
+            .setValue(QStringLiteral("folder"), shots);
+        QDir().mkpath(shots);
+        const QByteArray base = QFile::encodeName(shots);
+        writeBytes(base + "/shot-\xFF.png", png(Qt::red, 8));
+        writeBytes(base + "/shot-\xEF\xBF\xBD.png", png(Qt::blue, 8));
+        const auto search = [&](const QStringList &arguments) {
+            QProcess once;
+            once.setProcessEnvironment(run.environment());
+            once.start(AppRun::binary(), arguments);
+            return once.waitForFinished(AppRun::defaultTimeoutMs) ? once.readAllStandardOutput() : QByteArray();
+        };
+        QByteArrayList lines = search({QStringLiteral("--search"), QStringLiteral("shot")}).split('\n');
+        std::sort(lines.begin(), lines.end());
+        QCOMPARE(lines, (QByteArrayList{"", base + "/shot-\xEF\xBF\xBD.png", base + "/shot-\xFF.png"}));
+
+        const QJsonArray found = QJsonDocument::fromJson(
+            search({QStringLiteral("--search"), QStringLiteral("shot"), QStringLiteral("--json")})).array();
+        QCOMPARE(found.size(), 2);
+        QStringList where;
+        for (const QJsonValue &item : found)
+            where << item[QStringLiteral("path")].toString() + item[QStringLiteral("uri")].toString();
+        where.sort();
+        QCOMPARE(where, (QStringList{QFile::decodeName(base + "/shot-\xEF\xBF\xBD.png"),
+                                     QString::fromLatin1("file://" + base.toPercentEncoding("/") + "/shot-%FF.png")}));
+        removeTree(run.path(QString()));
+    }
+};
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("XDG_CURRENT_DESKTOP", "Test");
+    QGuiApplication app(argc, argv);
+    TestByteNames test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "test_bytenames.moc"
