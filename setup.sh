@@ -20,8 +20,10 @@ PACKAGES=(
   libxcb1-dev
   libsimdjson-dev libspng-dev libisal-dev
 )
-# Only for the end-to-end tests: a virtual X server and a key sender.
-TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream)
+# Only for the end-to-end tests: a virtual X server and a key sender; a
+# window manager, a panel with tasks and a tray, xprop and a screen reader
+# (import) for the tests on a real desktop.
+TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream openbox tint2 x11-utils imagemagick)
 # Only for the Debian package: dpkg-shlibdeps computes its dependencies.
 PACKAGE_PACKAGES=(dpkg-dev file)
 # Only for benchmarks: the reference tools they are measured against.
