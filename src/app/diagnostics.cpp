@@ -4,6 +4,7 @@
 #include "app/appdelegate.h"
 #include "model/shelf.h"
 #include "platform/keytable.h"
+#include "ui/flash.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelfwindow.h"
 
@@ -225,7 +226,8 @@ void DiagnosticHooks::afterFlashShown(QWidget *card)
 {
     if (!card || !anyHookSet())
         return;
-    const QString name = QFileInfo(card->windowTitle()).fileName();
+    const auto *panel = qobject_cast<FlashPanel *>(card);
+    const QString name = panel ? panel->url().fileName() : QString();
     log(QStringLiteral("flash shown %1 %2x%3").arg(name, QString::number(card->width()), QString::number(card->height())));
     const QString path = qEnvironmentVariable("BRINDLEWICK_SNAPSHOT_FLASH");
     if (!path.isEmpty())
