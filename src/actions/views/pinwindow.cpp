@@ -163,6 +163,7 @@ void PinWindow::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     joinAllWorkspaces();
+    DesktopWindows::keepOffTaskbar(this);
 }
 
 void PinWindow::joinAllWorkspaces() { DesktopWindows::joinAllWorkspaces(this); }
