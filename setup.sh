@@ -21,10 +21,13 @@ PACKAGES=(
   libxcb1-dev
   libsimdjson-dev libspng-dev libisal-dev
 )
-# Only for the end-to-end tests: a virtual X server and a key sender; the
-# screenshot tools the program points at Home, and dconf to read one back;
-# a Markdown parser and a clipboard client to read what the program copies.
+# Only for the end-to-end tests: a virtual X server and a key sender; a
+# window manager, a panel with tasks and a tray, xprop and a screen reader
+# (import) for the tests on a real desktop; the screenshot tools the program
+# points at Home, and dconf to read one back; a Markdown parser and a
+# clipboard client to read what the program copies.
 TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream
+  openbox tint2 x11-utils imagemagick
   flameshot gnome-screenshot kde-spectacle dconf-cli cmark xclip)
 # Only for the Debian package: dpkg-shlibdeps computes its dependencies.
 PACKAGE_PACKAGES=(dpkg-dev file)

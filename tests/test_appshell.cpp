@@ -7,7 +7,11 @@
 #include "model/shelf.h"
 #include "platform/keytable.h"
 #include "support/shelfrig.h"
+#include "actions/views/previewwindow.h"
+#include "actions/views/quicklook.h"
+#include "support/apprun.h"
 #include "ui/settingssheet.h"
+#include "ui/shelftoolbar.h"
 #include "ui/shelfwindow.h"
 
 #include <QApplication>
@@ -17,6 +21,9 @@
 #include <QScreen>
 #include <QTest>
 #include <QTimer>
+#include <QLineEdit>
+#include <QMenu>
+#include <QToolButton>
 #include <QWindow>
 
 namespace {
@@ -95,6 +102,76 @@ private Q_SLOTS:
         rig.app->toggleShelf();
         QCOMPARE(window->geometry().size(), QSize(620, 430));
         QCOMPARE(window->geometry().center(), QGuiApplication::primaryScreen()->availableGeometry().center());
+    }
+
+    // Every menu command is in reach without a menu bar: the toolbar's menu
+    // button holds the four menus, About among them, and the tray's menu
+    // has About too. The toolbar's buttons carry their titles beside their
+    // icons. Ctrl+W, Ctrl+F and Ctrl+, (and so Ctrl+Q, attached alike) also
+    // work while the settings sheet or the preview is the active window.
+    void menusAndWindowCommandsEverywhere()
+    {
+        Rig rig;
+        QDir().mkpath(rig.shots());
+        writeTestPng(rig.shots() + QStringLiteral("/a.png"));
+        rig.launch();
+        rig.app->showShelf();
+        ShelfWindow *window = rig.app->window();
+        QTRY_VERIFY(window->isActiveWindow());
+
+        auto *toolbar = window->findChild<ShelfToolbar *>();
+        QVERIFY(toolbar);
+        QStringList titles;
+        for (QAction *action : {toolbar->newFolderAction(), toolbar->previewAction(), toolbar->pinAction(),
+                                toolbar->trashAction(), toolbar->settingsAction()}) {
+            titles << action->text();
+            auto *button = qobject_cast<QToolButton *>(toolbar->widgetForAction(action));
+            QVERIFY(button && button->toolButtonStyle() != Qt::ToolButtonIconOnly);
+        }
+        QCOMPARE(titles, (QStringList{"New Folder", "Preview", "Pin", "Delete", "Settings"}));
+        QVERIFY(toolbar->menuButton()->isVisible());
+        QStringList reachable;
+        for (QAction *menu : toolbar->menuButton()->menu()->actions())
+            for (QAction *item : menu->menu()->actions())
+                if (!item->isSeparator())
+                    reachable << item->text();
+        QVERIFY2(reachable.contains("About Brindlewick"), qPrintable(reachable.join(", ")));
+        QCOMPARE(reachable.size(), 16);
+        QStringList tray;
+        for (QAction *item : rig.app->statusMenu()->actions())
+            tray << item->text();
+        QVERIFY(tray.contains("About Brindlewick"));
+
+        QTest::keyClick(window, Qt::Key_Comma, Qt::ControlModifier);
+        QTRY_VERIFY(rig.app->settingsWindow());
+        SettingsSheetWindow *sheet = rig.app->settingsWindow();
+        sheet->activateWindow();
+        QTRY_VERIFY(sheet->isActiveWindow());
+        QTest::keyClick(sheet, Qt::Key_W, Qt::ControlModifier);
+        QVERIFY(!rig.app->settingsWindow());
+        QTRY_VERIFY(window->isActiveWindow());
+        QTest::keyClick(window, Qt::Key_Comma, Qt::ControlModifier);
+        QTRY_VERIFY(rig.app->settingsWindow());
+        sheet = rig.app->settingsWindow();
+        sheet->activateWindow();
+        QTRY_VERIFY(sheet->isActiveWindow());
+        QTest::keyClick(sheet, Qt::Key_F, Qt::ControlModifier);
+        QTRY_VERIFY(!rig.app->settingsWindow());
+        QTRY_VERIFY(window->findChild<ShelfToolbar *>()->searchField()->hasFocus());
+
+        QuickLook &preview = rig.app->quickLook();
+        preview.show(QUrl::fromLocalFile(rig.shots() + QStringLiteral("/a.png")), {});
+        QTRY_VERIFY(preview.isOpen());
+        preview.window()->activateWindow();
+        QTRY_VERIFY(preview.window()->isActiveWindow());
+        QTest::keyClick(preview.window(), Qt::Key_Comma, Qt::ControlModifier);
+        QTRY_VERIFY(rig.app->settingsWindow());
+        rig.app->closeSettings();
+        preview.window()->activateWindow();
+        QTRY_VERIFY(preview.window()->isActiveWindow());
+        QTest::keyClick(preview.window(), Qt::Key_W, Qt::ControlModifier);
+        QVERIFY(!preview.isOpen());
+        QVERIFY(window->isVisible());
     }
 
     // Home becomes the screenshot folder at launch (unless a folder was given

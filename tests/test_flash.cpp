@@ -116,6 +116,32 @@ private Q_SLOTS:
         QCOMPARE(rig.flash->current(), last);
     }
 
+    // The card's time runs from the moment it appears, not from the end of
+    // its slide; the pointer passing over it while it slides in holds it
+    // and, once gone, leaves it its one more second.
+    void countdownStartsWhenPresented()
+    {
+        Rig rig;
+        rig.flash->showImage(rig.url("a.png"), thumb(400, 250), QGuiApplication::primaryScreen());
+        FlashPanel *card = rig.flash->current();
+        QVERIFY(card);
+        QCOMPARE(card->state(), FlashPanel::State::presenting);
+        QVERIFY(card->dismissTimer().isActive());
+        QCOMPARE(card->dismissTimer().interval(), 3000);
+        QTRY_COMPARE(card->state(), FlashPanel::State::shown);
+        QVERIFY2(card->dismissTimer().remainingTime() <= 3000 - 150,
+                 qPrintable(QString::number(card->dismissTimer().remainingTime())));
+
+        rig.flash->showImage(rig.url("b.png"), thumb(400, 250), QGuiApplication::primaryScreen());
+        card = rig.flash->current();
+        hover(card, true);
+        QVERIFY(!card->dismissTimer().isActive());
+        hover(card, false);
+        QCOMPARE(card->state(), FlashPanel::State::presenting);
+        QVERIFY(card->dismissTimer().isActive());
+        QCOMPARE(card->dismissTimer().interval(), 1000);
+    }
+
     // The pointer on the card holds it, even when its time is up; leaving
     // gives it one more second, then it slides out and is gone.
     void hoverHoldsThenLeaveCountsDown()

@@ -93,8 +93,9 @@ class TestShelfKeys : public QObject
 private Q_SLOTS:
     // In the search field, typing and editing keys stay with the field
     // (Return opens nothing, Backspace trashes nothing, Ctrl+A selects the
-    // text), Space previews only while the field is empty, Ctrl+digit still
-    // copies and selects, and Escape clears the search before it hides.
+    // text), Space previews only while the field is empty, Ctrl+digit (with
+    // Shift too) still copies and selects, and Escape clears the search
+    // before it hides.
     void searchFieldKeepsItsKeys()
     {
         KeysRig rig;
@@ -127,6 +128,15 @@ private Q_SLOTS:
         QCOMPARE(rig.selected(), QStringList{QStringLiteral("b.png")});
         QCOMPARE(QGuiApplication::clipboard()->mimeData()->urls(), QList<QUrl>{rig.url(QStringLiteral("b.png"))});
         QVERIFY(rig.field()->hasFocus());
+        // With Shift the digit arrives as its symbol ("!" is Shift+1 on a
+        // US keyboard); it is still the shelf's, and never typed.
+        rig.key(Qt::Key_Exclam, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(rig.selected(), QStringList{QStringLiteral("c.png")});
+        QCOMPARE(rig.field()->text(), QStringLiteral("png"));
+        rig.window->setFocus();
+        rig.key(Qt::Key_At, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(rig.selected(), QStringList{QStringLiteral("b.png")});
+        Q_EMIT Notifications::shared().focusSearch();
 
         rig.key(Qt::Key_Escape);
         QCOMPARE(rig.shelf->query(), QString());
@@ -138,7 +148,7 @@ private Q_SLOTS:
     // On the shelf: an open preview follows the arrow keys; Return opens,
     // P pins and Delete trashes the selected file (into the given Trash);
     // Ctrl+Shift+N asks for a folder inside Home, Ctrl+N is not the shelf's.
-    // The toolbar's buttons follow the shelf: Move to Trash needs a
+    // The toolbar's buttons follow the shelf: Delete needs a
     // selection, Home a subfolder; Preview opens without selecting.
     void shelfKeysAndButtonsActOnTheFiles()
     {

@@ -7,7 +7,9 @@
 #include "actions/fileactions.h"
 #include "actions/folderops.h"
 #include "actions/views/contextmenu.h"
+#include "actions/views/desktopwindows.h"
 #include "actions/views/pins.h"
+#include "actions/views/previewwindow.h"
 #include "actions/views/promptdialogs.h"
 #include "actions/views/quicklook.h"
 #include "actions/views/screens.h"
@@ -28,6 +30,7 @@
 #include "system/texts.h"
 #include "ui/settingssheet.h"
 #include "ui/shelfcommands.h"
+#include "platform/applauncher.h"
 #include "platform/filemanager.h"
 #include "ui/foldercolumn.h"
 #include "ui/shelfgrid.h"
@@ -84,11 +87,63 @@ QRect constrainedTo(QRect r, const QRect &bounds)
     return r;
 }
 
+// The desktop's launcher, with a word to the delegate before each launch.
+class HandingOverLauncher : public AppLauncher
+{
+public:
+    HandingOverLauncher(AppLauncher &launcher, std::function<void()> before)
+        : m_launcher(launcher), m_before(std::move(before))
+    {
+    }
+    void open(const QUrl &file) override
+    {
+        m_before();
+        m_launcher.open(file);
+    }
+    void openWith(const QList<QUrl> &files, const QUrl &app) override
+    {
+        m_before();
+        m_launcher.openWith(files, app);
+    }
+    QList<AppChoice> applicationsFor(const QUrl &file) override { return m_launcher.applicationsFor(file); }
+
+private:
+    AppLauncher &m_launcher;
+    std::function<void()> m_before;
+};
+
+// The same for the file manager.
+class HandingOverFileManager : public FileManager
+{
+public:
+    HandingOverFileManager(FileManager &manager, std::function<void()> before)
+        : m_manager(manager), m_before(std::move(before))
+    {
+    }
+    void showItems(const QList<QUrl> &files) override
+    {
+        m_before();
+        m_manager.showItems(files);
+    }
+    void showItemProperties(const QUrl &file) override
+    {
+        m_before();
+        m_manager.showItemProperties(file);
+    }
+
+private:
+    FileManager &m_manager;
+    std::function<void()> m_before;
+};
+
 } // namespace
 
 AppDelegate::AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp,
                          QObject *parent)
-    : QObject(parent), m_prefs(prefs), m_capture(capture), m_meta(meta),
+    : QObject(parent), m_prefs(prefs), m_capture(capture),
+      m_launcher(std::make_unique<HandingOverLauncher>(AppLauncher::shared(), [this] { handOver(); })),
+      m_fileManager(std::make_unique<HandingOverFileManager>(FileManager::shared(), [this] { handOver(); })),
+      m_meta(meta),
       m_systemThumbnail(std::make_unique<SystemThumbnail>(capture.settings())),
       m_shelf(std::make_unique<Shelf>(prefs, capture, meta, frontApp)),
       m_loginPrompts(std::make_unique<DialogLoginPrompts>()),
@@ -158,6 +213,10 @@ void AppDelegate::buildStatusItem()
     connect(toggleItem, &QAction::triggered, this, &AppDelegate::toggleShelf);
     QAction *settingsItem = m_statusMenu->addAction(QStringLiteral("Settings…"));
     connect(settingsItem, &QAction::triggered, this, &AppDelegate::openSettings);
+    // No menu bar is drawn here, so the tray is where the about box is found
+    // without opening the shelf (the shelf's menu button holds it too).
+    QAction *aboutItem = m_statusMenu->addAction(QStringLiteral("About Brindlewick"));
+    connect(aboutItem, &QAction::triggered, this, &AppDelegate::showAbout);
     m_statusMenu->addSeparator();
     QAction *quitItem = m_statusMenu->addAction(QStringLiteral("Quit Brindlewick"));
     connect(quitItem, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
@@ -181,9 +240,9 @@ void AppDelegate::buildWindow()
     m_quickLook = std::make_unique<QuickLook>();
     m_pins = std::make_unique<Pins>();
     m_folderPrompt = std::make_unique<DialogTextPrompt>(m_window.get());
-    view->setSidebar(new FolderColumn(m_shelf.get(), {m_runner.get(), &FileManager::shared(), m_folderPrompt.get(), m_meta}));
+    view->setSidebar(new FolderColumn(m_shelf.get(), {m_runner.get(), m_fileManager.get(), m_folderPrompt.get(), m_meta}));
     ShelfCommands::Parts parts;
-    parts.launcher = &AppLauncher::shared();
+    parts.launcher = m_launcher.get();
     parts.runner = m_runner.get();
     parts.quickLook = m_quickLook.get();
     parts.pins = m_pins.get();
@@ -195,7 +254,7 @@ void AppDelegate::buildWindow()
     // Keys go to the search field or the shelf before any view sees them.
     m_window->installKeyRouting();
     connect(view->grid(), &ShelfGrid::openRequested, this,
-            [](const QList<QUrl> &files) { FileActions::open(files, AppLauncher::shared()); });
+            [this](const QList<QUrl> &files) { FileActions::open(files, *m_launcher); });
     connect(view->grid(), &ShelfGrid::filesDropped, this,
             [this](const QList<QUrl> &files) { FolderOps::dropOnGrid(*m_shelf, files, *m_runner); });
     connect(view->grid(), &ShelfGrid::pressed, this, [] { Q_EMIT Notifications::shared().dropFocus(); });
@@ -213,6 +272,13 @@ void AppDelegate::buildWindow()
     connect(m_flash.get(), &Flash::shown, this, [this](FlashPanel *card) { m_hooks->afterFlashShown(card); });
     connect(m_flash.get(), &Flash::gone, this, [this](const QUrl &url) { m_hooks->afterFlashGone(url); });
     m_mainMenu->attachTo(m_window.get());
+    view->setMainMenu(m_mainMenu->menus());
+    // The window commands (Ctrl+W, Ctrl+F, Ctrl+,, Ctrl+Q) work in the
+    // preview as well, once it exists.
+    connect(m_quickLook.get(), &QuickLook::openChanged, this, [this](bool open) {
+        if (open && m_quickLook->window())
+            m_mainMenu->attachWindowCommandsTo(m_quickLook->window());
+    });
     connect(m_window.get(), &ShelfWindow::liveResizeEnded, this,
             [this](QSize size) { windowDidEndLiveResize(QSizeF(size)); });
     connect(m_window.get(), &ShelfWindow::shownChanged, this, [this] { nameStatusToggle(); });
@@ -224,15 +290,18 @@ QMenu *AppDelegate::popupFileMenu(const QList<QUrl> &files, const QPoint &global
 {
     ContextMenu::Parts menuParts;
     menuParts.shelf = m_shelf.get();
-    menuParts.launcher = &AppLauncher::shared();
-    menuParts.fileManager = &FileManager::shared();
+    menuParts.launcher = m_launcher.get();
+    menuParts.fileManager = m_fileManager.get();
     menuParts.runner = m_runner.get();
     menuParts.quickLook = m_quickLook.get();
     menuParts.pins = m_pins.get();
     menuParts.indexer = &TextIndexer::shared();
     menuParts.prompt = m_folderPrompt.get();
     menuParts.meta = m_meta;
-    menuParts.window = m_window.get();
+    // The preview leaves the keys to the shelf only while the shelf has
+    // them; opened from the corner card's menu (the shelf hidden or in the
+    // background) it takes the keyboard itself.
+    menuParts.window = shelfIsKey() ? m_window.get() : nullptr;
     return ContextMenu::popup(files, menuParts, globalPos, m_window.get());
 }
 
@@ -344,6 +413,8 @@ void AppDelegate::showShelf()
     // What tidying would take now, for the status bar's offer.
     AutoTidy::shared().refresh(m_shelf->home());
     m_window->show();
+    // Floating again, if it had handed over to another program.
+    DesktopWindows::keepAbove(m_window.get(), true);
     m_window->raise();
     m_window->activateWindow();
     QPointer<ShelfWindow> window(m_window.get());
@@ -393,6 +464,7 @@ void AppDelegate::openSettings()
     const QRect shelf = m_window->geometry();
     sheet->move(shelf.center().x() - settingsWidth / 2, shelf.top());
     m_settingsWindow = sheet;
+    m_mainMenu->attachWindowCommandsTo(sheet);
     sheet->show();
     m_hooks->afterOpenSettings(sheet);
 }
@@ -433,8 +505,35 @@ void AppDelegate::revealFromPreview(const QUrl &url)
     });
 }
 
+void AppDelegate::handOver()
+{
+    if (m_window)
+        DesktopWindows::keepAbove(m_window.get(), false);
+}
+
+void AppDelegate::closeFrontWindow()
+{
+    QWidget *front = QApplication::activeWindow();
+    if (m_settingsWindow && front == m_settingsWindow) {
+        closeSettings();
+        return;
+    }
+    if (front && front == m_quickLook->window()) {
+        m_quickLook->close();
+        return;
+    }
+    if (m_window)
+        m_window->close();
+}
+
 void AppDelegate::focusSearch()
 {
+    // The search field is the shelf's: the sheet over it goes.
+    closeSettings();
+    if (m_window && m_window->isVisible() && !shelfIsKey()) {
+        m_window->raise();
+        m_window->activateWindow();
+    }
     if (!m_window || !m_window->isVisible()) {
         showShelf();
         // After the show's own focus reset, which is queued.

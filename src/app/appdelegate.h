@@ -14,6 +14,8 @@
 #include <optional>
 
 class ActionRunner;
+class AppLauncher;
+class FileManager;
 class CaptureLocation;
 class ConfirmPrompt;
 class FolderChooser;
@@ -80,6 +82,9 @@ public:
     void zoomReset();
     void showAbout();
     void hideApplication();
+    // Ctrl+W: closes the window in front (the settings sheet, the preview)
+    // or hides the shelf.
+    void closeFrontWindow();
     void windowDidEndLiveResize(QSizeF size);
 
     void showShelf();
@@ -87,6 +92,11 @@ public:
     void openSettings();
     void closeSettings();
     void revealFromPreview(const QUrl &url);
+    // Another program is about to show a window for the user (an
+    // application opening a file, the file manager): the shelf stops
+    // floating above other windows until it is next shown, so that window
+    // comes up over it and takes the clicks meant for it.
+    void handOver();
 
     // The size that fits four columns and three or four rows into 80 % of
     // the visible frame `vf` for cells of `cellWidth`.
@@ -99,6 +109,7 @@ public:
     SettingsSheetWindow *settingsWindow() const { return m_settingsWindow; }
     QSystemTrayIcon *statusItem() const { return m_statusItem; }
     QMenu *statusMenu() const { return m_statusMenu.get(); }
+    MainMenu &mainMenu() const { return *m_mainMenu; }
     LoginItem &loginItem() const { return *m_loginItem; }
     DiagnosticHooks &diagnostics() const { return *m_hooks; }
     QuickLook &quickLook() const { return *m_quickLook; }
@@ -118,6 +129,10 @@ private:
 
     Prefs &m_prefs;
     CaptureLocation &m_capture;
+    // The desktop's launcher and file manager, telling the delegate first
+    // that another program takes over.
+    std::unique_ptr<AppLauncher> m_launcher;
+    std::unique_ptr<FileManager> m_fileManager;
     MetaStore *m_meta;
     // Moves files dropped on the grid.
     std::unique_ptr<ActionRunner> m_runner;

@@ -4,12 +4,19 @@
 #include "app/appdelegate.h"
 #include "model/shelf.h"
 #include "platform/keytable.h"
+#include "ui/flash.h"
+#include "ui/foldercolumn.h"
 #include "ui/shelfgrid.h"
+#include "ui/shelftoolbar.h"
 #include "ui/shelfwindow.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QMenu>
+#include <QScrollBar>
+#include <QToolButton>
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QSaveFile>
@@ -88,6 +95,44 @@ void postMouse(ShelfWindow *window, QEvent::Type type, const QPointF &at, Qt::Mo
                                                         buttons, Qt::NoModifier));
 }
 
+QString placeText(const QRect &r)
+{
+    return QStringLiteral("%1,%2 %3x%4").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
+}
+
+// Writes where each entry of a menu lies on the screen when it opens.
+class MenuWatch : public QObject
+{
+public:
+    explicit MenuWatch(std::function<void(const QString &)> log) : m_log(std::move(log)) {}
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() != QEvent::Show)
+            return false;
+        auto *menu = qobject_cast<QMenu *>(watched);
+        if (!menu)
+            return false;
+        // Once it has been placed and laid out.
+        QPointer<QMenu> shown(menu);
+        QMetaObject::invokeMethod(menu, [this, shown] {
+            if (!shown || !shown->isVisible())
+                return;
+            m_log(QStringLiteral("menu shown ") + placeText(shown->geometry()));
+            for (QAction *action : shown->actions()) {
+                if (action->isSeparator() || !action->isVisible())
+                    continue;
+                const QRect r = shown->actionGeometry(action).translated(shown->geometry().topLeft());
+                m_log(QStringLiteral("menu item %1 %2").arg(action->text(), placeText(r)));
+            }
+        }, Qt::QueuedConnection);
+        return false;
+    }
+
+private:
+    std::function<void(const QString &)> m_log;
+};
+
 } // namespace
 
 DiagnosticHooks::DiagnosticHooks(AppDelegate &delegate) : m_delegate(&delegate), m_sink(writeToStandardError)
@@ -151,6 +196,10 @@ void DiagnosticHooks::scheduleLaunchHooks()
         enqueue({keyFirstDelayMs + keySpacingMs * i, keySpacingMs,
                  [this, token](Done done) { sendKey(token, std::move(done)); }});
     }
+    if (hookSet("BRINDLEWICK_DEBUG") && !m_menuWatch) {
+        m_menuWatch = std::make_unique<MenuWatch>([this](const QString &line) { log(line); });
+        QCoreApplication::instance()->installEventFilter(m_menuWatch.get());
+    }
     if (hookSet("BRINDLEWICK_CLICK"))
         enqueue({clickDelayMs, 0, [this](Done done) { click(std::move(done)); }});
     if (hookSet("BRINDLEWICK_MARQUEE"))
@@ -202,7 +251,42 @@ void DiagnosticHooks::afterShow()
             // With no view focused, keys go to the window itself.
             log(QStringLiteral("first responder after show: ")
                 + typeName(responder ? static_cast<QObject *>(responder) : window));
+            reportPlaces();
         });
+    }
+}
+
+void DiagnosticHooks::reportPlaces() const
+{
+    ShelfWindow *window = m_delegate ? m_delegate->window() : nullptr;
+    if (!window || !window->isVisible())
+        return;
+    auto place = [this](const QString &what, const QWidget *widget, const QRect &local) {
+        log(QStringLiteral("place %1 %2").arg(what, placeText(QRect(widget->mapToGlobal(local.topLeft()), local.size()))));
+    };
+    if (auto *toolbar = window->findChild<ShelfToolbar *>()) {
+        place(QStringLiteral("search field"), toolbar->searchField(), toolbar->searchField()->rect());
+        place(QStringLiteral("menu button"), toolbar->menuButton(), toolbar->menuButton()->rect());
+        for (QAction *action : toolbar->actions()) {
+            QWidget *button = toolbar->widgetForAction(action);
+            if (button && !action->text().isEmpty() && button->isVisible())
+                place(QStringLiteral("button ") + action->text(), button, button->rect());
+        }
+    }
+    if (auto *column = window->findChild<FolderColumn *>()) {
+        const QPoint scroll(column->horizontalScrollBar()->value(), column->verticalScrollBar()->value());
+        for (const FolderColumn::Row &row : column->rows()) {
+            if (row.kind == FolderColumn::Row::folderRow || row.kind == FolderColumn::Row::homeRow)
+                place(QStringLiteral("folder ") + (row.kind == FolderColumn::Row::homeRow ? QStringLiteral("Home") : row.title),
+                      column->viewport(), row.rect.translated(-scroll));
+        }
+    }
+    if (auto *grid = window->findChild<ShelfGrid *>()) {
+        for (const QUrl &url : grid->shownItems()) {
+            const QRect tile = grid->tileRect(url).intersected(grid->viewport()->rect());
+            if (!tile.isEmpty())
+                place(QStringLiteral("cell ") + url.fileName(), grid->viewport(), tile);
+        }
     }
 }
 
@@ -225,7 +309,8 @@ void DiagnosticHooks::afterFlashShown(QWidget *card)
 {
     if (!card || !anyHookSet())
         return;
-    const QString name = QFileInfo(card->windowTitle()).fileName();
+    const auto *panel = qobject_cast<FlashPanel *>(card);
+    const QString name = panel ? panel->url().fileName() : QString();
     log(QStringLiteral("flash shown %1 %2x%3").arg(name, QString::number(card->width()), QString::number(card->height())));
     const QString path = qEnvironmentVariable("BRINDLEWICK_SNAPSHOT_FLASH");
     if (!path.isEmpty())

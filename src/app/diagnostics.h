@@ -8,6 +8,7 @@
 #include <QUrl>
 #include <Qt>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class AppDelegate;
@@ -29,7 +30,12 @@ class Shelf;
 //   BRINDLEWICK_SNAPSHOT=path      PNG of the shelf 2.5 s after every show
 //   BRINDLEWICK_SNAPSHOT_SETTINGS  PNG of the whole settings form (also what is
 //                                  scrolled out of view) 1.5 s after it opens
-//   BRINDLEWICK_DEBUG              the focused view 1.5 s after every show
+//   BRINDLEWICK_DEBUG              the focused view 1.5 s after every show, and
+//                                  where the shelf's parts are on the screen
+//                                  ("place cell a.png 400,160 160x100") and
+//                                  the entries of every menu that opens
+//                                  ("menu item Open 610,300 180x24"), so that
+//                                  a test can point at them with real input
 //   BRINDLEWICK_SNAPSHOT_FLASH=path PNG of each corner card once it has slid in
 //
 // With any of them set, the corner card reports "flash shown <name> WxH"
@@ -107,9 +113,12 @@ private:
     void marquee(Done done);
     void sendKey(const QString &token, Done done);
     void reportKey(const QString &token) const;
+    void reportPlaces() const;
 
     QPointer<AppDelegate> m_delegate;
     LogSink m_sink;
+    // Reports the entries of each menu that opens (BRINDLEWICK_DEBUG).
+    std::unique_ptr<QObject> m_menuWatch;
     bool m_launched = false;
     bool m_scanned = false;
     bool m_announced = false;

@@ -52,13 +52,13 @@ MainMenu::MainMenu(AppDelegate &delegate)
     QObject::connect(addItem(m_application.get(), QStringLiteral("About Brindlewick")), &QAction::triggered,
                      app, &AppDelegate::showAbout);
     m_application->addSeparator();
-    QObject::connect(addItem(m_application.get(), QStringLiteral("Settings…"), {QKeySequence(Qt::CTRL | Qt::Key_Comma)}),
-                     &QAction::triggered, app, &AppDelegate::openSettingsFromMenu);
+    QAction *settings = addItem(m_application.get(), QStringLiteral("Settings…"), {QKeySequence(Qt::CTRL | Qt::Key_Comma)});
+    QObject::connect(settings, &QAction::triggered, app, &AppDelegate::openSettingsFromMenu);
     m_application->addSeparator();
-    QObject::connect(addItem(m_application.get(), QStringLiteral("Hide Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_H)}),
-                     &QAction::triggered, app, &AppDelegate::hideApplication);
-    QObject::connect(addItem(m_application.get(), QStringLiteral("Quit Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_Q)}),
-                     &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    QAction *hide = addItem(m_application.get(), QStringLiteral("Hide Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_H)});
+    QObject::connect(hide, &QAction::triggered, app, &AppDelegate::hideApplication);
+    QAction *quit = addItem(m_application.get(), QStringLiteral("Quit Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_Q)});
+    QObject::connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
 
     QObject::connect(addItem(m_edit.get(), QStringLiteral("Undo"), {QKeySequence(Qt::CTRL | Qt::Key_Z)}),
                      &QAction::triggered, app, [] { editCommand("undo"); });
@@ -88,8 +88,8 @@ MainMenu::MainMenu(AppDelegate &delegate)
                              app->shelf().selectAll();
                      });
     m_edit->addSeparator();
-    QObject::connect(addItem(m_edit.get(), QStringLiteral("Find"), {QKeySequence(Qt::CTRL | Qt::Key_F)}),
-                     &QAction::triggered, app, &AppDelegate::focusSearch);
+    QAction *find = addItem(m_edit.get(), QStringLiteral("Find"), {QKeySequence(Qt::CTRL | Qt::Key_F)});
+    QObject::connect(find, &QAction::triggered, app, &AppDelegate::focusSearch);
 
     // Ctrl+= is where "+" sits without Shift on most layouts.
     QObject::connect(addItem(m_view.get(), QStringLiteral("Bigger Thumbnails"),
@@ -100,12 +100,10 @@ MainMenu::MainMenu(AppDelegate &delegate)
     QObject::connect(addItem(m_view.get(), QStringLiteral("Default Thumbnail Size"), {QKeySequence(Qt::CTRL | Qt::Key_0)}),
                      &QAction::triggered, app, &AppDelegate::zoomReset);
 
-    // Closing only hides the shelf (it is never destroyed).
-    QObject::connect(addItem(m_window.get(), QStringLiteral("Close"), {QKeySequence(Qt::CTRL | Qt::Key_W)}),
-                     &QAction::triggered, app, [app] {
-                         if (app->window())
-                             app->window()->close();
-                     });
+    // Closing the shelf only hides it (it is never destroyed).
+    QAction *close = addItem(m_window.get(), QStringLiteral("Close"), {QKeySequence(Qt::CTRL | Qt::Key_W)});
+    QObject::connect(close, &QAction::triggered, app, &AppDelegate::closeFrontWindow);
+    m_windowCommands = {settings, hide, quit, find, close};
     // The shelf cannot be minimised (it has no taskbar entry to come back
     // from), so the item stands disabled, as it would for any such window.
     QAction *minimize = addItem(m_window.get(), QStringLiteral("Minimize"), {QKeySequence(Qt::CTRL | Qt::Key_M)});
@@ -123,4 +121,10 @@ void MainMenu::attachTo(QWidget *window)
 {
     for (QMenu *menu : menus())
         window->addActions(menu->actions());
+}
+
+void MainMenu::attachWindowCommandsTo(QWidget *window)
+{
+    // Adding an action a widget already has changes nothing.
+    window->addActions(m_windowCommands);
 }

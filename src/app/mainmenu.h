@@ -10,9 +10,11 @@ class QWidget;
 
 // The application's four menus (application, Edit, View, Window) with their
 // shortcuts. Most Linux desktops draw no global menu bar and a floating
-// shelf has no room for one, so the menus are not drawn on the shelf window;
-// their actions are attached to it instead, which makes every shortcut work
-// while the shelf is the active window.
+// shelf has no room for one, so the menus are drawn from a menu button in
+// the shelf's toolbar; their actions are attached to the shelf window,
+// which makes every shortcut work while the shelf is the active window,
+// and the window commands to the program's other windows (the preview,
+// the settings sheet).
 class MainMenu
 {
 public:
@@ -23,8 +25,12 @@ public:
     QList<QMenu *> menus() const;
     // Every action with a shortcut starts working in `window`.
     void attachTo(QWidget *window);
+    // Only Settings, Hide, Quit, Find and Close start working in `window`
+    // (the editing and zoom keys stay with that window's own fields).
+    void attachWindowCommandsTo(QWidget *window);
 
 private:
+    QList<QAction *> m_windowCommands;
     std::unique_ptr<QMenu> m_application;
     std::unique_ptr<QMenu> m_edit;
     std::unique_ptr<QMenu> m_view;

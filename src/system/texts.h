@@ -7,9 +7,16 @@
 // login item really is here. One list, so it can be read at a glance.
 namespace Texts {
 
-// Key hints.
+// Key hints, as Linux spells the keys.
 inline const QString globalShortcutHint = QStringLiteral("Alt+Shift+S");
 inline const QString newFolderKeyHint = QStringLiteral("Ctrl+Shift+N");
+inline const QString previewKeyHint = QStringLiteral("Space");
+inline const QString pinKeyHint = QStringLiteral("P");
+inline const QString trashKeyHint = QStringLiteral("Delete");
+inline const QString settingsKeyHint = QStringLiteral("Ctrl+,");
+inline const QString zoomKeyHint = QStringLiteral("Ctrl++ / Ctrl+\u2212");
+// %1: the digit 1 to 8 of a cell's copy shortcut.
+inline const QString cellSlotKeyHint = QStringLiteral("Ctrl+%1");
 
 // The empty shelf.
 inline const QString emptyShelfHint = QStringLiteral("Take a screenshot with Print Screen and it will appear here.");

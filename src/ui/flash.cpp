@@ -49,6 +49,7 @@ constexpr double imageRadius = 8;
 constexpr int slideMargin = 40;
 
 const QString hintText = QStringLiteral("drag me");
+const QString cardTitle = QStringLiteral("New Screenshot");
 
 QColor cardColour() { return QColor::fromRgbF(0.12f, 0.12f, 0.12f, 0.96f); }
 QColor borderColour() { return QColor::fromRgbF(1, 1, 1, 0.14f); }
@@ -85,7 +86,8 @@ FlashPanel::FlashPanel(const QUrl &url, const QImage &thumb, Shelf *shelf, const
       m_url(url), m_thumb(thumb), m_shelf(shelf), m_layout(layout), m_hooks(std::move(hooks))
 {
     setObjectName(QStringLiteral("flashPanel"));
-    setWindowTitle(url.toLocalFile());
+    // A plain name: where a desktop lists windows, a path reads as noise.
+    setWindowTitle(cardTitle);
     setAttribute(Qt::WA_ShowWithoutActivating);
     setFocusPolicy(Qt::NoFocus);
     setMouseTracking(true);
@@ -137,13 +139,12 @@ void FlashPanel::present(double seconds)
         setWindowOpacity(0);
     QWidget::show();
     slide(0, 1, slideInSeconds, true);
-    connect(m_slide, &QVariantAnimation::finished, this, [this, seconds] {
+    connect(m_slide, &QVariantAnimation::finished, this, [this] {
         m_state = State::shown;
         Q_EMIT presented();
-        // Held since it arrived: the countdown starts when it is let go.
-        if (!m_hovering && !m_dragging && !m_menuOpen)
-            scheduleDismissal(seconds);
     });
+    // The countdown runs from the moment it appears, sliding in included.
+    scheduleDismissal(seconds);
 }
 
 void FlashPanel::slide(double from, double to, double seconds, bool arriving)
@@ -209,7 +210,7 @@ void FlashPanel::setHovering(bool hovering)
     m_hovering = hovering;
     if (hovering)
         m_dismissTimer.stop();
-    else if (!m_dragging && !m_menuOpen && m_state != State::presenting)
+    else if (!m_dragging && !m_menuOpen)
         scheduleDismissal(leaveSeconds);
 }
 
@@ -229,6 +230,7 @@ void FlashPanel::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     DesktopWindows::joinAllWorkspaces(this);
+    DesktopWindows::keepOffTaskbar(this);
 }
 
 bool FlashPanel::event(QEvent *event)
@@ -310,7 +312,7 @@ void FlashPanel::mousePressEvent(QMouseEvent *event)
         m_dismissTimer.stop();
         connect(menu, &QMenu::aboutToHide, this, [this] {
             m_menuOpen = false;
-            if (!m_hovering && !m_dragging && m_state == State::shown)
+            if (!m_hovering && !m_dragging)
                 scheduleDismissal(leaveSeconds);
         });
         return;

@@ -86,7 +86,7 @@ public:
     // countdown it was given.
     const QTimer &dismissTimer() const { return m_dismissTimer; }
 
-    // Slides in, then stays `seconds` unless held.
+    // Slides in and goes `seconds` after it appeared, unless held.
     void present(double seconds);
     // Slides out now, unless hovered or dragged (then it asks again in a second).
     void dismiss();

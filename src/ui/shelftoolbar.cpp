@@ -1,11 +1,13 @@
 #include "ui/shelftoolbar.h"
 
 #include "model/shelf.h"
+#include "system/texts.h"
 #include "ui/notifications.h"
 #include "ui/shelfcommands.h"
 
 #include <QAction>
 #include <QLineEdit>
+#include <QMenu>
 #include <QSizePolicy>
 #include <QToolButton>
 
@@ -24,13 +26,15 @@ QIcon ShelfToolbar::icon(const QStringList &themeNames, const QString &bundled)
 }
 
 ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
-    : QToolBar(parent), m_shelf(shelf), m_search(new QLineEdit(this))
+    : QToolBar(parent), m_shelf(shelf), m_search(new QLineEdit(this)), m_menuButton(new QToolButton(this)),
+      m_menu(new QMenu(this))
 {
     setObjectName(QStringLiteral("shelfToolbar"));
     setMovable(false);
     setFloatable(false);
     setIconSize(QSize(18, 18));
-    setToolButtonStyle(Qt::ToolButtonIconOnly);
+    // Icons with their titles: a person need not guess what a symbol does.
+    setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
 
     m_back = addButton(QStringLiteral("Home"),
                        icon({QStringLiteral("go-home"), QStringLiteral("go-previous")}, QStringLiteral("home")),
@@ -76,17 +80,17 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
             window()->setFocus(Qt::OtherFocusReason);
     });
 
-    m_newFolder = addButton(QStringLiteral("New folder"),
+    m_newFolder = addButton(QStringLiteral("New Folder"),
                             icon({QStringLiteral("folder-new")}, QStringLiteral("folder-new")),
-                            QStringLiteral("New folder inside Home (Ctrl+Shift+N)"));
+                            QStringLiteral("New folder inside Home (%1)").arg(Texts::newFolderKeyHint));
     connect(m_newFolder, &QAction::triggered, this, [this] {
         if (m_commands)
             m_commands->newFolder();
     });
-    m_preview = addButton(QStringLiteral("Preview"),
+    m_preview = addButton(Texts::preview,
                           icon({QStringLiteral("view-preview"), QStringLiteral("document-preview")},
                                QStringLiteral("preview")),
-                          QStringLiteral("Preview (Space)"));
+                          QStringLiteral("%1 (%2)").arg(Texts::preview, Texts::previewKeyHint));
     // Unlike Space, the button leaves the selection as it is.
     connect(m_preview, &QAction::triggered, this, [this] {
         if (m_commands)
@@ -95,15 +99,15 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
     m_pin = addButton(QStringLiteral("Pin"),
                       icon({QStringLiteral("view-pin"), QStringLiteral("pin")},
                            QStringLiteral("pin")),
-                      QStringLiteral("Pin to screen (P)"));
+                      QStringLiteral("Pin to screen (%1)").arg(Texts::pinKeyHint));
     connect(m_pin, &QAction::triggered, this, [this] {
         if (m_commands)
             m_commands->pinPrimary();
     });
-    m_trash = addButton(QStringLiteral("Move to Trash"),
+    m_trash = addButton(QStringLiteral("Delete"),
                         icon({QStringLiteral("user-trash")},
                              QStringLiteral("trash")),
-                        QStringLiteral("Move to Trash (Delete)"));
+                        QStringLiteral("Move to Trash (%1)").arg(Texts::trashKeyHint));
     connect(m_trash, &QAction::triggered, this, [this] {
         if (m_commands)
             m_commands->trash(m_commands->targets());
@@ -111,8 +115,20 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
     m_settings = addButton(QStringLiteral("Settings"),
                            icon({QStringLiteral("configure"), QStringLiteral("preferences-system")},
                                 QStringLiteral("settings")),
-                           QStringLiteral("Settings (Ctrl+,)"));
+                           QStringLiteral("Settings (%1)").arg(Texts::settingsKeyHint));
     connect(m_settings, &QAction::triggered, this, [] { Q_EMIT Notifications::shared().openSettings(); });
+
+    // The application's menus: no menu bar is drawn on this desktop.
+    m_menuButton->setObjectName(QStringLiteral("menuButton"));
+    m_menuButton->setIcon(icon({QStringLiteral("open-menu"), QStringLiteral("application-menu")}, QStringLiteral("menu")));
+    m_menuButton->setText(QStringLiteral("Menu"));
+    m_menuButton->setToolTip(QStringLiteral("Menu"));
+    m_menuButton->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    m_menuButton->setPopupMode(QToolButton::InstantPopup);
+    m_menuButton->setMenu(m_menu);
+    m_menuButton->setFocusPolicy(Qt::NoFocus);
+    m_menuButton->setAutoRaise(true);
+    addWidget(m_menuButton)->setVisible(false);
 
     if (shelf) {
         connect(shelf, &Shelf::currentChanged, this, [this] { refresh(m_anyVisible); });
@@ -129,6 +145,17 @@ QAction *ShelfToolbar::addButton(const QString &title, const QIcon &icon, const 
     if (QWidget *button = widgetForAction(action))
         button->setFocusPolicy(Qt::NoFocus);
     return action;
+}
+
+void ShelfToolbar::setMainMenu(const QList<QMenu *> &menus)
+{
+    m_menu->clear();
+    for (QMenu *menu : menus)
+        m_menu->addMenu(menu);
+    for (QAction *action : actions()) {
+        if (widgetForAction(action) == m_menuButton)
+            action->setVisible(!menus.isEmpty());
+    }
 }
 
 void ShelfToolbar::setCommands(ShelfCommands *commands)

@@ -5,12 +5,15 @@
 
 class QAction;
 class QLineEdit;
+class QMenu;
+class QToolButton;
 class Shelf;
 class ShelfCommands;
 
 // The shelf window's toolbar: back to Home, the search field (bound both
-// ways to the shelf's query) and the buttons New folder, Preview, Pin,
-// Move to Trash and Settings. The buttons never take the keyboard focus,
+// ways to the shelf's query), the buttons New Folder, Preview, Pin, Delete
+// and Settings, each with its title under its icon, and the menu button
+// with the application's menus. The buttons never take the keyboard focus,
 // so Space and the arrows stay with the shelf.
 class ShelfToolbar : public QToolBar
 {
@@ -20,6 +23,9 @@ public:
     explicit ShelfToolbar(Shelf *shelf, QWidget *parent = nullptr);
 
     void setCommands(ShelfCommands *commands);
+    // The menus the menu button offers, in order (application, Edit, View,
+    // Window); the button shows once there are some.
+    void setMainMenu(const QList<QMenu *> &menus);
     // Enables the buttons for the shelf as it is: back away from Home,
     // Preview and Pin with something in sight, Move to Trash with a selection.
     void refresh(bool anyVisible);
@@ -29,6 +35,9 @@ public:
     QAction *previewAction() const { return m_preview; }
     QAction *pinAction() const { return m_pin; }
     QAction *trashAction() const { return m_trash; }
+    QAction *newFolderAction() const { return m_newFolder; }
+    QAction *settingsAction() const { return m_settings; }
+    QToolButton *menuButton() const { return m_menuButton; }
 
     // The desktop theme's icon of the first of these names it has, else
     // the one bundled here.
@@ -46,5 +55,7 @@ private:
     QAction *m_pin;
     QAction *m_trash;
     QAction *m_settings;
+    QToolButton *m_menuButton;
+    QMenu *m_menu;
     bool m_anyVisible = false;
 };

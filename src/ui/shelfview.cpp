@@ -113,7 +113,7 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     m_size->setRange(int(Shelf::smallestCellWidth), int(Shelf::largestCellWidth));
     m_size->setFixedWidth(110);
     m_size->setFocusPolicy(Qt::NoFocus);
-    m_size->setToolTip(QStringLiteral("Thumbnail size (Ctrl++ / Ctrl+\u2212)"));
+    m_size->setToolTip(QStringLiteral("Thumbnail size (%1)").arg(Texts::zoomKeyHint));
     auto *sizeRow = new QHBoxLayout;
     sizeRow->setSpacing(6);
     sizeRow->addWidget(smallPhoto);
@@ -209,8 +209,17 @@ void ShelfView::refreshTidy()
     m_tidyButton->setVisible(due > 0);
     if (due == 0)
         return;
-    m_tidyText->setText(QStringLiteral("\u00b7 %1 older than %2 days").arg(due).arg(m_tidy->days()));
+    const int days = m_tidy->days();
+    m_tidyText->setText(QStringLiteral("\u00b7 %1 older than %2 %3")
+                            .arg(due)
+                            .arg(days)
+                            .arg(days == 1 ? QStringLiteral("day") : QStringLiteral("days")));
     m_tidyButton->setText(m_tidy->toTrash() ? QStringLiteral("Trash now") : QStringLiteral("Archive now"));
+}
+
+void ShelfView::setMainMenu(const QList<QMenu *> &menus)
+{
+    m_toolbar->setMainMenu(menus);
 }
 
 void ShelfView::setCommands(ShelfCommands *commands)

@@ -5,6 +5,7 @@
 
 class MetaStore;
 class QLabel;
+class QMenu;
 class QPushButton;
 class QSlider;
 class QSplitter;
@@ -34,6 +35,8 @@ public:
     ShelfToolbar *toolbar() const { return m_toolbar; }
     // What the toolbar's buttons do; without it they do nothing.
     void setCommands(ShelfCommands *commands);
+    // The application's menus, drawn from the toolbar's menu button.
+    void setMainMenu(const QList<QMenu *> &menus);
     // The folder column goes here, leading the grid.
     void setSidebar(QWidget *sidebar);
 

@@ -5,12 +5,15 @@
 #include "ui/shelfcommands.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QTextEdit>
 #include <QTimer>
 #include <QVBoxLayout>
+
+#include <optional>
 
 namespace {
 
@@ -27,6 +30,31 @@ QString fieldText(const QWidget *field)
     if (const auto *plain = qobject_cast<const QPlainTextEdit *>(field))
         return plain->toPlainText();
     return {};
+}
+
+// The digit 1 to 8 of a Ctrl+digit key press (0 to 7), also with Shift,
+// which turns the digit into a symbol: on X11 the key's place tells (the
+// X keycodes of the digit row), elsewhere the symbols of a US keyboard.
+std::optional<int> copySlot(const QKeyEvent *event)
+{
+    const int key = event->key();
+    if (key >= Qt::Key_1 && key <= Qt::Key_8)
+        return key - Qt::Key_1;
+    if (!(event->modifiers() & Qt::ShiftModifier))
+        return std::nullopt;
+    constexpr quint32 firstDigitKeycode = 10; // "1" in the X server's evdev numbering
+    const quint32 code = event->nativeScanCode();
+    if (QGuiApplication::platformName() == QLatin1String("xcb") && code >= firstDigitKeycode
+        && code < firstDigitKeycode + 8)
+        return int(code - firstDigitKeycode);
+    static constexpr Qt::Key shifted[] = {Qt::Key_Exclam,     Qt::Key_At,        Qt::Key_NumberSign,
+                                          Qt::Key_Dollar,     Qt::Key_Percent,   Qt::Key_AsciiCircum,
+                                          Qt::Key_Ampersand,  Qt::Key_Asterisk};
+    for (int i = 0; i < 8; ++i) {
+        if (key == shifted[i])
+            return i;
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -132,6 +160,13 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
     Shelf *shelf = m_shelf;
     ShelfCommands *commands = m_commands;
 
+    // Ctrl with a digit copies that cell's file, Shift or not.
+    if (const std::optional<int> slot = command ? copySlot(event) : std::nullopt) {
+        if (commands)
+            commands->copyItem(*slot);
+        return true;
+    }
+
     switch (event->key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
@@ -177,19 +212,6 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
         if (commands)
             commands->newFolder();
         return true;
-    case Qt::Key_1:
-    case Qt::Key_2:
-    case Qt::Key_3:
-    case Qt::Key_4:
-    case Qt::Key_5:
-    case Qt::Key_6:
-    case Qt::Key_7:
-    case Qt::Key_8:
-        if (!command)
-            return false;
-        if (commands)
-            commands->copyItem(event->key() - Qt::Key_1);
-        return true;
     // Ctrl+A, Ctrl+=, Ctrl+-, Ctrl+0 and Ctrl+, are the menu's shortcuts
     // and never come here.
     default:
@@ -213,6 +235,8 @@ bool ShelfWindow::routeKeyEvent(QKeyEvent *event)
     QWidget *field = focusWidget();
     if (!isEditableText(field))
         return handleKey(event);
+    if ((event->modifiers() & Qt::ControlModifier) && copySlot(event))
+        return handleKey(event);
     switch (event->key()) {
     case Qt::Key_Escape:
         if (m_shelf && !m_shelf->query().isEmpty())
@@ -223,15 +247,6 @@ bool ShelfWindow::routeKeyEvent(QKeyEvent *event)
     case Qt::Key_Space:
         // With text in the field, a blank is part of the search.
         return fieldText(field).isEmpty() && handleKey(event);
-    case Qt::Key_1:
-    case Qt::Key_2:
-    case Qt::Key_3:
-    case Qt::Key_4:
-    case Qt::Key_5:
-    case Qt::Key_6:
-    case Qt::Key_7:
-    case Qt::Key_8:
-        return (event->modifiers() & Qt::ControlModifier) && handleKey(event);
     default:
         // Typing, editing, Ctrl+A on the field's text; Ctrl+, is the
         // menu's and has acted already.

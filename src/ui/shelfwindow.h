@@ -10,8 +10,10 @@
 class QKeyEvent;
 class QTimer;
 
-// The floating shelf window: stays above ordinary windows, has no taskbar
-// entry, and closing it (close button, Ctrl+W, Escape) only hides it. The
+// The floating shelf window: stays above ordinary windows (until the
+// program hands over to another one, see AppDelegate::handOver), keeps its
+// entry in the panel's task list (on a desktop without a tray it is the way
+// back), and closing it (close button, Ctrl+W, Escape) only hides it. The
 // application decides its size and place on every show; the window reports
 // when the user has finished resizing it so that size can be remembered.
 class ShelfWindow : public QWidget
@@ -42,7 +44,8 @@ public:
     // Decides, before any view in the window sees it, whether a key press
     // belongs to the shelf or to the text field being edited; true when the
     // shelf used it. In a text field only Escape (clear the search, then
-    // hide), Space while the field is empty and Ctrl+1-8 are the shelf's.
+    // hide), Space while the field is empty and Ctrl+1-8 (Shift or not)
+    // are the shelf's.
     bool routeKeyEvent(QKeyEvent *event);
     // Routes every key press of this window through routeKeyEvent, from an
     // event filter on the application.

@@ -169,6 +169,7 @@ void PinWindow::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     joinAllWorkspaces();
+    DesktopWindows::keepOffTaskbar(this);
 }
 
 void PinWindow::joinAllWorkspaces() { DesktopWindows::joinAllWorkspaces(this); }

@@ -1,5 +1,6 @@
 #include "actions/views/previewwindow.h"
 
+#include "actions/views/desktopwindows.h"
 #include "actions/views/fittedimage.h"
 #include "files/localpaths.h"
 
@@ -231,6 +232,7 @@ void PreviewWindow::resizeEvent(QResizeEvent *event)
 void PreviewWindow::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    DesktopWindows::keepOffTaskbar(this);
     // The size may have changed while hidden.
     decode();
     Q_EMIT shownChanged(true);

@@ -1,0 +1,373 @@
+#include "support/desktopsession.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <cstdlib>
+
+namespace {
+
+constexpr int startTimeoutMs = 20000;
+
+// A panel that is the same on every machine: tasks on the left, the tray on
+// the right, no clock or launcher, no theme of the machine it runs on.
+const char panelConfig[] = R"(# Background 1: the panel; background 2: a task.
+rounded = 0
+border_width = 0
+background_color = #202020 100
+border_color = #000000 0
+rounded = 0
+border_width = 1
+background_color = #404040 100
+border_color = #808080 100
+panel_items = TS
+panel_size = 100% 32
+panel_margin = 0 0
+panel_padding = 2 0 2
+panel_background_id = 1
+panel_position = bottom center horizontal
+panel_layer = top
+panel_monitor = all
+panel_dock = 0
+wm_menu = 0
+autohide = 0
+strut_policy = follow_size
+taskbar_mode = single_desktop
+taskbar_padding = 0 0 2
+task_text = 1
+task_icon = 1
+task_centered = 1
+task_maximum_size = 180 30
+task_padding = 2 2 4
+task_background_id = 2
+task_active_background_id = 2
+task_font_color = #ffffff 100
+systray_padding = 0 4 2
+systray_sort = ascending
+systray_icon_size = 24
+systray_monitor = 1
+)";
+
+quint32 parseWindowId(const QString &text)
+{
+    bool ok = false;
+    const quint32 id = text.trimmed().toUInt(&ok, 0);
+    return ok ? id : 0;
+}
+
+} // namespace
+
+QStringList DesktopSession::missingTools()
+{
+    QStringList missing;
+    for (const char *name : {"Xvfb", "openbox", "tint2", "dbus-daemon", "xdotool", "xprop", "import"}) {
+        if (QStandardPaths::findExecutable(QLatin1String(name)).isEmpty())
+            missing << QLatin1String(name);
+    }
+    return missing;
+}
+
+DesktopSession::DesktopSession()
+{
+    if (!missingTools().isEmpty()) {
+        m_problem = QStringLiteral("missing: ") + missingTools().join(QStringLiteral(", "));
+        return;
+    }
+    QDir().mkpath(m_home.path() + QStringLiteral("/.config/tint2"));
+    m_display = std::make_unique<VirtualDisplay>();
+    if (!m_display->isRunning()) {
+        m_problem = QStringLiteral("Xvfb did not start");
+        return;
+    }
+
+    // The bus first: the window manager and the panel join it too.
+    m_busDaemon.setProcessEnvironment(toolEnvironment());
+    m_busDaemon.start(QStringLiteral("dbus-daemon"),
+                      {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
+    QByteArray address;
+    const QDeadlineTimer deadline(startTimeoutMs);
+    while (!address.contains('\n') && m_busDaemon.state() != QProcess::NotRunning && !deadline.hasExpired()) {
+        m_busDaemon.waitForReadyRead(int(std::max<qint64>(deadline.remainingTime(), 1)));
+        address += m_busDaemon.readAllStandardOutput();
+    }
+    m_bus = QString::fromUtf8(address.trimmed());
+    if (m_bus.isEmpty()) {
+        m_problem = QStringLiteral("dbus-daemon did not start");
+        return;
+    }
+
+    if (!startProcess(m_windowManager, QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}))
+        return;
+    const bool managed = QTest::qWaitFor([&] {
+        return property(0, QStringLiteral("_NET_SUPPORTING_WM_CHECK")).contains(QStringLiteral("window id"));
+    }, startTimeoutMs);
+    if (!managed) {
+        m_problem = QStringLiteral("openbox did not take the screen");
+        return;
+    }
+
+    const QString config = m_home.path() + QStringLiteral("/.config/tint2/tint2rc");
+    QFile file(config);
+    if (!file.open(QIODevice::WriteOnly) || file.write(panelConfig) < 0) {
+        m_problem = QStringLiteral("could not write the panel's settings");
+        return;
+    }
+    file.close();
+    if (!startProcess(m_panel, QStringLiteral("tint2"), {QStringLiteral("-c"), config}))
+        return;
+    // The panel is there once the window manager keeps windows off it.
+    const QString workArea = QStringLiteral("0, 0, %1, %2").arg(screenWidth).arg(screenHeight - panelHeight);
+    const bool panelled = QTest::qWaitFor([&] {
+        return property(0, QStringLiteral("_NET_WORKAREA")).startsWith(workArea);
+    }, startTimeoutMs);
+    if (!panelled) {
+        m_problem = QStringLiteral("the panel did not come up");
+        return;
+    }
+    m_running = true;
+}
+
+DesktopSession::~DesktopSession()
+{
+    stop(m_panel);
+    stop(m_windowManager);
+    stop(m_busDaemon);
+    m_display.reset();
+}
+
+bool DesktopSession::startProcess(QProcess &process, const QString &program, const QStringList &arguments)
+{
+    process.setProcessEnvironment(toolEnvironment());
+    // Their chatter is kept beside their settings, for a person who wonders.
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.setStandardOutputFile(m_home.filePath(program + QStringLiteral(".log")));
+    process.start(program, arguments);
+    if (!process.waitForStarted(startTimeoutMs)) {
+        m_problem = program + QStringLiteral(" did not start");
+        return false;
+    }
+    return true;
+}
+
+void DesktopSession::stop(QProcess &process)
+{
+    if (process.state() == QProcess::NotRunning)
+        return;
+    process.terminate();
+    if (!process.waitForFinished(5000))
+        process.kill();
+    process.waitForFinished(5000);
+}
+
+QProcessEnvironment DesktopSession::toolEnvironment() const
+{
+    // Nothing of the machine's own session: its own home, display and bus.
+    QProcessEnvironment environment;
+    environment.insert(QStringLiteral("PATH"), qEnvironmentVariable("PATH"));
+    environment.insert(QStringLiteral("HOME"), m_home.path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.path() + QStringLiteral("/.config"));
+    environment.insert(QStringLiteral("XDG_CACHE_HOME"), m_home.path() + QStringLiteral("/.cache"));
+    environment.insert(QStringLiteral("DISPLAY"), display());
+    if (!m_bus.isEmpty())
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus);
+    return environment;
+}
+
+void DesktopSession::enter(AppRun &run) const
+{
+    run.setVar(QStringLiteral("DISPLAY"), display());
+    run.setVar(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus);
+}
+
+int DesktopSession::tool(const QString &program, const QStringList &arguments, QByteArray *out, int timeoutMs) const
+{
+    QProcess process;
+    process.setProcessEnvironment(toolEnvironment());
+    process.start(program, arguments);
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished(5000);
+        return -1;
+    }
+    if (out)
+        *out = process.readAllStandardOutput();
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+int DesktopSession::xdotool(const QStringList &arguments, QByteArray *out) const
+{
+    return tool(QStringLiteral("xdotool"), arguments, out);
+}
+
+QList<quint32> DesktopSession::windowsOf(qint64 pid, const QString &nameRegex) const
+{
+    QStringList arguments{QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"),
+                          QString::number(pid)};
+    if (!nameRegex.isEmpty())
+        arguments << QStringLiteral("--name") << nameRegex;
+    QByteArray out;
+    xdotool(arguments, &out);
+    QList<quint32> windows;
+    for (const QByteArray &line : out.split('\n')) {
+        if (const quint32 id = parseWindowId(QString::fromLatin1(line)))
+            windows << id;
+    }
+    return windows;
+}
+
+quint32 DesktopSession::waitForWindow(qint64 pid, const QString &nameRegex, bool shown) const
+{
+    quint32 found = 0;
+    const bool settled = QTest::qWaitFor([&] {
+        const QList<quint32> windows = windowsOf(pid, nameRegex);
+        found = windows.size() == 1 ? windows.first() : 0;
+        return shown ? found != 0 : windows.isEmpty();
+    }, AppRun::defaultTimeoutMs);
+    return settled && shown ? found : 0;
+}
+
+QRect DesktopSession::geometry(quint32 window) const
+{
+    QByteArray out;
+    if (xdotool({QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), QString::number(window)}, &out) != 0)
+        return {};
+    QHash<QString, int> values;
+    for (const QByteArray &line : out.split('\n')) {
+        const QList<QByteArray> pair = line.split('=');
+        if (pair.size() == 2)
+            values.insert(QString::fromLatin1(pair.at(0)), pair.at(1).toInt());
+    }
+    return QRect(values.value(QStringLiteral("X")), values.value(QStringLiteral("Y")),
+                 values.value(QStringLiteral("WIDTH")), values.value(QStringLiteral("HEIGHT")));
+}
+
+QString DesktopSession::property(quint32 window, const QString &name) const
+{
+    QStringList arguments;
+    if (window)
+        arguments << QStringLiteral("-id") << QString::number(window);
+    else
+        arguments << QStringLiteral("-root");
+    arguments << name;
+    QByteArray out;
+    tool(QStringLiteral("xprop"), arguments, &out);
+    const QString line = QString::fromUtf8(out).trimmed();
+    const qsizetype equals = line.indexOf(QStringLiteral(" = "));
+    if (equals >= 0)
+        return line.mid(equals + 3);
+    const qsizetype colon = line.indexOf(QLatin1Char(':'));
+    return colon >= 0 ? line.mid(colon + 1).trimmed() : line;
+}
+
+QStringList DesktopSession::wmState(quint32 window) const
+{
+    QStringList states;
+    static const QRegularExpression atom(QStringLiteral("_NET_WM_STATE_(\\w+)"));
+    auto it = atom.globalMatch(property(window, QStringLiteral("_NET_WM_STATE")));
+    while (it.hasNext())
+        states << it.next().captured(1);
+    return states;
+}
+
+QList<quint32> DesktopSession::stacking() const
+{
+    QList<quint32> windows;
+    static const QRegularExpression id(QStringLiteral("0x[0-9a-fA-F]+"));
+    auto it = id.globalMatch(property(0, QStringLiteral("_NET_CLIENT_LIST_STACKING")));
+    while (it.hasNext())
+        windows << parseWindowId(it.next().captured(0));
+    return windows;
+}
+
+quint32 DesktopSession::activeWindow() const
+{
+    static const QRegularExpression id(QStringLiteral("0x[0-9a-fA-F]+"));
+    const QRegularExpressionMatch match = id.match(property(0, QStringLiteral("_NET_ACTIVE_WINDOW")));
+    return match.hasMatch() ? parseWindowId(match.captured(0)) : 0;
+}
+
+QImage DesktopSession::capture(const QString &savePath) const
+{
+    QTemporaryDir scratch;
+    const QString path = savePath.isEmpty() ? scratch.filePath(QStringLiteral("screen.png")) : savePath;
+    if (tool(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), QStringLiteral("png:") + path})
+        != 0)
+        return {};
+    return QImage(path).convertToFormat(QImage::Format_RGB32);
+}
+
+void DesktopSession::click(QPoint at, int button) const
+{
+    xdotool({QStringLiteral("mousemove"), QString::number(at.x()), QString::number(at.y()), QStringLiteral("click"),
+             QString::number(button)});
+}
+
+void DesktopSession::doubleClick(QPoint at) const
+{
+    xdotool({QStringLiteral("mousemove"), QString::number(at.x()), QString::number(at.y()), QStringLiteral("click"),
+             QStringLiteral("--repeat"), QStringLiteral("2"), QStringLiteral("--delay"), QStringLiteral("80"),
+             QStringLiteral("1")});
+}
+
+void DesktopSession::drag(QPoint from, QPoint to) const
+{
+    QStringList arguments{QStringLiteral("mousemove"), QString::number(from.x()), QString::number(from.y()),
+                          QStringLiteral("mousedown"), QStringLiteral("1")};
+    // A drag starts only once the pointer has moved a little while pressed,
+    // and a drop target hears of a drag through the moves over it.
+    constexpr int steps = 12;
+    for (int i = 1; i <= steps; ++i) {
+        const QPoint p = from + (to - from) * i / steps;
+        arguments << QStringLiteral("sleep") << QStringLiteral("0.05") << QStringLiteral("mousemove")
+                  << QString::number(p.x()) << QString::number(p.y());
+    }
+    arguments << QStringLiteral("sleep") << QStringLiteral("0.2") << QStringLiteral("mouseup") << QStringLiteral("1");
+    xdotool(arguments);
+}
+
+void DesktopSession::key(const QString &keys) const
+{
+    xdotool({QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys});
+}
+
+void DesktopSession::type(const QString &text) const
+{
+    xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("40"), text});
+}
+
+std::optional<QRect> DesktopSession::trayIcon(qint64 pid) const
+{
+    // Docked into the panel, so inside its band at the bottom of the screen.
+    std::optional<QRect> icon;
+    const bool docked = QTest::qWaitFor([&] {
+        for (quint32 window : windowsOf(pid)) {
+            const QRect r = geometry(window);
+            if (r.top() >= screenHeight - panelHeight && r.width() <= panelHeight && r.height() <= panelHeight) {
+                icon = r;
+                return true;
+            }
+        }
+        return false;
+    }, AppRun::defaultTimeoutMs);
+    return docked ? icon : std::nullopt;
+}
+
+int countPixels(const QImage &image, const QRect &area, QRgb colour, int tolerance)
+{
+    int count = 0;
+    const QRect inside = area.intersected(image.rect());
+    for (int y = inside.top(); y <= inside.bottom(); ++y) {
+        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        for (int x = inside.left(); x <= inside.right(); ++x) {
+            const QRgb p = line[x];
+            if (std::abs(qRed(p) - qRed(colour)) <= tolerance && std::abs(qGreen(p) - qGreen(colour)) <= tolerance
+                && std::abs(qBlue(p) - qBlue(colour)) <= tolerance)
+                ++count;
+        }
+    }
+    return count;
+}

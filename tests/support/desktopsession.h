@@ -1,0 +1,101 @@
+#pragma once
+
+#include "support/apprun.h"
+
+#include <QImage>
+#include <QList>
+#include <QPoint>
+#include <QProcess>
+#include <QRect>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+#include <optional>
+
+// A small real desktop for end-to-end tests: a virtual X server (1280 × 800),
+// the Openbox window manager, a tint2 panel along the bottom with a task list
+// and a tray, and a private D-Bus session bus. The program runs in it as it
+// would in a person's session, is driven with real input (xdotool) and is
+// read back from the screen (`import -window root`) and from the window
+// properties the window manager and the panel act on (xprop).
+//
+// Nothing starts when a tool is missing: `missingTools` names them, so the
+// test can skip with a reason.
+class DesktopSession
+{
+public:
+    static constexpr int screenWidth = 1280;
+    static constexpr int screenHeight = 800;
+    static constexpr int panelHeight = 32;
+
+    DesktopSession();
+    ~DesktopSession();
+    DesktopSession(const DesktopSession &) = delete;
+    DesktopSession &operator=(const DesktopSession &) = delete;
+
+    static QStringList missingTools();
+    bool isRunning() const { return m_running; }
+    // What went wrong when it is not running.
+    QString problem() const { return m_problem; }
+    QString display() const { return m_display ? m_display->display() : QString(); }
+    QString busAddress() const { return m_bus; }
+
+    // Points `run` at this desktop: its display and its session bus.
+    void enter(AppRun &run) const;
+
+    // Runs a tool on this desktop; its exit code (-1 when it did not
+    // finish), its standard output in `out`.
+    int tool(const QString &program, const QStringList &arguments, QByteArray *out = nullptr,
+             int timeoutMs = 15000) const;
+    int xdotool(const QStringList &arguments, QByteArray *out = nullptr) const;
+
+    // The mapped windows that process `pid` owns (by _NET_WM_PID), those
+    // whose title matches `nameRegex` when one is given.
+    QList<quint32> windowsOf(qint64 pid, const QString &nameRegex = {}) const;
+    // Waits until exactly such a window is mapped (or none, when `shown` is
+    // false); the window, or 0.
+    quint32 waitForWindow(qint64 pid, const QString &nameRegex, bool shown = true) const;
+    // The window's frame-less geometry in screen coordinates.
+    QRect geometry(quint32 window) const;
+    // One property as xprop prints it after the "=" (or ":" for an unset one).
+    QString property(quint32 window, const QString &name) const;
+    // The _NET_WM_STATE atoms, without the prefix ("ABOVE", "SKIP_TASKBAR").
+    QStringList wmState(quint32 window) const;
+    // Client windows bottom to top, as the window manager stacks them.
+    QList<quint32> stacking() const;
+    quint32 activeWindow() const;
+
+    // The whole screen as the X server shows it; kept at `savePath` when given.
+    QImage capture(const QString &savePath = {}) const;
+
+    // Real pointer and keyboard input.
+    void click(QPoint at, int button = 1) const;
+    void doubleClick(QPoint at) const;
+    // Presses at `from`, moves there in steps (as a hand would) and releases.
+    void drag(QPoint from, QPoint to) const;
+    void key(const QString &keys) const;
+    void type(const QString &text) const;
+
+    // The tray icon of process `pid`: the small window it docked into the
+    // panel; waits for it.
+    std::optional<QRect> trayIcon(qint64 pid) const;
+
+private:
+    bool startProcess(QProcess &process, const QString &program, const QStringList &arguments);
+    QProcessEnvironment toolEnvironment() const;
+    void stop(QProcess &process);
+
+    std::unique_ptr<VirtualDisplay> m_display;
+    QTemporaryDir m_home;
+    QProcess m_busDaemon;
+    QProcess m_windowManager;
+    QProcess m_panel;
+    QString m_bus;
+    QString m_problem;
+    bool m_running = false;
+};
+
+// How many pixels of `image` inside `area` are within `tolerance` (per
+// channel) of `colour`.
+int countPixels(const QImage &image, const QRect &area, QRgb colour, int tolerance = 24);
