@@ -14,7 +14,7 @@
 
 namespace {
 
-QString applications() { return qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/applications/"); }
+QString applications() { return qEnvironmentVariable("XDG_DATA_HOME") + "/applications/"; }
 
 void writeEntry(const QString &id, const QByteArray &name, const QByteArray &extra = "MimeType=image/png;\n")
 {
@@ -39,29 +39,29 @@ class TestAppLauncher : public QObject
 private Q_SLOTS:
     void defaultFirstThenTheShownOnesByName()
     {
-        writeEntry(QStringLiteral("zviewer.desktop"), "Zeta Viewer");
-        writeEntry(QStringLiteral("apaint.desktop"), "alpha Paint");
-        writeEntry(QStringLiteral("bdraw.desktop"), "Beta Draw");
-        writeEntry(QStringLiteral("helper.desktop"), "Aardvark Helper", "MimeType=image/png;\nNoDisplay=true\n");
-        writeEntry(QStringLiteral("other.desktop"), "Ant Other", "MimeType=image/png;\nOnlyShowIn=Elsewhere;\n");
-        writeEntry(QStringLiteral("notes.desktop"), "Notes", "MimeType=text/plain;\n");
-        Sandbox::writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/mimeapps.list"),
+        writeEntry("zviewer.desktop", "Zeta Viewer");
+        writeEntry("apaint.desktop", "alpha Paint");
+        writeEntry("bdraw.desktop", "Beta Draw");
+        writeEntry("helper.desktop", "Aardvark Helper", "MimeType=image/png;\nNoDisplay=true\n");
+        writeEntry("other.desktop", "Ant Other", "MimeType=image/png;\nOnlyShowIn=Elsewhere;\n");
+        writeEntry("notes.desktop", "Notes", "MimeType=text/plain;\n");
+        Sandbox::writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + "/mimeapps.list",
                            "[Default Applications]\nimage/png=zviewer.desktop\n"
                            "[Added Associations]\nimage/png=apaint.desktop;zviewer.desktop;\n");
 
         // GIO takes the types from the folder's cache, as the desktop's
         // package tools keep it.
-        if (QStandardPaths::findExecutable(QStringLiteral("update-desktop-database")).isEmpty())
+        if (QStandardPaths::findExecutable("update-desktop-database").isEmpty())
             QSKIP("update-desktop-database is not installed (setup.sh test)");
-        QCOMPARE(QProcess::execute(QStringLiteral("update-desktop-database"), {applications()}), 0);
+        QCOMPARE(QProcess::execute("update-desktop-database", {applications()}), 0);
 
-        const QString shot = qEnvironmentVariable("HOME") + QStringLiteral("/shot.png");
+        const QString shot = qEnvironmentVariable("HOME") + "/shot.png";
         const QList<AppChoice> choices = AppLauncher::shared().applicationsFor(QUrl::fromLocalFile(shot));
         QCOMPARE(names(choices), (QStringList{"Zeta Viewer", "alpha Paint", "Beta Draw"}));
         QVERIFY(choices[0].isDefault && !choices[1].isDefault && !choices[2].isDefault);
-        QCOMPARE(choices[0].url, QUrl::fromLocalFile(applications() + QStringLiteral("zviewer.desktop")));
+        QCOMPARE(choices[0].url, QUrl::fromLocalFile(applications() + "zviewer.desktop"));
 
-        const QString notes = qEnvironmentVariable("HOME") + QStringLiteral("/notes.txt");
+        const QString notes = qEnvironmentVariable("HOME") + "/notes.txt";
         QCOMPARE(names(AppLauncher::shared().applicationsFor(QUrl::fromLocalFile(notes))), QStringList{"Notes"});
     }
 };
@@ -73,21 +73,21 @@ int main(int argc, char **argv)
     QTemporaryDir root;
     if (!root.isValid())
         return 1;
-    const QString home = root.path() + QStringLiteral("/home");
+    const QString home = root.path() + "/home";
     const QList<QPair<const char *, QString>> folders = {
         {"HOME", home},
-        {"XDG_CONFIG_HOME", home + QStringLiteral("/.config")},
-        {"XDG_DATA_HOME", home + QStringLiteral("/.local/share")},
-        {"XDG_CACHE_HOME", home + QStringLiteral("/.cache")},
-        {"XDG_DATA_DIRS", root.path() + QStringLiteral("/system/share")},
-        {"XDG_CONFIG_DIRS", root.path() + QStringLiteral("/system/etc")},
+        {"XDG_CONFIG_HOME", home + "/.config"},
+        {"XDG_DATA_HOME", home + "/.local/share"},
+        {"XDG_CACHE_HOME", home + "/.cache"},
+        {"XDG_DATA_DIRS", root.path() + "/system/share"},
+        {"XDG_CONFIG_DIRS", root.path() + "/system/etc"},
     };
     for (const auto &[name, folder] : folders) {
         QDir().mkpath(folder);
         qputenv(name, QFile::encodeName(folder));
     }
     // The system's file types are wanted, its applications are not.
-    QFile::link(QStringLiteral("/usr/share/mime"), root.path() + QStringLiteral("/system/share/mime"));
+    QFile::link("/usr/share/mime", root.path() + "/system/share/mime");
     qputenv("XDG_CURRENT_DESKTOP", "Test");
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);

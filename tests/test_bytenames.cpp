@@ -66,17 +66,13 @@ QByteArray png(Qt::GlobalColor colour, int side)
     return bytes;
 }
 
-// The picture at `path` (read by its bytes) is mostly red or mostly blue.
-QString colourAt(const QByteArray &path)
+// Whether the picture is mostly red or mostly blue.
+QString colourOf(const std::optional<QImage> &image)
 {
-    const QImage image = QImage::fromData(readBytes(path));
-    if (image.isNull())
-        return QStringLiteral("none");
-    const QColor c = image.pixelColor(0, 0);
-    return c.red() > 200 && c.blue() < 60 ? QStringLiteral("red")
-           : c.blue() > 200 && c.red() < 60 ? QStringLiteral("blue")
-                                             : QStringLiteral("other");
+    const QColor c = image ? image->pixelColor(0, 0) : QColor();
+    return !image || image->isNull() ? "none" : c.red() > 200 && c.blue() < 60 ? "red" : c.blue() > 200 && c.red() < 60 ? "blue" : "other";
 }
+QString colourAt(const QByteArray &path) { return colourOf(QImage::fromData(readBytes(path))); }
 
 // QTemporaryDir cannot remove a name it cannot spell; this can.
 void removeTree(const QString &root)
@@ -128,29 +124,23 @@ private Q_SLOTS:
         QCOMPARE(bytesOf(twinUrl), twin);
         QCOMPARE(countImages(home, 100), qint64(2));
 
-        const auto colour = [](const std::optional<QImage> &image) {
-            return !image ? QStringLiteral("none")
-                          : image->pixelColor(0, 0) == QColor(Qt::red) ? QStringLiteral("red")
-                                                                        : QStringLiteral("blue");
-        };
-        QCOMPARE(colour(Thumbs::makeThumbnail(rawUrl, 4)), QStringLiteral("red"));
-        QCOMPARE(colour(Thumbs::makeThumbnail(twinUrl, 4)), QStringLiteral("blue"));
-        QCOMPARE(colour(FileActions::readImage(LocalPaths::localPath(rawUrl))), QStringLiteral("red"));
+        QCOMPARE(colourOf(Thumbs::makeThumbnail(rawUrl, 4)), "red");
+        QCOMPARE(colourOf(Thumbs::makeThumbnail(twinUrl, 4)), "blue");
+        QCOMPARE(colourOf(FileActions::readImage(LocalPaths::localPath(rawUrl))), "red");
 
         // Each keeps its own record, under a key that survives the file.
-        const QString metaFile = home + QStringLiteral("/meta.json");
+        const QString metaFile = home + "/meta.json";
         {
             MetaStore store(metaFile);
             QTRY_VERIFY(store.isLoaded());
-            store.update(rawUrl, [](FileMeta &m) { m.app = QStringLiteral("Raw"); });
-            store.update(twinUrl, [](FileMeta &m) { m.app = QStringLiteral("Twin"); });
+            store.update(rawUrl, [](FileMeta &m) { m.app = "Raw"; });
+            store.update(twinUrl, [](FileMeta &m) { m.app = "Twin"; });
             QVERIFY(store.flush());
         }
         MetaStore again(metaFile);
         QTRY_VERIFY(again.isLoaded());
-        QCOMPARE(MetaStore::recordName(rawUrl), QStringLiteral("/shot-%FF.png"));
-        QCOMPARE(again.meta(rawUrl)->app, std::optional<QString>(QStringLiteral("Raw")));
-        QCOMPARE(again.meta(twinUrl)->app, std::optional<QString>(QStringLiteral("Twin")));
+        QCOMPARE(MetaStore::recordName(rawUrl), "/shot-%FF.png");
+        QVERIFY(again.meta(rawUrl)->app == "Raw" && again.meta(twinUrl)->app == "Twin");
     }
 
     void everyActionReachesOnlyTheFileShown()
@@ -159,43 +149,39 @@ private Q_SLOTS:
         // Confirming the name as shown changes nothing (its text is the twin's).
         QVERIFY(!FileActions::renameTo(rawUrl, lossyName, nullptr));
 
-        const QList<QUrl> copies = FileActions::duplicate({rawUrl});
-        QCOMPARE(copies.size(), 1);
-        QCOMPARE(bytesOf(copies[0]), base + "/shot-\xFF copy.png");
-        QCOMPARE(colourAt(bytesOf(copies[0])), QStringLiteral("red"));
-        const QList<QUrl> halves = FileActions::resizeHalf({rawUrl});
-        QCOMPARE(halves.size(), 1);
-        QCOMPARE(bytesOf(halves[0]), base + "/shot-\xFF @50%.png");
-        QCOMPARE(QImage::fromData(readBytes(bytesOf(halves[0]))).size(), QSize(4, 4));
-        const QList<QUrl> jpgs = FileActions::convertToJPG({rawUrl});
-        QCOMPARE(jpgs.size(), 1);
-        QCOMPARE(bytesOf(jpgs[0]), base + "/shot-\xFF.jpg");
-        QCOMPARE(colourAt(bytesOf(jpgs[0])), QStringLiteral("red"));
+        const QList<QPair<QList<QUrl>, QByteArray>> made = {{FileActions::duplicate({rawUrl}), "/shot-\xFF copy.png"},
+                                                             {FileActions::resizeHalf({rawUrl}), "/shot-\xFF @50%.png"},
+                                                             {FileActions::convertToJPG({rawUrl}), "/shot-\xFF.jpg"}};
+        for (const auto &[copies, name] : made) {
+            QCOMPARE(copies.size(), 1);
+            QCOMPARE(bytesOf(copies[0]), base + name);
+            QCOMPARE(colourAt(base + name), "red");
+        }
+        QCOMPARE(QImage::fromData(readBytes(base + "/shot-\xFF @50%.png")).size(), QSize(4, 4));
 
-        const std::optional<QUrl> renamed = FileActions::renameTo(copies[0], QStringLiteral("renamed.png"), nullptr);
-        QVERIFY(renamed);
-        QCOMPARE(colourAt(base + "/renamed.png"), QStringLiteral("red"));
+        QVERIFY(FileActions::renameTo(made[0].first[0], "renamed.png", nullptr));
+        QCOMPARE(colourAt(base + "/renamed.png"), "red");
         QVERIFY(!exists(base + "/shot-\xFF copy.png"));
 
-        QVERIFY(QDir().mkpath(home + QStringLiteral("/Sub")));
-        const FileActions::Moves moves = FileActions::move({rawUrl}, QUrl::fromLocalFile(home + QStringLiteral("/Sub")));
+        QVERIFY(QDir().mkpath(home + "/Sub"));
+        const FileActions::Moves moves = FileActions::move({rawUrl}, QUrl::fromLocalFile(home + "/Sub"));
         QCOMPARE(moves.size(), 1);
         QCOMPARE(bytesOf(moves[0].second), base + "/Sub/shot-\xFF.png");
-        QCOMPARE(colourAt(base + "/Sub/shot-\xFF.png"), QStringLiteral("red"));
+        QCOMPARE(colourAt(base + "/Sub/shot-\xFF.png"), "red");
         QVERIFY(!exists(raw));
 
         // Into the Trash under its own bytes; the info file records them
         // percent-encoded, as file managers read them back.
-        const QString trashDir = qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Trash");
+        const QString trashDir = qEnvironmentVariable("XDG_DATA_HOME") + "/Trash";
         FreedesktopTrash trash(trashDir, [](const QString &) { return QStringLiteral("/"); });
         QCOMPARE(FileActions::trash({moves[0].second}, trash), qint64(1));
         const QByteArray trashBytes = QFile::encodeName(trashDir);
-        QCOMPARE(colourAt(trashBytes + "/files/shot-\xFF.png"), QStringLiteral("red"));
+        QCOMPARE(colourAt(trashBytes + "/files/shot-\xFF.png"), "red");
         const QByteArray info = readBytes(trashBytes + "/info/shot-\xFF.png.trashinfo");
         QVERIFY2(info.contains("\nPath=" + (base + "/Sub/").toPercentEncoding("/") + "shot-%FF.png\n"), info);
 
         // The twin was never touched, and nothing took its name.
-        QCOMPARE(colourAt(twin), QStringLiteral("blue"));
+        QCOMPARE(colourAt(twin), "blue");
         QCOMPARE(QDir(home).entryList({QStringLiteral("*\uFFFD*")}, QDir::Files), QStringList{lossyName});
     }
 
@@ -204,16 +190,14 @@ private Q_SLOTS:
     // (GIO reads the XDG folders once: the only test here that uses it.)
     void theDefaultApplicationOpensTheFileShown()
     {
-        const QString record = home + QStringLiteral("/opened");
-        const QString script = home + QStringLiteral("/viewer.sh");
+        const QString record = home + "/opened", script = home + "/viewer.sh";
         Sandbox::writeFile(script, "#!/bin/sh\nprintf '%s' \"$1\" > \"$0.part\" && mv \"$0.part\" " + QFile::encodeName(record) + "\n");
         QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         const QString data = qEnvironmentVariable("XDG_DATA_HOME");
-        Sandbox::writeFile(data + QStringLiteral("/applications/viewer.desktop"),
+        Sandbox::writeFile(data + "/applications/viewer.desktop",
                            "[Desktop Entry]\nType=Application\nName=Viewer\nMimeType=image/png;\nExec="
                                + QFile::encodeName(script) + " %f\n");
-        Sandbox::writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/mimeapps.list"),
-                           "[Default Applications]\nimage/png=viewer.desktop\n");
+        Sandbox::writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + "/mimeapps.list", "[Default Applications]\nimage/png=viewer.desktop\n");
         AppLauncher::shared().open(rawUrl);
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(record), 10000);
         QCOMPARE(readBytes(QFile::encodeName(record)), raw);
@@ -224,9 +208,8 @@ private Q_SLOTS:
     void searchPrintsTheNamesOwnBytes()
     {
         AppRun run{QString()};
-        const QString shots = run.path(QStringLiteral("shots"));
-        QSettings(run.configHome() + QStringLiteral("/Brindlewick/Brindlewick.conf"), QSettings::IniFormat)
-            .setValue(QStringLiteral("folder"), shots);
+        const QString shots = run.path("shots");
+        QSettings(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).setValue("folder", shots);
         QDir().mkpath(shots);
         const QByteArray base = QFile::encodeName(shots);
         writeBytes(base + "/shot-\xFF.png", png(Qt::red, 8));
@@ -237,16 +220,15 @@ private Q_SLOTS:
             once.start(AppRun::binary(), arguments);
             return once.waitForFinished(AppRun::defaultTimeoutMs) ? once.readAllStandardOutput() : QByteArray();
         };
-        QByteArrayList lines = search({QStringLiteral("--search"), QStringLiteral("shot")}).split('\n');
+        QByteArrayList lines = search({"--search", "shot"}).split('\n');
         std::sort(lines.begin(), lines.end());
         QCOMPARE(lines, (QByteArrayList{"", base + "/shot-\xEF\xBF\xBD.png", base + "/shot-\xFF.png"}));
 
-        const QJsonArray found = QJsonDocument::fromJson(
-            search({QStringLiteral("--search"), QStringLiteral("shot"), QStringLiteral("--json")})).array();
+        const QJsonArray found = QJsonDocument::fromJson(search({"--search", "shot", "--json"})).array();
         QCOMPARE(found.size(), 2);
         QStringList where;
         for (const QJsonValue &item : found)
-            where << item[QStringLiteral("path")].toString() + item[QStringLiteral("uri")].toString();
+            where << item["path"].toString() + item["uri"].toString();
         where.sort();
         QCOMPARE(where, (QStringList{QFile::decodeName(base + "/shot-\xEF\xBF\xBD.png"),
                                      QString::fromLatin1("file://" + base.toPercentEncoding("/") + "/shot-%FF.png")}));

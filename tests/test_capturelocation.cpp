@@ -41,7 +41,7 @@ private Q_SLOTS:
         QVERIFY(!prefs.contains(PrefKey::previousCaptureLocation));
         tool.writeText(CaptureSettings::location, "/users/choice");
         capture.restore();
-        QCOMPARE(tool.readText(CaptureSettings::location), QStringLiteral("/users/choice"));
+        QCOMPARE(tool.readText(CaptureSettings::location), "/users/choice");
     }
 
     // The user's own value comes back as they wrote it, even when they
@@ -55,13 +55,13 @@ private Q_SLOTS:
         QDir().mkpath(box.home() + "/Pictures/Shots");
         QCOMPARE(capture.systemFolder(), box.home() + "/Pictures/Shots");
         capture.apply(box.home() + "/Pictures/Shots/");
-        QCOMPARE(prefs.text(PrefKey::previousCaptureLocation), QStringLiteral("~/Pictures/Shots"));
+        QCOMPARE(prefs.text(PrefKey::previousCaptureLocation), "~/Pictures/Shots");
         QCOMPARE(tool.reloads, 0);
 
         capture.apply(box.path("Elsewhere"));
         tool.writeText(CaptureSettings::location, "/later/choice");
         capture.restore();
-        QCOMPARE(tool.readText(CaptureSettings::location), QStringLiteral("~/Pictures/Shots"));
+        QCOMPARE(tool.readText(CaptureSettings::location), "~/Pictures/Shots");
     }
 
     // A setting naming Home through a link is the same folder: nothing to
@@ -176,16 +176,16 @@ private Q_SLOTS:
     void spectacleUsesFileUrlsAndGetsItsExactFileBack()
     {
         HomeRig rig;
-        const QString rc = rig.box.path(QStringLiteral("spectaclerc"));
+        const QString rc = rig.box.path("spectaclerc");
         const QByteArray original = "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\n"
                                     "defaultSaveLocation[de]=file:///anderswo\n"
                                     "defaultSaveLocation=file:///home/me/Sch\xc3\xb6ne%20Shots\n";
         Sandbox::writeFile(rc, original);
         auto tool = makeSpectacleSettings(rc);
-        QCOMPARE(tool->readText(CaptureSettings::location), QStringLiteral("/home/me/Sch\u00f6ne Shots"));
+        QCOMPARE(tool->readText(CaptureSettings::location), "/home/me/Sch\u00f6ne Shots");
 
         CaptureLocation capture(rig.prefs, tool.get());
-        capture.apply(QStringLiteral("/home/me/My Shots"));
+        capture.apply("/home/me/My Shots");
         QVERIFY(readAll(rc).contains("[Save]\ndefaultSaveLocation[de]=file:///anderswo\ndefaultSaveLocation=file:///home/me/My%20Shots\n"));
         QVERIFY(readAll(rc).endsWith("\n\n[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
         capture.restore();
@@ -194,7 +194,7 @@ private Q_SLOTS:
         // Spectacle rewrites its whole file after each capture, sorted: our
         // group first, then its own. Both our keys and our group go again.
         Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\nlastSaveLocation=file:///a.png\n");
-        capture.apply(QStringLiteral("/home/me/My Shots"));
+        capture.apply("/home/me/My Shots");
         Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n\n"
                                "[Save]\ndefaultSaveLocation=file:///home/me/My%20Shots\nlastSaveLocation=file:///b.png\n");
         capture.restore();
@@ -220,12 +220,12 @@ private Q_SLOTS:
 
         const QString rc = box.path("spectaclerc");
         Sandbox::writeFile(rc, "[ImageSave]\nimageSaveLocation=file:///new\n\n[Save]\ndefaultSaveLocation=file:///old\n");
-        QCOMPARE(makeSpectacleSettings(rc, false)->readText(CaptureSettings::location), QStringLiteral("/old"));
-        QCOMPARE(makeSpectacleSettings(rc, true)->readText(CaptureSettings::location), QStringLiteral("/new"));
-        QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), QStringLiteral("/new"));
+        QCOMPARE(makeSpectacleSettings(rc, false)->readText(CaptureSettings::location), "/old");
+        QCOMPARE(makeSpectacleSettings(rc, true)->readText(CaptureSettings::location), "/new");
+        QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), "/new");
         Sandbox::writeFile(rc, "[Save]\ndefaultSaveLocation=file:///old\n");
         QCOMPARE(makeSpectacleSettings(rc, true)->readText(CaptureSettings::location), std::nullopt);
-        QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), QStringLiteral("/old"));
+        QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), "/old");
     }
 
     // gnome-screenshot's key: what the user had comes back exactly, and a key
@@ -245,8 +245,8 @@ private Q_SLOTS:
             g_variant_unref(value);
             return text;
         };
-        const std::optional<QString> users[] = {std::nullopt, QString(), QStringLiteral("file:///home/me/Bilder%20x/"),
-                                                QStringLiteral("/plain/path")};
+        const std::optional<QString> users[] = {std::nullopt, QString(), "file:///home/me/Bilder%20x/",
+                                                "/plain/path"};
         for (const std::optional<QString> &user : users) {
             HomeRig rig;
             if (user)
@@ -282,12 +282,12 @@ private Q_SLOTS:
         SystemThumbnail thumbnail(flameshot.get());
         QVERIFY(thumbnail.available() && thumbnail.shown());
         thumbnail.setShown(false);
-        QCOMPARE(QSettings(ini, QSettings::IniFormat).value("showDesktopNotification").toString(), QStringLiteral("false"));
+        QCOMPARE(QSettings(ini, QSettings::IniFormat).value("showDesktopNotification").toString(), "false");
         QVERIFY(!thumbnail.shown());
         thumbnail.setShown(true);
         QCOMPARE(readAll(ini), QByteArray("[General]\ncontrastOpacity=188\n"));
 
-        const QString rc = rig.box.path(QStringLiteral("spectaclerc"));
+        const QString rc = rig.box.path("spectaclerc");
         Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n");
         auto spectacle = makeSpectacleSettings(rc);
         SystemThumbnail none(spectacle.get());
@@ -300,8 +300,8 @@ private Q_SLOTS:
     void gnomeShellFolderIsTranslated()
     {
         Sandbox box;
-        const QString pictures = box.home() + QStringLiteral("/Pictures");
-        const QString locale = box.path(QStringLiteral("locale"));
+        const QString pictures = box.home() + "/Pictures";
+        const QString locale = box.path("locale");
         // A compiled catalogue with one translation: "Screenshots" at 44, its translation at 56.
         QByteArray mo;
         for (quint32 word : {0x950412deu, 0u, 1u, 28u, 36u, 0u, 0u, 11u, 44u, 15u, 56u})
@@ -310,12 +310,12 @@ private Q_SLOTS:
         for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"})
             qputenv(name, "");
         qputenv("LANG", "de_DE.UTF-8");
-        QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + QStringLiteral("/Bildschirmfotos"));
+        QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + "/Bildschirmfotos");
         // No catalogue for the language: the folder already there, else the English name.
         qputenv("LANG", "fr_FR.UTF-8");
-        QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + QStringLiteral("/Screenshots"));
-        QDir().mkpath(pictures + QStringLiteral("/Captures d\u2019\u00e9cran"));
-        QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + QStringLiteral("/Captures d\u2019\u00e9cran"));
+        QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + "/Screenshots");
+        QDir().mkpath(pictures + "/Captures d\u2019\u00e9cran");
+        QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + "/Captures d\u2019\u00e9cran");
         for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"})
             qunsetenv(name);
     }

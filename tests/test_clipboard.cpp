@@ -25,8 +25,7 @@ class TestClipboard : public QObject
     static QByteArray paste(const char *target)
     {
         QProcess xclip;
-        xclip.start(QStringLiteral("xclip"), {QStringLiteral("-selection"), QStringLiteral("clipboard"),
-                                              QStringLiteral("-o"), QStringLiteral("-t"), QString::fromLatin1(target)});
+        xclip.start("xclip", {"-selection", "clipboard", "-o", "-t", QString::fromLatin1(target)});
         if (!QTest::qWaitFor([&] { return xclip.state() == QProcess::NotRunning; }, 10000))
             return "(xclip did not finish)";
         return xclip.readAllStandardOutput();
@@ -37,15 +36,15 @@ private Q_SLOTS:
     {
         if (!haveDisplay)
             QSKIP("Xvfb is not installed (setup.sh test)");
-        if (QStandardPaths::findExecutable(QStringLiteral("xclip")).isEmpty())
+        if (QStandardPaths::findExecutable("xclip").isEmpty())
             QSKIP("xclip is not installed (setup.sh test)");
     }
 
     void pastedTextIsPlainPathsAndLinks()
     {
         const QString folder = dir.path();
-        const QList<QUrl> files = {QUrl::fromLocalFile(folder + QStringLiteral("/50% (1) é.png")),
-                                   QUrl::fromLocalFile(folder + QStringLiteral("/a\nb.png"))};
+        const QList<QUrl> files = {QUrl::fromLocalFile(folder + "/50% (1) é.png"),
+                                   QUrl::fromLocalFile(folder + "/a\nb.png")};
         FileActions::copyFiles(files);
         const QByteArrayList targets = paste("TARGETS").split('\n');
         for (const char *wanted : {"text/uri-list", "x-special/gnome-copied-files", "UTF8_STRING", "text/plain"})
@@ -55,7 +54,7 @@ private Q_SLOTS:
                                           "file://" + encodedFolder + "/a%0Ab.png\r\n");
         QCOMPARE(paste("x-special/gnome-copied-files"), "copy\nfile://" + encodedFolder + "/50%25%20(1)%20%C3%A9.png\n"
                                                         "file://" + encodedFolder + "/a%0Ab.png");
-        const QByteArray paths = (folder + QStringLiteral("/50% (1) é.png\n$'") + folder + QStringLiteral("/a\\nb.png'")).toUtf8();
+        const QByteArray paths = (folder + "/50% (1) é.png\n$'" + folder + "/a\\nb.png'").toUtf8();
         QCOMPARE(paste("UTF8_STRING"), paths);
 
         FileActions::copyPaths(files);

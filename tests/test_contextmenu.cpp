@@ -2,14 +2,10 @@
 // selection offers, where "Move to" can send the files, and that the slow
 // file work reaches the disk through the runner.
 
-#include "actions/actionrunner.h"
 #include "actions/views/contextmenu.h"
-#include "actions/views/pins.h"
-#include "actions/views/quicklook.h"
 #include "platform/applauncher.h"
+#include "support/actionrig.h"
 #include "support/apprun.h"
-#include "support/scriptedprompts.h"
-#include "support/shelfrig.h"
 
 #include <QAction>
 #include <QMenu>
@@ -47,19 +43,14 @@ QAction *entry(const QMenu *menu, const QString &title)
 }
 
 // Home holds a.png, b.png, c.png and the empty folders A and B.
-struct MenuRig : ShelfRig
+struct MenuRig : ActionRig
 {
     FakeLauncher launcher;
-    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
-    ActionRunner runner{trash, &meta};
-    QuickLook quickLook;
-    Pins pins;
-    ScriptedPrompt prompt;
 
     bool build()
     {
-        QDir().mkpath(folder() + QStringLiteral("/A"));
-        QDir().mkpath(folder() + QStringLiteral("/B"));
+        QDir().mkpath(folder() + "/A");
+        QDir().mkpath(folder() + "/B");
         for (const char *name : {"a.png", "b.png", "c.png"})
             writeTestPng(file(QString::fromLatin1(name)));
         return start(false);
@@ -78,8 +69,6 @@ struct MenuRig : ShelfRig
             files.append(url(name));
         return std::unique_ptr<QMenu>(ContextMenu::build(files, parts()));
     }
-
-    bool settle() { return QTest::qWaitFor([this] { return runner.pending() == 0; }, 10000); }
 };
 
 } // namespace
@@ -98,22 +87,22 @@ private Q_SLOTS:
         // of the entries that only make sense for one file.
         const auto one = rig.menu({QStringLiteral("a.png")});
         const QStringList single = titles(one.get());
-        QCOMPARE(single.first(), QStringLiteral("Open"));
-        QCOMPARE(single.last(), QStringLiteral("Move to Trash"));
-        QVERIFY(single.contains(QStringLiteral("Properties")) && single.contains(QStringLiteral("Rename…")));
+        QCOMPARE(single.first(), "Open");
+        QCOMPARE(single.last(), "Move to Trash");
+        QVERIFY(single.contains("Properties") && single.contains("Rename…"));
         // Nothing in the menu takes a key away from the shelf.
         for (const QAction *action : one->actions())
             QVERIFY2(action->shortcut().isEmpty(), qPrintable(action->text()));
 
         const auto three = rig.menu({QStringLiteral("c.png"), QStringLiteral("a.png"), QStringLiteral("b.png")});
         const QStringList many = titles(three.get());
-        QCOMPARE(many.first(), QStringLiteral("Open 3 Items"));
-        QCOMPARE(many.last(), QStringLiteral("Move 3 Items to Trash"));
-        QVERIFY(!many.contains(QStringLiteral("Properties")) && !many.contains(QStringLiteral("Rename…")));
+        QCOMPARE(many.first(), "Open 3 Items");
+        QCOMPARE(many.last(), "Move 3 Items to Trash");
+        QVERIFY(!many.contains("Properties") && !many.contains("Rename…"));
 
         // Preview opens on the first of the files, paging through all in sight.
-        entry(three.get(), QStringLiteral("Preview"))->trigger();
-        QCOMPARE(rig.quickLook.currentURL(), rig.url(QStringLiteral("c.png")));
+        entry(three.get(), "Preview")->trigger();
+        QCOMPARE(rig.quickLook.currentURL(), rig.url("c.png"));
         QCOMPARE(rig.quickLook.urls(), rig.shelf->visible());
         rig.quickLook.close();
 
@@ -121,7 +110,7 @@ private Q_SLOTS:
         QVERIFY(none->actions().isEmpty());
 
         // A popped-up menu is gone once closed.
-        QPointer<QMenu> popup = ContextMenu::popup({rig.url(QStringLiteral("a.png"))}, rig.parts(), QPoint(20, 20));
+        QPointer<QMenu> popup = ContextMenu::popup({rig.url("a.png")}, rig.parts(), QPoint(20, 20));
         QVERIFY(QTest::qWaitForWindowExposed(popup.data()));
         popup->hide();
         QTRY_VERIFY(popup.isNull());
@@ -132,19 +121,19 @@ private Q_SLOTS:
         MenuRig rig;
         QVERIFY(rig.build());
         // None registered (a bare X server): the entry is there, empty.
-        QVERIFY(entry(rig.menu({QStringLiteral("a.png")}).get(), QStringLiteral("Open With"))->menu()->isEmpty());
+        QVERIFY(entry(rig.menu({"a.png"}).get(), "Open With")->menu()->isEmpty());
 
-        const QUrl viewer = QUrl::fromLocalFile(QStringLiteral("/usr/share/applications/viewer.desktop"));
-        const QUrl editor = QUrl::fromLocalFile(QStringLiteral("/usr/share/applications/editor.desktop"));
-        rig.launcher.apps = {{QStringLiteral("viewer"), QIcon(), viewer, true}, {QStringLiteral("Editor"), QIcon(), editor}};
+        const QUrl viewer = QUrl::fromLocalFile("/usr/share/applications/viewer.desktop");
+        const QUrl editor = QUrl::fromLocalFile("/usr/share/applications/editor.desktop");
+        rig.launcher.apps = {{"viewer", QIcon(), viewer, true}, {"Editor", QIcon(), editor}};
         const auto menu = rig.menu({QStringLiteral("a.png"), QStringLiteral("b.png")});
-        QMenu *openWith = entry(menu.get(), QStringLiteral("Open With"))->menu();
+        QMenu *openWith = entry(menu.get(), "Open With")->menu();
         // The default stands apart from the alternatives.
         QCOMPARE(titles(openWith), (QStringList{"viewer", "-", "Editor"}));
-        entry(openWith, QStringLiteral("viewer"))->trigger();
+        entry(openWith, "viewer")->trigger();
         QCOMPARE(rig.launcher.openedWith,
                  (QList<QPair<QList<QUrl>, QUrl>>{
-                     {{rig.url(QStringLiteral("a.png")), rig.url(QStringLiteral("b.png"))}, viewer}}));
+                     {{rig.url("a.png"), rig.url("b.png")}, viewer}}));
     }
 
     void moveToOffersEveryOtherFolder()
@@ -154,27 +143,27 @@ private Q_SLOTS:
         const QString homeEntry = QStringLiteral("Home (shots)");
 
         // Home shown: no Home entry, every subfolder.
-        QCOMPARE(titles(entry(rig.menu({QStringLiteral("a.png")}).get(), QStringLiteral("Move to"))->menu()),
+        QCOMPARE(titles(entry(rig.menu({"a.png"}).get(), "Move to")->menu()),
                  (QStringList{"A", "B", "-", "New Folder…"}));
 
         // A shown: Home and every subfolder but A. Choosing Home moves the
         // files there, through the runner.
-        QVERIFY(QFile::rename(rig.file(QStringLiteral("a.png")), rig.file(QStringLiteral("A/a.png"))));
-        rig.shelf->openFolder(QUrl::fromLocalFile(rig.file(QStringLiteral("A"))));
-        QTRY_COMPARE(rig.itemNames(), QStringList{QStringLiteral("a.png")});
+        QVERIFY(QFile::rename(rig.file("a.png"), rig.file("A/a.png")));
+        rig.shelf->openFolder(QUrl::fromLocalFile(rig.file("A")));
+        QTRY_COMPARE(rig.itemNames(), QStringList{"a.png"});
         const auto inA = rig.menu({QStringLiteral("A/a.png")});
-        QMenu *moveTo = entry(inA.get(), QStringLiteral("Move to"))->menu();
+        QMenu *moveTo = entry(inA.get(), "Move to")->menu();
         QCOMPARE(titles(moveTo), (QStringList{homeEntry, "B", "-", "New Folder…"}));
         entry(moveTo, homeEntry)->trigger();
         QVERIFY(rig.settle());
-        QVERIFY(QFile::exists(rig.file(QStringLiteral("a.png"))));
-        QVERIFY(!QFile::exists(rig.file(QStringLiteral("A/a.png"))));
+        QVERIFY(QFile::exists(rig.file("a.png")));
+        QVERIFY(!QFile::exists(rig.file("A/a.png")));
 
         // "New Folder…" only makes the folder; the files stay.
-        rig.prompt.answer = QStringLiteral("C");
-        entry(moveTo, QStringLiteral("New Folder…"))->trigger();
-        QVERIFY(QFileInfo(rig.file(QStringLiteral("C"))).isDir());
-        QVERIFY(QFile::exists(rig.file(QStringLiteral("a.png"))));
+        rig.prompt.answer = "C";
+        entry(moveTo, "New Folder…")->trigger();
+        QVERIFY(QFileInfo(rig.file("C")).isDir());
+        QVERIFY(QFile::exists(rig.file("a.png")));
     }
 
     void trashGoesThroughTheRunner()
@@ -182,13 +171,12 @@ private Q_SLOTS:
         MenuRig rig;
         QVERIFY(rig.build());
         const auto menu = rig.menu({QStringLiteral("a.png"), QStringLiteral("b.png")});
-        entry(menu.get(), QStringLiteral("Move 2 Items to Trash"))->trigger();
+        entry(menu.get(), "Move 2 Items to Trash")->trigger();
         // Handed to the worker, not done on the spot.
         QCOMPARE(rig.runner.pending(), 1);
         QVERIFY(rig.settle());
-        QVERIFY(QFile::exists(rig.box.path(QStringLiteral("Trash/files/a.png"))));
-        QVERIFY(QFile::exists(rig.box.path(QStringLiteral("Trash/files/b.png"))));
-        QTRY_COMPARE(rig.itemNames(), QStringList{QStringLiteral("c.png")});
+        QVERIFY(QFile::exists(rig.trashed("a.png")) && QFile::exists(rig.trashed("b.png")));
+        QTRY_COMPARE(rig.itemNames(), QStringList{"c.png"});
     }
 };
 

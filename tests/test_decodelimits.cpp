@@ -3,7 +3,8 @@
 #include "files/decodelimits.h"
 #include "meta/thumbs.h"
 #include "platform/tesseractrecognizer.h"
-#include "support/badimages.h"
+#include "support/colourimages.h"
+#include "support/pngbytes.h"
 #include "support/sandbox.h"
 
 #include <QElapsedTimer>
@@ -27,16 +28,6 @@
 // ends in moments, with a picture where one fits the bound and a clean
 // failure where none does.
 namespace {
-
-QByteArray ihdr(quint32 width, quint32 height, int depth, int colourType)
-{
-    QByteArray header(13, '\0');
-    qToBigEndian(width, header.data());
-    qToBigEndian(height, header.data() + 4);
-    header[8] = char(depth);
-    header[9] = char(colourType);
-    return QByteArray("\x89PNG\r\n\x1a\n", 8) + BadImages::pngChunk("IHDR", header);
-}
 
 // A PNG of one colour (RGBA with `alpha`, else RGB), its rows deflated a
 // piece at a time, so a file of a few hundred kilobytes that inflates to
@@ -75,10 +66,7 @@ QByteArray flatPng(quint32 width, quint32 height, QRgb colour, bool alpha = fals
             stream.append(reinterpret_cast<const char *>(out.data()), qsizetype(out.size() - z.avail_out));
         } while (z.avail_out == 0);
     }
-    QByteArray png = ihdr(width, height, 8, alpha ? 6 : 2);
-    for (qsizetype at = 0; at < stream.size(); at += 1 << 16)
-        png += BadImages::pngChunk("IDAT", stream.mid(at, 1 << 16));
-    return png + BadImages::pngChunk("IEND", {});
+    return PngBytes::file(PngBytes::head(width, height, 8, alpha ? 6 : 2), stream);
 }
 
 // A text chunk that declares 1.9 GB, in a file that ends a hundred bytes in.
@@ -86,7 +74,7 @@ QByteArray hugeTextPng(int depth, int colourType)
 {
     QByteArray length(4, '\0');
     qToBigEndian<quint32>(0x71000000, length.data());
-    return ihdr(1, 1, depth, colourType) + length + "tEXt" + "Comment" + QByteArray(1, '\0') + QByteArray(100, 'a');
+    return PngBytes::head(1, 1, depth, colourType) + length + "tEXt" + "Comment" + QByteArray(1, '\0') + QByteArray(100, 'a');
 }
 
 qint64 statusKb(const char *field)
@@ -186,10 +174,8 @@ QByteArray interlacedPng(const QImage &image)
             }
         }
     }
-    QByteArray png = ihdr(quint32(image.width()), quint32(image.height()), 8, 2);
-    png[8 + 8 + 12] = 1; // the interlace method
-    qToBigEndian(BadImages::crc32(png.mid(12, 17)), png.data() + 29);
-    return png + BadImages::pngChunk("IDAT", qCompress(rows).mid(4)) + BadImages::pngChunk("IEND", {});
+    return PngBytes::file(PngBytes::head(quint32(image.width()), quint32(image.height()), 8, 2, true),
+                          PngBytes::deflated(rows));
 }
 
 } // namespace
@@ -210,15 +196,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("file");
         QTest::addColumn<QString>("path");
         QTest::addColumn<int>("expected");
-        const int failed = -1;
         // 1 x 99 million pixels in 400 KB: a column of one colour.
-        const int column = 1 << 30 | 1 << 29 | 0x804020;
-        QTest::newRow("thumbnail, tall and thin") << "tall.png" << "thumbnail" << column;
+        QTest::newRow("thumbnail, tall and thin") << "tall.png" << "thumbnail" << (1 << 30 | 1 << 29 | 0x804020);
         // Too wide to hold one row of within the bound.
-        QTest::newRow("thumbnail, too wide") << "wide.png" << "thumbnail" << failed;
+        QTest::newRow("thumbnail, too wide") << "wide.png" << "thumbnail" << -1;
         for (const char *file : {"text.png", "text16.png"}) {
             for (const char *path : {"thumbnail", "recognition", "preview", "half size"})
-                QTest::addRow("%s, %s", path, file) << file << path << failed;
+                QTest::addRow("%s, %s", path, file) << file << path << -1;
             // A PNG is copied as it is, undecoded.
             QTest::addRow("clipboard, %s", file) << file << "clipboard" << 0;
         }
@@ -233,54 +217,45 @@ private Q_SLOTS:
         QFETCH(QString, file);
         QFETCH(QString, path);
         QFETCH(int, expected);
+        const QRgb brown = qRgb(0x80, 0x40, 0x20);
+        const QHash<QString, std::function<QByteArray()>> files{
+            {"tall.png", [&] { return flatPng(1, 99000000, brown); }},
+            {"wide.png", [&] { return flatPng(16000000, 1, brown); }},
+            {"large.png", [] { return flatPng(3500, 3000, qRgba(0x80, 0x40, 0x20, 0x80), true); }},
+            {"text.png", [] { return hugeTextPng(8, 2); }},
+            {"text16.png", [] { return hugeTextPng(16, 2); }}};
+        const auto ok = [](bool done) { return done ? 0 : -1; };
+        const QHash<QString, std::function<int(const QString &)>> decoders{
+            {"thumbnail", [](const QString &f) { return thumbnailAnswer(f, 256); }},
+            {"recognition", [&](const QString &f) { return ok(bool(readGrayForRecognition(f, {}))); }},
+            {"preview", [&](const QString &f) { return ok(bool(FittedImage::decode(f, {1200, 800}))); }},
+            {"half size", [&](const QString &f) { return ok(!FileActions::resizeHalf({QUrl::fromLocalFile(f)}).isEmpty()); }},
+            {"jpeg copy", [&](const QString &f) { return ok(!FileActions::convertToJPG({QUrl::fromLocalFile(f)}).isEmpty()); }},
+            {"clipboard", [&](const QString &f) {
+                 std::unique_ptr<QMimeData> data(FileActions::filesMimeData({QUrl::fromLocalFile(f)}));
+                 return ok(data->hasFormat("image/png"));
+             }}};
         Sandbox box;
         const QString name = box.path(file);
-        if (file == QLatin1String("tall.png"))
-            Sandbox::writeFile(name, flatPng(1, 99000000, qRgb(0x80, 0x40, 0x20)));
-        else if (file == QLatin1String("wide.png"))
-            Sandbox::writeFile(name, flatPng(16000000, 1, qRgb(0x80, 0x40, 0x20)));
-        else if (file == QLatin1String("large.png"))
-            Sandbox::writeFile(name, flatPng(3500, 3000, qRgba(0x80, 0x40, 0x20, 0x80), true));
-        else if (file == QLatin1String("text.png"))
-            Sandbox::writeFile(name, hugeTextPng(8, 2));
-        else
-            Sandbox::writeFile(name, hugeTextPng(16, 2));
+        Sandbox::writeFile(name, files[file]());
         QVERIFY(QFileInfo(name).size() < 1000 * 1000);
 
-        std::function<int()> decode;
-        if (path == QLatin1String("thumbnail"))
-            decode = [&] { return thumbnailAnswer(name, 256); };
-        else if (path == QLatin1String("recognition"))
-            decode = [&] { return readGrayForRecognition(name, {}) ? 0 : -1; };
-        else if (path == QLatin1String("preview"))
-            decode = [&] { return FittedImage::decode(name, {1200, 800}) ? 0 : -1; };
-        else if (path == QLatin1String("half size"))
-            decode = [&] { return FileActions::resizeHalf({QUrl::fromLocalFile(name)}).isEmpty() ? -1 : 0; };
-        else if (path == QLatin1String("jpeg copy"))
-            decode = [&] { return FileActions::convertToJPG({QUrl::fromLocalFile(name)}).isEmpty() ? -1 : 0; };
-        else
-            decode = [&] {
-                std::unique_ptr<QMimeData> data(FileActions::filesMimeData({QUrl::fromLocalFile(name)}));
-                return data->hasFormat(QStringLiteral("image/png")) ? 0 : -1;
-            };
-        const Measured m = measure(decode);
+        const Measured m = measure([&] { return decoders[path](name); });
         qInfo("%s, %s: %lld KB at the peak, %lld ms", qPrintable(path), qPrintable(file), m.peakKb, m.ms);
         QVERIFY2(m.failure.isEmpty(), qPrintable(m.failure));
         QCOMPARE(m.answer, expected);
         QVERIFY2(m.peakKb * 1024 < DecodeLimits::maxBytes, qPrintable(QString::number(m.peakKb)));
         // The tall one inflates 400 MB of rows, the large one 42 MB; the
         // others end at their header.
-        QVERIFY2(m.ms < (file == QLatin1String("tall.png") || file == QLatin1String("large.png") ? 8000 : 500),
-                 qPrintable(QString::number(m.ms)));
-        if (file == QLatin1String("large.png")) {
+        QVERIFY2(m.ms < (file == "tall.png" || file == "large.png" ? 8000 : 500), qPrintable(QString::number(m.ms)));
+        if (file == "large.png") {
             // Half size keeps the colour and its transparency; the JPEG has
             // it laid over white.
-            const bool half = path == QLatin1String("half size");
-            const QImage made(box.path(half ? QStringLiteral("large @50%.png") : QStringLiteral("large.jpg")));
+            const bool half = path == "half size";
+            const QImage made(box.path(half ? "large @50%.png" : "large.jpg"));
             QCOMPARE(made.size(), half ? QSize(1750, 1500) : QSize(3500, 3000));
-            const QRgb pixel = made.pixel(10, 10), expected = half ? qRgba(0x80, 0x40, 0x20, 0x80) : qRgb(191, 159, 143);
-            QVERIFY2(qAbs(qRed(pixel) - qRed(expected)) <= 3 && qAbs(qGreen(pixel) - qGreen(expected)) <= 3
-                         && qAbs(qBlue(pixel) - qBlue(expected)) <= 3 && qAlpha(pixel) == qAlpha(expected),
+            const QRgb pixel = made.pixel(10, 10);
+            QVERIFY2(ColourImages::near(pixel, half ? qRgba(0x80, 0x40, 0x20, 0x80) : qRgb(191, 159, 143), 3),
                      qPrintable(QString::number(pixel, 16)));
         }
     }
@@ -296,34 +271,30 @@ private Q_SLOTS:
                 colours.setPixel(x, y, qRgba(x * 7, y * 9, (x * y) % 256, 255 - x * 3));
         const QImage opaque = colours.convertToFormat(QImage::Format_RGB32);
         const QList<QPair<QString, QImage>> kinds = {
-            {QStringLiteral("palette.png"), opaque.convertToFormat(QImage::Format_Indexed8)},
-            {QStringLiteral("grey.png"), opaque.convertToFormat(QImage::Format_Grayscale8)},
-            {QStringLiteral("grey16.png"), opaque.convertToFormat(QImage::Format_Grayscale16)},
-            {QStringLiteral("rgba16.png"), colours.convertToFormat(QImage::Format_RGBA64)},
-        };
+            {"palette.png", opaque.convertToFormat(QImage::Format_Indexed8)},
+            {"grey.png", opaque.convertToFormat(QImage::Format_Grayscale8)},
+            {"grey16.png", opaque.convertToFormat(QImage::Format_Grayscale16)},
+            {"rgba16.png", colours.convertToFormat(QImage::Format_RGBA64)}};
         for (const auto &[name, image] : kinds)
             QVERIFY(image.save(box.path(name)));
-        Sandbox::writeFile(box.path(QStringLiteral("interlaced.png")), interlacedPng(opaque));
+        Sandbox::writeFile(box.path("interlaced.png"), interlacedPng(opaque));
 
         TesseractOptions viaQt;
         viaQt.readPngRows = false;
-        for (const QString &name : {QStringLiteral("palette.png"), QStringLiteral("grey.png"), QStringLiteral("grey16.png"),
-                                    QStringLiteral("rgba16.png"), QStringLiteral("interlaced.png")}) {
+        for (const char *name : {"palette.png", "grey.png", "grey16.png", "rgba16.png", "interlaced.png"}) {
             const QString path = box.path(name);
             const QImage reference = QImage(path).convertToFormat(QImage::Format_ARGB32);
-            QVERIFY2(!reference.isNull(), qPrintable(name));
+            QVERIFY2(!reference.isNull(), name);
             const std::optional<QImage> thumbnail = Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 256);
             const std::optional<QImage> gray = readGrayForRecognition(path, {});
             const std::optional<QImage> grayViaQt = readGrayForRecognition(path, viaQt);
-            QVERIFY2(thumbnail && gray && grayViaQt, qPrintable(name));
+            QVERIFY2(thumbnail && gray && grayViaQt, name);
             QCOMPARE(thumbnail->size(), reference.size());
             // 16 bits come down to 8 rounded by one, truncated by the other.
             for (int y = 0; y < reference.height(); ++y)
                 for (int x = 0; x < reference.width(); ++x) {
                     const QRgb a = thumbnail->convertToFormat(QImage::Format_ARGB32).pixel(x, y), b = reference.pixel(x, y);
-                    const int slack = qAlpha(b) < 255 ? 2 : 1;
-                    QVERIFY2(qAbs(qRed(a) - qRed(b)) <= slack && qAbs(qGreen(a) - qGreen(b)) <= slack
-                                 && qAbs(qBlue(a) - qBlue(b)) <= slack && qAbs(qAlpha(a) - qAlpha(b)) <= 1
+                    QVERIFY2(ColourImages::near(a, b, qAlpha(b) < 255 ? 2 : 1, 1)
                                  && qAbs(qGray(gray->pixel(x, y)) - qGray(grayViaQt->pixel(x, y))) <= 1,
                              qPrintable(QStringLiteral("%1 at %2,%3").arg(name).arg(x).arg(y)));
                 }
@@ -338,7 +309,7 @@ private Q_SLOTS:
         const struct { quint32 width, height; bool alpha; QSize thumbnail; } shapes[] = {
             {1000000, 2, true, {256, 1}}, {3, 2000000, false, {1, 256}}, {70000, 300, true, {256, 1}}};
         for (const auto &shape : shapes) {
-            const QString name = box.path(QStringLiteral("%1x%2.png").arg(shape.width).arg(shape.height));
+            const QString name = box.path(QString("%1x%2.png").arg(shape.width).arg(shape.height));
             Sandbox::writeFile(name, flatPng(shape.width, shape.height, qRgb(250, 251, 3), shape.alpha));
             const std::optional<QImage> image = Thumbs::makeThumbnail(QUrl::fromLocalFile(name), 256);
             QVERIFY2(image, qPrintable(name));

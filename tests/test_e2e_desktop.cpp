@@ -16,6 +16,7 @@
 #include <QTest>
 
 #include <memory>
+#include <numeric>
 
 namespace {
 
@@ -35,8 +36,7 @@ class TestE2eDesktop : public QObject
 
 private:
     std::unique_ptr<DesktopSession> m_desktop;
-    // Where captures are kept for a person to look at.
-    QString m_captures;
+    QString m_captures; // where captures are kept for a person to look at
 
     void needDesktop()
     {
@@ -45,63 +45,68 @@ private:
                                  .arg(m_desktop ? m_desktop->problem() : QStringLiteral("not started"))));
     }
 
-    // The screenshots, newest first in the order of their numbers, in a
-    // Home chosen by the preferences, with narrow cells so that all fit.
-    static void prepareShelf(AppRun &run)
+    // Starts the program on the desktop, its Home (chosen by the preferences,
+    // with narrow cells so that all fit) holding the screenshots newest first
+    // in the order of their numbers, and waits until it is ready.
+    void startApp(AppRun &run)
     {
-        const QString shots = run.path(QStringLiteral("shots"));
-        QDir().mkpath(shots + QStringLiteral("/sub"));
+        const QString shots = run.path("shots");
+        QDir().mkpath(shots + "/sub");
         const qint64 now = QDateTime::currentSecsSinceEpoch();
         for (int i = 0; i < shotCount; ++i) {
             QImage image(320, 200, QImage::Format_RGB32);
             image.fill(shotColour(i));
-            const QString path = shots + QLatin1Char('/') + shotName(i);
-            QVERIFY(image.save(path));
-            TestFiles::setMtime(path, now - 60 * (i + 1));
+            QVERIFY(image.save(shots + '/' + shotName(i)));
+            TestFiles::setMtime(shots + '/' + shotName(i), now - 60 * (i + 1));
         }
-        QSettings prefs(run.configHome() + QStringLiteral("/Brindlewick/Brindlewick.conf"), QSettings::IniFormat);
-        prefs.setValue(QStringLiteral("folder"), shots);
-        prefs.setValue(QStringLiteral("cellWidth"), 160);
-    }
-
-    // Starts the program on the desktop and waits until it is ready.
-    void startApp(AppRun &run)
-    {
+        QSettings prefs(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat);
+        prefs.setValue("folder", shots);
+        prefs.setValue("cellWidth", 160);
+        prefs.sync();
         m_desktop->enter(run);
-        run.setVar(QStringLiteral("BRINDLEWICK_DEBUG"));
+        run.setVar("BRINDLEWICK_DEBUG");
         run.start();
-        QVERIFY2(!run.waitForLine(QStringLiteral("] ready")).isNull(), qPrintable(run.lines().join('\n')));
+        QVERIFY2(!run.waitForLine("] ready").isNull(), qPrintable(run.lines().join('\n')));
     }
 
-    QString capturePath(const QString &name) const { return m_captures + QLatin1Char('/') + name; }
+    void capture(const QString &name) const { m_desktop->capture(m_captures + '/' + name); }
 
     // Where the program says a part of it is ("place <what> x,y wxh" and
     // "menu item <what> x,y wxh"), the latest report from line `from` on.
     static QRect placeOf(const AppRun &run, const QString &kind, const QString &what, qsizetype from = 0)
     {
         static const QRegularExpression geometry(QStringLiteral(" (-?\\d+),(-?\\d+) (\\d+)x(\\d+)$"));
-        const QString prefix = QStringLiteral("[Brindlewick] ") + kind + QLatin1Char(' ') + what + QLatin1Char(' ');
+        const QString prefix = "[Brindlewick] " + kind + ' ' + what + ' ';
         const QStringList lines = run.lines();
         for (qsizetype i = lines.size() - 1; i >= from; --i) {
-            if (!lines.at(i).startsWith(prefix))
-                continue;
             const QRegularExpressionMatch m = geometry.match(lines.at(i));
-            if (m.hasMatch() && m.capturedStart() == prefix.size() - 1)
+            if (lines.at(i).startsWith(prefix) && m.hasMatch() && m.capturedStart() == prefix.size() - 1)
                 return QRect(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt(), m.captured(4).toInt());
         }
         return {};
     }
+    static QRect place(const AppRun &run, const QString &what) { return placeOf(run, "place", what); }
 
-    // Waits for a menu entry to be reported after line `from`.
+    // Waits for a menu entry to be reported after line `from` (by default,
+    // after what has come so far); logs what came instead when none does.
     static QRect waitForMenuItem(AppRun &run, const QString &title, qsizetype from)
     {
         QRect r;
         const bool found = QTest::qWaitFor([&] {
-            run.waitForLine(QStringLiteral("] menu item ") + title + QLatin1Char(' '), 1, 200);
-            r = placeOf(run, QStringLiteral("menu item"), title, from);
+            run.waitForLine("] menu item " + title + ' ', 1, 200);
+            r = placeOf(run, "menu item", title, from);
             return !r.isEmpty();
         }, AppRun::defaultTimeoutMs);
-        return found ? r : QRect();
+        if (!found)
+            qWarning("no menu item %s in:\n%s", qPrintable(title), qPrintable(run.lines().mid(from).join('\n')));
+        return r;
+    }
+    // Clicks at `at` and waits for the menu entry that opens.
+    QRect openMenu(AppRun &run, QPoint at, const QString &title, int button = 1)
+    {
+        const qsizetype from = run.lines().size();
+        m_desktop->click(at, button);
+        return waitForMenuItem(run, title, from);
     }
 
     // Shows the shelf with a click on the tray icon; its window, once it is
@@ -111,12 +116,11 @@ private:
         const std::optional<QRect> tray = m_desktop->trayIcon(run.processId());
         if (!tray)
             return 0;
-        const int places = int(run.lines().filter(QStringLiteral("] place cell ")).size());
+        const int places = int(run.lines().filter("] place cell ").size());
         m_desktop->click(tray->center());
-        const quint32 shelf = m_desktop->waitForWindow(run.processId(), QStringLiteral("^shots$"));
-        if (!shelf || run.waitForLine(QStringLiteral("] place cell "), places + 1).isNull())
-            return 0;
-        if (!QTest::qWaitFor([&] { return m_desktop->activeWindow() == shelf; }, AppRun::defaultTimeoutMs))
+        const quint32 shelf = m_desktop->waitForWindow(run.processId(), "^shots$");
+        if (!shelf || run.waitForLine("] place cell ", places + 1).isNull()
+            || !QTest::qWaitFor([&] { return m_desktop->activeWindow() == shelf; }, AppRun::defaultTimeoutMs))
             return 0;
         return shelf;
     }
@@ -125,10 +129,9 @@ private:
     static QList<int> shotsOnScreen(const QImage &screen, const QRect &area)
     {
         QList<int> shown;
-        for (int i = 0; i < shotCount; ++i) {
+        for (int i = 0; i < shotCount; ++i)
             if (countPixels(screen, area, shotColour(i), 6) > 2000)
                 shown << i;
-        }
         return shown;
     }
 
@@ -137,7 +140,7 @@ private Q_SLOTS:
     {
         QVERIFY2(QFileInfo(AppRun::binary()).isExecutable(), "BRINDLEWICK_BIN must name the binary");
         m_desktop = std::make_unique<DesktopSession>();
-        m_captures = qEnvironmentVariable("BRINDLEWICK_CAPTURES", QDir::tempPath() + QStringLiteral("/brindlewick-captures"));
+        m_captures = qEnvironmentVariable("BRINDLEWICK_CAPTURES", QDir::tempPath() + "/brindlewick-captures");
         QDir().mkpath(m_captures);
     }
 
@@ -150,32 +153,29 @@ private Q_SLOTS:
     {
         needDesktop();
         AppRun run(QString{});
-        prepareShelf(run);
         startApp(run);
         const std::optional<QRect> tray = m_desktop->trayIcon(run.processId());
         QVERIFY2(tray, "the tray icon never docked into the panel");
 
         m_desktop->click(tray->center());
-        const quint32 shelf = m_desktop->waitForWindow(run.processId(), QStringLiteral("^shots$"));
+        const quint32 shelf = m_desktop->waitForWindow(run.processId(), "^shots$");
         QVERIFY(shelf);
         const QStringList state = m_desktop->wmState(shelf);
-        QVERIFY2(state.contains(QStringLiteral("ABOVE")), qPrintable(state.join(' ')));
-        QVERIFY2(!state.contains(QStringLiteral("SKIP_TASKBAR")), qPrintable(state.join(' ')));
+        QVERIFY2(state.contains("ABOVE") && !state.contains("SKIP_TASKBAR"), qPrintable(state.join(' ')));
 
-        QSettings entry(QStringLiteral(BRINDLEWICK_DESKTOP_ENTRY), QSettings::IniFormat);
-        const QString wmClass = entry.value(QStringLiteral("Desktop Entry/StartupWMClass")).toString();
+        const QString wmClass = QSettings(BRINDLEWICK_DESKTOP_ENTRY, QSettings::IniFormat)
+                                    .value("Desktop Entry/StartupWMClass").toString();
         QVERIFY2(!wmClass.isEmpty(), "the desktop entry names no window class");
-        QVERIFY2(m_desktop->property(shelf, QStringLiteral("WM_CLASS")).endsWith(QStringLiteral(", \"%1\"").arg(wmClass)),
-                 qPrintable(m_desktop->property(shelf, QStringLiteral("WM_CLASS"))));
+        const QString shelfClass = m_desktop->property(shelf, "WM_CLASS");
+        QVERIFY2(shelfClass.endsWith(QStringLiteral(", \"%1\"").arg(wmClass)), qPrintable(shelfClass));
 
         // Hidden by the next click once it is the active window, as a
         // person sees it. A little aside, so that a quick test's two clicks
         // are not one double-click.
         QTRY_COMPARE_WITH_TIMEOUT(m_desktop->activeWindow(), shelf, AppRun::defaultTimeoutMs);
         m_desktop->click(tray->center() + QPoint(7, 0));
-        const bool hidden = QTest::qWaitFor([&] { return m_desktop->windowsOf(run.processId(), QStringLiteral("^shots$")).isEmpty(); },
-                                AppRun::defaultTimeoutMs);
-        QVERIFY2(hidden, qPrintable(run.lines().join('\n')));
+        QTRY_VERIFY2_WITH_TIMEOUT(m_desktop->windowsOf(run.processId(), "^shots$").isEmpty(),
+                                  qPrintable(run.lines().join('\n')), AppRun::defaultTimeoutMs);
     }
 
     // Typing a search hides the cells it does not match; Escape, and then
@@ -185,35 +185,32 @@ private Q_SLOTS:
     {
         needDesktop();
         AppRun run(QString{});
-        prepareShelf(run);
         startApp(run);
         const quint32 shelf = showShelfFromTray(run);
         QVERIFY2(shelf, qPrintable(run.lines().join('\n')));
         const QRect window = m_desktop->geometry(shelf);
-        QList<int> all;
-        for (int i = 0; i < shotCount; ++i)
-            all << i;
+        QList<int> all(shotCount);
+        std::iota(all.begin(), all.end(), 0);
         QTRY_COMPARE_WITH_TIMEOUT(shotsOnScreen(m_desktop->capture(), window), all, AppRun::defaultTimeoutMs);
 
-        const QRect field = placeOf(run, QStringLiteral("place"), QStringLiteral("search field"));
+        const QRect field = place(run, "search field");
         QVERIFY(!field.isEmpty());
         for (const bool withEscape : {true, false}) {
             m_desktop->click(field.center());
-            m_desktop->type(QStringLiteral("shot11"));
+            m_desktop->type("shot11");
             QTRY_COMPARE_WITH_TIMEOUT(shotsOnScreen(m_desktop->capture(), window), QList<int>{11},
                                       AppRun::defaultTimeoutMs);
             if (withEscape)
-                m_desktop->key(QStringLiteral("Escape"));
+                m_desktop->key("Escape");
             else
                 m_desktop->click(QPoint(field.right() - 10, field.center().y())); // the clear button
             // Every image is back: a placeholder has none of the colours.
             const bool back = QTest::qWaitFor([&] { return shotsOnScreen(m_desktop->capture(), window) == all; },
                                               AppRun::defaultTimeoutMs);
-            const QString kept = capturePath(withEscape ? QStringLiteral("search-cleared-escape.png")
-                                                        : QStringLiteral("search-cleared-button.png"));
+            const QString kept = m_captures + (withEscape ? "/search-cleared-escape.png" : "/search-cleared-button.png");
             QVERIFY2(back, qPrintable(QStringLiteral("shown after clearing: %1 (see %2)")
                                           .arg(QDebug::toString(shotsOnScreen(m_desktop->capture(kept), window)), kept)));
-            QVERIFY(m_desktop->windowsOf(run.processId(), QStringLiteral("^shots$")).contains(shelf));
+            QVERIFY(m_desktop->windowsOf(run.processId(), "^shots$").contains(shelf));
         }
     }
 
@@ -225,79 +222,66 @@ private Q_SLOTS:
     void openingAFileHandsOverToTheApplication()
     {
         needDesktop();
-        if (QStandardPaths::findExecutable(QStringLiteral("xmessage")).isEmpty())
+        if (QStandardPaths::findExecutable("xmessage").isEmpty())
             QSKIP("xmessage (x11-utils) is not installed");
+        DesktopSession &d = *m_desktop;
         AppRun run(QString{});
-        prepareShelf(run);
-        // A small viewer for PNG files, placed where the shelf is.
-        Sandbox::writeFile(run.path(QStringLiteral("home/.local/share/applications/brindletest-viewer.desktop")),
+        // A small viewer for PNG files, placed where the shelf is; GIO lists
+        // an application of the user's own folder once an association names it.
+        Sandbox::writeFile(run.path("home/.local/share/applications/brindletest-viewer.desktop"),
                            "[Desktop Entry]\nType=Application\nName=Brindletest Viewer\n"
                            "Exec=xmessage -title Viewer -geometry 360x200+400+300 %f\nMimeType=image/png;\n");
-        // GIO lists an application of the user's own folder once an
-        // association names it.
-        Sandbox::writeFile(run.configHome() + QStringLiteral("/mimeapps.list"),
+        Sandbox::writeFile(run.configHome() + "/mimeapps.list",
                            "[Added Associations]\nimage/png=brindletest-viewer.desktop;\n");
         startApp(run);
         const quint32 shelf = showShelfFromTray(run);
         QVERIFY2(shelf, qPrintable(run.lines().join('\n')));
-        const QRect cell = placeOf(run, QStringLiteral("place"), QStringLiteral("cell shot00.png"));
+        const QRect cell = place(run, "cell shot00.png");
         QVERIFY(!cell.isEmpty());
 
-        qsizetype from = run.lines().size();
-        m_desktop->click(cell.center(), 3);
-        const QRect openWith = waitForMenuItem(run, QStringLiteral("Open With"), from);
-        QVERIFY2(!openWith.isEmpty(), qPrintable(run.lines().mid(from).join('\n')));
-        from = run.lines().size();
-        m_desktop->xdotool({QStringLiteral("mousemove"), QString::number(openWith.center().x()),
-                            QString::number(openWith.center().y())});
-        const QRect viewerItem = waitForMenuItem(run, QStringLiteral("Brindletest Viewer"), from);
-        QVERIFY2(!viewerItem.isEmpty(), qPrintable(run.lines().mid(from).join('\n')));
+        const QRect openWith = openMenu(run, cell.center(), "Open With", 3);
+        QVERIFY(!openWith.isEmpty());
+        const qsizetype from = run.lines().size();
+        d.moveTo(openWith.center());
+        const QRect viewerItem = waitForMenuItem(run, "Brindletest Viewer", from);
+        QVERIFY(!viewerItem.isEmpty());
         // Along the entry first, so the submenu stays open on the way.
-        m_desktop->xdotool({QStringLiteral("mousemove"), QString::number(viewerItem.left() + 5),
-                            QString::number(openWith.center().y())});
-        m_desktop->click(viewerItem.center());
+        d.moveTo(QPoint(viewerItem.left() + 5, openWith.center().y()));
+        d.click(viewerItem.center());
 
         quint32 viewer = 0;
-        QVERIFY(QTest::qWaitFor([&] {
-            QByteArray out;
-            m_desktop->xdotool({QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
-                                QStringLiteral("^Viewer$")}, &out);
-            viewer = out.trimmed().split('\n').first().toUInt();
-            return viewer != 0;
-        }, AppRun::defaultTimeoutMs));
-        QTRY_VERIFY_WITH_TIMEOUT(m_desktop->stacking().indexOf(viewer) > m_desktop->stacking().indexOf(shelf),
-                                 AppRun::defaultTimeoutMs);
-        QVERIFY2(!m_desktop->wmState(shelf).contains(QStringLiteral("ABOVE")), qPrintable(m_desktop->wmState(shelf).join(' ')));
-        const QRect overlap = m_desktop->geometry(viewer).intersected(m_desktop->geometry(shelf));
+        QVERIFY(QTest::qWaitFor([&] { return (viewer = d.windowsNamed("^Viewer$").value(0)) != 0; },
+                                AppRun::defaultTimeoutMs));
+        QTRY_VERIFY_WITH_TIMEOUT(d.stacking().indexOf(viewer) > d.stacking().indexOf(shelf), AppRun::defaultTimeoutMs);
+        QVERIFY2(!d.hasState(shelf, "ABOVE"), qPrintable(d.wmState(shelf).join(' ')));
+        const QRect overlap = d.geometry(viewer).intersected(d.geometry(shelf));
         QVERIFY(!overlap.isEmpty());
-        m_desktop->capture(capturePath(QStringLiteral("handed-over.png")));
-        m_desktop->click(overlap.center() + QPoint(0, -overlap.height() / 4));
-        QTRY_COMPARE_WITH_TIMEOUT(m_desktop->activeWindow(), viewer, AppRun::defaultTimeoutMs);
+        capture("handed-over.png");
+        d.click(overlap.center() + QPoint(0, -overlap.height() / 4));
+        QTRY_COMPARE_WITH_TIMEOUT(d.activeWindow(), viewer, AppRun::defaultTimeoutMs);
 
         // Shown again: floating, over the viewer.
-        const std::optional<QRect> tray = m_desktop->trayIcon(run.processId());
+        const std::optional<QRect> tray = d.trayIcon(run.processId());
         QVERIFY(tray);
-        m_desktop->click(tray->center());
-        QTRY_VERIFY_WITH_TIMEOUT(m_desktop->wmState(shelf).contains(QStringLiteral("ABOVE")), AppRun::defaultTimeoutMs);
-        QTRY_VERIFY_WITH_TIMEOUT(m_desktop->stacking().indexOf(shelf) > m_desktop->stacking().indexOf(viewer),
-                                 AppRun::defaultTimeoutMs);
+        d.click(tray->center());
+        QTRY_VERIFY_WITH_TIMEOUT(d.hasState(shelf, "ABOVE"), AppRun::defaultTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(d.stacking().indexOf(shelf) > d.stacking().indexOf(viewer), AppRun::defaultTimeoutMs);
 
         // A pin of the first screenshot: no task entry, no pager entry.
-        QTRY_COMPARE_WITH_TIMEOUT(m_desktop->activeWindow(), shelf, AppRun::defaultTimeoutMs);
-        const QList<quint32> before = m_desktop->windowsOf(run.processId());
-        m_desktop->key(QStringLiteral("p"));
+        QTRY_COMPARE_WITH_TIMEOUT(d.activeWindow(), shelf, AppRun::defaultTimeoutMs);
+        const QList<quint32> before = d.windowsOf(run.processId());
+        d.key("p");
         quint32 pin = 0;
         QVERIFY(QTest::qWaitFor([&] {
-            for (quint32 w : m_desktop->windowsOf(run.processId()))
+            for (quint32 w : d.windowsOf(run.processId()))
                 if (!before.contains(w))
                     pin = w;
             return pin != 0;
         }, AppRun::defaultTimeoutMs));
-        QTRY_VERIFY_WITH_TIMEOUT(m_desktop->wmState(pin).contains(QStringLiteral("SKIP_TASKBAR")), AppRun::defaultTimeoutMs);
-        QVERIFY(m_desktop->wmState(pin).contains(QStringLiteral("SKIP_PAGER")));
-        m_desktop->capture(capturePath(QStringLiteral("pinned.png")));
-        m_desktop->tool(QStringLiteral("xdotool"), {QStringLiteral("search"), QStringLiteral("--name"),
-                                                    QStringLiteral("^Viewer$"), QStringLiteral("windowkill")});
+        QTRY_VERIFY_WITH_TIMEOUT(d.hasState(pin, "SKIP_TASKBAR"), AppRun::defaultTimeoutMs);
+        QVERIFY(d.hasState(pin, "SKIP_PAGER"));
+        capture("pinned.png");
+        d.xdotool({"search", "--name", "^Viewer$", "windowkill"});
     }
 
     // A new screenshot while the shelf is hidden brings the corner card,
@@ -306,35 +290,31 @@ private Q_SLOTS:
     void previewFromTheCornerCardTakesTheKeyboard()
     {
         needDesktop();
+        DesktopSession &d = *m_desktop;
         AppRun run(QString{});
-        prepareShelf(run);
         startApp(run);
         QImage fresh(400, 250, QImage::Format_RGB32);
         fresh.fill(Qt::white);
-        QVERIFY(fresh.save(run.path(QStringLiteral("shots/fresh.png"))));
-        const quint32 card = m_desktop->waitForWindow(run.processId(), QStringLiteral("^New Screenshot$"));
+        QVERIFY(fresh.save(run.path("shots/fresh.png")));
+        const quint32 card = d.waitForWindow(run.processId(), "^New Screenshot$");
         QVERIFY2(card, qPrintable(run.lines().join('\n')));
-        QVERIFY2(m_desktop->wmState(card).contains(QStringLiteral("SKIP_TASKBAR")), qPrintable(m_desktop->wmState(card).join(' ')));
-        QVERIFY(m_desktop->wmState(card).contains(QStringLiteral("SKIP_PAGER")));
-        QVERIFY(!run.waitForLine(QStringLiteral("] flash shown fresh.png")).isNull());
+        QVERIFY2(d.hasState(card, "SKIP_TASKBAR") && d.hasState(card, "SKIP_PAGER"), qPrintable(d.wmState(card).join(' ')));
+        QVERIFY(!run.waitForLine("] flash shown fresh.png").isNull());
 
-        const QRect frame = m_desktop->geometry(card);
-        qsizetype from = run.lines().size();
-        m_desktop->click(QPoint(frame.center().x(), frame.top() + (frame.height() - 32) / 2), 3);
-        const QRect preview = waitForMenuItem(run, QStringLiteral("Preview"), from);
-        QVERIFY2(!preview.isEmpty(), qPrintable(run.lines().mid(from).join('\n')));
-        m_desktop->capture(capturePath(QStringLiteral("card-menu.png")));
-        m_desktop->click(preview.center());
+        const QRect frame = d.geometry(card);
+        const QRect preview = openMenu(run, QPoint(frame.center().x(), frame.top() + (frame.height() - 32) / 2), "Preview", 3);
+        QVERIFY(!preview.isEmpty());
+        capture("card-menu.png");
+        d.click(preview.center());
 
-        const quint32 window = m_desktop->waitForWindow(run.processId(), QStringLiteral("^fresh\\.png$"));
+        const quint32 window = d.waitForWindow(run.processId(), "^fresh\\.png$");
         QVERIFY(window);
-        QTRY_VERIFY_WITH_TIMEOUT(m_desktop->wmState(window).contains(QStringLiteral("SKIP_TASKBAR")), AppRun::defaultTimeoutMs);
-        m_desktop->capture(capturePath(QStringLiteral("card-preview.png")));
-        m_desktop->key(QStringLiteral("Right"));
-        QVERIFY(m_desktop->waitForWindow(run.processId(), QStringLiteral("^shot00\\.png$")));
-        m_desktop->key(QStringLiteral("Escape"));
-        QVERIFY(QTest::qWaitFor([&] { return m_desktop->windowsOf(run.processId(), QStringLiteral("\\.png$")).isEmpty(); },
-                                AppRun::defaultTimeoutMs));
+        QTRY_VERIFY_WITH_TIMEOUT(d.hasState(window, "SKIP_TASKBAR"), AppRun::defaultTimeoutMs);
+        capture("card-preview.png");
+        d.key("Right");
+        QVERIFY(d.waitForWindow(run.processId(), "^shot00\\.png$"));
+        d.key("Escape");
+        QTRY_VERIFY_WITH_TIMEOUT(d.windowsOf(run.processId(), "\\.png$").isEmpty(), AppRun::defaultTimeoutMs);
     }
 
     // A cell dragged onto a folder row moves its file there; the menu
@@ -342,33 +322,27 @@ private Q_SLOTS:
     void dragOntoAFolderAndTheMenuButton()
     {
         needDesktop();
+        DesktopSession &d = *m_desktop;
         AppRun run(QString{});
-        prepareShelf(run);
         startApp(run);
         QVERIFY(showShelfFromTray(run));
-        const QRect cell = placeOf(run, QStringLiteral("place"), QStringLiteral("cell shot03.png"));
-        const QRect folder = placeOf(run, QStringLiteral("place"), QStringLiteral("folder sub"));
+        const QRect cell = place(run, "cell shot03.png"), folder = place(run, "folder sub");
         QVERIFY(!cell.isEmpty() && !folder.isEmpty());
-        m_desktop->drag(cell.center(), folder.center());
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(run.path(QStringLiteral("shots/sub/shot03.png"))), AppRun::defaultTimeoutMs);
-        QVERIFY(!QFile::exists(run.path(QStringLiteral("shots/shot03.png"))));
+        d.drag(cell.center(), folder.center());
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(run.path("shots/sub/shot03.png")), AppRun::defaultTimeoutMs);
+        QVERIFY(!QFile::exists(run.path("shots/shot03.png")));
 
-        const QRect button = placeOf(run, QStringLiteral("place"), QStringLiteral("menu button"));
+        const QRect button = place(run, "menu button");
         QVERIFY(!button.isEmpty());
-        qsizetype from = run.lines().size();
-        m_desktop->click(button.center());
-        const QRect application = waitForMenuItem(run, QStringLiteral("Brindlewick"), from);
-        QVERIFY2(!application.isEmpty(), qPrintable(run.lines().mid(from).join('\n')));
-        from = run.lines().size();
-        m_desktop->click(application.center());
-        const QRect about = waitForMenuItem(run, QStringLiteral("About Brindlewick"), from);
-        QVERIFY2(!about.isEmpty(), qPrintable(run.lines().mid(from).join('\n')));
-        m_desktop->capture(capturePath(QStringLiteral("main-menu.png")));
-        m_desktop->xdotool({QStringLiteral("mousemove"), QString::number(about.left() + 5),
-                            QString::number(application.center().y())});
-        m_desktop->click(about.center());
-        QVERIFY(m_desktop->waitForWindow(run.processId(), QStringLiteral("^About Brindlewick$")));
-        m_desktop->capture(capturePath(QStringLiteral("about.png")));
+        const QRect application = openMenu(run, button.center(), "Brindlewick");
+        QVERIFY(!application.isEmpty());
+        const QRect about = openMenu(run, application.center(), "About Brindlewick");
+        QVERIFY(!about.isEmpty());
+        capture("main-menu.png");
+        d.moveTo(QPoint(about.left() + 5, application.center().y()));
+        d.click(about.center());
+        QVERIFY(d.waitForWindow(run.processId(), "^About Brindlewick$"));
+        capture("about.png");
     }
 };
 

@@ -61,21 +61,79 @@ private:
 };
 
 // The tool's settings files as they stand: path -> bytes, "absent" marked.
-using Files = QMap<QString, QByteArray>;
-const QByteArray absent = "<absent>";
-
-Files snapshot(const QStringList &paths)
+QMap<QString, QByteArray> snapshot(const QStringList &paths)
 {
-    Files files;
+    QMap<QString, QByteArray> files;
     for (const QString &path : paths)
-        files.insert(path, QFileInfo::exists(path) ? TestFiles::readAll(path) : absent);
+        files.insert(path, QFileInfo::exists(path) ? TestFiles::readAll(path) : "<absent>");
     return files;
 }
 
-QStringList pngsIn(const QString &folder)
+QStringList pngsIn(const QString &folder) { return QDir(folder).entryList({"*.png"}, QDir::Files); }
+
+// Runs a program in `run`'s environment and waits for it to end; whether
+// it ended well, what it printed in `output`.
+bool runTool(AppRun &run, const QString &program, const QStringList &arguments, QByteArray *output = nullptr)
 {
-    return QDir(folder).entryList({QStringLiteral("*.png")}, QDir::Files);
+    QProcess tool;
+    tool.setProcessEnvironment(run.environment());
+    tool.setProcessChannelMode(QProcess::MergedChannels);
+    tool.start(program, arguments);
+    const bool ended = tool.waitForFinished(20000);
+    if (!ended) {
+        tool.kill();
+        tool.waitForFinished(5000);
+    }
+    if (output)
+        *output = tool.readAll();
+    return ended && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
 }
+
+// Brindlewick with the tool forced, a Pictures folder, its own bus offering
+// `services`, and BRINDLEWICK_DEBUG on so its scans report. Its Home
+// (`shelf`): home/Shelf, chosen earlier in its preferences, or on a first
+// start the one it picks itself, the tool's own default folder (Pictures
+// for all three).
+struct ToolRun
+{
+    AppRun run;
+    PrivateBus bus;
+    QString shelf;
+
+    ToolRun(const QString &display, const QString &tool, const QStringList &services = {})
+        : run(display), bus(run.environment(), services)
+    {
+        QFETCH(QString, start);
+        shelf = run.path(start == "first start" ? "home/Pictures" : "home/Shelf");
+        QDir().mkpath(shelf);
+        QDir().mkpath(run.path("home/Pictures"));
+        Sandbox::writeFile(run.configHome() + "/user-dirs.dirs", "XDG_PICTURES_DIR=\"$HOME/Pictures\"\n");
+        if (start != "first start")
+            QSettings(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).setValue("folder", shelf);
+        run.setVar("BRINDLEWICK_SCREENSHOT_TOOL", tool);
+        run.setVar("BRINDLEWICK_DEBUG");
+        run.setVar("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    }
+
+    // Start, capture as the tool's shortcut would (a tool that opens a save
+    // dialog instead never ends by itself), see it in Home and on the
+    // shelf, quit.
+    void captureWhileRunning(const QString &program, const QStringList &arguments)
+    {
+        QVERIFY(!bus.address().isEmpty());
+        run.start();
+        QVERIFY2(!run.waitForLine("] ready").isNull(), qPrintable(run.lines().join('\n')));
+        QByteArray output;
+        QVERIFY2(runTool(run, program, arguments, &output), qPrintable(program + " did not save by itself:\n" + output));
+        QTRY_COMPARE_WITH_TIMEOUT(pngsIn(shelf).size(), 1, 10000);
+        QVERIFY2(!run.waitForLine(shelf + ": 1 images").isNull(), qPrintable(run.lines().join('\n')));
+        const QStringList elsewhere =
+            pngsIn(run.home()) + (shelf == run.path("home/Pictures") ? QStringList() : pngsIn(run.path("home/Pictures")));
+        QVERIFY2(elsewhere.isEmpty(), output.constData());
+        run.terminate();
+        QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit);
+    }
+};
 
 } // namespace
 
@@ -86,65 +144,13 @@ class TestE2eTools : public QObject
 private:
     std::unique_ptr<VirtualDisplay> m_display;
 
-    // Brindlewick with the tool forced, a Pictures folder, and
-    // BRINDLEWICK_DEBUG on so its scans report. Its Home: home/Shelf, chosen
-    // earlier in its preferences, or on a first start the one it picks
-    // itself, the tool's own default folder (Pictures for all three).
-    static QString prepare(AppRun &run, const QString &tool, const PrivateBus &bus)
-    {
-        QFETCH(QString, start);
-        const bool first = start == QLatin1String("first start");
-        const QString shelf = run.path(first ? "home/Pictures" : "home/Shelf");
-        QDir().mkpath(shelf);
-        QDir().mkpath(run.path("home/Pictures"));
-        Sandbox::writeFile(run.configHome() + "/user-dirs.dirs", "XDG_PICTURES_DIR=\"$HOME/Pictures\"\n");
-        if (!first)
-            QSettings(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).setValue("folder", shelf);
-        run.setVar("BRINDLEWICK_SCREENSHOT_TOOL", tool);
-        run.setVar("BRINDLEWICK_DEBUG");
-        run.setVar("DBUS_SESSION_BUS_ADDRESS", bus.address());
-        return shelf;
-    }
-
-    // Runs the tool as its shortcut would and waits for it to end; a tool
-    // that opens a save dialog instead never ends by itself.
-    static bool capture(AppRun &run, const QString &program, const QStringList &arguments, QString *output)
-    {
-        QProcess tool;
-        tool.setProcessEnvironment(run.environment());
-        tool.setProcessChannelMode(QProcess::MergedChannels);
-        tool.start(program, arguments);
-        const bool ended = tool.waitForFinished(20000);
-        if (!ended) {
-            tool.kill();
-            tool.waitForFinished(5000);
-        }
-        *output = QString::fromLocal8Bit(tool.readAll());
-        return ended && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
-    }
-
-    // Start, capture, see it in Home and on the shelf, quit.
-    void captureWhileRunning(AppRun &run, const QString &shelf, const QString &program, const QStringList &arguments)
-    {
-        run.start();
-        QVERIFY2(!run.waitForLine(QStringLiteral("] ready")).isNull(), qPrintable(run.lines().join('\n')));
-        QString output;
-        QVERIFY2(capture(run, program, arguments, &output), qPrintable(program + " did not save by itself:\n" + output));
-        QTRY_COMPARE_WITH_TIMEOUT(pngsIn(shelf).size(), 1, 10000);
-        QVERIFY2(!run.waitForLine(shelf + QStringLiteral(": 1 images")).isNull(), qPrintable(run.lines().join('\n')));
-        const QStringList elsewhere = pngsIn(run.home()) + (shelf == run.path("home/Pictures") ? QStringList() : pngsIn(run.path("home/Pictures")));
-        QVERIFY2(elsewhere.isEmpty(), qPrintable(output));
-        run.terminate();
-        QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit);
-    }
-
     void needTool(const char *program)
     {
         if (!m_display || !m_display->isRunning())
             QSKIP("Xvfb is not installed (./setup.sh test installs it)");
         if (QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty())
             QSKIP(qPrintable(QStringLiteral("%1 is not installed (./setup.sh test installs it)").arg(program)));
-        if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty())
+        if (QStandardPaths::findExecutable("dbus-daemon").isEmpty())
             QSKIP("dbus-daemon is not installed");
     }
 
@@ -173,19 +179,15 @@ private Q_SLOTS:
     {
         QFETCH(bool, configured);
         needTool("flameshot");
-        AppRun run(m_display->display());
-        PrivateBus bus(run.environment());
-        QVERIFY(!bus.address().isEmpty());
-        const QString shelf = prepare(run, QStringLiteral("flameshot"), bus);
-        const QString folder = run.configHome() + "/flameshot";
-        const QString ini = folder + "/flameshot.ini";
+        ToolRun t(m_display->display(), "flameshot");
+        const QString folder = t.run.configHome() + "/flameshot", ini = folder + "/flameshot.ini";
         if (configured) {
-            QDir().mkpath(run.path("home/Shots"));
-            Sandbox::writeFile(ini, "[General]\ncontrastOpacity=190\nsavePath=" + QFile::encodeName(run.path("home/Shots"))
+            QDir().mkpath(t.run.path("home/Shots"));
+            Sandbox::writeFile(ini, "[General]\ncontrastOpacity=190\nsavePath=" + QFile::encodeName(t.run.path("home/Shots"))
                                         + "\nsavePathFixed=true\n\n[Shortcuts]\nTYPE_COPY=Ctrl+C\n");
         }
-        const Files before = snapshot({ini, folder});
-        captureWhileRunning(run, shelf, QStringLiteral("flameshot"), {QStringLiteral("full")});
+        const auto before = snapshot({ini, folder});
+        t.captureWhileRunning("flameshot", {"full"});
         QCOMPARE(snapshot({ini, folder}), before);
     }
 
@@ -198,33 +200,25 @@ private Q_SLOTS:
         needTool("gnome-screenshot");
         if (!QFile::exists("/usr/share/dbus-1/services/ca.desrt.dconf.service"))
             QSKIP("dconf-service is not installed (gnome-screenshot's settings store)");
-        AppRun run(m_display->display());
-        PrivateBus bus(run.environment(), {QStringLiteral("ca.desrt.dconf.service")});
-        QVERIFY(!bus.address().isEmpty());
-        const QString shelf = prepare(run, QStringLiteral("gnome-screenshot"), bus);
         if (QStandardPaths::findExecutable("dconf").isEmpty())
             QSKIP("dconf is not installed (./setup.sh test installs dconf-cli)");
+        ToolRun t(m_display->display(), "gnome-screenshot", {"ca.desrt.dconf.service"});
         // What the user set, as dconf holds it: nothing when unset.
-        const auto userValue = [&run]() {
-            QProcess dconf;
-            dconf.setProcessEnvironment(run.environment());
-            dconf.start("dconf", {"read", "/org/gnome/gnome-screenshot/auto-save-directory"});
-            dconf.waitForFinished(10000);
-            return dconf.readAllStandardOutput();
+        const auto userValue = [&t] {
+            QByteArray value;
+            runTool(t.run, "dconf", {"read", "/org/gnome/gnome-screenshot/auto-save-directory"}, &value);
+            return value;
         };
-        const QString dconf = run.configHome() + "/dconf/user";
+        const QString dconf = t.run.configHome() + "/dconf/user";
         if (configured) {
-            QDir().mkpath(run.path("home/Shots"));
-            QProcess set;
-            set.setProcessEnvironment(run.environment());
-            set.start("gsettings", {"set", "org.gnome.gnome-screenshot", "auto-save-directory",
-                                    QUrl::fromLocalFile(run.path("home/Shots")).toString()});
-            QVERIFY(set.waitForFinished(10000) && set.exitCode() == 0);
+            QDir().mkpath(t.run.path("home/Shots"));
+            QVERIFY(runTool(t.run, "gsettings", {"set", "org.gnome.gnome-screenshot", "auto-save-directory",
+                                                 QUrl::fromLocalFile(t.run.path("home/Shots")).toString()}));
         }
-        const Files before = snapshot({dconf});
+        const auto before = snapshot({dconf});
         const QByteArray valueBefore = userValue();
         QCOMPARE(valueBefore.isEmpty(), !configured);
-        captureWhileRunning(run, shelf, QStringLiteral("gnome-screenshot"), {});
+        t.captureWhileRunning("gnome-screenshot", {});
         QCOMPARE(userValue(), valueBefore);
         // dconf rewrites its database on every change: an unset key leaves
         // an empty database behind, never a value.
@@ -241,19 +235,16 @@ private Q_SLOTS:
     {
         QFETCH(bool, configured);
         needTool("spectacle");
-        AppRun run(m_display->display());
-        PrivateBus bus(run.environment());
-        QVERIFY(!bus.address().isEmpty());
-        const QString shelf = prepare(run, QStringLiteral("spectacle"), bus);
-        const QString rc = run.configHome() + "/spectaclerc";
+        ToolRun t(m_display->display(), "spectacle");
+        const QString rc = t.run.configHome() + "/spectaclerc";
         const QByteArray own = "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\ndefaultSaveLocation=file://"
-                               + QFile::encodeName(run.path("home/Shots")) + "\n";
+                               + QFile::encodeName(t.run.path("home/Shots")) + "\n";
         if (configured) {
-            QDir().mkpath(run.path("home/Shots"));
+            QDir().mkpath(t.run.path("home/Shots"));
             Sandbox::writeFile(rc, own);
         }
-        captureWhileRunning(run, shelf, QStringLiteral("spectacle"), {QStringLiteral("-b"), QStringLiteral("-n")});
-        const QByteArray last = "lastSaveLocation=" + QUrl::fromLocalFile(shelf + "/" + pngsIn(shelf).value(0)).toEncoded() + "\n";
+        t.captureWhileRunning("spectacle", {"-b", "-n"});
+        const QByteArray last = "lastSaveLocation=" + QUrl::fromLocalFile(t.shelf + "/" + pngsIn(t.shelf).value(0)).toEncoded() + "\n";
         QCOMPARE(TestFiles::readAll(rc), configured ? own + last : "[Save]\n" + last);
     }
 };

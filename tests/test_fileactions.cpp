@@ -54,15 +54,15 @@ class TestFileActions : public QObject
     QString folder;
 
     QString path(const QString &name) const { return folder + QLatin1Char('/') + name; }
-    QString trashPath() const { return dir->path() + QStringLiteral("/data/Trash"); }
+    QString trashPath() const { return dir->path() + "/data/Trash"; }
 
 private Q_SLOTS:
     void init()
     {
         dir = std::make_unique<QTemporaryDir>();
-        folder = dir->path() + QStringLiteral("/shots");
+        folder = dir->path() + "/shots";
         QDir().mkpath(folder);
-        meta = std::make_unique<MetaStore>(dir->path() + QStringLiteral("/meta.json"));
+        meta = std::make_unique<MetaStore>(dir->path() + "/meta.json");
     }
 
     void uniqueNamesSurviveRaces()
@@ -113,7 +113,7 @@ private Q_SLOTS:
         ScriptedPrompt prompt;
         const auto rename = [&](std::optional<QString> answer) {
             prompt.answer = answer;
-            std::optional<QUrl> result = QUrl(QStringLiteral("unset:"));
+            std::optional<QUrl> result = QUrl("unset:");
             FileActions::rename(url(path("a.png")), prompt, meta.get(), [&](auto renamed) { result = renamed; });
             return result;
         };
@@ -128,13 +128,13 @@ private Q_SLOTS:
         // A name that begins or ends in white space, confirmed as it stands,
         // stays: trimming it is not the user's doing.
         write(path(" c\n.png "), "C");
-        QVERIFY(!FileActions::renameTo(url(path(" c\n.png ")), QStringLiteral(" c\n.png "), meta.get()));
+        QVERIFY(!FileActions::renameTo(url(path(" c\n.png ")), " c\n.png ", meta.get()));
         QCOMPARE(readAll(path(" c\n.png ")), QByteArray("C"));
         QFile::remove(path(" c\n.png "));
 
-        QCOMPARE(rename(QStringLiteral("  b.png\n")), url(path("b.png")));
+        QCOMPARE(rename("  b.png\n"), url(path("b.png")));
         QCOMPARE(readAll(path("b.png")), QByteArray("A"));
-        QCOMPARE(meta->meta(url(path("b.png")))->text, QStringLiteral("hello"));
+        QCOMPARE(meta->meta(url(path("b.png")))->text, "hello");
         QVERIFY(!meta->meta(url(path("a.png"))).has_value());
     }
 
@@ -144,12 +144,12 @@ private Q_SLOTS:
         write(path("b.png"), "b");
         write(path("Sub/a.png"), "old a");
         // The same folder under another name.
-        const QString link = dir->path() + QStringLiteral("/link");
+        const QString link = dir->path() + "/link";
         QVERIFY(::symlink(QFile::encodeName(folder).constData(), QFile::encodeName(link).constData()) == 0);
         QVERIFY(FileActions::move({url(path("a.png")), url(link + "/b.png")}, url(link)).isEmpty());
         QCOMPARE(entries(folder), QStringList({"Sub", "a.png", "b.png"}));
 
-        meta->update(url(path("a.png")), [](FileMeta &m) { m.app = QStringLiteral("Viewer"); });
+        meta->update(url(path("a.png")), [](FileMeta &m) { m.app = "Viewer"; });
         const FileActions::Moves moves = FileActions::move(
             {url(path("a.png")), url(path("b.png")), url(path("Sub/a.png")), url(path("missing.png"))},
             url(path("Sub/")));
@@ -159,14 +159,14 @@ private Q_SLOTS:
         QCOMPARE(readAll(path("Sub/a 2.png")), QByteArray("new a"));
         QVERIFY(meta->meta(url(path("a.png"))).has_value()); // the caller's to carry
         FileActions::carryRecords(moves, meta.get());
-        QCOMPARE(meta->meta(url(path("Sub/a 2.png")))->app, QStringLiteral("Viewer"));
+        QCOMPARE(meta->meta(url(path("Sub/a 2.png")))->app, "Viewer");
     }
 
     void moveAcrossFileSystems()
     {
-        if (!QFileInfo(QStringLiteral("/dev/shm")).isWritable() || deviceOf("/dev/shm") == deviceOf(folder))
+        if (!QFileInfo("/dev/shm").isWritable() || deviceOf("/dev/shm") == deviceOf(folder))
             QSKIP("no second writable file system (/dev/shm) here");
-        QTemporaryDir other(QStringLiteral("/dev/shm/brindlewick-test-XXXXXX"));
+        QTemporaryDir other("/dev/shm/brindlewick-test-XXXXXX");
         QVERIFY(other.isValid());
         write(path("a.png"), QByteArray(200000, 'q'));
         write(other.filePath("a.png"), "already there");
@@ -214,8 +214,8 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(trashPath()).permissions() & 0x0077, QFileDevice::Permissions());
 
         // 250 bytes: a valid name, but "<name>.trashinfo" is not.
-        const QString ascii = QString(246, QLatin1Char('x')) + QStringLiteral(".png");
-        const QString accented = QString(125, QChar(0x00E9)) + QStringLiteral(".png"); // 254 bytes
+        const QString ascii = QString(246, QLatin1Char('x')) + ".png";
+        const QString accented = QString(125, QChar(0x00E9)) + ".png"; // 254 bytes
         for (const QString &name : {ascii, ascii, accented}) {
             write(path(name), name.toUtf8());
             QVERIFY(trash.moveToTrash(path(name)));
@@ -237,9 +237,9 @@ private Q_SLOTS:
 
     void homeTrashMayBeASymlinkToAFolderOfOurs()
     {
-        const QString target = dir->path() + QStringLiteral("/elsewhere");
+        const QString target = dir->path() + "/elsewhere";
         QDir().mkpath(target);
-        QDir().mkpath(dir->path() + QStringLiteral("/data"));
+        QDir().mkpath(dir->path() + "/data");
         QVERIFY(::symlink(QFile::encodeName(target).constData(), QFile::encodeName(trashPath()).constData()) == 0);
         FreedesktopTrash trash(trashPath(), rootMount);
         write(path("a.png"), "a");
@@ -261,8 +261,8 @@ private Q_SLOTS:
     void trashOnAnotherDriveUsesThatDrivesTrash()
     {
         // Pretend drives mounted at <tmp>/drive and <tmp>/other; the home Trash elsewhere.
-        const QString drive = dir->path() + QStringLiteral("/drive");
-        const QString other = dir->path() + QStringLiteral("/other");
+        const QString drive = dir->path() + "/drive";
+        const QString other = dir->path() + "/other";
         const auto mountRoot = [drive, other](const QString &p) {
             const auto under = [&p](const QString &root) { return p == root || p.startsWith(root + "/"); };
             return under(drive) ? drive : under(other) ? other : QStringLiteral("/");
@@ -329,7 +329,7 @@ private Q_SLOTS:
         FreedesktopTrash trash(trashPath(), rootMount);
         for (const char *name : {"a.png", "c.png", "d.png"}) {
             write(path(name), name);
-            meta->update(url(path(name)), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
+            meta->update(url(path(name)), [](FileMeta &m) { m.app = "Term"; });
         }
         QDir().mkpath(path("Sub"));
         QList<FileWorkResult> results;
@@ -368,18 +368,18 @@ private Q_SLOTS:
     {
         writeImage(path("one.png"), 4, 4);
         QScopedPointer<QMimeData> single(FileActions::filesMimeData({url(path("one.png"))}));
-        QCOMPARE(single->formats().first(), QStringLiteral("image/png"));
-        QCOMPARE(single->data(QStringLiteral("image/png")), readAll(path("one.png")));
+        QCOMPARE(single->formats().first(), "image/png");
+        QCOMPARE(single->data("image/png"), readAll(path("one.png")));
 
         const QUrl raw = QUrl::fromEncoded("file://" + QFile::encodeName(folder).toPercentEncoding("/") + "/raw%FF.png");
         const QList<QUrl> files = {url(path("a\nb.png")), url(path("50% (1) [x].png")), raw};
         const QByteArrayList rawPaths = {QFile::encodeName(path("a\nb.png")), QFile::encodeName(path("50% (1) [x].png")),
                                          QFile::encodeName(folder) + "/raw\xFF.png"};
         QScopedPointer<QMimeData> data(FileActions::filesMimeData(files));
-        QVERIFY(!data->hasFormat(QStringLiteral("image/png")));
+        QVERIFY(!data->hasFormat("image/png"));
 
         // File managers: one encoded URL per line, nothing else.
-        QByteArrayList uris = data->data(QStringLiteral("text/uri-list")).split('\n');
+        QByteArrayList uris = data->data("text/uri-list").split('\n');
         QCOMPARE(uris.takeLast(), QByteArray());
         QCOMPARE(uris.size(), files.size());
         QByteArray copied = "copy";
@@ -391,7 +391,7 @@ private Q_SLOTS:
             QCOMPARE(QByteArray::fromPercentEncoding(uris[i]), "file://" + rawPaths[i]);
             copied += '\n' + uris[i];
         }
-        QCOMPARE(data->data(QStringLiteral("x-special/gnome-copied-files")), copied);
+        QCOMPARE(data->data("x-special/gnome-copied-files"), copied);
 
         // Anything that takes text gets the paths, a line each: a line break
         // inside a name is written as the shell reads it back.
@@ -400,10 +400,9 @@ private Q_SLOTS:
         QStringList lines = text.split(QLatin1Char('\n'));
         QCOMPARE(lines.size(), 3);
         QCOMPARE(lines[1], path("50% (1) [x].png"));
-        QCOMPARE(lines[2], path("raw") + QChar::ReplacementCharacter + QStringLiteral(".png"));
+        QCOMPARE(lines[2], path("raw") + QChar::ReplacementCharacter + ".png");
         QProcess shell;
-        shell.start(QStringLiteral("bash"), {QStringLiteral("-c"), QStringLiteral("eval \"set -- $1\"; printf %s \"$1\""),
-                                             QStringLiteral("bash"), lines[0]});
+        shell.start("bash", {"-c", "eval \"set -- $1\"; printf %s \"$1\"", "bash", lines[0]});
         QVERIFY(shell.waitForFinished());
         QCOMPARE(QString::fromUtf8(shell.readAllStandardOutput()), path("a\nb.png"));
         QCOMPARE(FileActions::pathsText({url(path("x.png")), url(path("y.png"))}),
@@ -420,21 +419,21 @@ private Q_SLOTS:
         QList<QUrl> files;
         QStringList alts;
         for (const QString &name : names) {
-            files.append(url(QStringLiteral("/s/") + name));
+            files.append(url("/s/" + name));
             QString alt = SafeFiles::splitName(name).stem;
-            alts.append(alt.replace(QRegularExpression(QStringLiteral("[\\t\\n\\r]")), QStringLiteral(" ")));
+            alts.append(alt.replace(QRegularExpression("[\\t\\n\\r]"), " "));
         }
         files.append(QUrl::fromEncoded("file:///s/raw%FF.png"));
         alts.append(QStringLiteral("raw") + QChar::ReplacementCharacter);
         const QString markdown = FileActions::markdownText(files);
         QCOMPARE(markdown.count(QLatin1Char('\n')), files.size() - 1);
         QCOMPARE(markdown.split(QLatin1Char('\n')).at(1),
-                 QStringLiteral("![\\[draft\\] (2) é](file:///s/%5Bdraft%5D%20%282%29%20%C3%A9.png)"));
+                 "![\\[draft\\] (2) é](file:///s/%5Bdraft%5D%20%282%29%20%C3%A9.png)");
 
-        if (QStandardPaths::findExecutable(QStringLiteral("cmark")).isEmpty())
+        if (QStandardPaths::findExecutable("cmark").isEmpty())
             QSKIP("cmark is not installed (setup.sh test)");
         QProcess cmark;
-        cmark.start(QStringLiteral("cmark"), {QStringLiteral("--to"), QStringLiteral("xml")});
+        cmark.start("cmark", {"--to", "xml"});
         cmark.write(markdown.toUtf8());
         cmark.closeWriteChannel();
         QVERIFY(cmark.waitForFinished());

@@ -3,15 +3,11 @@
 // new content as soon as the shelf lists it, an open preview never stays on
 // a deleted file, and Delete never trashes content the person did not see.
 
-#include "actions/actionrunner.h"
-#include "actions/views/pins.h"
 #include "actions/views/pinwindow.h"
 #include "actions/views/previewwindow.h"
-#include "actions/views/quicklook.h"
 #include "meta/thumbs.h"
-#include "platform/trash.h"
+#include "support/actionrig.h"
 #include "support/colourimages.h"
-#include "support/shelfrig.h"
 #include "ui/shelfcommands.h"
 #include "ui/shelfgrid.h"
 
@@ -23,28 +19,23 @@ namespace {
 
 // a.png (red, oldest), b.png (green) and c.png (blue) in a shown grid, with
 // the commands the shelf's keys use.
-struct ChangesRig : ShelfRig
+struct ChangesRig : ActionRig
 {
     Thumbs thumbs{nullptr};
-    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
-    ActionRunner runner{trash, &meta};
-    QuickLook quickLook;
-    Pins pins;
     std::unique_ptr<ShelfCommands> commands;
     std::unique_ptr<ShelfGrid> grid;
 
     bool build()
     {
         int age = 40;
-        for (const QString &name : {QStringLiteral("a.png"), QStringLiteral("b.png"), QStringLiteral("c.png")}) {
+        for (const QString name : {"a.png", "b.png", "c.png"}) {
             if (!ColourImages::write(file(name), colourOf(name)))
                 return false;
             setAge(file(name), age -= 10);
         }
         if (!start(true))
             return false;
-        commands = std::make_unique<ShelfCommands>(shelf.get(),
-                                                   ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, nullptr});
+        commands = std::make_unique<ShelfCommands>(shelf.get(), ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, nullptr});
         grid = std::make_unique<ShelfGrid>(shelf.get(), &meta, &thumbs);
         grid->resize(1000, 600);
         grid->show();
@@ -67,7 +58,6 @@ struct ChangesRig : ShelfRig
     {
         return pins.windows().size() == 1 && ColourImages::shows(pins.windows().first()->image(), colour);
     }
-    QString trashed(const QString &name) const { return box.path(QStringLiteral("Trash/files/")) + name; }
 };
 
 } // namespace
@@ -96,13 +86,11 @@ private Q_SLOTS:
         QTRY_VERIFY(rig.previewShows(a, yellow));
         QTRY_VERIFY(rig.pinShows(yellow));
 
-        QCOMPARE(std::rename(QFile::encodeName(rig.file(a)).constData(),
-                             QFile::encodeName(rig.file(QStringLiteral("c.png"))).constData()), 0);
-        QCOMPARE(std::rename(QFile::encodeName(rig.file(QStringLiteral("b.png"))).constData(),
-                             QFile::encodeName(rig.file(a)).constData()), 0);
-        const QColor green = rig.colourOf(QStringLiteral("b.png"));
+        QCOMPARE(::rename(QFile::encodeName(rig.file(a)), QFile::encodeName(rig.file("c.png"))), 0);
+        QCOMPARE(::rename(QFile::encodeName(rig.file("b.png")), QFile::encodeName(rig.file(a))), 0);
+        const QColor green = rig.colourOf("b.png");
         QTRY_VERIFY(rig.cellShows(a, green));
-        QTRY_VERIFY(rig.cellShows(QStringLiteral("c.png"), yellow));
+        QTRY_VERIFY(rig.cellShows("c.png", yellow));
         QTRY_VERIFY(rig.previewShows(a, green));
         QTRY_VERIFY(rig.pinShows(green));
     }
@@ -140,13 +128,13 @@ private Q_SLOTS:
         const QList<QUrl> shown = rig.shelf->visible(); // c, b, a
         rig.quickLook.show(shown.at(1), shown);
         QTRY_VERIFY(rig.quickLook.window()->isSettled());
-        QVERIFY(QFile::remove(rig.file(QStringLiteral("b.png"))));
-        QTRY_COMPARE(rig.quickLook.currentURL(), rig.url(QStringLiteral("a.png")));
+        QVERIFY(QFile::remove(rig.file("b.png")));
+        QTRY_COMPARE(rig.quickLook.currentURL(), rig.url("a.png"));
         QCOMPARE(rig.quickLook.urls(), rig.shelf->visible());
-        QTRY_VERIFY(rig.previewShows(QStringLiteral("a.png"), rig.colourOf(QStringLiteral("a.png"))));
-        QVERIFY(QFile::remove(rig.file(QStringLiteral("a.png"))));
-        QTRY_COMPARE(rig.quickLook.currentURL(), rig.url(QStringLiteral("c.png")));
-        QVERIFY(QFile::remove(rig.file(QStringLiteral("c.png"))));
+        QTRY_VERIFY(rig.previewShows("a.png", rig.colourOf("a.png")));
+        QVERIFY(QFile::remove(rig.file("a.png")));
+        QTRY_COMPARE(rig.quickLook.currentURL(), rig.url("c.png"));
+        QVERIFY(QFile::remove(rig.file("c.png")));
         QTRY_VERIFY(!rig.quickLook.isOpen());
     }
 };

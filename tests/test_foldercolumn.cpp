@@ -18,7 +18,7 @@ QStringList describe(const FolderColumn &column)
     QStringList lines;
     for (const Row &row : column.rows()) {
         if (row.kind == Row::hintRow)
-            lines << QStringLiteral("hint");
+            lines << "hint";
         else if (row.kind != Row::headerRow)
             lines << QStringLiteral("%1 %2").arg(row.title).arg(row.count);
     }
@@ -76,8 +76,8 @@ private Q_SLOTS:
     void rowsFollowSubfoldersAndCounts()
     {
         ShelfRig rig;
-        rig.addImage(QStringLiteral("a.png"));
-        rig.addImage(QStringLiteral("b.png"));
+        rig.addImage("a.png");
+        rig.addImage("b.png");
         QVERIFY(rig.start());
         FolderColumn column(rig.shelf.get(), {});
         QVERIFY(show(column));
@@ -85,35 +85,35 @@ private Q_SLOTS:
 
         // Folders appear in the shelf's order with their counts; odd names
         // and a folder that cannot be read show like any other.
-        const QString longName = QString(QLatin1Char('x')).repeated(251) + QStringLiteral(".dir");
-        const QString odd = QStringLiteral("Say \"cheese\" \U0001F600 'now'");
+        const QString longName = QString(QLatin1Char('x')).repeated(251) + ".dir";
+        const QString odd = "Say \"cheese\" \U0001F600 'now'";
         for (const QString &name : {QStringLiteral("B"), odd, longName, QStringLiteral("Locked")})
             QVERIFY(QDir().mkpath(rig.file(name)));
-        Sandbox::writeFile(rig.file(QStringLiteral("B/c.png")));
-        Sandbox::writeFile(rig.file(odd + QStringLiteral("/d.png")));
-        Sandbox::writeFile(rig.file(QStringLiteral("Locked/e.png")));
-        ::chmod(QFile::encodeName(rig.file(QStringLiteral("Locked"))).constData(), 0);
+        Sandbox::writeFile(rig.file("B/c.png"));
+        Sandbox::writeFile(rig.file(odd + "/d.png"));
+        Sandbox::writeFile(rig.file("Locked/e.png"));
+        ::chmod(QFile::encodeName(rig.file("Locked")).constData(), 0);
         QVERIFY(rig.rescan());
-        ::chmod(QFile::encodeName(rig.file(QStringLiteral("Locked"))).constData(), 0755);
+        ::chmod(QFile::encodeName(rig.file("Locked")).constData(), 0755);
         const QStringList rows = describe(column);
         QCOMPARE(rows.size(), 5);
-        QVERIFY(rows.contains(QStringLiteral("B 1")) && rows.contains(odd + QStringLiteral(" 1")));
-        QVERIFY(rows.contains(longName + QStringLiteral(" 0")) && rows.filter(QStringLiteral("Locked ")).size() == 1);
+        QVERIFY(rows.contains("B 1") && rows.contains(odd + " 1"));
+        QVERIFY(rows.contains(longName + " 0") && rows.filter("Locked ").size() == 1);
         QVERIFY(!column.grab().isNull()); // paints every row, the long name elided
 
         // Clicking a row opens its folder; its header does nothing.
-        QTest::mouseClick(column.viewport(), Qt::LeftButton, {}, centreOf(column, QStringLiteral("B")));
-        QCOMPARE(rig.shelf->current(), Shelf::folderKey(rig.url(QStringLiteral("B"))));
-        QTest::mouseClick(column.viewport(), Qt::LeftButton, {}, centreOf(column, QStringLiteral("Home")) - QPoint(0, 20));
-        QCOMPARE(rig.shelf->current(), Shelf::folderKey(rig.url(QStringLiteral("B"))));
-        QTest::mouseClick(column.viewport(), Qt::LeftButton, {}, centreOf(column, QStringLiteral("Home")));
+        QTest::mouseClick(column.viewport(), Qt::LeftButton, {}, centreOf(column, "B"));
+        QCOMPARE(rig.shelf->current(), Shelf::folderKey(rig.url("B")));
+        QTest::mouseClick(column.viewport(), Qt::LeftButton, {}, centreOf(column, "Home") - QPoint(0, 20));
+        QCOMPARE(rig.shelf->current(), Shelf::folderKey(rig.url("B")));
+        QTest::mouseClick(column.viewport(), Qt::LeftButton, {}, centreOf(column, "Home"));
         QCOMPARE(rig.shelf->current(), rig.shelf->home());
 
         // A file moved into the shown subfolder from outside updates its count.
-        rig.shelf->openFolder(QUrl::fromLocalFile(rig.file(QStringLiteral("B"))));
-        QVERIFY(QFile::rename(rig.file(QStringLiteral("a.png")), rig.file(QStringLiteral("B/a.png"))));
-        QTRY_COMPARE_WITH_TIMEOUT(describe(column).value(0), QStringLiteral("Home 1"), 10000);
-        QVERIFY(describe(column).contains(QStringLiteral("B 2")));
+        rig.shelf->openFolder(QUrl::fromLocalFile(rig.file("B")));
+        QVERIFY(QFile::rename(rig.file("a.png"), rig.file("B/a.png")));
+        QTRY_COMPARE_WITH_TIMEOUT(describe(column).value(0), "Home 1", 10000);
+        QVERIFY(describe(column).contains("B 2"));
 
         // The last folder gone: the hint comes back.
         for (const QUrl &folder : rig.shelf->subfolders())
@@ -125,32 +125,32 @@ private Q_SLOTS:
     void droppedFilesMoveIntoTheRowsFolder()
     {
         ShelfRig rig;
-        rig.addImage(QStringLiteral("a.png"));
-        Sandbox::writeFile(rig.file(QStringLiteral("Sub/b.png")));
+        rig.addImage("a.png");
+        Sandbox::writeFile(rig.file("Sub/b.png"));
         QVERIFY(rig.start());
         FreedesktopTrash trash(rig.box.path(QStringLiteral("Trash")), [](const QString &) { return QStringLiteral("/"); });
         ActionRunner runner(trash, &rig.meta);
         FolderColumn column(rig.shelf.get(), {.runner = &runner});
         QVERIFY(show(column));
-        const QSet<QUrl> selection{rig.url(QStringLiteral("a.png"))};
+        const QSet<QUrl> selection{rig.url("a.png")};
         rig.shelf->setSelection(selection);
 
         // Not files: refused.
         QMimeData text;
-        text.setText(QStringLiteral("hello"));
-        QVERIFY(!dropOn(column, QStringLiteral("Sub"), &text));
-        QVERIFY(!dropOn(column, QStringLiteral("Sub"), filesData({QUrl(QStringLiteral("https://example.com/x.png"))}).get()));
+        text.setText("hello");
+        QVERIFY(!dropOn(column, "Sub", &text));
+        QVERIFY(!dropOn(column, "Sub", filesData({QUrl("https://example.com/x.png")}).get()));
 
         // Already there: nothing moves and the selection stays.
-        QVERIFY(dropOn(column, QStringLiteral("Sub"), filesData({rig.url(QStringLiteral("Sub/b.png"))}).get()));
+        QVERIFY(dropOn(column, "Sub", filesData({rig.url("Sub/b.png")}).get()));
         QTRY_COMPARE_WITH_TIMEOUT(runner.pending(), 0, 10000);
-        QVERIFY(QFile::exists(rig.file(QStringLiteral("Sub/b.png"))));
-        QVERIFY(!QFile::exists(rig.file(QStringLiteral("Sub/b 2.png"))));
+        QVERIFY(QFile::exists(rig.file("Sub/b.png")));
+        QVERIFY(!QFile::exists(rig.file("Sub/b 2.png")));
         QCOMPARE(rig.shelf->selection(), selection);
 
-        QVERIFY(dropOn(column, QStringLiteral("Sub"), filesData({rig.url(QStringLiteral("a.png"))}).get()));
+        QVERIFY(dropOn(column, "Sub", filesData({rig.url("a.png")}).get()));
         QTRY_COMPARE_WITH_TIMEOUT(runner.pending(), 0, 10000);
-        QVERIFY(QFile::exists(rig.file(QStringLiteral("Sub/a.png"))));
+        QVERIFY(QFile::exists(rig.file("Sub/a.png")));
         QVERIFY(rig.shelf->selection().isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(describe(column), QStringList({"Home 0", "Sub 2"}), 10000);
     }

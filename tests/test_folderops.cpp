@@ -31,7 +31,7 @@ private Q_SLOTS:
         QSignalSpy applied(rig.shelf.get(), &Shelf::scanApplied);
         QVERIFY(applied.wait(10000));
         ScriptedPrompt prompt;
-        prompt.answer = QStringLiteral("  Receipts  ");
+        prompt.answer = "  Receipts  ";
         FolderOps::newFolder(*rig.shelf, prompt); // in Home, though Old is shown
         QVERIFY(applied.wait(10000));
         QCOMPARE(folderNames(rig.folder()), QStringList({"Old", "Receipts"}));
@@ -59,16 +59,16 @@ private Q_SLOTS:
 
         // Renamed while shown: the new name is shown.
         ScriptedPrompt prompt;
-        prompt.answer = QStringLiteral("Renamed");
+        prompt.answer = "Renamed";
         FolderOps::renameFolder(*rig.shelf, QUrl::fromLocalFile(rig.file("A")), prompt, &rig.meta);
-        QCOMPARE(prompt.asked.text, QStringLiteral("A"));
+        QCOMPARE(prompt.asked.text, "A");
         const QUrl renamed = Shelf::folderKey(QUrl::fromLocalFile(rig.file("Renamed")));
         QCOMPARE(rig.shelf->current(), renamed);
 
         // A name that is taken is refused, and both folders keep what they hold.
         Sandbox::writeFile(rig.file("B/kept.png"));
         Sandbox::writeFile(rig.file("Renamed/mine.png"));
-        prompt.answer = QStringLiteral("B");
+        prompt.answer = "B";
         FolderOps::renameFolder(*rig.shelf, renamed, prompt, &rig.meta);
         QCOMPARE(rig.shelf->current(), renamed);
         QVERIFY(QFile::exists(rig.file("B/kept.png")) && QFile::exists(rig.file("Renamed/mine.png")));

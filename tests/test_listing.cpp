@@ -23,7 +23,7 @@ private Q_SLOTS:
     void init()
     {
         box = std::make_unique<Sandbox>();
-        dir = box->path(QStringLiteral("shots"));
+        dir = box->path("shots");
     }
     // Each sandbox puts the environment back as it found it: one at a time.
     void cleanup() { box.reset(); }
@@ -32,10 +32,10 @@ private Q_SLOTS:
     {
         for (const char *name : {"b.PNG", "a.txt", ".hidden.png", "noextension", "trailingdot."})
             Sandbox::writeFile(dir + QLatin1Char('/') + QLatin1String(name));
-        QDir().mkpath(dir + QStringLiteral("/x.png"));
-        QFile::link(dir + QStringLiteral("/b.PNG"), dir + QStringLiteral("/l.png"));
-        QFile::link(dir + QStringLiteral("/missing.png"), dir + QStringLiteral("/dangling.png"));
-        QFile::link(dir + QStringLiteral("/loop.png"), dir + QStringLiteral("/loop.png"));
+        QDir().mkpath(dir + "/x.png");
+        QFile::link(dir + "/b.PNG", dir + "/l.png");
+        QFile::link(dir + "/missing.png", dir + "/dangling.png");
+        QFile::link(dir + "/loop.png", dir + "/loop.png");
         // Names that do not decode to exactly their bytes (not UTF-8, Latin-1
         // é; or a leading byte-order mark decoding would drop, "b.PNG" again)
         // are listed by their bytes, each its own file, never the look-alike.
@@ -62,18 +62,17 @@ private Q_SLOTS:
         std::sort(listed.begin(), listed.end());
         QCOMPARE(listed, (QByteArrayList{base + "/b.PNG", badFiles[0], badFiles[1]}));
         QCOMPARE(counted, 3);
-        QCOMPARE(folders, QStringList{QStringLiteral("x.png")});
+        QCOMPARE(folders, QStringList{"x.png"});
     }
 
     void unusualNamesListAndSortByTime()
     {
-        const QStringList odd = {QStringLiteral("quote\"and'apostrophe.png"), QStringLiteral("new\nline.png"),
-                                 QStringLiteral("emoji 📸.png"),
-                                 QString(251, QLatin1Char('n')) + QStringLiteral(".png")}; // 255 bytes
+        const QStringList odd = {"quote\"and'apostrophe.png", "new\nline.png", "emoji 📸.png",
+                                 QString(251, 'n') + ".png"}; // 255 bytes
         qint64 t = 1700000000;
         for (const QString &name : odd) {
-            Sandbox::writeFile(dir + QLatin1Char('/') + name);
-            setMtime(dir + QLatin1Char('/') + name, t++);
+            Sandbox::writeFile(dir + '/' + name);
+            setMtime(dir + '/' + name, t++);
         }
         const QList<QUrl> listed = listImages(dir, 400);
         QCOMPARE(names(listed), QStringList(odd.crbegin(), odd.crend()));
@@ -86,22 +85,19 @@ private Q_SLOTS:
         // The 30 newest share one time; the list keeps the newest 400. Enough
         // files that their modification times are read on more than one thread.
         for (int i = 0; i < 4500; ++i) {
-            const QString path = dir + QStringLiteral("/%1.png").arg(i);
+            const QString path = dir + QString("/%1.png").arg(i);
             Sandbox::writeFile(path);
             setMtime(path, 1700000000 + std::min(i, 4470));
         }
         QStringList directoryOrder;
-        QDirIterator it(dir, QDir::Files);
-        while (it.hasNext()) {
-            const QString name = QFileInfo(it.next()).fileName();
-            if (name.section(QLatin1Char('.'), 0, 0).toInt() >= 4470)
+        for (QDirIterator it(dir, QDir::Files); it.hasNext();)
+            if (const QString name = QFileInfo(it.next()).fileName(); name.section('.', 0, 0).toInt() >= 4470)
                 directoryOrder << name;
-        }
         const QList<QUrl> listed = listImages(dir, 400);
         QCOMPARE(listed.size(), 400);
         QCOMPARE(names(listed.mid(0, 30)), directoryOrder);
-        QCOMPARE(listed.at(30).fileName(), QStringLiteral("4469.png"));
-        QCOMPARE(listed.last().fileName(), QStringLiteral("4100.png"));
+        QCOMPARE(listed.at(30).fileName(), "4469.png");
+        QCOMPARE(listed.last().fileName(), "4100.png");
         QCOMPARE(countImages(dir, 100000), 4500);
         QCOMPARE(countImages(dir, 100), 100);
         const FolderListing once = listFolder(dir, 400, 100000, true, true);
@@ -112,25 +108,21 @@ private Q_SLOTS:
     void subfoldersSortLikeAFileManager()
     {
         for (const char *name : {"Folder 10", "folder 2", "Archive", ".cache", "b"})
-            QDir().mkpath(dir + QLatin1Char('/') + QLatin1String(name));
-        QDir().mkpath(box->path(QStringLiteral("elsewhere")));
-        QFile::link(box->path(QStringLiteral("elsewhere")), dir + QStringLiteral("/linked"));
-        Sandbox::writeFile(dir + QStringLiteral("/file.png"));
-
-        QCOMPARE(names(listSubfolders(dir)),
-                 (QStringList{QStringLiteral("Archive"), QStringLiteral("b"), QStringLiteral("folder 2"),
-                              QStringLiteral("Folder 10")}));
+            QDir().mkpath(dir + '/' + name);
+        QDir().mkpath(box->path("elsewhere"));
+        QFile::link(box->path("elsewhere"), dir + "/linked");
+        Sandbox::writeFile(dir + "/file.png");
+        QCOMPARE(names(listSubfolders(dir)), (QStringList{"Archive", "b", "folder 2", "Folder 10"}));
     }
 
     void unreadableOrMissingFoldersListAsEmpty()
     {
-        QVERIFY(listImages(box->path(QStringLiteral("nope")), 400).isEmpty());
-        QVERIFY(listSubfolders(box->path(QStringLiteral("nope"))).isEmpty());
+        QVERIFY(listImages(box->path("nope"), 400).isEmpty() && listSubfolders(box->path("nope")).isEmpty());
 
         if (::geteuid() == 0)
             QSKIP("root reads every folder");
-        const QString locked = box->path(QStringLiteral("locked"));
-        Sandbox::writeFile(locked + QStringLiteral("/a.png"));
+        const QString locked = box->path("locked");
+        Sandbox::writeFile(locked + "/a.png");
         QFile::setPermissions(locked, QFileDevice::WriteOwner);
         QVERIFY(listImages(locked, 400).isEmpty());
         QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);

@@ -23,11 +23,11 @@ using TestFiles::readAll;
 
 namespace {
 
-QUrl file(const char *name) { return QUrl::fromLocalFile(QStringLiteral("/shots/") + QLatin1String(name)); }
+QUrl file(const char *name) { return QUrl::fromLocalFile("/shots/" + QLatin1String(name)); }
 
 QStringList setAsideFiles(const QString &folder)
 {
-    return QDir(folder).entryList({QStringLiteral("meta.json.unreadable-*")}, QDir::AllEntries | QDir::Hidden);
+    return QDir(folder).entryList({"meta.json.unreadable-*"}, QDir::AllEntries | QDir::Hidden);
 }
 
 std::unique_ptr<MetaStore> loadedStore(const QString &path)
@@ -55,19 +55,18 @@ private Q_SLOTS:
     {
         Sandbox box;
         // The folder does not exist yet: the store makes it.
-        const QString path = box.path(QStringLiteral("data/Brindlewick/meta.json"));
+        const QString path = box.path("data/Brindlewick/meta.json");
         const QDateTime at(QDate(2001, 1, 2), QTime(0, 0, 0, 500), Qt::UTC);
         // A lone half of a surrogate pair (a recogniser may hand one over) is
         // written as U+FFFD, so the file stays UTF-8 that any reader takes.
-        const QString text = QStringLiteral("Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01 ") + QChar(0xd800)
-                             + QStringLiteral("x") + QChar(0xdc00);
-        const QString readBack = QStringLiteral("Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01 \uFFFDx\uFFFD");
+        const QString text = QStringLiteral("Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01 ") + QChar(0xd800) + "x" + QChar(0xdc00);
+        const QString readBack = "Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01 \uFFFDx\uFFFD";
         {
             const auto store = loadedStore(path);
             store->update(file("empty.png"), [](FileMeta &) {});
             store->update(file("blank.png"), [](FileMeta &m) { m.text = QString(); });
             store->update(file("full.png"), [&](FileMeta &m) {
-                m.app = QStringLiteral("Text Editor");
+                m.app = "Text Editor";
                 m.text = text;
                 m.textAt = at;
             });
@@ -77,17 +76,16 @@ private Q_SLOTS:
         // Absent fields are left out; "ran, found nothing" is an empty text.
         const QByteArray bytes = readAll(path);
         const QJsonObject root = QJsonDocument::fromJson(bytes).object();
-        QCOMPARE(root.value(QStringLiteral("empty.png")).toObject(), QJsonObject());
-        QCOMPARE(root.value(QStringLiteral("blank.png")).toObject(),
-                 QJsonObject({{QStringLiteral("text"), QString()}}));
-        QCOMPARE(root.value(QStringLiteral("full.png"))[QStringLiteral("textAt")].toDouble(), 86400.5); // since 2001
-        QCOMPARE(root.value(QStringLiteral("full.png"))[QStringLiteral("text")].toString(), readBack);
+        QCOMPARE(root.value("empty.png").toObject(), QJsonObject());
+        QCOMPARE(root.value("blank.png").toObject(), QJsonObject({{"text", QString()}}));
+        QCOMPARE(root.value("full.png")["textAt"].toDouble(), 86400.5); // since 2001
+        QCOMPARE(root.value("full.png")["text"].toString(), readBack);
         QCOMPARE(QFile::permissions(path), QFileDevice::ReadOwner | QFileDevice::WriteOwner
                                                | QFileDevice::ReadUser | QFileDevice::WriteUser);
 
         // Read back, and written again: the same records, the same bytes.
         const auto again = loadedStore(path);
-        const FileMeta back = *again->metaForName(QStringLiteral("full.png"));
+        const FileMeta back = *again->metaForName("full.png");
         QCOMPARE(back.textAt, std::optional<QDateTime>(at));
         QCOMPARE(back.text, std::optional<QString>(readBack));
         QCOMPARE(MetaStore::encode(again->byName()), bytes);
@@ -112,10 +110,10 @@ private Q_SLOTS:
             "\"appPath\":\"\\ud800\\u0041\\udc00\\\\ud800\","
             "\"colour\":[1,{\"x\":[true,-0.5e-3,\"\\\"\"]}]}}\n");
         QVERIFY(decoded);
-        const FileMeta a = decoded->value(QStringLiteral("a.png"));
+        const FileMeta a = decoded->value("a.png");
         QVERIFY(!a.app);
-        QCOMPARE(*a.appPath, QStringLiteral("\uFFFDA\uFFFD\\ud800"));
-        QCOMPARE(*a.text, QStringLiteral("hé🙂/\n"));
+        QCOMPARE(*a.appPath, "\uFFFDA\uFFFD\\ud800");
+        QCOMPARE(*a.text, "hé🙂/\n");
         QCOMPARE(*a.textAt, QDateTime(QDate(2001, 1, 1), QTime(0, 0, 3, 250), Qt::UTC));
     }
 
@@ -125,7 +123,7 @@ private Q_SLOTS:
         for (const QByteArray &contents : {QByteArray("{\"a.png\":{\"text\":\"kept\",\"textAt\":\"yesterday\"}}"),
                                           QByteArray("{\"a.png\":{}}x"), QByteArray("{\"a.png\":{\"text\":\"kep")}) {
             Sandbox box;
-            const QString path = box.path(QStringLiteral("meta.json"));
+            const QString path = box.path("meta.json");
             Sandbox::writeFile(path, contents);
             const auto store = loadedStore(path);
             QVERIFY(store->byName().isEmpty());
@@ -146,10 +144,9 @@ private Q_SLOTS:
     void damagedBytesAreRefusedOrReadAsAStableStore()
     {
         QHash<QString, FileMeta> records;
-        records.insert(QStringLiteral("Shot \"1\".png"), {QStringLiteral("Editor"), QStringLiteral("/a/e.desktop"),
-                                                          QStringLiteral("Café\n\t🙂 \\ \x01"),
-                                                          QDateTime(QDate(2025, 3, 1), QTime(9, 0, 0, 125), Qt::UTC)});
-        records.insert(QStringLiteral("b.png"), {std::nullopt, std::nullopt, QString(), std::nullopt});
+        records.insert("Shot \"1\".png", {QStringLiteral("Editor"), QStringLiteral("/a/e.desktop"), QStringLiteral("Café\n\t🙂 \\ \x01"),
+                                           QDateTime(QDate(2025, 3, 1), QTime(9, 0, 0, 125), Qt::UTC)});
+        records.insert("b.png", {std::nullopt, std::nullopt, QString(), std::nullopt});
         QByteArray good = MetaStore::encode(records); // and an unknown member in the last record
         good.insert(good.size() - 2, ",\"x\":[null,-1e-3,{\"y\":\"\\ud83d\\ude42\"}]");
         QVERIFY(MetaStore::decode(good));
@@ -180,7 +177,7 @@ private Q_SLOTS:
     {
         for (const bool pipe : {true, false}) {
             Sandbox box;
-            const QByteArray native = QFile::encodeName(box.path(QStringLiteral("meta.json")));
+            const QByteArray native = QFile::encodeName(box.path("meta.json"));
             QVERIFY(pipe ? ::mkfifo(native.constData(), 0600) == 0 : ::mkdir(native.constData(), 0700) == 0);
             // Should the pipe be opened for reading anyway, a writer turns up
             // after a while, so that the test fails instead of hanging.
@@ -206,7 +203,7 @@ private Q_SLOTS:
             QVERIFY(::lstat(native.constData(), &st) == 0);
             QVERIFY(pipe ? S_ISFIFO(st.st_mode) : S_ISDIR(st.st_mode));
             QVERIFY(setAsideFiles(box.path()).isEmpty());
-            QVERIFY(store->metaForName(QStringLiteral("a.png")));
+            QVERIFY(store->metaForName("a.png"));
             done->release();
         }
     }
@@ -214,7 +211,7 @@ private Q_SLOTS:
     void changesMadeWhileLoadingLandOnTheLoadedRecords()
     {
         Sandbox box;
-        const QString path = box.path(QStringLiteral("meta.json"));
+        const QString path = box.path("meta.json");
         const QByteArray onDisk("{\"a.png\":{\"app\":\"Editor\",\"text\":\"old\"},\"b.png\":{\"text\":\"bee\"},"
                                 "\"c.png\":{\"app\":\"Terminal\"}}");
         Sandbox::writeFile(path, onDisk);
@@ -227,7 +224,7 @@ private Q_SLOTS:
         QSignalSpy changed(&store, &MetaStore::byNameChanged);
         store.update(file("a.png"), [](FileMeta &m) { m.text = QStringLiteral("new"); });
         store.moveRecord(file("b.png"), file("b 2.png"));
-        store.update(file("d.png"), [](FileMeta &m) { m.app = QStringLiteral("Viewer"); });
+        store.update(file("d.png"), [](FileMeta &m) { m.app = "Viewer"; });
         store.save();
         QVERIFY(!store.isLoaded() && !store.isSaving());
         QCOMPARE(readAll(path), onDisk); // nothing written over records not yet read
@@ -248,28 +245,27 @@ private Q_SLOTS:
         // and a move onto a name with one replaces it.
         store.moveRecord(file("nothing.png"), file("d.png"));
         QCOMPARE(changed.size(), changes + 1);
-        store.moveRecord(file("a.png"), QUrl::fromLocalFile(QStringLiteral("/elsewhere/c.png")));
-        QVERIFY(!store.metaForName(QStringLiteral("a.png")));
-        QCOMPARE(store.metaForName(QStringLiteral("c.png"))->text, std::optional<QString>(QStringLiteral("new")));
+        store.moveRecord(file("a.png"), QUrl::fromLocalFile("/elsewhere/c.png"));
+        QVERIFY(!store.metaForName("a.png"));
+        QCOMPARE(store.metaForName("c.png")->text, std::optional<QString>("new"));
     }
 
     void aSaveDuringAWriteLandsLast()
     {
         Sandbox box;
-        const QString path = box.path(QStringLiteral("meta.json"));
+        const QString path = box.path("meta.json");
         const auto store = loadedStore(path);
         QSignalSpy writes(store.get(), &MetaStore::saveFinished);
         store->update(file("early.png"), [](FileMeta &) {});
         store->save();
         QVERIFY(store->isSaving()); // until the event loop hears back from the writer
-        store->update(file("late.png"), [](FileMeta &m) { m.app = QStringLiteral("first"); });
+        store->update(file("late.png"), [](FileMeta &m) { m.app = "first"; });
         store->save();
-        store->update(file("late.png"), [](FileMeta &m) { m.app = QStringLiteral("last"); });
+        store->update(file("late.png"), [](FileMeta &m) { m.app = "last"; });
         store->save();
         QTRY_COMPARE_WITH_TIMEOUT(writes.size(), 2, 30000); // the two waiting saves became one
         QVERIFY(!store->isSaving());
-        QCOMPARE(loadedStore(path)->metaForName(QStringLiteral("late.png"))->app,
-                 std::optional<QString>(QStringLiteral("last")));
+        QCOMPARE(loadedStore(path)->metaForName("late.png")->app, std::optional<QString>("last"));
     }
 };
 

@@ -27,18 +27,18 @@ private Q_SLOTS:
         const QString french = QStringLiteral("Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png");
         const QList<QPair<QString, QString>> cases = {
             {"Screenshot 2026-10-08 at 05.12.49.png", bare},
-            {QStringLiteral("\u30B9\u30AF\u30EA\u30FC\u30F3\u30B7\u30E7\u30C3\u30C8 2026-10-08 5.12.49.png"),
+            {"\u30B9\u30AF\u30EA\u30FC\u30F3\u30B7\u30E7\u30C3\u30C8 2026-10-08 5.12.49.png",
              "2026-10-08 5.12.49.png"},
-            {QStringLiteral("\u622A\u5C4F2026-10-08 05.12.49.png"), bare}, // no space after the prefix
+            {"\u622A\u5C4F2026-10-08 05.12.49.png", bare}, // no space after the prefix
             // File managers and other tools on Linux often write names decomposed.
             {decomposed(french), bare},
             // Spelled otherwise than in the table: the prefix stays.
-            {QStringLiteral("Capture d\u2019\u00E9cran 2026-10-08 \u00E0 05.12.49.png"),
-             QStringLiteral("Capture d\u2019\u00E9cran 2026-10-08 05.12.49.png")},
+            {"Capture d\u2019\u00E9cran 2026-10-08 \u00E0 05.12.49.png",
+             "Capture d\u2019\u00E9cran 2026-10-08 05.12.49.png"},
             {"Screenshot Screenshot 1.png", "Screenshot 1.png"},
             {"Lunch at noon.png", "Lunch noon.png"},
             // Nothing to clean: the name keeps its own (decomposed) spelling.
-            {decomposed(QStringLiteral("Caf\u00E9 menu.png")), decomposed(QStringLiteral("Caf\u00E9 menu.png"))},
+            {decomposed("Caf\u00E9 menu.png"), decomposed("Caf\u00E9 menu.png")},
             {"Screenshot \t a  b\t.png", "a  b\t.png"},
             {"x at y um z o w.png", "x y z w.png"},
         };
@@ -49,7 +49,7 @@ private Q_SLOTS:
     void cleanUpRenamesAndNumbers()
     {
         QTemporaryDir dir;
-        const QString french = decomposed(QStringLiteral("Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png"));
+        const QString french = decomposed("Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png");
         const QStringList present = {"2026-10-08 05.12.49.png", "Screenshot 2026-10-08 at 05.12.49.png", french,
                                      "Screenshot .png"};
         for (const QString &name : present)
@@ -70,16 +70,15 @@ private Q_SLOTS:
     void confirmationAsksAboutTheWholeListing()
     {
         ShelfRig rig;
-        rig.addImage(QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"));
-        rig.addImage(QStringLiteral("a.png"));
-        rig.addImage(QStringLiteral("b.png"));
+        rig.addImage("Screenshot 2026-10-08 at 05.12.49.png");
+        rig.addImage("a.png");
+        rig.addImage("b.png");
         QVERIFY(rig.start());
         QCOMPARE(rig.shelf->items().size(), 3);
 
         FreedesktopTrash trash(rig.box.path("Trash"));
         ActionRunner runner(trash, &rig.meta);
-        rig.meta.update(rig.url(QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png")),
-                        [](FileMeta &m) { m.text = QStringLiteral("receipt"); });
+        rig.meta.update(rig.url("Screenshot 2026-10-08 at 05.12.49.png"), [](FileMeta &m) { m.text = QStringLiteral("receipt"); });
         QList<std::optional<qint64>> results;
         const auto done = [&](std::optional<qint64> count) { results.append(count); };
         ScriptedConfirm prompt;
@@ -92,7 +91,7 @@ private Q_SLOTS:
         confirmCleanUp(*rig.shelf, prompt, runner, nullptr, done);
         QTRY_COMPARE_WITH_TIMEOUT(results.size(), 2, 10000);
         QCOMPARE(results.last(), std::optional<qint64>(1));
-        QCOMPARE(rig.meta.meta(rig.url(QStringLiteral("2026-10-08 05.12.49.png")))->text, QStringLiteral("receipt"));
+        QCOMPARE(rig.meta.meta(rig.url("2026-10-08 05.12.49.png"))->text, "receipt");
     }
 };
 

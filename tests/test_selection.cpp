@@ -11,10 +11,10 @@ struct Grid
     QList<QUrl> urls;
     Shelf &shelf() { return *rig.shelf; }
 
-    explicit Grid(int count, const QString &prefix = QStringLiteral("item "))
+    explicit Grid(int count, const QString &prefix = "item ")
     {
         for (int i = 0; i < count; ++i) {
-            const QString name = prefix + QString::number(i) + QStringLiteral(".png");
+            const QString name = prefix + QString::number(i) + ".png";
             rig.addImage(name, 100 + i); // older as i grows: newest first
             urls.append(rig.url(name));
         }
@@ -71,7 +71,7 @@ private Q_SLOTS:
         // An anchor hidden by the search does not fall back to the cursor.
         shelf.select(grid.urls[1]);
         shelf.toggle(grid.urls[3]);
-        shelf.setQuery(QStringLiteral("item 2"));
+        shelf.setQuery("item 2");
         shelf.setCursor(grid.urls[2]);
         shelf.extend(grid.urls[2]);
         QCOMPARE(shelf.selection(), grid.at({2}));
@@ -80,7 +80,7 @@ private Q_SLOTS:
         // takes only what is shown. Actions take the grid's order.
         shelf.setQuery({});
         shelf.select(grid.urls[0]);
-        shelf.setQuery(QStringLiteral("item 2"));
+        shelf.setQuery("item 2");
         QVERIFY(shelf.selection() == grid.at({0}) && shelf.selectedURLs().isEmpty());
         shelf.selectAll();
         QVERIFY(shelf.selection() == grid.at({2}) && shelf.base() == grid.at({2}));
@@ -113,7 +113,7 @@ private Q_SLOTS:
         }
         // A selection but no cursor: counted from the first item.
         shelf.setSelection(grid.at({5}));
-        shelf.setCursor(QUrl::fromLocalFile(QStringLiteral("/gone.png"))); // names an item no longer listed
+        shelf.setCursor(QUrl::fromLocalFile("/gone.png")); // names an item no longer listed
         shelf.moveCursor(Move::down, false);
         QCOMPARE(grid.cursorIndex(), 4);
 
@@ -130,7 +130,7 @@ private Q_SLOTS:
         QVERIFY(shelf.anchor() == grid.urls[2] && shelf.selection() == grid.at({2, 3, 6}));
 
         // Nothing visible: nothing happens.
-        shelf.setQuery(QStringLiteral("matches nothing"));
+        shelf.setQuery("matches nothing");
         shelf.moveCursor(Move::down, false);
         QCOMPARE(grid.cursorIndex(), 3);
         shelf.setQuery({});
@@ -140,18 +140,18 @@ private Q_SLOTS:
         shelf.select(grid.urls[0]);
         shelf.toggle(grid.urls[6]);
         shelf.toggle(grid.urls[1]);
-        QVERIFY(QFile::remove(grid.rig.file(QStringLiteral("item 6.png"))));
+        QVERIFY(QFile::remove(grid.rig.file("item 6.png")));
         QVERIFY(grid.rig.rescan());
         shelf.moveCursor(Move::right, true);
         QCOMPARE(shelf.selection(), grid.at({0, 1, 2}));
         shelf.selectAll();
-        QDir().mkpath(grid.rig.file(QStringLiteral("other")));
-        grid.rig.addImage(QStringLiteral("other/x.png"));
+        QDir().mkpath(grid.rig.file("other"));
+        grid.rig.addImage("other/x.png");
         QSignalSpy scanned(&shelf, &Shelf::scanApplied);
-        shelf.openFolder(QUrl::fromLocalFile(grid.rig.file(QStringLiteral("other"))));
+        shelf.openFolder(QUrl::fromLocalFile(grid.rig.file("other")));
         QVERIFY(scanned.wait());
         shelf.moveCursor(Move::right, true);
-        QCOMPARE(shelf.selection(), QSet<QUrl>{grid.rig.url(QStringLiteral("other/x.png"))});
+        QCOMPARE(shelf.selection(), QSet<QUrl>{grid.rig.url("other/x.png")});
     }
 
     void searchMatchesNamesThenRecognisedText()

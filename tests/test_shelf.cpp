@@ -125,7 +125,7 @@ private Q_SLOTS:
         QCOMPARE(shelf->items().size(), 2);
         const QList<QUrl> folders = shelf->subfolders();
         QCOMPARE(folders.size(), 3);
-        QCOMPARE(folders.at(1).fileName(), QStringLiteral("folder 2"));
+        QCOMPARE(folders.at(1).fileName(), "folder 2");
         QCOMPARE(shelf->folderCounts(), (FolderCounts{{shelf->home(), 2}, {folders[0], 0}, {folders[1], 2}, {folders[2], 1}}));
 
         const QUrl keep = fileUrl(shots("keep.png"));

@@ -146,8 +146,8 @@ private Q_SLOTS:
         Shelf &shelf = *rig.shelf.shelf;
         const QRect tile = rig.grid->tileRect(rig.item(1));
         const QPoint name(tile.center().x(), rig.grid->cellRect(rig.item(1)).bottom() - 2);
-        QCOMPARE(rig.grid->partAt(name), QStringLiteral("GridBackground"));
-        QCOMPARE(rig.grid->partAt(tile.center()), QStringLiteral("ThumbCell"));
+        QCOMPARE(rig.grid->partAt(name), "GridBackground");
+        QCOMPARE(rig.grid->partAt(tile.center()), "ThumbCell");
 
         shelf.setSelection({rig.item(0)});
         QTest::mouseClick(rig.view(), Qt::LeftButton, {}, name);
@@ -183,14 +183,14 @@ private Q_SLOTS:
             QVERIFY(ColourImages::write(rig.file(QStringLiteral("%1.png").arg(i)), ColourImages::colour(i)));
             ShelfRig::setAge(rig.file(QStringLiteral("%1.png").arg(i)), 100 + i);
         }
-        Sandbox::writeFile(rig.file(QStringLiteral("broken.png")), "not an image");
+        Sandbox::writeFile(rig.file("broken.png"), "not an image");
         QVERIFY(rig.rescan());
         Thumbs thumbs(nullptr);
         ShelfGrid grid(rig.shelf.get(), &rig.meta, &thumbs);
         grid.resize(1000 + 2 * pad, 700);
         grid.show();
         QVERIFY(QTest::qWaitForWindowExposed(&grid));
-        const QUrl broken = rig.url(QStringLiteral("broken.png"));
+        const QUrl broken = rig.url("broken.png");
         const auto settled = [&] {
             for (const QUrl &url : rig.shelf->visible()) {
                 QImage image;
@@ -203,11 +203,11 @@ private Q_SLOTS:
         };
         QTRY_VERIFY(settled());
 
-        rig.shelf->setQuery(QStringLiteral("11"));
+        rig.shelf->setQuery("11");
         QCOMPARE(rig.shelf->visible().size(), 1);
         rig.shelf->setQuery(QString());
         QTRY_VERIFY_WITH_TIMEOUT(settled(), 2000);
-        rig.shelf->setQuery(QStringLiteral("broken"));
+        rig.shelf->setQuery("broken");
         rig.shelf->setQuery(QString());
         QCOMPARE(grid.shows(broken), ShelfGrid::Shows::failed);
         QTRY_VERIFY_WITH_TIMEOUT(settled(), 2000);

@@ -10,14 +10,9 @@
 // default; BRINDLEWICK_PROPERTY_SEEDS (a count, or seeds separated by commas)
 // and BRINDLEWICK_PROPERTY_STEPS run more. A failure names the seed and step.
 
-#include "actions/actionrunner.h"
-#include "actions/views/pins.h"
-#include "actions/views/quicklook.h"
 #include "meta/thumbs.h"
-#include "platform/trash.h"
+#include "support/actionrig.h"
 #include "support/colourimages.h"
-#include "support/scriptedprompts.h"
-#include "support/shelfrig.h"
 #include "ui/gridlayout.h"
 #include "ui/shelfcommands.h"
 #include "ui/shelfgrid.h"
@@ -41,14 +36,9 @@ constexpr int defaultSteps = 45;
 const QList<quint32> defaultSeeds{1, 2, 3};
 constexpr int settleMs = 2000;
 
-struct PropertyRig : ShelfRig
+struct PropertyRig : ActionRig
 {
     Thumbs thumbs{nullptr};
-    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
-    ActionRunner runner{trash, &meta};
-    QuickLook quickLook;
-    Pins pins;
-    ScriptedPrompt prompt;
     std::unique_ptr<ShelfCommands> commands;
     std::unique_ptr<ShelfWindow> window;
     ShelfView *view = nullptr;
@@ -57,8 +47,7 @@ struct PropertyRig : ShelfRig
     {
         if (!start(true))
             return false;
-        commands = std::make_unique<ShelfCommands>(shelf.get(),
-                                                   ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, &prompt});
+        commands = std::make_unique<ShelfCommands>(shelf.get(), ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, &prompt});
         window = std::make_unique<ShelfWindow>();
         window->setShelf(shelf.get());
         window->setCommands(commands.get());
@@ -70,10 +59,9 @@ struct PropertyRig : ShelfRig
         window->resize(1000, 700);
         window->show();
         window->activateWindow();
-        if (!QTest::qWaitForWindowActive(window.get()))
-            return false;
+        const bool active = QTest::qWaitForWindowActive(window.get());
         window->setFocus();
-        return true;
+        return active;
     }
     ShelfGrid *grid() const { return view->grid(); }
     QWidget *viewport() const { return grid()->viewport(); }
@@ -263,9 +251,7 @@ private:
     {
         const QList<QUrl> selected = m_rig.shelf->selectedURLs();
         m_rig.key(Qt::Key_Delete);
-        QDeadlineTimer deadline(5000);
-        while (m_rig.runner.pending() > 0 && !deadline.hasExpired())
-            QTest::qWait(10);
+        m_rig.settle();
         QStringList names;
         for (const QUrl &url : selected) {
             const QString path = url.toLocalFile();
@@ -339,7 +325,7 @@ public:
     {
         QSet<QString> found;
         for (const QString &folder : {m_world.home, m_world.sub}) {
-            const QStringList names = QDir(folder).entryList({QStringLiteral("*.png")}, QDir::Files);
+            const QStringList names = QDir(folder).entryList({"*.png"}, QDir::Files);
             for (const QString &name : names)
                 found.insert(folder + QLatin1Char('/') + name);
         }
@@ -350,7 +336,7 @@ public:
             if (!ColourImages::shows(QImage(it.key()), ColourImages::colour(it->first)))
                 return QStringLiteral("%1 lost its content").arg(it.key());
         QList<int> inTrash;
-        const QString trashFiles = m_rig.box.path(QStringLiteral("Trash/files"));
+        const QString trashFiles = m_rig.box.path("Trash/files");
         for (const QString &name : QDir(trashFiles).entryList(QDir::Files)) {
             const QImage image(trashFiles + QLatin1Char('/') + name);
             for (int c = 0; c < m_world.nextContent; ++c)
@@ -373,23 +359,19 @@ private:
     World &m_world;
 };
 
+// Seeds separated by commas, or one given with a plus ("+77"), or a count:
+// that many seeds from the first.
 QList<quint32> seeds()
 {
     const QByteArray given = qgetenv("BRINDLEWICK_PROPERTY_SEEDS");
-    if (given.isEmpty())
-        return defaultSeeds;
     QList<quint32> out;
-    if (!given.contains(',')) {
-        // A count: that many seeds from the first, or the one given with a plus ("+77").
-        if (given.startsWith('+'))
-            return {given.mid(1).toUInt()};
+    if (given.contains(',') || given.startsWith('+'))
+        for (const QByteArray &s : given.mid(given.startsWith('+') ? 1 : 0).split(','))
+            out << s.trimmed().toUInt();
+    else
         for (quint32 s = 1; s <= given.toUInt(); ++s)
             out << s;
-        return out;
-    }
-    for (const QByteArray &s : given.split(','))
-        out << s.trimmed().toUInt();
-    return out;
+    return given.isEmpty() ? defaultSeeds : out;
 }
 
 } // namespace
@@ -408,7 +390,7 @@ private Q_SLOTS:
             PropertyRig rig;
             World world;
             world.home = rig.folder();
-            world.sub = rig.folder() + QStringLiteral("/sub");
+            world.sub = rig.folder() + "/sub";
             QDir().mkpath(world.sub);
             QRandomGenerator start(seed);
             const int homeFiles = 12 + int(start.bounded(30u));
@@ -419,7 +401,7 @@ private Q_SLOTS:
             QVERIFY(rig.build());
             Run run(seed, rig, world);
             QString problem = run.check();
-            QString last = QStringLiteral("start");
+            QString last = "start";
             int step = 0;
             for (; problem.isEmpty() && step < steps; ++step) {
                 last = run.step();

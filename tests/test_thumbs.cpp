@@ -2,6 +2,7 @@
 #include "meta/thumbdiskcache.h"
 #include "meta/thumbs.h"
 #include "support/badimages.h"
+#include "support/colourimages.h"
 #include "support/files.h"
 #include "support/sandbox.h"
 
@@ -58,16 +59,8 @@ QByteArray filteredPng(int width, int height, int channels, quint32 seed, int fi
         for (int i = 1; i < stride; ++i)
             rows[y * stride + i] = char(random.generate());
     }
-    const QByteArray stream = qCompress(rows).mid(4);
-    QByteArray header(13, '\0');
-    qToBigEndian<quint32>(quint32(width), header.data());
-    qToBigEndian<quint32>(quint32(height), header.data() + 4);
-    header[8] = 8;
-    header[9] = char(channels == 4 ? 6 : 2);
-    QByteArray png = QByteArray("\x89PNG\r\n\x1a\n", 8) + BadImages::pngChunk("IHDR", header);
-    for (qsizetype at = 0; at < stream.size(); at += 1000)
-        png += BadImages::pngChunk("IDAT", stream.mid(at, 1000));
-    return png + BadImages::pngChunk("IEND", {});
+    return PngBytes::file(PngBytes::head(quint32(width), quint32(height), 8, channels == 4 ? 6 : 2),
+                          PngBytes::deflated(rows), 1000);
 }
 
 // Whether our own row reader takes the file (rather than leaving it to libspng).
@@ -99,7 +92,7 @@ std::optional<bool> wideRegistersInUse()
 
 QStringList entries(const QString &dir)
 {
-    return QDir(dir).entryList({QStringLiteral("*.thumb")}, QDir::Files);
+    return QDir(dir).entryList({"*.thumb"}, QDir::Files);
 }
 
 } // namespace
@@ -113,7 +106,7 @@ private Q_SLOTS:
     {
         Sandbox box;
         Thumbs thumbs(nullptr);
-        const QUrl big = writeImage(box.path(QStringLiteral("big.png")), {4000, 3000}, Qt::red);
+        const QUrl big = writeImage(box.path("big.png"), {4000, 3000}, Qt::red);
 
         // 300 pt on a 2x screen is 600 px, rounded up to the 768 step.
         const QImage cell = loadAndWait(thumbs, big, 300, 2);
@@ -126,11 +119,11 @@ private Q_SLOTS:
         QCOMPARE(loadAndWait(thumbs, big, 600, 2).size(), QSize(1536, 1152));
 
         // Small images are not blown up; a photo taken sideways comes out upright.
-        QCOMPARE(loadAndWait(thumbs, writeImage(box.path(QStringLiteral("small.png")), {120, 80}, Qt::blue), 100).size(),
+        QCOMPARE(loadAndWait(thumbs, writeImage(box.path("small.png"), {120, 80}, Qt::blue), 100).size(),
                  QSize(120, 80));
         QImage wide(400, 200, QImage::Format_RGB32);
         wide.fill(Qt::green);
-        QImageWriter writer(box.path(QStringLiteral("sideways.jpg")));
+        QImageWriter writer(box.path("sideways.jpg"));
         writer.setTransformation(QImageIOHandler::TransformationRotate90);
         QVERIFY(writer.write(wide));
         QCOMPARE(loadAndWait(thumbs, QUrl::fromLocalFile(writer.fileName()), 256).size(), QSize(128, 256));
@@ -148,7 +141,7 @@ private Q_SLOTS:
             for (int x = 0; x < 400; ++x)
                 detail.setPixel(x, y, x < 200 ? ((x + y) % 2 ? qRgb(0, 0, 0) : qRgb(255, 255, 255))
                                               : ((x + y) % 2 ? qRgba(255, 0, 0, 255) : qRgba(0, 0, 0, 0)));
-        const QString path = box.path(QStringLiteral("detail.png"));
+        const QString path = box.path("detail.png");
         QVERIFY(detail.save(path));
         const QImage small = *Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 100);
         QCOMPARE(small.format(), QImage::Format_ARGB32_Premultiplied);
@@ -179,9 +172,7 @@ private Q_SLOTS:
                 for (int x = 0; x < ours.width(); ++x) {
                     const QRgb a = ours.pixel(x, y), b = reference.pixel(x, y);
                     // Premultiplying may round the other way.
-                    const int slack = shape.channels == 4 ? 1 : 0;
-                    QVERIFY2(qAbs(qRed(a) - qRed(b)) <= slack && qAbs(qGreen(a) - qGreen(b)) <= slack
-                                 && qAbs(qBlue(a) - qBlue(b)) <= slack && qAlpha(a) == qAlpha(b),
+                    QVERIFY2(ColourImages::near(a, b, shape.channels == 4 ? 1 : 0),
                              qPrintable(QStringLiteral("%1 at %2,%3: %4 for %5").arg(path).arg(x).arg(y)
                                             .arg(a, 8, 16).arg(b, 8, 16)));
                 }
@@ -194,7 +185,7 @@ private Q_SLOTS:
         // SSE instruction after that, ours or Tesseract's, runs slower until
         // they are cleared.
         Sandbox box;
-        const QString path = box.path(QStringLiteral("wide.png"));
+        const QString path = box.path("wide.png");
         Sandbox::writeFile(path, filteredPng(3001, 60, 4, 11));
         QVERIFY(Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 256));
         const std::optional<bool> inUse = wideRegistersInUse();
@@ -215,31 +206,31 @@ private Q_SLOTS:
         // One byte changed in the middle: the chunk's CRC catches it.
         QByteArray flipped = good;
         flipped[flipped.size() / 2] = char(flipped[flipped.size() / 2] ^ 0x10);
-        QVERIFY(fails(QStringLiteral("flipped.png"), flipped));
+        QVERIFY(fails("flipped.png", flipped));
         // The same in the stream's checksum, past the last row's data: only
         // the last chunk's CRC sees it.
         QByteArray tail = good;
         const qsizetype checksum = tail.size() - 12 - 4 - 1; // before IEND and the chunk's CRC
         tail[checksum] = char(tail[checksum] ^ 0x10);
-        QVERIFY(fails(QStringLiteral("tail.png"), tail));
+        QVERIFY(fails("tail.png", tail));
         // The data ends before the last row, with or without what follows it.
         QByteArray tall = good;
         qToBigEndian<quint32>(201, tall.data() + 20);
-        qToBigEndian<quint32>(BadImages::crc32(tall.mid(12, 17)), tall.data() + 29);
-        QVERIFY(fails(QStringLiteral("short.png"), tall));
-        QVERIFY(fails(QStringLiteral("cut.png"), good.left(good.size() - 1500)));
-        QVERIFY(fails(QStringLiteral("filter.png"), filteredPng(300, 40, 3, 7, 6)));
+        qToBigEndian<quint32>(PngBytes::crc32(tall.mid(12, 17)), tall.data() + 29);
+        QVERIFY(fails("short.png", tall));
+        QVERIFY(fails("cut.png", good.left(good.size() - 1500)));
+        QVERIFY(fails("filter.png", filteredPng(300, 40, 3, 7, 6)));
         // More rows than the header says: not damage to other readers.
-        QVERIFY(!fails(QStringLiteral("long.png"), filteredPng(300, 40, 3, 7, 5, 2)));
+        QVERIFY(!fails("long.png", filteredPng(300, 40, 3, 7, 5, 2)));
     }
 
     void badFilesGiveNothingAndChangedFilesAreMadeAgain()
     {
         Sandbox box;
-        const QString diskDir = box.path(QStringLiteral("cache"));
+        const QString diskDir = box.path("cache");
         Thumbs thumbs(std::make_shared<ThumbDiskCache>(diskDir));
-        QStringList bad = BadImages::write(box.path(QStringLiteral("bad")));
-        bad << box.path(QStringLiteral("missing.png"));
+        QStringList bad = BadImages::write(box.path("bad"));
+        bad << box.path("missing.png");
         for (const QString &path : bad)
             QVERIFY2(loadAndWait(thumbs, QUrl::fromLocalFile(path), 600).isNull(), qPrintable(path));
         QCOMPARE(thumbs.cachedCount(), 0);
@@ -247,7 +238,7 @@ private Q_SLOTS:
 
         // Not cached: once the file is a real image, the next load makes it;
         // once edited, it is made again.
-        const QString path = box.path(QStringLiteral("bad/notes.png"));
+        const QString path = box.path("bad/notes.png");
         const QUrl file = writeImage(path, {800, 500}, Qt::red);
         setMtime(path, 1700000000);
         QVERIFY(qRed(loadAndWait(thumbs, file, 256).pixel(5, 5)) > 200);
@@ -286,32 +277,31 @@ private Q_SLOTS:
         QStringList order;
         QHash<QString, Thumbs::Ticket> tickets;
         const auto ask = [&](const QString &name, QObject *context) {
-            const QUrl file = writeImage(box.path(name + QStringLiteral(".png")), {300, 200}, Qt::red);
+            const QUrl file = writeImage(box.path(name + ".png"), {300, 200}, Qt::red);
             tickets[name] = thumbs.request(file, 100, 1, context, [&order, name](const QImage &image) {
                 order << (image.isNull() ? QStringLiteral("none") : name);
             });
         };
         for (const char *name : {"a", "b", "c", "d", "e"})
             ask(QLatin1String(name), &view);
-        const Thumbs::Ticket b = tickets[QStringLiteral("b")];
-        ask(QStringLiteral("b"), &view); // asked again: one answer, and now the most recent
-        QCOMPARE(tickets[QStringLiteral("b")], b);
-        ask(QStringLiteral("f"), gone.get());
+        const Thumbs::Ticket b = tickets["b"];
+        ask("b", &view); // asked again: one answer, and now the most recent
+        QCOMPARE(tickets["b"], b);
+        ask("f", gone.get());
         gone.reset(); // a requester that is gone gets nothing, and its work is dropped
-        thumbs.cancel(tickets[QStringLiteral("c")]);
+        thumbs.cancel(tickets["c"]);
         QCOMPARE(thumbs.pendingCount(), 4);
-        thumbs.prioritize({QUrl::fromLocalFile(box.path(QStringLiteral("e.png"))),
-                           QUrl::fromLocalFile(box.path(QStringLiteral("d.png")))});
+        thumbs.prioritize({QUrl::fromLocalFile(box.path("e.png")), QUrl::fromLocalFile(box.path("d.png"))});
         QTRY_COMPARE(thumbs.pendingCount(), 0);
         // "a" was already decoding when the others were asked for.
-        QCOMPARE(order, (QStringList{QStringLiteral("a"), QStringLiteral("e"), QStringLiteral("d"), QStringLiteral("b")}));
+        QCOMPARE(order, (QStringList{"a", "e", "d", "b"}));
     }
 
     void diskCacheServesUnchangedFilesAndSurvivesDamage()
     {
         Sandbox box;
-        const QString diskDir = box.path(QStringLiteral("cache"));
-        const QString path = box.path(QStringLiteral("shot.png"));
+        const QString diskDir = box.path("cache");
+        const QString path = box.path("shot.png");
         const QUrl file = writeImage(path, {800, 500}, Qt::red);
         setMtime(path, 1700000000);
         {
@@ -356,7 +346,7 @@ private Q_SLOTS:
     void diskCacheTrimsTheLeastRecentlyUsed()
     {
         Sandbox box;
-        const QString diskDir = box.path(QStringLiteral("cache"));
+        const QString diskDir = box.path("cache");
         ThumbDiskCache disk(diskDir);
         QImage image(200, 200, QImage::Format_RGB32);
         for (int y = 0; y < 200; ++y)

@@ -33,7 +33,7 @@ private Q_SLOTS:
     void folderWatchNamesEntriesAndFollowsItsPath()
     {
         Sandbox box;
-        const QString dir = box.path(QStringLiteral("not yet/watched"));
+        const QString dir = box.path("not yet/watched");
         QList<Event> seen;
         auto watch = FolderWatch::open(dir, [&](const QList<Event> &events) { seen += events; });
         QVERIFY(watch); // nothing there yet: it waits on the nearest folder that does exist
@@ -47,20 +47,20 @@ private Q_SLOTS:
             change();
             QTRY_VERIFY2_WITH_TIMEOUT(saw(kind, name), name.constData(), 5000);
         };
-        const QString a = dir + QStringLiteral("/a.png");
+        const QString a = dir + "/a.png";
         expect([&] { QDir().mkpath(dir); }, Event::folder, {});
         expect([&] { Sandbox::writeFile(a); }, Event::closedWritten, "a.png");
         expect([&] { QFile::rename(a, dir + "/b.png"); }, Event::movedIn, "b.png");
         QVERIFY(saw(Event::removed, "a.png"));
-        expect([&] { ShelfRig::setAge(dir + QStringLiteral("/b.png"), 60); }, Event::attributes, "b.png");
+        expect([&] { ShelfRig::setAge(dir + "/b.png", 60); }, Event::attributes, "b.png");
 
         // Deleted, then made again: the new folder is followed.
         expect([&] { QDir(dir).removeRecursively(); }, Event::folder, {});
         expect([&] { QDir().mkpath(dir); }, Event::folder, {});
-        expect([&] { Sandbox::writeFile(dir + QStringLiteral("/c.png")); }, Event::created, "c.png");
+        expect([&] { Sandbox::writeFile(dir + "/c.png"); }, Event::created, "c.png");
 
         // Moved away, then made again: the path is what the shelf shows.
-        expect([&] { QDir().rename(dir, box.path(QStringLiteral("gone"))); }, Event::folder, {});
+        expect([&] { QDir().rename(dir, box.path("gone")); }, Event::folder, {});
         expect([&] { QDir().mkpath(dir); }, Event::folder, {});
         expect([&] { Sandbox::writeFile(box.path("gone/e.png")); Sandbox::writeFile(dir + "/f.png"); }, Event::created, "f.png");
         QVERIFY(!saw(Event::created, "e.png")); // the moved folder is no longer ours
@@ -72,9 +72,9 @@ private Q_SLOTS:
         QVERIFY(rig.start());
         QSignalSpy scans(rig.shelf.get(), &Shelf::scanApplied);
         // A log written, rotated and locked down: nothing the shelf shows.
-        append(rig.file(QStringLiteral("app.log")));
-        QFile::rename(rig.file(QStringLiteral("app.log")), rig.file(QStringLiteral("app.log.1")));
-        QFile::setPermissions(rig.file(QStringLiteral("app.log.1")), QFileDevice::ReadOwner);
+        append(rig.file("app.log"));
+        QFile::rename(rig.file("app.log"), rig.file("app.log.1"));
+        QFile::setPermissions(rig.file("app.log.1"), QFileDevice::ReadOwner);
         QVERIFY(!scans.wait(2 * Shelf::rescanDelayMs));
 
         // Something written every 0.1 s, an image among it, never lets the
@@ -82,15 +82,15 @@ private Q_SLOTS:
         QTimer busy;
         busy.setInterval(100);
         QObject::connect(&busy, &QTimer::timeout, [&] {
-            append(rig.file(QStringLiteral("app.log")));
-            Sandbox::writeFile(rig.file(QStringLiteral("live.png")), "frame");
+            append(rig.file("app.log"));
+            Sandbox::writeFile(rig.file("live.png"), "frame");
         });
         QSignalSpy ticks(&busy, &QTimer::timeout);
         busy.start();
         QVERIFY(ticks.wait());
         // A debounce that the writer keeps pushing back would never list it.
-        rig.addImage(QStringLiteral("new.png"));
-        QTRY_VERIFY_WITH_TIMEOUT(rig.itemNames().contains(QStringLiteral("new.png")), 4000);
+        rig.addImage("new.png");
+        QTRY_VERIFY_WITH_TIMEOUT(rig.itemNames().contains("new.png"), 4000);
     }
 
     void imagesStillBeingWrittenWaitTillClosedOrQuiet()
@@ -115,7 +115,7 @@ private Q_SLOTS:
     void newScreenshotsAreReportedAndTheirAppRecorded()
     {
         ShelfRig rig;
-        rig.addImage(QStringLiteral("before launch.png"), 1);
+        rig.addImage("before launch.png", 1);
         rig.front.front = otherApp();
         QVERIFY(rig.start());
         QVERIFY(rig.reported.isEmpty()); // the first scan reports nothing
@@ -130,7 +130,7 @@ private Q_SLOTS:
         QVERIFY(rig.reported == QList<QUrl>{rig.url("newer.png")} && rig.front.asked == 1);
         const FileMeta newer = *rig.meta.metaForName("newer.png");
         QVERIFY(newer.app == otherApp().name && newer.appPath == otherApp().path);
-        QCOMPARE(newer.text, std::optional<QString>(QStringLiteral("kept")));
+        QCOMPARE(newer.text, std::optional<QString>("kept"));
         QCOMPARE(rig.meta.metaForName("older.png")->app, otherApp().name);
         QVERIFY(!rig.meta.metaForName("copied with its old date.png"));
 
@@ -185,7 +185,7 @@ private Q_SLOTS:
         gate->release();
         QTRY_VERIFY_WITH_TIMEOUT(heldDone->load(), 5000);
         QVERIFY(rig.rescan()); // lands after A's late listing
-        QCOMPARE(rig.itemNames(), QStringList{QStringLiteral("fresh in B.png")});
+        QCOMPARE(rig.itemNames(), QStringList{"fresh in B.png"});
         QVERIFY(rig.reported.isEmpty()); // a folder's first scan is never news, nor is a stale one
     }
 
@@ -195,26 +195,26 @@ private Q_SLOTS:
         rig.tool.values.insert(CaptureSettings::location, rig.folder()); // Home is the tool's folder
         rig.prefs.setValue(PrefKey::folder, rig.folder());
         QVERIFY(rig.start(false)); // and it is not there yet
-        rig.addImage(QStringLiteral("first.png"));
-        QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames(), QStringList{QStringLiteral("first.png")}, 5000);
+        rig.addImage("first.png");
+        QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames(), QStringList{"first.png"}, 5000);
         QDir(rig.folder()).removeRecursively();
-        rig.addImage(QStringLiteral("back.png"));
-        QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames(), QStringList{QStringLiteral("back.png")}, 5000);
+        rig.addImage("back.png");
+        QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames(), QStringList{"back.png"}, 5000);
 
         // The tool saves elsewhere now: Home's deletion is enough to move
         // there, and what that folder already holds is not news.
-        const QString toolFolder = rig.box.path(QStringLiteral("tool"));
-        Sandbox::writeFile(toolFolder + QStringLiteral("/from the tool.png"));
+        const QString toolFolder = rig.box.path("tool");
+        Sandbox::writeFile(toolFolder + "/from the tool.png");
         rig.tool.values.insert(CaptureSettings::location, toolFolder);
         QDir(rig.folder()).removeRecursively();
-        QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames(), QStringList{QStringLiteral("from the tool.png")}, 5000);
-        Sandbox::writeFile(toolFolder + QStringLiteral("/watched there.png"));
+        QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames(), QStringList{"from the tool.png"}, 5000);
+        Sandbox::writeFile(toolFolder + "/watched there.png");
         QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames().size(), 2, 5000);
         QCOMPARE(TestFiles::names(rig.reported), (QStringList{"first.png", "back.png", "watched there.png"}));
         QCOMPARE(rig.prefs.text(PrefKey::folder), rig.folder()); // the choice itself is kept
 
         // Gone with nowhere to go (no tool folder, no Desktop): it stays, empty.
-        QDir(rig.box.home() + QStringLiteral("/Desktop")).removeRecursively();
+        QDir(rig.box.home() + "/Desktop").removeRecursively();
         QDir(toolFolder).removeRecursively();
         QTRY_VERIFY_WITH_TIMEOUT(rig.itemNames().isEmpty(), 5000);
         QVERIFY(rig.shelf->home() == QUrl::fromLocalFile(toolFolder) && rig.shelf->folderCounts().value(rig.shelf->home()) == 0);

@@ -1,48 +1,22 @@
 #pragma once
 
+#include "support/pngbytes.h"
+
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QStringList>
-#include <QtEndian>
 
 // Files that look like images by name but must not be decoded: empty, text,
 // cut short, damaged in the middle, and a valid PNG header that claims
 // 30000 x 30000 pixels. Written into `dir`; returns their paths.
 namespace BadImages {
 
-inline quint32 crc32(const QByteArray &bytes)
-{
-    quint32 crc = 0xffffffffu;
-    for (const char byte : bytes) {
-        crc ^= quint8(byte);
-        for (int k = 0; k < 8; ++k)
-            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
-    }
-    return ~crc;
-}
-
-inline QByteArray pngChunk(const QByteArray &type, const QByteArray &data)
-{
-    QByteArray out(4, 0);
-    qToBigEndian<quint32>(quint32(data.size()), out.data());
-    const QByteArray body = type + data;
-    QByteArray crc(4, 0);
-    qToBigEndian<quint32>(crc32(body), crc.data());
-    return out + body + crc;
-}
-
 inline QByteArray hugePng()
 {
-    QByteArray header(13, 0);
-    qToBigEndian<quint32>(30000, header.data());
-    qToBigEndian<quint32>(30000, header.data() + 4);
-    header[8] = 8; // 8-bit gray
     // A few rows of pixels; a decoder that tries anyway finds the rest missing.
-    const QByteArray rows = qCompress(QByteArray(4 * 30001, '\0')).mid(4);
-    return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", header) + pngChunk("IDAT", rows)
-           + pngChunk("IEND", {});
+    return PngBytes::file(PngBytes::head(30000, 30000, 8, 0), PngBytes::deflated(QByteArray(4 * 30001, '\0')));
 }
 
 inline QByteArray encoded(const char *format)

@@ -29,11 +29,14 @@ inline bool write(const QString &path, const QColor &colour, int width = 96)
     return image.save(path, "PNG");
 }
 
-inline bool sameColour(const QColor &a, const QColor &b)
+// Whether two pixels differ by at most `slack` a colour channel and
+// `alphaSlack` in alpha.
+inline bool near(QRgb a, QRgb b, int slack, int alphaSlack = 0)
 {
-    return std::abs(a.red() - b.red()) <= 3 && std::abs(a.green() - b.green()) <= 3
-           && std::abs(a.blue() - b.blue()) <= 3;
+    return std::abs(qRed(a) - qRed(b)) <= slack && std::abs(qGreen(a) - qGreen(b)) <= slack
+           && std::abs(qBlue(a) - qBlue(b)) <= slack && std::abs(qAlpha(a) - qAlpha(b)) <= alphaSlack;
 }
+inline bool sameColour(const QColor &a, const QColor &b) { return near(a.rgb(), b.rgb(), 3, 255); }
 
 // Whether `image` is a picture of `colour`.
 inline bool shows(const QImage &image, const QColor &colour)

@@ -1,5 +1,7 @@
 #include "support/desktopsession.h"
 
+#include "support/colourimages.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -52,11 +54,20 @@ systray_icon_size = 24
 systray_monitor = 1
 )";
 
-quint32 parseWindowId(const QString &text)
+quint32 parseWindowId(const QString &text) { return text.trimmed().toUInt(nullptr, 0); }
+
+// "mousemove 10 20 click 1" as xdotool's arguments.
+QStringList words(const QString &line) { return line.split(QLatin1Char(' '), Qt::SkipEmptyParts); }
+
+// Window ids in the order xprop or xdotool printed them.
+QList<quint32> windowIds(const QString &text)
 {
-    bool ok = false;
-    const quint32 id = text.trimmed().toUInt(&ok, 0);
-    return ok ? id : 0;
+    static const QRegularExpression id(QStringLiteral("(0x[0-9a-fA-F]+|\\b\\d+\\b)"));
+    QList<quint32> ids;
+    for (auto it = id.globalMatch(text); it.hasNext();)
+        if (const quint32 window = parseWindowId(it.next().captured(0)))
+            ids << window;
+    return ids;
 }
 
 } // namespace
@@ -64,10 +75,9 @@ quint32 parseWindowId(const QString &text)
 QStringList DesktopSession::missingTools()
 {
     QStringList missing;
-    for (const char *name : {"Xvfb", "openbox", "tint2", "dbus-daemon", "xdotool", "xprop", "import"}) {
+    for (const char *name : {"Xvfb", "openbox", "tint2", "dbus-daemon", "xdotool", "xprop", "import"})
         if (QStandardPaths::findExecutable(QLatin1String(name)).isEmpty())
             missing << QLatin1String(name);
-    }
     return missing;
 }
 
@@ -86,8 +96,7 @@ DesktopSession::DesktopSession()
 
     // The bus first: the window manager and the panel join it too.
     m_busDaemon.setProcessEnvironment(toolEnvironment());
-    m_busDaemon.start(QStringLiteral("dbus-daemon"),
-                      {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
+    m_busDaemon.start(QStringLiteral("dbus-daemon"), words(QStringLiteral("--session --nofork --print-address=1")));
     QByteArray address;
     const QDeadlineTimer deadline(startTimeoutMs);
     while (!address.contains('\n') && m_busDaemon.state() != QProcess::NotRunning && !deadline.hasExpired()) {
@@ -205,18 +214,19 @@ int DesktopSession::xdotool(const QStringList &arguments, QByteArray *out) const
 
 QList<quint32> DesktopSession::windowsOf(qint64 pid, const QString &nameRegex) const
 {
-    QStringList arguments{QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"),
-                          QString::number(pid)};
+    QStringList arguments = words(QStringLiteral("search --all --onlyvisible --pid %1").arg(pid));
     if (!nameRegex.isEmpty())
         arguments << QStringLiteral("--name") << nameRegex;
     QByteArray out;
     xdotool(arguments, &out);
-    QList<quint32> windows;
-    for (const QByteArray &line : out.split('\n')) {
-        if (const quint32 id = parseWindowId(QString::fromLatin1(line)))
-            windows << id;
-    }
-    return windows;
+    return windowIds(QString::fromLatin1(out));
+}
+
+QList<quint32> DesktopSession::windowsNamed(const QString &nameRegex) const
+{
+    QByteArray out;
+    xdotool(words(QStringLiteral("search --onlyvisible --name")) << nameRegex, &out);
+    return windowIds(QString::fromLatin1(out));
 }
 
 quint32 DesktopSession::waitForWindow(qint64 pid, const QString &nameRegex, bool shown) const
@@ -233,7 +243,7 @@ quint32 DesktopSession::waitForWindow(qint64 pid, const QString &nameRegex, bool
 QRect DesktopSession::geometry(quint32 window) const
 {
     QByteArray out;
-    if (xdotool({QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), QString::number(window)}, &out) != 0)
+    if (xdotool(words(QStringLiteral("getwindowgeometry --shell %1").arg(window)), &out) != 0)
         return {};
     QHash<QString, int> values;
     for (const QByteArray &line : out.split('\n')) {
@@ -247,14 +257,8 @@ QRect DesktopSession::geometry(quint32 window) const
 
 QString DesktopSession::property(quint32 window, const QString &name) const
 {
-    QStringList arguments;
-    if (window)
-        arguments << QStringLiteral("-id") << QString::number(window);
-    else
-        arguments << QStringLiteral("-root");
-    arguments << name;
     QByteArray out;
-    tool(QStringLiteral("xprop"), arguments, &out);
+    tool(QStringLiteral("xprop"), words(window ? QStringLiteral("-id %1").arg(window) : QStringLiteral("-root")) << name, &out);
     const QString line = QString::fromUtf8(out).trimmed();
     const qsizetype equals = line.indexOf(QStringLiteral(" = "));
     if (equals >= 0)
@@ -275,68 +279,59 @@ QStringList DesktopSession::wmState(quint32 window) const
 
 QList<quint32> DesktopSession::stacking() const
 {
-    QList<quint32> windows;
-    static const QRegularExpression id(QStringLiteral("0x[0-9a-fA-F]+"));
-    auto it = id.globalMatch(property(0, QStringLiteral("_NET_CLIENT_LIST_STACKING")));
-    while (it.hasNext())
-        windows << parseWindowId(it.next().captured(0));
-    return windows;
+    return windowIds(property(0, QStringLiteral("_NET_CLIENT_LIST_STACKING")));
 }
 
 quint32 DesktopSession::activeWindow() const
 {
-    static const QRegularExpression id(QStringLiteral("0x[0-9a-fA-F]+"));
-    const QRegularExpressionMatch match = id.match(property(0, QStringLiteral("_NET_ACTIVE_WINDOW")));
-    return match.hasMatch() ? parseWindowId(match.captured(0)) : 0;
+    return windowIds(property(0, QStringLiteral("_NET_ACTIVE_WINDOW"))).value(0);
 }
 
 QImage DesktopSession::capture(const QString &savePath) const
 {
     QTemporaryDir scratch;
     const QString path = savePath.isEmpty() ? scratch.filePath(QStringLiteral("screen.png")) : savePath;
-    if (tool(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), QStringLiteral("png:") + path})
-        != 0)
+    if (tool(QStringLiteral("import"), words(QStringLiteral("-window root")) << QStringLiteral("png:") + path) != 0)
         return {};
     return QImage(path).convertToFormat(QImage::Format_RGB32);
 }
 
+void DesktopSession::moveTo(QPoint at) const
+{
+    xdotool(words(QStringLiteral("mousemove %1 %2").arg(at.x()).arg(at.y())));
+}
+
 void DesktopSession::click(QPoint at, int button) const
 {
-    xdotool({QStringLiteral("mousemove"), QString::number(at.x()), QString::number(at.y()), QStringLiteral("click"),
-             QString::number(button)});
+    xdotool(words(QStringLiteral("mousemove %1 %2 click %3").arg(at.x()).arg(at.y()).arg(button)));
 }
 
 void DesktopSession::doubleClick(QPoint at) const
 {
-    xdotool({QStringLiteral("mousemove"), QString::number(at.x()), QString::number(at.y()), QStringLiteral("click"),
-             QStringLiteral("--repeat"), QStringLiteral("2"), QStringLiteral("--delay"), QStringLiteral("80"),
-             QStringLiteral("1")});
+    xdotool(words(QStringLiteral("mousemove %1 %2 click --repeat 2 --delay 80 1").arg(at.x()).arg(at.y())));
 }
 
 void DesktopSession::drag(QPoint from, QPoint to) const
 {
-    QStringList arguments{QStringLiteral("mousemove"), QString::number(from.x()), QString::number(from.y()),
-                          QStringLiteral("mousedown"), QStringLiteral("1")};
+    QString line = QStringLiteral("mousemove %1 %2 mousedown 1").arg(from.x()).arg(from.y());
     // A drag starts only once the pointer has moved a little while pressed,
     // and a drop target hears of a drag through the moves over it.
     constexpr int steps = 12;
     for (int i = 1; i <= steps; ++i) {
         const QPoint p = from + (to - from) * i / steps;
-        arguments << QStringLiteral("sleep") << QStringLiteral("0.05") << QStringLiteral("mousemove")
-                  << QString::number(p.x()) << QString::number(p.y());
+        line += QStringLiteral(" sleep 0.05 mousemove %1 %2").arg(p.x()).arg(p.y());
     }
-    arguments << QStringLiteral("sleep") << QStringLiteral("0.2") << QStringLiteral("mouseup") << QStringLiteral("1");
-    xdotool(arguments);
+    xdotool(words(line + QStringLiteral(" sleep 0.2 mouseup 1")));
 }
 
 void DesktopSession::key(const QString &keys) const
 {
-    xdotool({QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys});
+    xdotool(words(QStringLiteral("key --clearmodifiers")) << keys);
 }
 
 void DesktopSession::type(const QString &text) const
 {
-    xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("40"), text});
+    xdotool(words(QStringLiteral("type --delay 40")) << text);
 }
 
 std::optional<QRect> DesktopSession::trayIcon(qint64 pid) const
@@ -362,12 +357,8 @@ int countPixels(const QImage &image, const QRect &area, QRgb colour, int toleran
     const QRect inside = area.intersected(image.rect());
     for (int y = inside.top(); y <= inside.bottom(); ++y) {
         const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        for (int x = inside.left(); x <= inside.right(); ++x) {
-            const QRgb p = line[x];
-            if (std::abs(qRed(p) - qRed(colour)) <= tolerance && std::abs(qGreen(p) - qGreen(colour)) <= tolerance
-                && std::abs(qBlue(p) - qBlue(colour)) <= tolerance)
-                ++count;
-        }
+        for (int x = inside.left(); x <= inside.right(); ++x)
+            count += ColourImages::near(line[x], colour, tolerance, 255);
     }
     return count;
 }

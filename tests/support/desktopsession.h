@@ -53,6 +53,8 @@ public:
     // The mapped windows that process `pid` owns (by _NET_WM_PID), those
     // whose title matches `nameRegex` when one is given.
     QList<quint32> windowsOf(qint64 pid, const QString &nameRegex = {}) const;
+    // The mapped windows of any process whose title matches `nameRegex`.
+    QList<quint32> windowsNamed(const QString &nameRegex) const;
     // Waits until exactly such a window is mapped (or none, when `shown` is
     // false); the window, or 0.
     quint32 waitForWindow(qint64 pid, const QString &nameRegex, bool shown = true) const;
@@ -62,6 +64,7 @@ public:
     QString property(quint32 window, const QString &name) const;
     // The _NET_WM_STATE atoms, without the prefix ("ABOVE", "SKIP_TASKBAR").
     QStringList wmState(quint32 window) const;
+    bool hasState(quint32 window, const QString &atom) const { return wmState(window).contains(atom); }
     // Client windows bottom to top, as the window manager stacks them.
     QList<quint32> stacking() const;
     quint32 activeWindow() const;
@@ -70,6 +73,7 @@ public:
     QImage capture(const QString &savePath = {}) const;
 
     // Real pointer and keyboard input.
+    void moveTo(QPoint at) const;
     void click(QPoint at, int button = 1) const;
     void doubleClick(QPoint at) const;
     // Presses at `from`, moves there in steps (as a hand would) and releases.

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "actions/actionrunner.h"
+#include "actions/views/pins.h"
+#include "actions/views/quicklook.h"
+#include "platform/trash.h"
+#include "support/scriptedprompts.h"
+#include "support/shelfrig.h"
+
+// A shelf with what its commands act through: a Trash of its own, the
+// runner, the preview, pins, and a prompt that answers at once.
+struct ActionRig : ShelfRig
+{
+    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
+    ActionRunner runner{trash, &meta};
+    QuickLook quickLook;
+    Pins pins;
+    ScriptedPrompt prompt;
+
+    QString trashed(const QString &name) const { return box.path(QStringLiteral("Trash/files/")) + name; }
+    bool settle() { return QTest::qWaitFor([this] { return runner.pending() == 0; }, 10000); }
+};
