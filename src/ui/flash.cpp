@@ -81,8 +81,7 @@ QFont labelFont(const QFont &base, QFont::Weight weight)
 } // namespace
 
 FlashPanel::FlashPanel(const QUrl &url, const QImage &thumb, Shelf *shelf, const FlashLayout &layout, Hooks hooks)
-    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus
-                           | Qt::WindowStaysOnTopHint),
+    : QWidget(nullptr, DesktopWindows::cornerCardFlags()),
       m_url(url), m_thumb(thumb), m_shelf(shelf), m_layout(layout), m_hooks(std::move(hooks))
 {
     setObjectName(QStringLiteral("flashPanel"));
