@@ -173,6 +173,35 @@ private Q_SLOTS:
     void cardInTheCornerUnderWeston() { cardInTheCorner(WaylandSession::Compositor::weston, QStringLiteral("weston")); }
     void cardInTheCornerUnderSway() { cardInTheCorner(WaylandSession::Compositor::sway, QStringLiteral("sway")); }
 
+    // Without XWayland (Qt's Wayland platform) a Wayland window cannot say
+    // where it goes: sway centres the card, but floats it at its own size
+    // instead of tiling it over the whole output.
+    void cardFloatsUnderSwayWithoutXWayland()
+    {
+        WaylandSession session(WaylandSession::Compositor::sway, false);
+        needSession(session);
+        AppRun run(QString{});
+        prepare(run, false);
+        session.enter(run);
+        start(run);
+        QImage fresh(400, 250, QImage::Format_RGB32);
+        fresh.fill(Qt::white);
+        QVERIFY(fresh.save(run.path(QStringLiteral("shots/fresh.png"))));
+        const QString shown = run.waitForLine(QStringLiteral("] flash shown fresh.png"));
+        QVERIFY2(!shown.isNull(), qPrintable(run.lines().join('\n')));
+        bool floating = false;
+        QJsonObject card;
+        QTRY_VERIFY_WITH_TIMEOUT(!(card = findSwayWindow(session.tree(), QStringLiteral("^New Screenshot$"), &floating))
+                                      .isEmpty(),
+                                 AppRun::defaultTimeoutMs);
+        session.capture(capturePath(QStringLiteral("sway-native-card.png")));
+        QVERIFY(floating);
+        QCOMPARE(swayRect(card).size(), shownSize(shown));
+        QVERIFY(!run.waitForLine(QStringLiteral("] flash gone fresh.png")).isNull());
+        QTRY_VERIFY_WITH_TIMEOUT(findSwayWindow(session.tree(), QStringLiteral("^New Screenshot$")).isEmpty(),
+                                 AppRun::defaultTimeoutMs);
+    }
+
     // Under sway through XWayland the shelf, the preview (Space) and a pin
     // (P, over the preview) float at their own sizes instead of being tiled
     // over the whole output; light and dark.

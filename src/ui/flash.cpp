@@ -106,6 +106,9 @@ FlashPanel::FlashPanel(const QUrl &url, const QImage &thumb, Shelf *shelf, const
         painter.end();
         setMask(shape);
     }
+    // Fixed: a tiling compositor that places it anyway (sway on Wayland)
+    // floats it at its own size instead of tiling it.
+    setFixedSize(layout.frame.size());
     setGeometry(layout.frame);
     m_dismissTimer.setSingleShot(true);
     connect(&m_dismissTimer, &QTimer::timeout, this, &FlashPanel::dismiss);
