@@ -106,9 +106,10 @@ FlashPanel::FlashPanel(const QUrl &url, const QImage &thumb, Shelf *shelf, const
         painter.end();
         setMask(shape);
     }
-    // Fixed: a tiling compositor that places it anyway (sway on Wayland)
-    // floats it at its own size instead of tiling it.
-    setFixedSize(layout.frame.size());
+    // Fixed on Wayland, where the compositor places it: a tiling one (sway)
+    // then floats it at its own size instead of tiling it. X11 places it.
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        setFixedSize(layout.frame.size());
     setGeometry(layout.frame);
     m_dismissTimer.setSingleShot(true);
     connect(&m_dismissTimer, &QTimer::timeout, this, &FlashPanel::dismiss);
