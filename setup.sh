@@ -25,10 +25,14 @@ PACKAGES=(
 # window manager, a panel with tasks and a tray, xprop and a screen reader
 # (import) for the tests on a real desktop; the screenshot tools the program
 # points at Home, and dconf to read one back; a Markdown parser and a
-# clipboard client to read what the program copies.
+# clipboard client to read what the program copies. Two Wayland compositors
+# run headless (weston, sway) with XWayland, their screen capture (grim;
+# weston brings its own), Qt's Wayland platform and xhost to let the tests
+# into the XWayland of sway's user.
 TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream
   openbox tint2 x11-utils imagemagick
-  flameshot gnome-screenshot kde-spectacle dconf-cli cmark xclip)
+  flameshot gnome-screenshot kde-spectacle dconf-cli cmark xclip
+  weston sway grim xwayland qt6-wayland x11-xserver-utils)
 # Only for the Debian package: dpkg-shlibdeps computes its dependencies.
 PACKAGE_PACKAGES=(dpkg-dev file)
 # Only for benchmarks: the reference tools they are measured against.

@@ -153,6 +153,12 @@ private Q_SLOTS:
         qputenv("XDG_SESSION_TYPE", "x11");
         QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("xcb")), ShortcutRoute::keyGrab);
         QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("offscreen")), ShortcutRoute::none);
+        // Through XWayland only in a Wayland session that has it, and never
+        // against the user's own choice.
+        QCOMPARE(preferredQtPlatform(SessionKind::wayland, false, true), QByteArray("xcb"));
+        QVERIFY(preferredQtPlatform(SessionKind::wayland, true, true).isEmpty());
+        QVERIFY(preferredQtPlatform(SessionKind::wayland, false, false).isEmpty());
+        QVERIFY(preferredQtPlatform(SessionKind::x11, false, true).isEmpty());
     }
 };
 

@@ -6,6 +6,7 @@
 #include "meta/textindexer.h"
 #include "model/shelf.h"
 #include "platform/frontapp.h"
+#include "platform/session.h"
 #include "system/capturelocation.h"
 #include "system/heartbeat.h"
 #include "system/prefs.h"
@@ -51,7 +52,14 @@ int main(int argc, char *argv[])
                    stderr);
         return 1;
     }
+    const QByteArray platform = preferredQtPlatform(
+        sessionKind(), qEnvironmentVariableIsSet("QT_QPA_PLATFORM"), !qEnvironmentVariableIsEmpty("DISPLAY"));
+    if (!platform.isEmpty())
+        qputenv("QT_QPA_PLATFORM", platform);
     QApplication app(argc, argv);
+    // Only for us: an application opened from the shelf picks its own.
+    if (!platform.isEmpty())
+        qunsetenv("QT_QPA_PLATFORM");
     app.setApplicationName(QStringLiteral("Brindlewick"));
     app.setApplicationVersion(QStringLiteral(BRINDLEWICK_VERSION));
     // Wayland and the portals match our windows to the installed desktop entry by it.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 // The display server of the desktop session, whatever Qt itself runs on: in
@@ -20,4 +21,17 @@ inline SessionKind sessionKind()
     if (!qEnvironmentVariableIsEmpty("DISPLAY"))
         return SessionKind::x11;
     return SessionKind::unknown;
+}
+
+// The Qt platform to ask for before the application is built, or empty to
+// leave the choice to Qt. In a Wayland session with XWayland at hand (and no
+// choice of the user's in QT_QPA_PLATFORM), X11 through XWayland: there an
+// X11 client may place its own windows, keep them above others, off the task
+// list and out of focus, which no Wayland protocol every desktop offers
+// grants an ordinary window.
+inline QByteArray preferredQtPlatform(SessionKind session, bool userChosePlatform, bool hasX11Display)
+{
+    if (session == SessionKind::wayland && !userChosePlatform && hasX11Display)
+        return QByteArrayLiteral("xcb");
+    return {};
 }

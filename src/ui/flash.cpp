@@ -81,8 +81,7 @@ QFont labelFont(const QFont &base, QFont::Weight weight)
 } // namespace
 
 FlashPanel::FlashPanel(const QUrl &url, const QImage &thumb, Shelf *shelf, const FlashLayout &layout, Hooks hooks)
-    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus
-                           | Qt::WindowStaysOnTopHint),
+    : QWidget(nullptr, DesktopWindows::cornerCardFlags()),
       m_url(url), m_thumb(thumb), m_shelf(shelf), m_layout(layout), m_hooks(std::move(hooks))
 {
     setObjectName(QStringLiteral("flashPanel"));
@@ -107,6 +106,10 @@ FlashPanel::FlashPanel(const QUrl &url, const QImage &thumb, Shelf *shelf, const
         painter.end();
         setMask(shape);
     }
+    // Fixed on Wayland, where the compositor places it: a tiling one (sway)
+    // then floats it at its own size instead of tiling it. X11 places it.
+    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        setFixedSize(layout.frame.size());
     setGeometry(layout.frame);
     m_dismissTimer.setSingleShot(true);
     connect(&m_dismissTimer, &QTimer::timeout, this, &FlashPanel::dismiss);

@@ -1,5 +1,7 @@
 #include "actions/views/desktopwindows.h"
 
+#include "platform/session.h"
+
 #include <QGuiApplication>
 #include <QList>
 #include <QTimer>
@@ -172,6 +174,19 @@ bool compositing()
     const bool owned = reply && reply->owner != XCB_NONE;
     std::free(reply);
     return owned;
+}
+
+bool throughXWayland()
+{
+    return QGuiApplication::platformName() == QLatin1String("xcb") && sessionKind() == SessionKind::wayland;
+}
+
+Qt::WindowFlags cornerCardFlags()
+{
+    Qt::WindowFlags flags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus | Qt::WindowStaysOnTopHint;
+    if (throughXWayland())
+        flags |= Qt::X11BypassWindowManagerHint;
+    return flags;
 }
 
 } // namespace DesktopWindows

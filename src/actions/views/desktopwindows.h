@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Qt>
+
 class QWidget;
 
 // What a window may ask of the desktop it runs on beyond what Qt's window
@@ -28,5 +30,17 @@ void keepAbove(QWidget *window, bool above);
 // without a compositing manager draws the transparent parts black; every
 // Wayland compositor composites.
 bool compositing();
+
+// Qt runs on X11 through XWayland in a Wayland session: X11 windows there
+// are managed by the compositor, which may ignore where they ask to be.
+bool throughXWayland();
+
+// The window flags of a card that appears by itself in a screen corner and
+// never takes focus: on X11 an ordinary frameless tool window the window
+// manager keeps above and off the task list; through XWayland one that
+// bypasses the compositor's window management (override-redirect), the one
+// kind of window every compositor shows exactly where it asks to be, above
+// the others and without focus or task entry.
+Qt::WindowFlags cornerCardFlags();
 
 } // namespace DesktopWindows
