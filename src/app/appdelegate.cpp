@@ -270,7 +270,9 @@ void AppDelegate::buildWindow()
     cardParts.contextMenu = [this](const QList<QUrl> &files, const QPoint &at) { return popupFileMenu(files, at); };
     m_flash = std::make_unique<Flash>(std::move(cardParts));
     connect(m_flash.get(), &Flash::shown, this, [this](FlashPanel *card) { m_hooks->afterFlashShown(card); });
-    connect(m_flash.get(), &Flash::gone, this, [this](const QUrl &url) { m_hooks->afterFlashGone(url); });
+    connect(m_flash.get(), &Flash::gone, this, [this](const QUrl &url, qint64 msOnScreen) {
+        m_hooks->afterFlashGone(url, msOnScreen);
+    });
     m_mainMenu->attachTo(m_window.get());
     view->setMainMenu(m_mainMenu->menus());
     // The window commands (Ctrl+W, Ctrl+F, Ctrl+,, Ctrl+Q) work in the

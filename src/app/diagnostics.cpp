@@ -317,10 +317,10 @@ void DiagnosticHooks::afterFlashShown(QWidget *card)
         snapshotWindow(card, path);
 }
 
-void DiagnosticHooks::afterFlashGone(const QUrl &url)
+void DiagnosticHooks::afterFlashGone(const QUrl &url, qint64 msOnScreen)
 {
     if (anyHookSet())
-        log(QStringLiteral("flash gone %1").arg(QFileInfo(url.toLocalFile()).fileName()));
+        log(QStringLiteral("flash gone %1 after %2 ms").arg(url.fileName()).arg(msOnScreen));
 }
 
 QStringList DiagnosticHooks::keyTokens(const QString &value)

@@ -39,7 +39,8 @@ class Shelf;
 //   BRINDLEWICK_SNAPSHOT_FLASH=path PNG of each corner card once it has slid in
 //
 // With any of them set, the corner card reports "flash shown <name> WxH"
-// once it has slid in and "flash gone <name>" when it has left, and
+// once it has slid in and "flash gone <name> after <ms> ms" (counted from
+// when it began to slide in) when it has left, and
 // "[Brindlewick] ready" is written once launching has
 // finished and the first scan of the folder is in, so a harness can wait
 // for it instead of guessing.
@@ -68,7 +69,7 @@ public:
     void afterShow();
     void afterOpenSettings(QWidget *sheet);
     void afterFlashShown(QWidget *card);
-    void afterFlashGone(const QUrl &url);
+    void afterFlashGone(const QUrl &url, qint64 msOnScreen);
 
     // Where the lines go (without the "[Brindlewick] " prefix); standard
     // error unless a test listens instead.

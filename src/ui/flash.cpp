@@ -136,6 +136,7 @@ FlashLayout FlashPanel::layoutFor(const QSizeF &thumbPoints, const QRect &availa
 void FlashPanel::present(double seconds)
 {
     m_state = State::presenting;
+    m_onScreen.start();
     // From beyond the screen's right edge, fading in.
     move(m_layout.frame.topLeft() + QPoint(width() + slideMargin, 0));
     if (m_fades)
@@ -454,7 +455,7 @@ void Flash::showImage(const QUrl &url, const QImage &thumb, QScreen *screen)
         if (self->m_current == card)
             self->setCurrent(nullptr);
         self->m_cards.removeAll(card);
-        Q_EMIT self->gone(url);
+        Q_EMIT self->gone(url, card->msOnScreen());
     };
     hooks.onDoubleClick = [self, url] {
         if (self && self->openInShelf)

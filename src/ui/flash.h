@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QRect>
 #include <QSizeF>
+#include <QElapsedTimer>
 #include <QTimer>
 #include <QUrl>
 #include <QWidget>
@@ -82,6 +83,8 @@ public:
     QRect finalFrame() const { return m_layout.frame; }
     bool hovering() const { return m_hovering; }
     bool dragging() const { return m_dragging; }
+    // Since it began to slide in; 0 before.
+    qint64 msOnScreen() const { return m_onScreen.isValid() ? m_onScreen.elapsed() : 0; }
     // The pending dismissal: active while one is due, its interval the
     // countdown it was given.
     const QTimer &dismissTimer() const { return m_dismissTimer; }
@@ -123,6 +126,7 @@ private:
     Hooks m_hooks;
     State m_state = State::created;
     QTimer m_dismissTimer;
+    QElapsedTimer m_onScreen;
     bool m_hovering = false;
     bool m_dragging = false;
     bool m_menuOpen = false;
@@ -172,8 +176,8 @@ Q_SIGNALS:
     void currentChanged();
     // A card has slid in.
     void shown(FlashPanel *card);
-    // A card has gone.
-    void gone(const QUrl &url);
+    // A card has gone, `msOnScreen` after it began to slide in.
+    void gone(const QUrl &url, qint64 msOnScreen);
 
 private:
     void setCurrent(FlashPanel *card);
