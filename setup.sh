@@ -81,7 +81,11 @@ if [[ "$action" == fuzz ]]; then
 fi
 
 BUILD_DIR="${BRINDLEWICK_BUILD_DIR:-build}"
-cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+# CI lets no compiler warning through.
+werror=OFF
+[[ "${CI:-}" == true ]] && werror=ON
+cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DBRINDLEWICK_WERROR="$werror" >/dev/null
 cmake --build "$BUILD_DIR"
 
 case "$action" in
