@@ -152,13 +152,9 @@ public:
     QString check()
     {
         QString problem;
-        QDeadlineTimer deadline(settleMs + Shelf::rescanMaxWaitMs);
-        do {
-            problem = violation();
-            if (problem.isEmpty())
-                return {};
-            QTest::qWait(20);
-        } while (!deadline.hasExpired());
+        if (QTest::qWaitFor([&] { return (problem = violation()).isEmpty(); },
+                            settleMs + Shelf::rescanMaxWaitMs))
+            return {};
         return problem;
     }
 
@@ -263,9 +259,7 @@ private:
     {
         const QList<QUrl> selected = m_rig.shelf->selectedURLs();
         m_rig.key(Qt::Key_Delete);
-        QDeadlineTimer deadline(5000);
-        while (m_rig.runner.pending() > 0 && !deadline.hasExpired())
-            QTest::qWait(10);
+        (void)QTest::qWaitFor([this] { return m_rig.runner.pending() == 0; }, 5000); // checked below
         QStringList names;
         for (const QUrl &url : selected) {
             const QString path = url.toLocalFile();
