@@ -29,12 +29,15 @@ PACKAGES=(
 TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream
   openbox tint2 x11-utils imagemagick
   flameshot gnome-screenshot kde-spectacle dconf-cli cmark xclip)
-# Only for the Debian package: dpkg-shlibdeps computes its dependencies.
-PACKAGE_PACKAGES=(dpkg-dev file)
+# Only for the Debian package: dpkg-shlibdeps computes its dependencies,
+# dpkg-buildflags the hardening flags; lintian checks the result.
+PACKAGE_PACKAGES=(dpkg-dev file lintian)
 # Only for benchmarks: the reference tools they are measured against.
 BENCH_PACKAGES=(tesseract-ocr libvips-tools python3 findutils)
 # Only for the fuzz targets: clang with libFuzzer and the sanitizers' runtimes.
 FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+# Only for the code checks: the formatter and the linter (with run-clang-tidy).
+CHECK_PACKAGES=(clang-format clang-tidy)
 
 action="${1:-build}"
 wanted=("${PACKAGES[@]}")
@@ -66,12 +69,22 @@ fi
 if [[ "$action" == package ]]; then
   # Its own build folder: installed paths under /usr, no tests.
   PACKAGE_DIR="${BRINDLEWICK_PACKAGE_DIR:-build-package}"
+  # Debian's hardening: stack protector, fortified calls, PIE (the
+  # compiler's default), read-only relocations bound at start.
+  export DEB_BUILD_MAINT_OPTIONS=hardening=+all
+  launcher=()
+  command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
   cmake -S . -B "$PACKAGE_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DCMAKE_INSTALL_PREFIX=/usr -DBRINDLEWICK_TESTS=OFF >/dev/null
+    -DCMAKE_INSTALL_PREFIX=/usr -DBRINDLEWICK_TESTS=OFF "${launcher[@]}" \
+    -DCMAKE_CXX_FLAGS="$(dpkg-buildflags --get CPPFLAGS) $(dpkg-buildflags --get CXXFLAGS)" \
+    -DCMAKE_EXE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" >/dev/null
   cmake --build "$PACKAGE_DIR"
   rm -f "$PACKAGE_DIR"/brindlewick_*.deb
   (cd "$PACKAGE_DIR" && cpack -G DEB >/dev/null)
-  ls -1 "$(cd "$PACKAGE_DIR" && pwd)"/brindlewick_*.deb
+  deb=$(ls -1 "$(cd "$PACKAGE_DIR" && pwd)"/brindlewick_*.deb)
+  # Debian's own checks of the package; any error or warning fails.
+  lintian --fail-on error,warning "$deb" >&2
+  echo "$deb"
   exit 0
 fi
 

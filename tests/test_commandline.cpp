@@ -9,6 +9,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QFont>
 #include <QImage>
 #include <QJsonArray>
@@ -219,6 +220,27 @@ private Q_SLOTS:
             QVERIFY2(tool.exitCode() == 0 && !said.contains("warning") && !said.contains("error"),
                      said.constData());
         }
+    }
+
+    // The manual page has a paragraph for every option --help lists.
+    void manualCoversEveryOption()
+    {
+        Home home;
+        QString help;
+        QCOMPARE(home.run.runOnce({QStringLiteral("--help")}, &help), 0);
+        QFile page(QStringLiteral(BRINDLEWICK_DATA_DIR "/brindlewick.1"));
+        QVERIFY(page.open(QIODevice::ReadOnly));
+        const QString manual = QString::fromUtf8(page.readAll());
+        const QRegularExpression option(QStringLiteral("--([a-z]+)"));
+        int options = 0;
+        for (const QRegularExpressionMatch &match : option.globalMatch(help)) {
+            ++options;
+            // A paragraph of its own starts ".TP" and names the option next.
+            const QRegularExpression paragraph(QStringLiteral("\\.TP\n\\.B[IR]? [^\n]*\\\\-\\\\-")
+                                               + match.captured(1) + QStringLiteral("\\b"));
+            QVERIFY2(manual.contains(paragraph), qPrintable(match.captured(0)));
+        }
+        QVERIFY(options >= 8);
     }
 
     void badOptionsExitTwo_data()
