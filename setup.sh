@@ -6,6 +6,8 @@
 #   ./setup.sh test     ... then run the whole test suite
 #   ./setup.sh bench    ... then run the benchmarks (see bench/README.md)
 #   ./setup.sh fuzz     ... only the fuzz targets instead, each run a while (fuzz/run)
+#   ./setup.sh check    ... then check formatting and run clang-tidy (tools/check)
+#   ./setup.sh sanitize ... the unit tests instead, built with ASan and UBSan
 #   ./setup.sh package  ... a Debian package instead: builds build-package/*.deb
 # It installs only missing packages, runs apt-get update at most once, and
 # needs no input (it uses sudo when not run as root).
@@ -46,8 +48,10 @@ case "$action" in
   bench) wanted+=("${TEST_PACKAGES[@]}" "${BENCH_PACKAGES[@]}") ;;
   package) wanted+=("${PACKAGE_PACKAGES[@]}") ;;
   fuzz) wanted+=("${FUZZ_PACKAGES[@]}") ;;
+  check) wanted+=("${CHECK_PACKAGES[@]}") ;;
+  sanitize) wanted+=("${TEST_PACKAGES[@]}") ;;
   run|build) ;;
-  *) echo "usage: $0 [build|run|test|bench|package|fuzz]" >&2; exit 2 ;;
+  *) echo "usage: $0 [build|run|test|bench|package|fuzz|check|sanitize]" >&2; exit 2 ;;
 esac
 
 missing=()
@@ -93,6 +97,24 @@ if [[ "$action" == fuzz ]]; then
   exec fuzz/run
 fi
 
+# The unit tests built with AddressSanitizer and UBSan, in a folder of their
+# own. The tests that start the whole program on a virtual display (test_e2e_*)
+# are left out: under the sanitizers they outrun their time limits.
+if [[ "$action" == sanitize ]]; then
+  SANITIZE_DIR="${BRINDLEWICK_SANITIZE_DIR:-build-sanitize}"
+  launcher=()
+  command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+  cmake -S . -B "$SANITIZE_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
+    -DBRINDLEWICK_SANITIZE=address,undefined >/dev/null
+  cmake --build "$SANITIZE_DIR"
+  # Leaks are reported too; the suppressions name the system libraries'
+  # own, which are not ours to fix.
+  export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0:strict_string_checks=1"
+  export LSAN_OPTIONS="suppressions=$PWD/tests/lsan.supp:print_suppressions=0"
+  export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+  exec ctest --test-dir "$SANITIZE_DIR" --output-on-failure -j2 -E '^test_e2e_'
+fi
+
 BUILD_DIR="${BRINDLEWICK_BUILD_DIR:-build}"
 # CI lets no compiler warning through.
 werror=OFF
@@ -105,4 +127,5 @@ case "$action" in
   run) exec "$BUILD_DIR/src/brindlewick" ;;
   test) exec ctest --test-dir "$BUILD_DIR" --output-on-failure ;;
   bench) exec bench/run "$BUILD_DIR" ;;
+  check) exec tools/check "$BUILD_DIR" ;;
 esac
