@@ -149,6 +149,7 @@ Thumbs::Ticket Thumbs::request(const QUrl &file, qreal logicalSize, qreal dpr, Q
             waiter.completion = std::move(completion);
             waiter.dpr = dpr;
             ticket = waiter.ticket;
+            break; // one waiter per context
         }
     }
     if (!ticket) {
