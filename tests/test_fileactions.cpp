@@ -337,7 +337,7 @@ private Q_SLOTS:
         const auto collect = [&](const FileWorkResult &result) {
             results.append(result);
             // On the GUI thread, with the records already moved.
-            inOrder = inOrder && QThread::currentThread() == qApp->thread()
+            inOrder = inOrder && QThread::currentThread() == QCoreApplication::instance()->thread()
                       && (result.moves.isEmpty() || meta->meta(result.moves.first().second));
         };
         {
