@@ -22,7 +22,7 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(home).isDir());
         QVERIFY(QDir(home).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden).size() <= 3);
         for (const auto location : {QStandardPaths::ConfigLocation, QStandardPaths::GenericDataLocation,
-                                    QStandardPaths::GenericCacheLocation, QStandardPaths::RuntimeLocation})
+                                    QStandardPaths::GenericCacheLocation})
             QVERIFY2(QStandardPaths::writableLocation(location).startsWith(QFileInfo(home).path()),
                      qPrintable(QStandardPaths::writableLocation(location)));
     }

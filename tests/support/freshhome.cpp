@@ -40,8 +40,7 @@ struct FreshHome
                     {"XDG_CONFIG_HOME", home + "/.config"},
                     {"XDG_DATA_HOME", home + "/.local/share"},
                     {"XDG_CACHE_HOME", home + "/.cache"},
-                    {"XDG_STATE_HOME", home + "/.local/state"},
-                    {"XDG_RUNTIME_DIR", root + "/runtime"}};
+                    {"XDG_STATE_HOME", home + "/.local/state"}};
         for (const auto &var : vars) {
             std::string partial;
             for (size_t at = 0; at != std::string::npos;) {
@@ -52,6 +51,7 @@ struct FreshHome
             ::setenv(var.name, var.path.c_str(), 1);
         }
         // The system-wide lists stay: programs and their data are found there.
+        // So does XDG_RUNTIME_DIR: the session bus is found through it.
     }
 
     ~FreshHome()
