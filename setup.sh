@@ -6,6 +6,8 @@
 #   ./setup.sh test     ... then run the whole test suite
 #   ./setup.sh bench    ... then run the benchmarks (see bench/README.md)
 #   ./setup.sh fuzz     ... only the fuzz targets instead, each run a while (fuzz/run)
+#   ./setup.sh check    ... then check formatting and run clang-tidy (tools/check)
+#   ./setup.sh sanitize ... the unit tests instead, built with ASan and UBSan
 #   ./setup.sh package  ... a Debian package instead: builds build-package/*.deb
 # It installs only missing packages, runs apt-get update at most once, and
 # needs no input (it uses sudo when not run as root).
@@ -33,12 +35,15 @@ TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream
   openbox tint2 x11-utils imagemagick
   flameshot gnome-screenshot kde-spectacle dconf-cli cmark xclip
   weston sway grim xwayland qt6-wayland x11-xserver-utils)
-# Only for the Debian package: dpkg-shlibdeps computes its dependencies.
-PACKAGE_PACKAGES=(dpkg-dev file)
+# Only for the Debian package: dpkg-shlibdeps computes its dependencies,
+# dpkg-buildflags the hardening flags; lintian checks the result.
+PACKAGE_PACKAGES=(dpkg-dev file lintian)
 # Only for benchmarks: the reference tools they are measured against.
 BENCH_PACKAGES=(tesseract-ocr libvips-tools python3 findutils)
 # Only for the fuzz targets: clang with libFuzzer and the sanitizers' runtimes.
 FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+# Only for the code checks: the formatter and the linter (with run-clang-tidy).
+CHECK_PACKAGES=(clang-format clang-tidy)
 
 action="${1:-build}"
 wanted=("${PACKAGES[@]}")
@@ -47,8 +52,10 @@ case "$action" in
   bench) wanted+=("${TEST_PACKAGES[@]}" "${BENCH_PACKAGES[@]}") ;;
   package) wanted+=("${PACKAGE_PACKAGES[@]}") ;;
   fuzz) wanted+=("${FUZZ_PACKAGES[@]}") ;;
+  check) wanted+=("${CHECK_PACKAGES[@]}") ;;
+  sanitize) wanted+=("${TEST_PACKAGES[@]}") ;;
   run|build) ;;
-  *) echo "usage: $0 [build|run|test|bench|package|fuzz]" >&2; exit 2 ;;
+  *) echo "usage: $0 [build|run|test|bench|package|fuzz|check|sanitize]" >&2; exit 2 ;;
 esac
 
 missing=()
@@ -70,12 +77,22 @@ fi
 if [[ "$action" == package ]]; then
   # Its own build folder: installed paths under /usr, no tests.
   PACKAGE_DIR="${BRINDLEWICK_PACKAGE_DIR:-build-package}"
+  # Debian's hardening: stack protector, fortified calls, PIE (the
+  # compiler's default), read-only relocations bound at start.
+  export DEB_BUILD_MAINT_OPTIONS=hardening=+all
+  launcher=()
+  command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
   cmake -S . -B "$PACKAGE_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DCMAKE_INSTALL_PREFIX=/usr -DBRINDLEWICK_TESTS=OFF >/dev/null
+    -DCMAKE_INSTALL_PREFIX=/usr -DBRINDLEWICK_TESTS=OFF "${launcher[@]}" \
+    -DCMAKE_CXX_FLAGS="$(dpkg-buildflags --get CPPFLAGS) $(dpkg-buildflags --get CXXFLAGS)" \
+    -DCMAKE_EXE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" >/dev/null
   cmake --build "$PACKAGE_DIR"
   rm -f "$PACKAGE_DIR"/brindlewick_*.deb
   (cd "$PACKAGE_DIR" && cpack -G DEB >/dev/null)
-  ls -1 "$(cd "$PACKAGE_DIR" && pwd)"/brindlewick_*.deb
+  deb=$(ls -1 "$(cd "$PACKAGE_DIR" && pwd)"/brindlewick_*.deb)
+  # Debian's own checks of the package; any error or warning fails.
+  lintian --fail-on error,warning "$deb" >&2
+  echo "$deb"
   exit 0
 fi
 
@@ -84,12 +101,35 @@ if [[ "$action" == fuzz ]]; then
   exec fuzz/run
 fi
 
+# The unit tests built with AddressSanitizer and UBSan, in a folder of their
+# own. The tests that start the whole program on a virtual display (test_e2e_*)
+# are left out: under the sanitizers they outrun their time limits.
+if [[ "$action" == sanitize ]]; then
+  SANITIZE_DIR="${BRINDLEWICK_SANITIZE_DIR:-build-sanitize}"
+  launcher=()
+  command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+  cmake -S . -B "$SANITIZE_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
+    -DBRINDLEWICK_SANITIZE=address,undefined >/dev/null
+  cmake --build "$SANITIZE_DIR"
+  # Leaks are reported too; the suppressions name the system libraries'
+  # own, which are not ours to fix.
+  export ASAN_OPTIONS="detect_leaks=1:abort_on_error=0"
+  export LSAN_OPTIONS="suppressions=$PWD/tests/lsan.supp:print_suppressions=0"
+  export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+  exec ctest --test-dir "$SANITIZE_DIR" --output-on-failure -j2 -E '^test_e2e_'
+fi
+
 BUILD_DIR="${BRINDLEWICK_BUILD_DIR:-build}"
-cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+# CI lets no compiler warning through.
+werror=OFF
+[[ "${CI:-}" == true ]] && werror=ON
+cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DBRINDLEWICK_WERROR="$werror" >/dev/null
 cmake --build "$BUILD_DIR"
 
 case "$action" in
   run) exec "$BUILD_DIR/src/brindlewick" ;;
   test) exec ctest --test-dir "$BUILD_DIR" --output-on-failure ;;
   bench) exec bench/run "$BUILD_DIR" ;;
+  check) exec tools/check "$BUILD_DIR" ;;
 esac

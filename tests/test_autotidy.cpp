@@ -76,17 +76,30 @@ private Q_SLOTS:
     // Whatever "tidyDays" holds (a day count whose seconds overflow, a
     // negative or non-numeric value), a file newer than the cutoff never
     // becomes due, and a file dated in the future never does.
+    void noStoredValueMakesNewFilesDue_data()
+    {
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<QStringList>("due");
+        QTest::newRow("overflowing seconds") << "200000" << QStringList();
+        QTest::newRow("overflowing days") << "99999999999" << QStringList();
+        QTest::newRow("negative") << "-5" << QStringList{"year.png"};
+        QTest::newRow("zero") << "0" << QStringList{"year.png"};
+        QTest::newRow("not a number") << "often" << QStringList{"year.png"};
+    }
     void noStoredValueMakesNewFilesDue()
     {
+        QFETCH(QString, stored);
+        QFETCH(QStringList, due);
         add("minute.png", 0, 60);
         add("future.png", -3);
         add("year.png", 365);
-        for (const char *stored : {"200000", "99999999999", "-5", "0", "often"}) {
-            rig->prefs.setValue(PrefKey::tidyDays, QString::fromLatin1(stored));
-            auto tidy = makeTidy();
-            const bool never = QByteArray(stored).toLongLong() > 365;
-            QCOMPARE(candidatesFor(*tidy), never ? QStringList() : QStringList{"year.png"});
-        }
+        rig->prefs.setValue(PrefKey::tidyDays, stored);
+        QCOMPARE(candidatesFor(*makeTidy()), due);
+    }
+
+    void mostDaysMakeNoFileDue()
+    {
+        add("year.png", 365);
         auto tidy = makeTidy();
         tidy->setDays(std::numeric_limits<int>::max());
         QCOMPARE(candidatesFor(*tidy), QStringList());

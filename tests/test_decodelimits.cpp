@@ -244,10 +244,18 @@ private Q_SLOTS:
         qInfo("%s, %s: %lld KB at the peak, %lld ms", qPrintable(path), qPrintable(file), m.peakKb, m.ms);
         QVERIFY2(m.failure.isEmpty(), qPrintable(m.failure));
         QCOMPARE(m.answer, expected);
-        QVERIFY2(m.peakKb * 1024 < DecodeLimits::maxBytes, qPrintable(QString::number(m.peakKb)));
+#ifdef __SANITIZE_ADDRESS__
+        // AddressSanitizer's red zones and quarantine count in the peak, and
+        // its checks in the time: only the answers are compared.
+        const bool measurable = false;
+#else
+        const bool measurable = true;
+#endif
+        QVERIFY2(!measurable || m.peakKb * 1024 < DecodeLimits::maxBytes, qPrintable(QString::number(m.peakKb)));
         // The tall one inflates 400 MB of rows, the large one 42 MB; the
         // others end at their header.
-        QVERIFY2(m.ms < (file == "tall.png" || file == "large.png" ? 8000 : 500), qPrintable(QString::number(m.ms)));
+        QVERIFY2(!measurable || m.ms < (file == "tall.png" || file == "large.png" ? 8000 : 500),
+                 qPrintable(QString::number(m.ms)));
         if (file == "large.png") {
             // Half size keeps the colour and its transparency; the JPEG has
             // it laid over white.

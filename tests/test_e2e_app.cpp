@@ -215,6 +215,8 @@ private Q_SLOTS:
         run.terminate();
         QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit && run.exitCode() == 0);
         QCOMPARE(savePath(ini), run.path("home/Pictures"));
+        if (!xdotool)
+            QSKIP("xdotool is not installed (./setup.sh test installs it): --toggle and the shortcut went untried");
     }
 
     // The settings open over the shelf (showing it first); the snapshot

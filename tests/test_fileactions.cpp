@@ -96,7 +96,7 @@ private Q_SLOTS:
         setMtime(path("a.png"), 1'600'000'000);
         write(path("README"), "text");
         for (int i = 0; i < 2; ++i)
-            FileActions::duplicate({url(path("a.png")), url(path("README")), url(path("gone.png"))});
+            (void)FileActions::duplicate({url(path("a.png")), url(path("README")), url(path("gone.png"))});
         QCOMPARE(entries(folder),
                  QStringList({"README", "README copy", "README copy 2", "a copy 2.png", "a copy.png", "a.png"}));
         const QFileInfo copy(path("a copy 2.png"));
@@ -337,7 +337,7 @@ private Q_SLOTS:
         const auto collect = [&](const FileWorkResult &result) {
             results.append(result);
             // On the GUI thread, with the records already moved.
-            inOrder = inOrder && QThread::currentThread() == qApp->thread()
+            inOrder = inOrder && QThread::currentThread() == QCoreApplication::instance()->thread()
                       && (result.moves.isEmpty() || meta->meta(result.moves.first().second));
         };
         {

@@ -15,6 +15,8 @@
 #include <QMouseEvent>
 #include <QScreen>
 #include <QTest>
+#include <QScopeGuard>
+#include <QSemaphore>
 #include <QThread>
 
 namespace {
@@ -258,16 +260,28 @@ private Q_SLOTS:
         FlashPanel *card = app.flash().current();
         QCOMPARE(card->url(), file);
 
-        shelf.setScanner([](const QString &current, const QString &home) {
-            QThread::msleep(700);
-            return Shelf::runScan(current, home);
+        // Listings wait until the test lets them finish.
+        QSemaphore mayFinish;
+        QAtomicInt begun, done;
+        const auto letAllFinish = qScopeGuard([&mayFinish] { mayFinish.release(1000); });
+        shelf.setScanner([&](const QString &current, const QString &home) {
+            begun.fetchAndAddOrdered(1);
+            mayFinish.acquire();
+            Shelf::ScanResult scan = Shelf::runScan(current, home);
+            done.fetchAndAddOrdered(1);
+            return scan;
         });
         QTRY_COMPARE(card->state(), FlashPanel::State::shown);
         send(card, QEvent::MouseButtonDblClick);
         QVERIFY(app.window()->isVisible());
+        QTRY_VERIFY(begun.loadAcquire() > 0);
+        QVERIFY(!shelf.selection().contains(file)); // not listed yet
+        mayFinish.release(1000);
         QTRY_COMPARE_WITH_TIMEOUT(shelf.selection(), QSet<QUrl>{file}, 5000);
         QCOMPARE(shelf.current(), Shelf::folderKey(QUrl::fromLocalFile(shots + "/sub")));
-        QTest::qWait(200);
+        // Every listing asked for on the way is in; none took the file away.
+        QTRY_COMPARE(done.loadAcquire(), begun.loadAcquire());
+        QCoreApplication::processEvents();
         QCOMPARE(shelf.selection(), QSet<QUrl>{file});
         QCOMPARE(shelf.cursor(), file);
         const ShelfGrid *grid = app.window()->findChild<ShelfGrid *>();

@@ -140,13 +140,9 @@ public:
     QString check()
     {
         QString problem;
-        QDeadlineTimer deadline(settleMs + Shelf::rescanMaxWaitMs);
-        do {
-            problem = violation();
-            if (problem.isEmpty())
-                return {};
-            QTest::qWait(20);
-        } while (!deadline.hasExpired());
+        if (QTest::qWaitFor([&] { return (problem = violation()).isEmpty(); },
+                            settleMs + Shelf::rescanMaxWaitMs))
+            return {};
         return problem;
     }
 
@@ -251,7 +247,7 @@ private:
     {
         const QList<QUrl> selected = m_rig.shelf->selectedURLs();
         m_rig.key(Qt::Key_Delete);
-        m_rig.settle();
+        (void)m_rig.settle(); // what it left is checked below
         QStringList names;
         for (const QUrl &url : selected) {
             const QString path = url.toLocalFile();

@@ -22,6 +22,7 @@ struct Script
 {
     QSemaphore permits;
     std::atomic<int> begun{0};
+    QSemaphore begins; // one for each file begun
     QStringList failing; // file names the fake cannot read
 };
 
@@ -33,6 +34,7 @@ public:
     std::optional<QString> recognize(const QString &filePath) override
     {
         ++m_script.begun;
+        m_script.begins.release();
         while (!m_script.permits.tryAcquire(1, 10)) {
             if (m_abandon && *m_abandon)
                 return std::nullopt;
@@ -221,8 +223,7 @@ private Q_SLOTS:
         script.permits.release(1);
         // No event loop from here on, as after the last event at quit: file 1
         // is recognised but its result never reached the store by an event.
-        while (script.begun.load() < 2)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        QVERIFY(script.begins.tryAcquire(2, 10000));
         QVERIFY(!store.meta(run[0]));
         QElapsedTimer quitting;
         quitting.start();

@@ -66,21 +66,21 @@ public:
     static void rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done = {});
     // Renames to exactly `newName` (trimmed) beside the file; fails when the
     // name is taken, empty, unchanged or not a single valid file name.
-    static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName, MetaStore *meta);
+    [[nodiscard]] static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName, MetaStore *meta);
 
     // New files beside the originals; each returns the files it wrote.
-    static QList<QUrl> duplicate(const QList<QUrl> &files);
-    static QList<QUrl> resizeHalf(const QList<QUrl> &files);
-    static QList<QUrl> convertToJPG(const QList<QUrl> &files);
+    [[nodiscard]] static QList<QUrl> duplicate(const QList<QUrl> &files);
+    [[nodiscard]] static QList<QUrl> resizeHalf(const QList<QUrl> &files);
+    [[nodiscard]] static QList<QUrl> convertToJPG(const QList<QUrl> &files);
 
     // Moves the files into `folder` and says where each one went. A file
     // already in that folder (however the folder is spelled) stays and is
     // not listed. The records are the caller's: carryRecords.
-    static Moves move(const QList<QUrl> &files, const QUrl &folder);
+    [[nodiscard]] static Moves move(const QList<QUrl> &files, const QUrl &folder);
     // Moves the metadata records after the files (GUI thread; `meta` may be null).
     static void carryRecords(const Moves &moves, MetaStore *meta);
     // Moves each file to the Trash; returns how many went.
-    static qint64 trash(const QList<QUrl> &files, Trash &trash);
+    [[nodiscard]] static qint64 trash(const QList<QUrl> &files, Trash &trash);
 
     // `wanted` when nothing is there, else the first free "stem n.ext".
     static QUrl uniqueURL(const QUrl &wanted);
@@ -91,9 +91,9 @@ public:
     static QString jpgName(const QString &fileName);
 
     // Decodes the first image of a file, upright, within maxDecodeBytes.
-    static std::optional<QImage> readImage(const QString &path);
+    [[nodiscard]] static std::optional<QImage> readImage(const QString &path);
     // Writes `image` to a temporary file in the folder of `wanted`, then puts
     // it in place under uniqueURL(wanted). Returns the final path or "".
-    static QString writeImage(const QImage &image, const QString &wanted, const char *format,
+    [[nodiscard]] static QString writeImage(const QImage &image, const QString &wanted, const char *format,
                               int quality = -1);
 };

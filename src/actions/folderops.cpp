@@ -44,7 +44,9 @@ void newFolder(Shelf &shelf, TextPrompt &prompt)
         if (!target || !answer || answer->trimmed().isEmpty())
             return;
         // Home as it is now: it may have changed while the dialog was open.
-        createFolder(target->home(), *answer);
+        // A name that is taken or not allowed makes no folder; the scan
+        // shows what is there either way.
+        (void)createFolder(target->home(), *answer);
         target->scan();
     });
 }

@@ -23,7 +23,7 @@ TextPromptRequest newFolderRequest(const QUrl &home);
 // A name with a "/" is refused outright rather than read as a path, so no
 // folder is ever made anywhere but directly in Home; so are "." and "..".
 // An existing file or folder of that name is left alone. True on success.
-bool createFolder(const QUrl &home, const QString &name);
+[[nodiscard]] bool createFolder(const QUrl &home, const QString &name);
 
 // Asks for a name and creates the folder inside Home, also while a
 // subfolder is shown, then rescans. An empty name does nothing at all.

@@ -192,7 +192,7 @@ void DiagnosticHooks::scheduleLaunchHooks()
     }
     const QStringList tokens = keyTokens(qEnvironmentVariable("BRINDLEWICK_KEY"));
     for (qsizetype i = 0; i < tokens.size(); ++i) {
-        const QString token = tokens.at(i);
+        const QString &token = tokens.at(i);
         enqueue({keyFirstDelayMs + keySpacingMs * i, keySpacingMs,
                  [this, token](Done done) { sendKey(token, std::move(done)); }});
     }
@@ -406,7 +406,7 @@ void DiagnosticHooks::click(Done done)
         done();
         return;
     }
-    const QUrl clicked = visible.first();
+    const QUrl &clicked = visible.first();
     const QPointF p = QRectF(*cell).center();
     QWidget *hit = window->childAt(p.toPoint());
     // The grid draws its cells itself: it names the part under the point.

@@ -54,7 +54,7 @@ public:
     Claim claim();
 
     // True when the running instance took `request`.
-    bool sendToRunning(const QByteArray &request, int timeoutMs = 2000);
+    [[nodiscard]] bool sendToRunning(const QByteArray &request, int timeoutMs = 2000);
 
     // A request that wants an answer. `notRunning` when no instance listens,
     // `noAnswer` when one took the request but hung up without answering,
@@ -70,7 +70,7 @@ public:
     // until it is done (a start waits at the gate). False, without running
     // it, when an instance is running or a lock is not ours (`problem()`).
     // For short jobs on shared files.
-    bool runWhileNoneRunning(const std::function<void()> &job);
+    [[nodiscard]] bool runWhileNoneRunning(const std::function<void()> &job);
 
     // The user a connected local socket's other end runs as; -1 when unknown.
     static qint64 peerUid(qintptr socketDescriptor);

@@ -49,7 +49,7 @@ struct TempFile
     int fd = -1;
     QString path;
 };
-std::optional<TempFile> createTemp(const QString &folder, unsigned mode = 0666);
+[[nodiscard]] std::optional<TempFile> createTemp(const QString &folder, unsigned mode = 0666);
 
 // Chooses a free name for a finished file; tests replace it to simulate a
 // name being taken between the check and the rename.
@@ -58,22 +58,22 @@ using NameChooser = std::function<QString(const QString &wanted)>;
 // Moves the finished temporary file to uniquePath(wanted), taking the next
 // number whenever the chosen name appears in the meantime. Returns the final
 // path, or an empty string after removing the temporary file.
-QString placeUnique(const QString &tempPath, const QString &wanted,
+[[nodiscard]] QString placeUnique(const QString &tempPath, const QString &wanted,
                     const NameChooser &choose = uniquePath);
 
 // Copies a regular file beside itself or into another folder under
 // uniquePath(wanted), keeping its permissions and modification time.
 // Returns the new path or an empty string.
-QString copyUnique(const QString &source, const QString &wanted,
+[[nodiscard]] QString copyUnique(const QString &source, const QString &wanted,
                    const NameChooser &choose = uniquePath);
 
 // Moves `source` to uniquePath(wanted). Across file systems: copies to a
 // temporary file beside the target, syncs it, renames it into place and
 // only then removes the source. Returns the new path or an empty string.
-QString moveUnique(const QString &source, const QString &wanted,
+[[nodiscard]] QString moveUnique(const QString &source, const QString &wanted,
                    const NameChooser &choose = uniquePath);
 
 // Flushes a finished file's data to disk and closes it. False on failure.
-bool syncAndClose(int fd);
+[[nodiscard]] bool syncAndClose(int fd);
 
 } // namespace SafeFiles

@@ -97,7 +97,7 @@ public:
     // The last word before the program ends: waits at most `timeoutMs` for
     // the load and any write under way, then writes what is unsaved on this
     // thread. False when something is left unwritten.
-    bool flush(int timeoutMs = 3000);
+    [[nodiscard]] bool flush(int timeoutMs = 3000);
 
     const QHash<QString, FileMeta> &byName() const { return m_byName; }
     QString filePath() const { return m_filePath; }

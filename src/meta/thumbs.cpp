@@ -144,14 +144,14 @@ Thumbs::Ticket Thumbs::request(const QUrl &file, qreal logicalSize, qreal dpr, Q
     job.file = file;
     job.step = step;
     Ticket ticket = 0;
-    for (Waiter &waiter : job.waiters) {
-        if (waiter.context == context) {
-            waiter.completion = std::move(completion);
-            waiter.dpr = dpr;
-            ticket = waiter.ticket;
-        }
-    }
-    if (!ticket) {
+    // One waiter per context: a new request replaces its completion.
+    const auto waiter = std::find_if(job.waiters.begin(), job.waiters.end(),
+                                     [context](const Waiter &w) { return w.context == context; });
+    if (waiter != job.waiters.end()) {
+        waiter->completion = std::move(completion);
+        waiter->dpr = dpr;
+        ticket = waiter->ticket;
+    } else {
         ticket = ++m_lastTicket;
         job.waiters.append({ticket, context, QPointer<QObject>(context), dpr, std::move(completion)});
         m_tickets.insert(ticket, key);

@@ -277,7 +277,7 @@ FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 coun
             continue;
         if (wantImages) {
             images.push_back({0, quint32(names.size()), quint32(images.size())});
-            names.append(name, qsizetype(length + 1));
+            names.append(name, qsizetype(length) + 1);
         } else if (count < countLimit) {
             ++count;
         }

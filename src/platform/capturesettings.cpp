@@ -142,7 +142,9 @@ public:
         IniFile ini(m_path, IniFile::Dialect::QSettings);
         ini.setValue(general(), QStringLiteral("savePath"), value);
         ini.setValue(general(), QStringLiteral("savePathFixed"), QStringLiteral("true"));
-        ini.save();
+        // A file that cannot be written keeps the tool's settings as they
+        // were, which is what the next read of them reports.
+        (void)ini.save();
     }
     std::optional<bool> readBool(const QString &key) const override
     {
@@ -156,7 +158,7 @@ public:
             return;
         IniFile ini(m_path, IniFile::Dialect::QSettings);
         ini.setValue(general(), notification(), value ? QStringLiteral("true") : QStringLiteral("false"));
-        ini.save();
+        (void)ini.save(); // as above: the next read tells
     }
     void remove(const QString &key) override
     {
@@ -167,7 +169,7 @@ public:
         } else if (key == showThumbnail) {
             ini.remove(general(), notification());
         }
-        ini.save();
+        (void)ini.save(); // as above: the next read tells
     }
     // savePath means nothing without savePathFixed: the two go back together.
     QByteArray locationState() const override { return iniState(m_path, IniFile::Dialect::QSettings, keys()); }
@@ -228,7 +230,7 @@ public:
         const QString url = QUrl::fromLocalFile(expandHome(value)).toString(QUrl::FullyEncoded);
         ini.setValue(save(), defaultSaveLocation(), url);
         ini.setValue(imageSave(), imageSaveLocation(), url);
-        ini.save();
+        (void)ini.save(); // as above: the next read tells
     }
     std::optional<bool> readBool(const QString &) const override { return std::nullopt; }
     void writeBool(const QString &, bool) override {}
@@ -239,7 +241,7 @@ public:
         IniFile ini(m_path, IniFile::Dialect::KConfig);
         ini.remove(save(), defaultSaveLocation());
         ini.remove(imageSave(), imageSaveLocation());
-        ini.save();
+        (void)ini.save(); // as above: the next read tells
     }
     QString defaultFolder() const override
     {

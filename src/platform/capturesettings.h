@@ -33,7 +33,7 @@ public:
     // stored it (present or absent), and putting that back byte for byte.
     // Empty, and false, for tools without such a file.
     virtual QByteArray locationState() const { return {}; }
-    virtual bool restoreLocationState(const QByteArray &) { return false; }
+    [[nodiscard]] virtual bool restoreLocationState(const QByteArray &) { return false; }
     // Makes the tool pick up a change: a reload request where the tool has
     // one, otherwise nothing. Never ends a process.
     virtual void reload() = 0;

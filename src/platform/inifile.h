@@ -39,7 +39,7 @@ public:
     void setRawLine(const QString &group, const QString &key, const std::optional<QByteArray> &line);
 
     // Writes the file if anything changed; false when that failed.
-    bool save();
+    [[nodiscard]] bool save();
 
     // A value as the dialect stores it after "key=", and back. Decoding
     // gives none for what is not one plain string (a QSettings list or

@@ -12,7 +12,7 @@ class Trash
 public:
     virtual ~Trash() = default;
     // True when `path` is now in a Trash; false leaves it where it was.
-    virtual bool moveToTrash(const QString &path) = 0;
+    [[nodiscard]] virtual bool moveToTrash(const QString &path) = 0;
 
     // The freedesktop.org Trash of this session.
     static Trash &shared();
@@ -46,7 +46,7 @@ public:
     explicit FreedesktopTrash(QString homeTrash = {}, MountRoot mountRoot = {},
                               std::function<QDateTime()> now = {});
 
-    bool moveToTrash(const QString &path) override;
+    [[nodiscard]] bool moveToTrash(const QString &path) override;
 
     // The Trash folder a path would go to; empty when there is none.
     QString trashFolderFor(const QString &absolutePath) const;
@@ -59,7 +59,7 @@ private:
     QString readyHomeTrash() const;
     QString trashFolderFor(const QString &absolutePath, const QString &homeTrash) const;
     QString topDirTrash(const QString &topDir) const;
-    static bool ensureTrashSubfolders(const QString &trashFolder);
+    [[nodiscard]] static bool ensureTrashSubfolders(const QString &trashFolder);
 
     QString m_homeTrash;
     MountRoot m_mountRoot;

@@ -52,7 +52,7 @@ public:
 
     // Writes the entry atomically. On failure returns false with the reason
     // in `error` (a whole sentence, naming the file and the system's words).
-    bool registerEntry(QString *error);
+    [[nodiscard]] bool registerEntry(QString *error);
     // Removes the entry; failures are ignored.
     void unregisterEntry();
 

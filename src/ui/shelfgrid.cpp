@@ -290,7 +290,7 @@ void ShelfGrid::loadThumbs()
     }
     // Asked nearest first, since the queue serves the latest request first.
     for (auto it = order.crbegin(); it != order.crend(); ++it) {
-        const QUrl url = *it;
+        const QUrl &url = *it;
         const FileStamp stamp = stampOf(url);
         if (const auto failed = m_failed.constFind(url); failed != m_failed.cend()) {
             if (*failed == stamp)
