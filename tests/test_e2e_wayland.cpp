@@ -14,7 +14,7 @@
 #include <QTest>
 
 #include <algorithm>
-#include <functional>
+
 
 namespace {
 
@@ -69,7 +69,38 @@ int countNear(const QImage &image, const QRect &area, QColor colour, int toleran
     return count;
 }
 
+// The rectangle spanned by the rows and columns of `image` that hold at
+// least `least` pixels near `colour`: one large patch of that colour, as
+// drawn, ignoring smaller ones.
+QRect extent(const QImage &image, QColor colour, int least)
+{
+    int left = image.width(), right = -1, top = image.height(), bottom = -1;
+    for (int y = 0; y < image.height(); ++y) {
+        if (countNear(image, QRect(0, y, image.width(), 1), colour) >= least) {
+            top = std::min(top, y);
+            bottom = y;
+        }
+    }
+    for (int x = 0; x < image.width(); ++x) {
+        if (countNear(image, QRect(x, 0, 1, image.height()), colour) >= least * 2 / 3) {
+            left = std::min(left, x);
+            right = x;
+        }
+    }
+    return right < 0 || bottom < 0 ? QRect() : QRect(QPoint(left, top), QPoint(right, bottom));
+}
+
+// Within a few pixels: a pin's border and rounded corners are not the
+// picture's colour.
+bool nearSize(QSize actual, QSize expected)
+{
+    return actual.width() <= expected.width() && actual.width() >= expected.width() - 6
+           && actual.height() <= expected.height() && actual.height() >= expected.height() - 6;
+}
+
 } // namespace
+
+Q_DECLARE_METATYPE(WaylandSession::Compositor)
 
 class TestE2eWayland : public QObject
 {
@@ -92,7 +123,8 @@ class TestE2eWayland : public QObject
         const QString shots = run.path(QStringLiteral("shots"));
         QDir().mkpath(shots);
         for (int i = 0; i < 3; ++i) {
-            QImage image(320, 200, QImage::Format_RGB32);
+            // shot1 larger, to be told from the others in a preview.
+            QImage image(i == 1 ? QSize(560, 350) : QSize(320, 200), QImage::Format_RGB32);
             image.fill(QColor::fromHsv(i * 120, 200, 220));
             QVERIFY(image.save(shots + QStringLiteral("/shot%1.png").arg(i)));
         }
@@ -202,73 +234,117 @@ private Q_SLOTS:
                                  AppRun::defaultTimeoutMs);
     }
 
-    // Under sway through XWayland the shelf, the preview (Space) and a pin
-    // (P, over the preview) float at their own sizes instead of being tiled
-    // over the whole output; light and dark.
-    void shelfPinAndPreviewFloatUnderSway_data()
+    // Through XWayland the preview (Space) and a pin (P) keep their own
+    // sizes (sway floats them rather than tiling them over the output), the
+    // preview is drawn above the shelf and the pin above the preview. Where
+    // they go is the compositor's choice: sway centres both, weston puts
+    // both near the top-left corner. Right then moves the preview on to the
+    // larger, green shot1, so that the blue pin and the preview can be told
+    // apart in the capture. Light and dark.
+    void pinAndPreview_data()
     {
+        QTest::addColumn<WaylandSession::Compositor>("compositor");
         QTest::addColumn<bool>("dark");
-        QTest::newRow("light") << false;
-        QTest::newRow("dark") << true;
+        QTest::newRow("weston") << WaylandSession::Compositor::weston << false;
+        QTest::newRow("weston dark") << WaylandSession::Compositor::weston << true;
+        QTest::newRow("sway") << WaylandSession::Compositor::sway << false;
+        QTest::newRow("sway dark") << WaylandSession::Compositor::sway << true;
     }
-    void shelfPinAndPreviewFloatUnderSway()
+    void pinAndPreview()
     {
+        QFETCH(WaylandSession::Compositor, compositor);
         QFETCH(bool, dark);
-        WaylandSession session(WaylandSession::Compositor::sway, true);
+        const bool sway = compositor == WaylandSession::Compositor::sway;
+        WaylandSession session(compositor, true);
         needSession(session);
         AppRun run(QString{});
         prepare(run, dark);
         session.enter(run);
         run.setVar(QStringLiteral("BRINDLEWICK_OPEN"));
-        run.setVar(QStringLiteral("BRINDLEWICK_CLICK"));
-        run.setVar(QStringLiteral("BRINDLEWICK_KEY"), QStringLiteral("49,35"));
+        // Space; a pause (a token that is no key) long enough to capture the
+        // preview alone; P; Right.
+        run.setVar(QStringLiteral("BRINDLEWICK_KEY"), QStringLiteral("49,-,-,-,-,-,-,-,35,124"));
         start(run);
+        const QString name = (sway ? QStringLiteral("sway") : QStringLiteral("weston"));
         const QString suffix = dark ? QStringLiteral("-dark.png") : QStringLiteral(".png");
-
-        bool floating = false;
-        QJsonObject shelf, pin, preview;
-        // The pin and the preview both carry the file's name; the preview is
-        // the larger.
-        const bool all = QTest::qWaitFor([&] {
-            const QJsonObject tree = session.tree();
-            shelf = findSwayWindow(tree, QStringLiteral("^shots$"), &floating);
-            QList<QJsonObject> named;
-            const std::function<void(const QJsonObject &)> collect = [&](const QJsonObject &node) {
-                for (const char *kind : {"nodes", "floating_nodes"})
-                    for (const QJsonValue &child : node.value(QLatin1String(kind)).toArray()) {
-                        const QJsonObject o = child.toObject();
-                        if (o.value(QStringLiteral("name")).toString().endsWith(QLatin1String(".png")))
-                            named << o;
-                        collect(o);
-                    }
-            };
-            collect(tree);
-            if (named.size() != 2)
-                return false;
-            std::sort(named.begin(), named.end(), [](const QJsonObject &a, const QJsonObject &b) {
-                return swayRect(a).width() < swayRect(b).width();
-            });
-            pin = named.first();
-            preview = named.last();
-            return floating && !shelf.isEmpty();
-        }, AppRun::defaultTimeoutMs);
-        session.capture(capturePath(QStringLiteral("sway-shelf-pin-preview") + suffix));
-        QVERIFY2(all, qPrintable(run.lines().join('\n')));
-
         const QRect output(0, 0, WaylandSession::screenWidth, WaylandSession::screenHeight);
-        for (const QJsonObject &window : {shelf, pin, preview}) {
-            bool floats = false;
-            findSwayWindow(session.tree(), QRegularExpression::escape(window.value(QStringLiteral("name")).toString()),
-                           &floats);
-            QVERIFY2(floats, qPrintable(window.value(QStringLiteral("name")).toString()));
-            QVERIFY(output.contains(swayRect(window)));
-            QVERIFY(swayRect(window) != output);
+
+        const QColor blue = QColor::fromHsv(240, 200, 220);
+        const QColor green = QColor::fromHsv(120, 200, 220);
+
+        // The preview of the newest, blue shot2, 70 % x 80 % of the output,
+        // above the shelf: its picture whole in the capture, at its own size.
+        // Found in the capture itself (weston's X11 coordinates of a managed
+        // window are not the output's), captured until drawn (a window shows
+        // before its first frame).
+        QList<quint32> windows;
+        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows(QStringLiteral("^shot2\\.png$"))).size(), 1,
+                                  AppRun::defaultTimeoutMs);
+        const QString previewShot = capturePath(name + QStringLiteral("-preview") + suffix);
+        QImage alone;
+        QTRY_VERIFY2_WITH_TIMEOUT(nearSize(extent(alone = session.capture(previewShot), blue, 250).size(), QSize(320, 200)),
+                                  qPrintable(previewShot), AppRun::defaultTimeoutMs);
+        QCOMPARE(session.x11Windows(QStringLiteral("^shot2\\.png$")).size(), 1); // no pin yet
+        const QRect preview = session.x11Geometry(windows.first());
+        QRect expected(0, 0, WaylandSession::screenWidth * 7 / 10, WaylandSession::screenHeight * 8 / 10);
+        expected.moveCenter(output.center());
+        QCOMPARE(preview.size(), expected.size());
+        if (sway) {
+            bool floating = false;
+            const QJsonObject node = findSwayWindow(session.tree(), QStringLiteral("^shot2\\.png$"), &floating);
+            QVERIFY(floating);
+            QCOMPARE(swayRect(node), preview);
         }
-        // The shelf at the size the program chose: its X11 window's.
-        const QList<quint32> shelves = session.x11Windows(QStringLiteral("^shots$"));
-        QCOMPARE(shelves.size(), 1);
-        QCOMPARE(swayRect(shelf).size(), session.x11Geometry(shelves.first()).size());
-        QVERIFY(swayRect(pin).width() < swayRect(preview).width());
+
+        // The pin of shot2 (320 x 200, the picture's size) whole above the
+        // preview, which now shows shot1: most of its green picture shows
+        // beside or under the pin.
+        quint32 pinWindow = 0;
+        QTRY_VERIFY_WITH_TIMEOUT(session.x11Windows(QStringLiteral("^shot1\\.png$")).size() == 1
+                                     && (windows = session.x11Windows(QStringLiteral("^shot2\\.png$"))).size() == 1
+                                     && (pinWindow = windows.first()),
+                                 AppRun::defaultTimeoutMs);
+        const QString pinShot = capturePath(name + QStringLiteral("-pin") + suffix);
+        QImage screen;
+        QTRY_VERIFY2_WITH_TIMEOUT(nearSize(extent(screen = session.capture(pinShot), blue, 250).size(), QSize(320, 200))
+                                      && countNear(screen, output, green) > 560 * 350 / 2,
+                                  qPrintable(pinShot), AppRun::defaultTimeoutMs);
+        QCOMPARE(session.x11Geometry(pinWindow).size(), QSize(320, 200));
+        if (sway) {
+            bool floating = false;
+            findSwayWindow(session.tree(), QStringLiteral("^shot2\\.png$"), &floating);
+            QVERIFY(floating);
+        }
+    }
+
+    // Under sway through XWayland the settings float as a dialog at their
+    // own size, over the shelf, instead of being tiled beside it.
+    void settingsFloatUnderSway()
+    {
+        WaylandSession session(WaylandSession::Compositor::sway, true);
+        needSession(session);
+        AppRun run(QString{});
+        prepare(run, false);
+        session.enter(run);
+        run.setVar(QStringLiteral("BRINDLEWICK_SETTINGS"));
+        start(run);
+        QList<quint32> windows;
+        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows(QStringLiteral("^Settings$"))).size(), 1,
+                                  AppRun::defaultTimeoutMs);
+        bool floating = false;
+        QJsonObject node;
+        QTRY_VERIFY_WITH_TIMEOUT(!(node = findSwayWindow(session.tree(), QStringLiteral("^Settings$"), &floating))
+                                      .isEmpty(),
+                                 AppRun::defaultTimeoutMs);
+        session.capture(capturePath(QStringLiteral("sway-settings.png")));
+        QVERIFY(floating);
+        const QRect settings = session.x11Geometry(windows.first());
+        QCOMPARE(settings.width(), 540);
+        QCOMPARE(swayRect(node), settings);
+        bool shelfFloats = false;
+        const QJsonObject shelf = findSwayWindow(session.tree(), QStringLiteral("^shots$"), &shelfFloats);
+        QVERIFY(shelfFloats);
+        QVERIFY(swayRect(shelf).height() > settings.height());
     }
 };
 
