@@ -92,9 +92,8 @@ void when(std::function<bool()> ready, std::function<void()> done)
         done();
         return;
     }
-    QTimer::singleShot(1, [ready = std::move(ready), done = std::move(done)]() mutable {
-        when(std::move(ready), std::move(done));
-    });
+    QTimer::singleShot(
+        1, [ready = std::move(ready), done = std::move(done)]() mutable { when(std::move(ready), std::move(done)); });
 }
 
 // One synchronous layout and paint of the whole window, as a frame.
@@ -144,44 +143,49 @@ int main(int argc, char *argv[])
         view->show();
         // 2. Until every cell in view has its image: nothing is waiting, and
         //    the last answer has been painted.
-        when([&] { return thumbs->cachedCount() > 0 && thumbs->pendingCount() == 0; }, [&, grid] {
-            frameMs(*view);
-            const qint64 firstScreen = clock.elapsed();
-            std::printf("show to every visible cell painted with its thumbnail: %lld ms (%d columns, %lld cells)\n",
-                        firstScreen, grid->layoutGeometry().columns, qlonglong(grid->shownItems().size()));
+        when([&] { return thumbs->cachedCount() > 0 && thumbs->pendingCount() == 0; },
+             [&, grid] {
+                 frameMs(*view);
+                 const qint64 firstScreen = clock.elapsed();
+                 std::printf(
+                     "show to every visible cell painted with its thumbnail: %lld ms (%d columns, %lld cells)\n",
+                     firstScreen, grid->layoutGeometry().columns, qlonglong(grid->shownItems().size()));
 
-            // 3. Scrolling top to bottom in 20 steps.
-            QScrollBar *bar = grid->verticalScrollBar();
-            std::vector<double> frames;
-            for (int step = 1; step <= 20; ++step) {
-                bar->setValue(bar->maximum() * step / 20);
-                frames.push_back(frameMs(*view));
-            }
-            std::printf("scroll, 20 steps: median frame %.2f ms, worst %.2f ms (images not yet in memory paint as placeholders)\n",
-                        median(frames), *std::max_element(frames.begin(), frames.end()));
+                 // 3. Scrolling top to bottom in 20 steps.
+                 QScrollBar *bar = grid->verticalScrollBar();
+                 std::vector<double> frames;
+                 for (int step = 1; step <= 20; ++step) {
+                     bar->setValue(bar->maximum() * step / 20);
+                     frames.push_back(frameMs(*view));
+                 }
+                 std::printf("scroll, 20 steps: median frame %.2f ms, worst %.2f ms (images not yet in memory paint as "
+                             "placeholders)\n",
+                             median(frames), *std::max_element(frames.begin(), frames.end()));
 
-            // 4. Ten window sizes.
-            frames.clear();
-            for (int i = 0; i < 10; ++i) {
-                view->resize(700 + i * 120, 500 + i * 40);
-                frames.push_back(frameMs(*view));
-            }
-            std::printf("resize, 10 sizes: median relayout + paint %.2f ms, worst %.2f ms\n", median(frames),
-                        *std::max_element(frames.begin(), frames.end()));
+                 // 4. Ten window sizes.
+                 frames.clear();
+                 for (int i = 0; i < 10; ++i) {
+                     view->resize(700 + i * 120, 500 + i * 40);
+                     frames.push_back(frameMs(*view));
+                 }
+                 std::printf("resize, 10 sizes: median relayout + paint %.2f ms, worst %.2f ms\n", median(frames),
+                             *std::max_element(frames.begin(), frames.end()));
 
-            // 5. Select all.
-            bar->setValue(0);
-            frameMs(*view);
-            shelf.selectAll();
-            std::printf("select all 400, repaint: %.2f ms\n", frameMs(*view));
+                 // 5. Select all.
+                 bar->setValue(0);
+                 frameMs(*view);
+                 shelf.selectAll();
+                 std::printf("select all 400, repaint: %.2f ms\n", frameMs(*view));
 
-            // 6. Memory once the thumbnails that scrolling asked for are in.
-            when([&] { return thumbs->pendingCount() == 0; }, [&] {
-                std::printf("resident memory with the 400 cells shown: %.0f MB (%d thumbnails in memory, %.0f MB)\n",
-                            residentMB(), thumbs->cachedCount(), thumbs->cachedBytes() / 1048576.0);
-                app.quit();
-            });
-        });
+                 // 6. Memory once the thumbnails that scrolling asked for are in.
+                 when([&] { return thumbs->pendingCount() == 0; },
+                      [&] {
+                          std::printf(
+                              "resident memory with the 400 cells shown: %.0f MB (%d thumbnails in memory, %.0f MB)\n",
+                              residentMB(), thumbs->cachedCount(), thumbs->cachedBytes() / 1048576.0);
+                          app.quit();
+                      });
+             });
     };
 
     QObject::connect(&shelf, &Shelf::scanApplied, &app, [&] {

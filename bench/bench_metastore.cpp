@@ -34,10 +34,22 @@ namespace {
 QString sampleText(QRandomGenerator &random)
 {
     static const QStringList words = {
-        QStringLiteral("Invoice"), QStringLiteral("total"), QStringLiteral("due:"), QStringLiteral("12.40"),
-        QStringLiteral("Café"), QStringLiteral("naïve"), QStringLiteral("\"quoted\""), QStringLiteral("error"),
-        QStringLiteral("build"), QStringLiteral("failed"), QStringLiteral("/usr/lib/x86_64"), QStringLiteral("ok"),
-        QStringLiteral("Settings"), QStringLiteral("Straße"), QStringLiteral("→"), QStringLiteral("tab\there"),
+        QStringLiteral("Invoice"),
+        QStringLiteral("total"),
+        QStringLiteral("due:"),
+        QStringLiteral("12.40"),
+        QStringLiteral("Café"),
+        QStringLiteral("naïve"),
+        QStringLiteral("\"quoted\""),
+        QStringLiteral("error"),
+        QStringLiteral("build"),
+        QStringLiteral("failed"),
+        QStringLiteral("/usr/lib/x86_64"),
+        QStringLiteral("ok"),
+        QStringLiteral("Settings"),
+        QStringLiteral("Straße"),
+        QStringLiteral("→"),
+        QStringLiteral("tab\there"),
     };
     QString text;
     text.reserve(640);
@@ -70,10 +82,7 @@ int generate(qsizetype count, const QString &path)
     return 0;
 }
 
-void report(const char *name, qint64 nanoseconds)
-{
-    std::printf("%s %.1f\n", name, double(nanoseconds) / 1e6);
-}
+void report(const char *name, qint64 nanoseconds) { std::printf("%s %.1f\n", name, double(nanoseconds) / 1e6); }
 
 int measure(const QString &path)
 {
@@ -191,7 +200,8 @@ int measure(const QString &path)
         report("save-blocks-gui", held.nsecsElapsed());
         // The first change while the snapshot is being written detaches from it.
         held.restart();
-        store.update(QUrl::fromLocalFile(QStringLiteral("/x/during.png")), [](FileMeta &m) { m.app = QStringLiteral("B"); });
+        store.update(QUrl::fromLocalFile(QStringLiteral("/x/during.png")),
+                     [](FileMeta &m) { m.app = QStringLiteral("B"); });
         report("update-during-save", held.nsecsElapsed());
     });
     QCoreApplication::exec();

@@ -43,17 +43,15 @@ struct Theme
     QColor ground, side, text, dim, accent, keyword, string, selection, selectionText;
 };
 
-const Theme light{QStringLiteral("light"), QColor(0xffffff), QColor(0xf2f2f4), QColor(0x1d1d1f),
-                  QColor(0x6e6e73), QColor(0x0a64d8), QColor(0xad3da4), QColor(0xc41a16),
-                  QColor(0x0a64d8), QColor(0xffffff)};
-const Theme dark{QStringLiteral("dark"), QColor(0x1e1e1e), QColor(0x2a2a2c), QColor(0xdcdcdc),
-                 QColor(0x9a9a9e), QColor(0x4ea1ff), QColor(0xc586c0), QColor(0xce9178),
-                 QColor(0x264f78), QColor(0xffffff)};
+const Theme light{QStringLiteral("light"), QColor(0xffffff), QColor(0xf2f2f4), QColor(0x1d1d1f), QColor(0x6e6e73),
+                  QColor(0x0a64d8),        QColor(0xad3da4), QColor(0xc41a16), QColor(0x0a64d8), QColor(0xffffff)};
+const Theme dark{QStringLiteral("dark"), QColor(0x1e1e1e), QColor(0x2a2a2c), QColor(0xdcdcdc), QColor(0x9a9a9e),
+                 QColor(0x4ea1ff),       QColor(0xc586c0), QColor(0xce9178), QColor(0x264f78), QColor(0xffffff)};
 
 const QStringList sidebarWords = {
-    QStringLiteral("General"), QStringLiteral("Appearance"), QStringLiteral("Shortcuts"),
-    QStringLiteral("Storage"), QStringLiteral("Privacy"), QStringLiteral("Downloads"),
-    QStringLiteral("Notifications"), QStringLiteral("Accounts"), QStringLiteral("Updates")};
+    QStringLiteral("General"),       QStringLiteral("Appearance"), QStringLiteral("Shortcuts"),
+    QStringLiteral("Storage"),       QStringLiteral("Privacy"),    QStringLiteral("Downloads"),
+    QStringLiteral("Notifications"), QStringLiteral("Accounts"),   QStringLiteral("Updates")};
 
 const QStringList uiSentences = {
     QStringLiteral("Save screenshots to the Home folder"),
@@ -147,7 +145,7 @@ QImage render(const QString &kind, int scale, const Theme &theme, int variant, Q
     p.fillRect(QRect(0, 0, w, 36), theme.side);
     p.setFont(title);
     p.setPen(theme.text);
-    const QString windowTitle = kind == QLatin1String("code") ? QStringLiteral("main.cpp - Editor")
+    const QString windowTitle = kind == QLatin1String("code")    ? QStringLiteral("main.cpp - Editor")
                                 : kind == QLatin1String("table") ? QStringLiteral("Files - Documents")
                                                                  : QStringLiteral("Preferences");
     p.drawText(QRect(0, 0, w, 36), Qt::AlignCenter, windowTitle);
@@ -226,7 +224,8 @@ std::vector<Sample> makeCorpus(const QString &dir)
                     s.kind = kind;
                     s.scale = scale;
                     s.theme = theme->name;
-                    s.file = QStringLiteral("%1/%2-%3-%4x-%5.png").arg(dir, kind).arg(variant).arg(scale).arg(theme->name);
+                    s.file =
+                        QStringLiteral("%1/%2-%3-%4x-%5.png").arg(dir, kind).arg(variant).arg(scale).arg(theme->name);
                     const QImage image = render(kind, scale, *theme, variant, &s.truth);
                     if (!QFile::exists(s.file))
                         image.save(s.file);
@@ -269,7 +268,13 @@ int levenshtein(const QString &a, const QString &b)
 // merged costs what it costs.
 int characterErrors(const QStringList &truth, const QStringList &found)
 {
-    struct Pair { double rate; int errors; int t; int f; };
+    struct Pair
+    {
+        double rate;
+        int errors;
+        int t;
+        int f;
+    };
     std::vector<Pair> pairs;
     for (int t = 0; t < truth.size(); ++t)
         for (int f = 0; f < found.size(); ++f) {
@@ -307,7 +312,13 @@ struct Tally
 {
     double seconds = 0;
     int images = 0, errors = 0, chars = 0;
-    void add(double s, int e, int c) { seconds += s; ++images; errors += e; chars += c; }
+    void add(double s, int e, int c)
+    {
+        seconds += s;
+        ++images;
+        errors += e;
+        chars += c;
+    }
     double perImage() const { return images ? seconds / images : 0; }
     double cer() const { return chars ? 100.0 * errors / chars : 0; }
 };
@@ -323,7 +334,8 @@ QString runCli(const QString &file, bool oneThread, double *seconds)
     process.setProcessEnvironment(env);
     QElapsedTimer timer;
     timer.start();
-    process.start(QStringLiteral("tesseract"), {file, QStringLiteral("stdout"), QStringLiteral("--oem"), QStringLiteral("1")});
+    process.start(QStringLiteral("tesseract"),
+                  {file, QStringLiteral("stdout"), QStringLiteral("--oem"), QStringLiteral("1")});
     process.waitForFinished(-1);
     *seconds = timer.nsecsElapsed() / 1e9;
     return QString::fromUtf8(process.readAllStandardOutput());
@@ -335,10 +347,10 @@ QStringList classesOf(const Sample &s)
             QStringLiteral("%1x %2").arg(s.scale).arg(s.theme), s.kind};
 }
 
-const QStringList classOrder = {QStringLiteral("all"), QStringLiteral("1x"), QStringLiteral("2x"),
-                                QStringLiteral("light"), QStringLiteral("dark"), QStringLiteral("1x light"),
+const QStringList classOrder = {QStringLiteral("all"),     QStringLiteral("1x"),       QStringLiteral("2x"),
+                                QStringLiteral("light"),   QStringLiteral("dark"),     QStringLiteral("1x light"),
                                 QStringLiteral("1x dark"), QStringLiteral("2x light"), QStringLiteral("2x dark"),
-                                QStringLiteral("ui"), QStringLiteral("code"), QStringLiteral("table")};
+                                QStringLiteral("ui"),      QStringLiteral("code"),     QStringLiteral("table")};
 
 void printTable(const QStringList &names, const QList<QMap<QString, Tally>> &tallies, int timeRef)
 {
@@ -368,7 +380,9 @@ int main(int argc, char **argv)
     QGuiApplication app(argc, argv);
     const QStringList args = app.arguments();
     if (args.size() < 2) {
-        std::fprintf(stderr, "usage: bench_ocr DIR [--ablate [--only=NAME,...] [--set=VAR=VALUE,...]] [--images=PART] [--verbose]\n");
+        std::fprintf(
+            stderr,
+            "usage: bench_ocr DIR [--ablate [--only=NAME,...] [--set=VAR=VALUE,...]] [--images=PART] [--verbose]\n");
         return 2;
     }
     const bool verbose = args.contains(QStringLiteral("--verbose"));
@@ -379,9 +393,9 @@ int main(int argc, char **argv)
     const QStringList subset = args.filter(QStringLiteral("--images="));
     if (!subset.isEmpty()) {
         const QString part = subset[0].mid(9);
-        corpus.erase(std::remove_if(corpus.begin(), corpus.end(),
-                                    [&](const Sample &s) { return !s.file.contains(part); }),
-                     corpus.end());
+        corpus.erase(
+            std::remove_if(corpus.begin(), corpus.end(), [&](const Sample &s) { return !s.file.contains(part); }),
+            corpus.end());
         if (corpus.empty()) {
             std::fprintf(stderr, "no image name contains %s\n", qPrintable(part));
             return 2;
@@ -394,38 +408,53 @@ int main(int argc, char **argv)
         TesseractOptions base;
         variants << qMakePair(QStringLiteral("ours"), base);
         const QStringList wanted = args.filter(QStringLiteral("--only=")).isEmpty()
-            ? QStringList() : args.filter(QStringLiteral("--only="))[0].mid(7).split(QLatin1Char(','));
+                                       ? QStringList()
+                                       : args.filter(QStringLiteral("--only="))[0].mid(7).split(QLatin1Char(','));
         auto add = [&](const QString &name, const TesseractOptions &o) {
             if (wanted.isEmpty() || wanted.contains(name))
                 variants << qMakePair(name, o);
         };
-        TesseractOptions o = base; o.invertDark = false;
+        TesseractOptions o = base;
+        o.invertDark = false;
         add(QStringLiteral("no invert"), o);
-        o = base; o.scaleToText = false;
+        o = base;
+        o.scaleToText = false;
         add(QStringLiteral("no upscale"), o);
-        o = base; o.pageSegMode = 11;
+        o = base;
+        o.pageSegMode = 11;
         add(QStringLiteral("psm 11"), o);
-        o = base; o.pageSegMode = 4;
+        o = base;
+        o.pageSegMode = 4;
         add(QStringLiteral("psm 4"), o);
-        o = base; o.sourceDpi = 70;
+        o = base;
+        o.sourceDpi = 70;
         add(QStringLiteral("dpi 70"), o);
-        o = base; o.sourceDpi = 0;
+        o = base;
+        o.sourceDpi = 0;
         add(QStringLiteral("dpi 96×scale"), o);
-        o = base; o.sourceDpi = 150;
+        o = base;
+        o.sourceDpi = 150;
         add(QStringLiteral("dpi 150"), o);
-        o = base; o.targetLineHeight = 40;
+        o = base;
+        o.targetLineHeight = 40;
         add(QStringLiteral("line 40"), o);
-        o = base; o.smoothUpscale = false;
+        o = base;
+        o.smoothUpscale = false;
         add(QStringLiteral("nearest pixel"), o);
         for (int line : {24, 30}) {
-            o = base; o.targetLineHeight = line; o.wholeFactor = false;
+            o = base;
+            o.targetLineHeight = line;
+            o.wholeFactor = false;
             add(QStringLiteral("line %1 fraction").arg(line), o);
         }
-        o = base; o.variables << qMakePair(QByteArray("tessedit_do_invert"), QByteArray("0"));
+        o = base;
+        o.variables << qMakePair(QByteArray("tessedit_do_invert"), QByteArray("0"));
         add(QStringLiteral("no do_invert"), o);
-        o = base; o.pageSegMode = 6;
+        o = base;
+        o.pageSegMode = 6;
         add(QStringLiteral("psm 6"), o);
-        o = base; o.readPngRows = false;
+        o = base;
+        o.readPngRows = false;
         add(QStringLiteral("qt reader"), o);
         // --set=NAME=VALUE[,NAME=VALUE]: one more variant with those Tesseract variables set.
         for (const QString &arg : args.filter(QStringLiteral("--set="))) {
@@ -436,9 +465,11 @@ int main(int argc, char **argv)
             }
             variants << qMakePair(arg.mid(6), o);
         }
-        o = base; o.variables << qMakePair(QByteArray("textord_tabfind_find_tables"), QByteArray("1"));
+        o = base;
+        o.variables << qMakePair(QByteArray("textord_tabfind_find_tables"), QByteArray("1"));
         add(QStringLiteral("tables found"), o);
-        o = base; o.variables << qMakePair(QByteArray("textord_fast_pitch_test"), QByteArray("0"));
+        o = base;
+        o.variables << qMakePair(QByteArray("textord_fast_pitch_test"), QByteArray("0"));
         add(QStringLiteral("full pitch test"), o);
         QStringList names;
         QList<QMap<QString, Tally>> tallies;
@@ -454,7 +485,8 @@ int main(int argc, char **argv)
                 const double secs = cpuSeconds() - start;
                 const int e = characterErrors(s.truth, normalisedLines(text));
                 if (verbose)
-                    std::printf("%s %s: %d errors\n%s\n----\n", qPrintable(name), qPrintable(s.file), e, qPrintable(text));
+                    std::printf("%s %s: %d errors\n%s\n----\n", qPrintable(name), qPrintable(s.file), e,
+                                qPrintable(text));
                 for (const QString &c : classesOf(s))
                     tally[c].add(secs, e, characters(s.truth));
             }
@@ -486,8 +518,8 @@ int main(int argc, char **argv)
             cliInstalled[c].add(installedSecs, installedErrors, chars);
         }
         std::printf("%-28s ours %.2f s %3d errors | cli(1 thread) %.2f s %3d | cli %.2f s %3d  (of %d)\n",
-                    qPrintable(QFileInfo(s.file).fileName()), oursSecs, oursErrors, oneSecs, oneErrors,
-                    installedSecs, installedErrors, chars);
+                    qPrintable(QFileInfo(s.file).fileName()), oursSecs, oursErrors, oneSecs, oneErrors, installedSecs,
+                    installedErrors, chars);
         if (verbose)
             std::printf("%s\n----\n", qPrintable(text));
         std::fflush(stdout);

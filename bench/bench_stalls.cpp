@@ -88,8 +88,8 @@ void touch(const QString &path, qint64 mtime, const QByteArray &bytes = {})
     const int fd = ::open(QFile::encodeName(path).constData(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0644);
     if (fd < 0)
         return;
-    if (!bytes.isEmpty())
-        [[maybe_unused]] auto written = ::write(fd, bytes.constData(), size_t(bytes.size()));
+    if (!bytes.isEmpty()) [[maybe_unused]]
+        auto written = ::write(fd, bytes.constData(), size_t(bytes.size()));
     const struct timespec times[2] = {{mtime, 0}, {mtime, 0}};
     ::futimens(fd, times);
     ::close(fd);
@@ -119,7 +119,9 @@ QImage textImage(int n)
     for (int line = 0; line < 12; ++line)
         painter.drawText(20, 30 + line * 28,
                          QStringLiteral("Build %1 step %2: compiling module number %3 of the shelf")
-                             .arg(n).arg(line).arg(line * 7 + n));
+                             .arg(n)
+                             .arg(line)
+                             .arg(line * 7 + n));
     return image;
 }
 
@@ -135,7 +137,8 @@ void generate(const QString &dir)
 
     QHash<QString, FileMeta> records;
     records.reserve(metaRecords);
-    const QString text = QStringLiteral("Invoice total due 12.40 Café naïve \"quoted\" error build failed ").repeated(9);
+    const QString text =
+        QStringLiteral("Invoice total due 12.40 Café naïve \"quoted\" error build failed ").repeated(9);
     for (int i = 0; i < metaRecords; ++i) {
         FileMeta m;
         m.text = text;
@@ -214,14 +217,11 @@ int main(int argc, char *argv[])
                       if (meta->isLoaded())
                           one();
                       else
-                          QObject::connect(meta.get(), &MetaStore::loaded, meta.get(), one,
-                                           Qt::SingleShotConnection);
-                      QObject::connect(shelf.get(), &Shelf::scanApplied, shelf.get(), one,
-                                       Qt::SingleShotConnection);
+                          QObject::connect(meta.get(), &MetaStore::loaded, meta.get(), one, Qt::SingleShotConnection);
+                      QObject::connect(shelf.get(), &Shelf::scanApplied, shelf.get(), one, Qt::SingleShotConnection);
                   }});
     steps.append({"rescan the 100,000-image Home", [&](auto done) {
-                      QObject::connect(shelf.get(), &Shelf::scanApplied, shelf.get(), done,
-                                       Qt::SingleShotConnection);
+                      QObject::connect(shelf.get(), &Shelf::scanApplied, shelf.get(), done, Qt::SingleShotConnection);
                       shelf->scan();
                   }});
     steps.append({"trash 50 screenshots", [&](auto done) {
@@ -237,23 +237,21 @@ int main(int argc, char *argv[])
                   }});
     steps.append({"tidy 1,000 screenshots into Archive", [&](auto done) {
                       tidy = std::make_unique<AutoTidy>(prefs, meta.get(), trash);
-                      QObject::connect(tidy.get(), &AutoTidy::checked, tidy.get(), done,
-                                       Qt::SingleShotConnection);
+                      QObject::connect(tidy.get(), &AutoTidy::checked, tidy.get(), done, Qt::SingleShotConnection);
                       tidy->runNow(QUrl::fromLocalFile(dir + QStringLiteral("/tidy")));
                   }});
-    steps.append({"recognise the text of 6 screenshots", [&](auto done) {
-                      indexer = std::make_unique<TextIndexer>(
-                          *meta, [] { return makeTesseractRecognizer(TesseractOptions{}); });
-                      QList<QUrl> files;
-                      for (int i = 0; i < 6; ++i)
-                          files.append(QUrl::fromLocalFile(dir + QStringLiteral("/ocr/text %1.png").arg(i)));
-                      QObject::connect(indexer.get(), &TextIndexer::runningChanged, indexer.get(),
-                                       [done](bool running) {
-                                           if (!running)
-                                               done();
-                                       });
-                      indexer->index(files, true);
-                  }});
+    steps.append(
+        {"recognise the text of 6 screenshots", [&](auto done) {
+             indexer = std::make_unique<TextIndexer>(*meta, [] { return makeTesseractRecognizer(TesseractOptions{}); });
+             QList<QUrl> files;
+             for (int i = 0; i < 6; ++i)
+                 files.append(QUrl::fromLocalFile(dir + QStringLiteral("/ocr/text %1.png").arg(i)));
+             QObject::connect(indexer.get(), &TextIndexer::runningChanged, indexer.get(), [done](bool running) {
+                 if (!running)
+                     done();
+             });
+             indexer->index(files, true);
+         }});
 
     StallMeter meter;
     QElapsedTimer took;

@@ -24,7 +24,6 @@
 
 #include <cstdio>
 
-
 namespace {
 
 constexpr int screenshotCount = 400;
@@ -82,13 +81,14 @@ QImage photo(int index)
     return image;
 }
 
-QStringList generate(const QString &dir, const QString &prefix, int count, const char *format,
-                     QImage (*make)(int))
+QStringList generate(const QString &dir, const QString &prefix, int count, const char *format, QImage (*make)(int))
 {
     QDir().mkpath(dir);
     QStringList paths;
     for (int i = 0; i < count; ++i)
-        paths << QStringLiteral("%1/%2-%3.%4").arg(dir, prefix).arg(i, 3, 10, QLatin1Char('0'))
+        paths << QStringLiteral("%1/%2-%3.%4")
+                     .arg(dir, prefix)
+                     .arg(i, 3, 10, QLatin1Char('0'))
                      .arg(QString::fromLatin1(format).toLower());
     QtConcurrent::blockingMap(paths, [&](const QString &path) {
         if (QFile::exists(path))
@@ -101,7 +101,6 @@ QStringList generate(const QString &dir, const QString &prefix, int count, const
     });
     return paths;
 }
-
 
 double residentMB()
 {
@@ -146,9 +145,9 @@ Result runVips(const QStringList &files, const QString &outDir)
     timer.start();
     QProcess vips;
     vips.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    vips.start(QStringLiteral("vipsthumbnail"),
-               QStringList{QStringLiteral("-s"), QString::number(thumbSize), QStringLiteral("-o"),
-                           outDir + QStringLiteral("/%s.jpg")} + files);
+    vips.start(QStringLiteral("vipsthumbnail"), QStringList{QStringLiteral("-s"), QString::number(thumbSize),
+                                                            QStringLiteral("-o"), outDir + QStringLiteral("/%s.jpg")}
+                                                    + files);
     Result r;
     // Without it there is nothing to compare with (and nothing to wait for).
     if (!vips.waitForStarted()) {
@@ -220,10 +219,12 @@ int main(int argc, char **argv)
     const QString data = QString::fromLocal8Bit(argv[1]);
     QElapsedTimer timer;
     timer.start();
-    const QStringList pngs = generate(data + QStringLiteral("/png"), QStringLiteral("shot"), screenshotCount, "PNG", screenshot);
-    const QStringList jpegs = generate(data + QStringLiteral("/jpeg"), QStringLiteral("photo"), photoCount, "JPEG", photo);
-    std::printf("data: %d PNGs 2880x1800, %d JPEGs 4032x3024 (ready in %.1f s)\n", int(pngs.size()),
-                int(jpegs.size()), timer.nsecsElapsed() / 1e9);
+    const QStringList pngs =
+        generate(data + QStringLiteral("/png"), QStringLiteral("shot"), screenshotCount, "PNG", screenshot);
+    const QStringList jpegs =
+        generate(data + QStringLiteral("/jpeg"), QStringLiteral("photo"), photoCount, "JPEG", photo);
+    std::printf("data: %d PNGs 2880x1800, %d JPEGs 4032x3024 (ready in %.1f s)\n", int(pngs.size()), int(jpegs.size()),
+                timer.nsecsElapsed() / 1e9);
     // Read every file once so that neither side pays for the first disk read.
     for (const QStringList *set : {&pngs, &jpegs})
         for (const QString &f : *set) {
@@ -236,8 +237,8 @@ int main(int argc, char **argv)
 
     QTemporaryDir scratch;
     const QString only = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
-    for (const auto &[name, files] : {qMakePair(QStringLiteral("screenshot PNGs"), pngs),
-                                      qMakePair(QStringLiteral("JPEG photos"), jpegs)}) {
+    for (const auto &[name, files] :
+         {qMakePair(QStringLiteral("screenshot PNGs"), pngs), qMakePair(QStringLiteral("JPEG photos"), jpegs)}) {
         if (!only.isEmpty() && !name.contains(only, Qt::CaseInsensitive))
             continue;
         std::printf("%s at %d px:\n", qPrintable(name), thumbSize);
@@ -270,8 +271,8 @@ int main(int argc, char **argv)
     for (int round = 0; round < 3; ++round) {
         Thumbs thumbs(std::make_shared<ThumbDiskCache>(screenDisk));
         const Result warm = runPool(thumbs, screen);
-        std::printf("first screen of 24 cells, warm disk cache (new process state, round %d): %.0f ms\n",
-                    round + 1, warm.seconds * 1000);
+        std::printf("first screen of 24 cells, warm disk cache (new process state, round %d): %.0f ms\n", round + 1,
+                    warm.seconds * 1000);
     }
 
     // What a folder of 400 costs in memory, with and without the byte budget.
@@ -284,8 +285,8 @@ int main(int argc, char **argv)
         std::printf("\n400 thumbnails at 768 px without a budget: %.0f MB of pixels, resident +%.0f MB\n",
                     thumbs.cachedBytes() / 1048576.0, residentMB() - before);
         thumbs.setByteBudget(Thumbs::defaultByteBudget);
-        std::printf("with the %lld MB budget: %d kept, %.0f MB of pixels\n",
-                    Thumbs::defaultByteBudget / 1048576, thumbs.cachedCount(), thumbs.cachedBytes() / 1048576.0);
+        std::printf("with the %lld MB budget: %d kept, %.0f MB of pixels\n", Thumbs::defaultByteBudget / 1048576,
+                    thumbs.cachedCount(), thumbs.cachedBytes() / 1048576.0);
     }
     qint64 diskBytes = 0;
     for (const QFileInfo &info : QDir(scratch.path() + QStringLiteral("/disk-scr")).entryInfoList(QDir::Files))

@@ -18,8 +18,8 @@ QString applications() { return qEnvironmentVariable("XDG_DATA_HOME") + "/applic
 
 void writeEntry(const QString &id, const QByteArray &name, const QByteArray &extra = "MimeType=image/png;\n")
 {
-    Sandbox::writeFile(applications() + id, "[Desktop Entry]\nType=Application\nName=" + name
-                                                + "\nExec=true %U\n" + extra);
+    Sandbox::writeFile(applications() + id,
+                       "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=true %U\n" + extra);
 }
 
 QStringList names(const QList<AppChoice> &choices)

@@ -2,14 +2,14 @@
 // window, the settings sheet, the menu shortcuts without a menu bar,
 // the screenshot folder at launch and quit, and the diagnostic hooks.
 
+#include "actions/views/previewwindow.h"
+#include "actions/views/quicklook.h"
 #include "app/appdelegate.h"
 #include "app/diagnostics.h"
 #include "model/shelf.h"
 #include "platform/keytable.h"
-#include "support/shelfrig.h"
-#include "actions/views/previewwindow.h"
-#include "actions/views/quicklook.h"
 #include "support/apprun.h"
+#include "support/shelfrig.h"
 #include "ui/settingssheet.h"
 #include "ui/shelftoolbar.h"
 #include "ui/shelfwindow.h"
@@ -17,12 +17,12 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QMenu>
 #include <QScopeGuard>
 #include <QScreen>
 #include <QTest>
 #include <QTimer>
-#include <QLineEdit>
-#include <QMenu>
 #include <QToolButton>
 #include <QWindow>
 
@@ -224,8 +224,8 @@ private Q_SLOTS:
         });
         QTRY_COMPARE_WITH_TIMEOUT(lines.filter(QStringLiteral("after key")).size(), 2, 20000);
         const QStringList reports = lines.filter(QStringLiteral("after key"));
-        QVERIFY2(reports.at(0).startsWith("after key C18: selected slots 1 columns=") &&
-                     reports.at(1).startsWith("after key S124: selected slots 1,2 columns="),
+        QVERIFY2(reports.at(0).startsWith("after key C18: selected slots 1 columns=")
+                     && reports.at(1).startsWith("after key S124: selected slots 1,2 columns="),
                  qPrintable(reports.join('\n')));
     }
 };

@@ -46,7 +46,8 @@ private Q_SLOTS:
     void init()
     {
         rig = std::make_unique<ShelfRig>();
-        trash = std::make_unique<FreedesktopTrash>(rig->box.path("Trash"), [](const QString &) { return QStringLiteral("/"); });
+        trash = std::make_unique<FreedesktopTrash>(rig->box.path("Trash"),
+                                                   [](const QString &) { return QStringLiteral("/"); });
         home = rig->folder();
         QDir().mkpath(home);
     }

@@ -70,16 +70,20 @@ QByteArray png(Qt::GlobalColor colour, int side)
 QString colourOf(const std::optional<QImage> &image)
 {
     const QColor c = image ? image->pixelColor(0, 0) : QColor();
-    return !image || image->isNull() ? "none" : c.red() > 200 && c.blue() < 60 ? "red" : c.blue() > 200 && c.red() < 60 ? "blue" : "other";
+    return !image || image->isNull()        ? "none"
+           : c.red() > 200 && c.blue() < 60 ? "red"
+           : c.blue() > 200 && c.red() < 60 ? "blue"
+                                            : "other";
 }
 QString colourAt(const QByteArray &path) { return colourOf(QImage::fromData(readBytes(path))); }
 
 // QTemporaryDir cannot remove a name it cannot spell; this can.
 void removeTree(const QString &root)
 {
-    ::nftw(QFile::encodeName(root).constData(),
-           [](const char *path, const struct stat *, int, struct FTW *) { return ::remove(path); }, 16,
-           FTW_DEPTH | FTW_PHYS);
+    ::nftw(
+        QFile::encodeName(root).constData(),
+        [](const char *path, const struct stat *, int, struct FTW *) { return ::remove(path); }, 16,
+        FTW_DEPTH | FTW_PHYS);
 }
 
 QByteArray bytesOf(const QUrl &url) { return LocalPaths::pathBytes(LocalPaths::localPath(url)); }
@@ -150,8 +154,8 @@ private Q_SLOTS:
         QVERIFY(!FileActions::renameTo(rawUrl, lossyName, nullptr));
 
         const QList<QPair<QList<QUrl>, QByteArray>> made = {{FileActions::duplicate({rawUrl}), "/shot-\xFF copy.png"},
-                                                             {FileActions::resizeHalf({rawUrl}), "/shot-\xFF @50%.png"},
-                                                             {FileActions::convertToJPG({rawUrl}), "/shot-\xFF.jpg"}};
+                                                            {FileActions::resizeHalf({rawUrl}), "/shot-\xFF @50%.png"},
+                                                            {FileActions::convertToJPG({rawUrl}), "/shot-\xFF.jpg"}};
         for (const auto &[copies, name] : made) {
             QCOMPARE(copies.size(), 1);
             QCOMPARE(bytesOf(copies[0]), base + name);
@@ -191,13 +195,15 @@ private Q_SLOTS:
     void theDefaultApplicationOpensTheFileShown()
     {
         const QString record = home + "/opened", script = home + "/viewer.sh";
-        Sandbox::writeFile(script, "#!/bin/sh\nprintf '%s' \"$1\" > \"$0.part\" && mv \"$0.part\" " + QFile::encodeName(record) + "\n");
+        Sandbox::writeFile(script, "#!/bin/sh\nprintf '%s' \"$1\" > \"$0.part\" && mv \"$0.part\" "
+                                       + QFile::encodeName(record) + "\n");
         QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         const QString data = qEnvironmentVariable("XDG_DATA_HOME");
         Sandbox::writeFile(data + "/applications/viewer.desktop",
                            "[Desktop Entry]\nType=Application\nName=Viewer\nMimeType=image/png;\nExec="
                                + QFile::encodeName(script) + " %f\n");
-        Sandbox::writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + "/mimeapps.list", "[Default Applications]\nimage/png=viewer.desktop\n");
+        Sandbox::writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + "/mimeapps.list",
+                           "[Default Applications]\nimage/png=viewer.desktop\n");
         AppLauncher::shared().open(rawUrl);
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(record), 10000);
         QCOMPARE(readBytes(QFile::encodeName(record)), raw);

@@ -93,18 +93,25 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("tool");
         QTest::addColumn<QString>("file");        // under the config folder
-        QTest::addColumn<QByteArray>("original");  // "-" for no file
-        QTest::newRow("flameshot, no file") << "flameshot" << "flameshot/flameshot.ini" << QByteArray("-");
-        QTest::newRow("flameshot, other settings") << "flameshot" << "flameshot/flameshot.ini"
-                                                   << QByteArray("[Shortcuts]\nTYPE_COPY=Ctrl+C\n");
+        QTest::addColumn<QByteArray>("original"); // "-" for no file
+        QTest::newRow("flameshot, no file") << "flameshot"
+                                            << "flameshot/flameshot.ini" << QByteArray("-");
+        QTest::newRow("flameshot, other settings")
+            << "flameshot"
+            << "flameshot/flameshot.ini" << QByteArray("[Shortcuts]\nTYPE_COPY=Ctrl+C\n");
         // savePath is only where the save dialog last was.
         QTest::newRow("flameshot, dialog's last folder")
-            << "flameshot" << "flameshot/flameshot.ini" << QByteArray("[General]\nsavePath=/srv/last\nsavePathFixed=false\n");
-        QTest::newRow("spectacle, no file") << "spectacle" << "spectaclerc" << QByteArray("-");
+            << "flameshot"
+            << "flameshot/flameshot.ini" << QByteArray("[General]\nsavePath=/srv/last\nsavePathFixed=false\n");
+        QTest::newRow("spectacle, no file") << "spectacle"
+                                            << "spectaclerc" << QByteArray("-");
         QTest::newRow("spectacle, as it leaves it after a capture")
-            << "spectacle" << "spectaclerc" << QByteArray("[Save]\nlastSaveLocation=file:///srv/p/Screenshot_1.png\n");
+            << "spectacle"
+            << "spectaclerc" << QByteArray("[Save]\nlastSaveLocation=file:///srv/p/Screenshot_1.png\n");
         QTest::newRow("spectacle, other groups")
-            << "spectacle" << "spectaclerc" << QByteArray("[General]\nlaunchAction=UseLastUsedCapturemode\n\n[GuiConfig]\ncaptureMode=0\n");
+            << "spectacle"
+            << "spectaclerc"
+            << QByteArray("[General]\nlaunchAction=UseLastUsedCapturemode\n\n[GuiConfig]\ncaptureMode=0\n");
     }
     void neverConfiguredToolSavesIntoHomeAndLeavesNoTrace()
     {
@@ -128,8 +135,10 @@ private Q_SLOTS:
             QCOMPARE(asTheToolReadsIt.value("savePath").toString(), box.home() + "/Pictures");
             QVERIFY(asTheToolReadsIt.value("savePathFixed").toBool());
         } else {
-            QCOMPARE(asTheToolReadsIt.value("Save/defaultSaveLocation").toString(), "file://" + box.home() + "/Pictures");
-            QCOMPARE(asTheToolReadsIt.value("ImageSave/imageSaveLocation").toString(), "file://" + box.home() + "/Pictures");
+            QCOMPARE(asTheToolReadsIt.value("Save/defaultSaveLocation").toString(),
+                     "file://" + box.home() + "/Pictures");
+            QCOMPARE(asTheToolReadsIt.value("ImageSave/imageSaveLocation").toString(),
+                     "file://" + box.home() + "/Pictures");
         }
         capture.restore();
         if (original == "-") {
@@ -148,7 +157,9 @@ private Q_SLOTS:
     {
         const QByteArray rest = "[General]\r\n# comment\r\ncontrastOpacity=188\r\nodd line\r\nlatin=\xe9t\xe9\r\n";
         const QList<QByteArray> originals = {
-            rest + "savePath=\"/home/m\\xe9/Bilder \\\"x\\\"\\x4e0a\\x31, b\"\r\nsavePathFixed=true\r\n\r\n[Shortcuts]\r\nTYPE_COPY=Ctrl+C",
+            rest
+                + "savePath=\"/home/m\\xe9/Bilder \\\"x\\\"\\x4e0a\\x31, "
+                  "b\"\r\nsavePathFixed=true\r\n\r\n[Shortcuts]\r\nTYPE_COPY=Ctrl+C",
             rest + "savePath = /home/me/Bilder/sch\xc3\xb6n\r\nsavePathFixed=false\r\n",
             rest,
         };
@@ -157,7 +168,9 @@ private Q_SLOTS:
             const QString ini = rig.box.path("flameshot/flameshot.ini");
             Sandbox::writeFile(ini, original);
             auto tool = makeFlameshotSettings(ini);
-            const auto asFlameshotReadsIt = [&ini](const char *key) { return QSettings(ini, QSettings::IniFormat).value(key); };
+            const auto asFlameshotReadsIt = [&ini](const char *key) {
+                return QSettings(ini, QSettings::IniFormat).value(key);
+            };
             // The escapes read as QSettings reads them.
             if (asFlameshotReadsIt("savePathFixed").toBool())
                 QCOMPARE(*tool->readText(CaptureSettings::location), asFlameshotReadsIt("savePath").toString());
@@ -166,7 +179,8 @@ private Q_SLOTS:
             const QString home = rig.box.path("Sch\u00f6ne \"Shots\", 1\u4e0a");
             capture.apply(home);
             QCOMPARE(asFlameshotReadsIt("savePath").toString(), home);
-            QVERIFY(asFlameshotReadsIt("savePathFixed").toBool() && asFlameshotReadsIt("contrastOpacity").toInt() == 188);
+            QVERIFY(asFlameshotReadsIt("savePathFixed").toBool()
+                    && asFlameshotReadsIt("contrastOpacity").toInt() == 188);
             QCOMPARE(tool->readText(CaptureSettings::location), home);
             capture.restore();
             QCOMPARE(readAll(ini), original);
@@ -186,19 +200,25 @@ private Q_SLOTS:
 
         CaptureLocation capture(rig.prefs, tool.get());
         capture.apply("/home/me/My Shots");
-        QVERIFY(readAll(rc).contains("[Save]\ndefaultSaveLocation[de]=file:///anderswo\ndefaultSaveLocation=file:///home/me/My%20Shots\n"));
+        QVERIFY(readAll(rc).contains(
+            "[Save]\ndefaultSaveLocation[de]=file:///anderswo\ndefaultSaveLocation=file:///home/me/My%20Shots\n"));
         QVERIFY(readAll(rc).endsWith("\n\n[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
         capture.restore();
         QCOMPARE(readAll(rc), original);
 
         // Spectacle rewrites its whole file after each capture, sorted: our
         // group first, then its own. Both our keys and our group go again.
-        Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\nlastSaveLocation=file:///a.png\n");
+        Sandbox::writeFile(
+            rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\nlastSaveLocation=file:///a.png\n");
         capture.apply("/home/me/My Shots");
-        Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n\n"
-                               "[Save]\ndefaultSaveLocation=file:///home/me/My%20Shots\nlastSaveLocation=file:///b.png\n");
+        Sandbox::writeFile(rc,
+                           "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[ImageSave]\nimageSaveLocation=file:///"
+                           "home/me/My%20Shots\n\n"
+                           "[Save]\ndefaultSaveLocation=file:///home/me/My%20Shots\nlastSaveLocation=file:///b.png\n");
         capture.restore();
-        QCOMPARE(readAll(rc), QByteArray("[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\nlastSaveLocation=file:///b.png\n"));
+        QCOMPARE(
+            readAll(rc),
+            QByteArray("[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\nlastSaveLocation=file:///b.png\n"));
     }
 
     // Spectacle up to 23.04 reads [Save], later ones [ImageSave]; which one is
@@ -211,7 +231,9 @@ private Q_SLOTS:
             Sandbox::writeFile(metainfo, "<component>\n  <releases>\n" + releases + "  </releases>\n</component>\n");
             return spectacleReadsImageSave(metainfo);
         };
-        QCOMPARE(readsImageSave("    <release version=\"22.12.3\" date=\"2023-03-02\"/>\n    <release version=\"22.12.2\"/>\n"), false);
+        QCOMPARE(readsImageSave(
+                     "    <release version=\"22.12.3\" date=\"2023-03-02\"/>\n    <release version=\"22.12.2\"/>\n"),
+                 false);
         QCOMPARE(readsImageSave("    <release version=\"23.04.3\"/>\n"), false);
         QCOMPARE(readsImageSave("    <release version=\"23.08.0\"/>\n"), true);
         QCOMPARE(readsImageSave("    <release version=\"6.3.1\"/>\n    <release version=\"24.12.0\"/>\n"), true);
@@ -219,7 +241,8 @@ private Q_SLOTS:
         QCOMPARE(spectacleReadsImageSave(box.path("missing.xml")), std::nullopt);
 
         const QString rc = box.path("spectaclerc");
-        Sandbox::writeFile(rc, "[ImageSave]\nimageSaveLocation=file:///new\n\n[Save]\ndefaultSaveLocation=file:///old\n");
+        Sandbox::writeFile(rc,
+                           "[ImageSave]\nimageSaveLocation=file:///new\n\n[Save]\ndefaultSaveLocation=file:///old\n");
         QCOMPARE(makeSpectacleSettings(rc, false)->readText(CaptureSettings::location), "/old");
         QCOMPARE(makeSpectacleSettings(rc, true)->readText(CaptureSettings::location), "/new");
         QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), "/new");
@@ -245,8 +268,7 @@ private Q_SLOTS:
             g_variant_unref(value);
             return text;
         };
-        const std::optional<QString> users[] = {std::nullopt, QString(), "file:///home/me/Bilder%20x/",
-                                                "/plain/path"};
+        const std::optional<QString> users[] = {std::nullopt, QString(), "file:///home/me/Bilder%20x/", "/plain/path"};
         for (const std::optional<QString> &user : users) {
             HomeRig rig;
             if (user)
@@ -306,7 +328,8 @@ private Q_SLOTS:
         QByteArray mo;
         for (quint32 word : {0x950412deu, 0u, 1u, 28u, 36u, 0u, 0u, 11u, 44u, 15u, 56u})
             mo.append(reinterpret_cast<const char *>(&word), 4);
-        Sandbox::writeFile(locale + "/de/LC_MESSAGES/gnome-shell.mo", mo + QByteArray("Screenshots\0Bildschirmfotos", 27));
+        Sandbox::writeFile(locale + "/de/LC_MESSAGES/gnome-shell.mo",
+                           mo + QByteArray("Screenshots\0Bildschirmfotos", 27));
         for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"})
             qputenv(name, "");
         qputenv("LANG", "de_DE.UTF-8");

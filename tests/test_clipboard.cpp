@@ -50,10 +50,14 @@ private Q_SLOTS:
         for (const char *wanted : {"text/uri-list", "x-special/gnome-copied-files", "UTF8_STRING", "text/plain"})
             QVERIFY2(targets.contains(wanted), wanted);
         const QByteArray encodedFolder = QFile::encodeName(folder).toPercentEncoding("/");
-        QCOMPARE(paste("text/uri-list"), "file://" + encodedFolder + "/50%25%20(1)%20%C3%A9.png\r\n"
-                                          "file://" + encodedFolder + "/a%0Ab.png\r\n");
-        QCOMPARE(paste("x-special/gnome-copied-files"), "copy\nfile://" + encodedFolder + "/50%25%20(1)%20%C3%A9.png\n"
-                                                        "file://" + encodedFolder + "/a%0Ab.png");
+        QCOMPARE(paste("text/uri-list"), "file://" + encodedFolder
+                                             + "/50%25%20(1)%20%C3%A9.png\r\n"
+                                               "file://"
+                                             + encodedFolder + "/a%0Ab.png\r\n");
+        QCOMPARE(paste("x-special/gnome-copied-files"), "copy\nfile://" + encodedFolder
+                                                            + "/50%25%20(1)%20%C3%A9.png\n"
+                                                              "file://"
+                                                            + encodedFolder + "/a%0Ab.png");
         const QByteArray paths = (folder + "/50% (1) é.png\n$'" + folder + "/a\\nb.png'").toUtf8();
         QCOMPARE(paste("UTF8_STRING"), paths);
 
@@ -61,8 +65,10 @@ private Q_SLOTS:
         QCOMPARE(paste("UTF8_STRING"), paths);
 
         FileActions::copyMarkdown(files);
-        QCOMPARE(paste("UTF8_STRING"), "![50% (1) é](file://" + encodedFolder + "/50%25%20%281%29%20%C3%A9.png)\n"
-                                       "![a b](file://" + encodedFolder + "/a%0Ab.png)");
+        QCOMPARE(paste("UTF8_STRING"), "![50% (1) é](file://" + encodedFolder
+                                           + "/50%25%20%281%29%20%C3%A9.png)\n"
+                                             "![a b](file://"
+                                           + encodedFolder + "/a%0Ab.png)");
     }
 };
 

@@ -3,13 +3,12 @@
 
 #include "app/singleinstance.h"
 #include "meta/metastore.h"
-#include "support/textimage.h"
 #include "support/apprun.h"
+#include "support/textimage.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QRegularExpression>
 #include <QFont>
 #include <QImage>
 #include <QJsonArray>
@@ -17,11 +16,12 @@
 #include <QJsonObject>
 #include <QLocalSocket>
 #include <QPainter>
+#include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QScopeGuard>
 #include <QtTest>
 
 #include <csignal>
@@ -204,10 +204,10 @@ private Q_SLOTS:
     void desktopFilesValidate()
     {
         const QString file = QStringLiteral(BRINDLEWICK_DATA_DIR "/" BRINDLEWICK_APP_ID);
-        const QList<QStringList> checks{
-            {QStringLiteral("desktop-file-validate"), file + QStringLiteral(".desktop")},
-            {QStringLiteral("appstreamcli"), QStringLiteral("validate"), QStringLiteral("--no-net"),
-             QStringLiteral("--pedantic"), file + QStringLiteral(".metainfo.xml")}};
+        const QList<QStringList> checks{{QStringLiteral("desktop-file-validate"), file + QStringLiteral(".desktop")},
+                                        {QStringLiteral("appstreamcli"), QStringLiteral("validate"),
+                                         QStringLiteral("--no-net"), QStringLiteral("--pedantic"),
+                                         file + QStringLiteral(".metainfo.xml")}};
         for (const QStringList &check : checks) {
             if (QStandardPaths::findExecutable(check.first()).isEmpty())
                 QSKIP(qPrintable(check.first() + QStringLiteral(" is not installed")));
@@ -217,8 +217,7 @@ private Q_SLOTS:
             QVERIFY(tool.waitForFinished(60000));
             // Notes are fine; warnings and errors are not.
             const QByteArray said = tool.readAll();
-            QVERIFY2(tool.exitCode() == 0 && !said.contains("warning") && !said.contains("error"),
-                     said.constData());
+            QVERIFY2(tool.exitCode() == 0 && !said.contains("warning") && !said.contains("error"), said.constData());
         }
     }
 
@@ -236,8 +235,8 @@ private Q_SLOTS:
         for (const QRegularExpressionMatch &match : option.globalMatch(help)) {
             ++options;
             // A paragraph of its own starts ".TP" and names the option next.
-            const QRegularExpression paragraph(QStringLiteral("\\.TP\n\\.B[IR]? [^\n]*\\\\-\\\\-")
-                                               + match.captured(1) + QStringLiteral("\\b"));
+            const QRegularExpression paragraph(QStringLiteral("\\.TP\n\\.B[IR]? [^\n]*\\\\-\\\\-") + match.captured(1)
+                                               + QStringLiteral("\\b"));
             QVERIFY2(manual.contains(paragraph), qPrintable(match.captured(0)));
         }
         QVERIFY(options >= 8);
@@ -349,7 +348,8 @@ private Q_SLOTS:
         const QHash<QString, FileMeta> records = home.records();
         QCOMPARE(records.value(QStringLiteral("other.png")), other);
         const FileMeta recognised = records.value(QStringLiteral("hello.png"));
-        QVERIFY(recognised.text.value_or(QString()).toString().contains(QStringLiteral("Marmalade")) && recognised.textAt);
+        QVERIFY(recognised.text.value_or(QString()).toString().contains(QStringLiteral("Marmalade"))
+                && recognised.textAt);
     }
 
     // A request that arrives in pieces is read whole, not cut at the first.
@@ -424,8 +424,10 @@ private Q_SLOTS:
         int status = -1;
         QCOMPARE(home.search(QStringLiteral("invoice"), &status), QStringList{home.shot(QStringLiteral("kept.png"))});
         QString out;
-        QCOMPARE(home.run.runOnce({QStringLiteral("--search"), QStringLiteral("shot"), QStringLiteral("--json")}, &out), 0);
-        QVERIFY(QJsonDocument::fromJson(out.toUtf8()).array().first().toObject().value(QStringLiteral("text")).isNull());
+        QCOMPARE(home.run.runOnce({QStringLiteral("--search"), QStringLiteral("shot"), QStringLiteral("--json")}, &out),
+                 0);
+        QVERIFY(
+            QJsonDocument::fromJson(out.toUtf8()).array().first().toObject().value(QStringLiteral("text")).isNull());
     }
 
     // Records go by name: --recognise stores nothing for an image the shelf
@@ -446,7 +448,8 @@ private Q_SLOTS:
         writeFile(home.shot(QStringLiteral("half.png")), whole.left(whole.size() / 2));
 
         for (const QStringList &arguments :
-             {QStringList{elsewhere}, QStringList{home.shot(QStringLiteral("x/shot.png")), home.shot(QStringLiteral("y/shot.png"))},
+             {QStringList{elsewhere},
+              QStringList{home.shot(QStringLiteral("x/shot.png")), home.shot(QStringLiteral("y/shot.png"))},
               QStringList{home.shot(QStringLiteral("half.png"))}}) {
             const Run run = runBinary(home.run, QStringList{QStringLiteral("--recognise")} + arguments);
             QVERIFY2(run.status == 1 && run.err.contains(QFile::encodeName(arguments.first())), run.err.constData());
@@ -488,7 +491,8 @@ private Q_SLOTS:
         home.run.setVar(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         const Run start = runBinary(home.run, {});
         QVERIFY2(start.status == 1 && start.err.contains("another user"), start.err.constData());
-        QVERIFY(readAll(taken + QStringLiteral(".heard")).isEmpty() && readAll(inside + QStringLiteral(".heard")).isEmpty());
+        QVERIFY(readAll(taken + QStringLiteral(".heard")).isEmpty()
+                && readAll(inside + QStringLiteral(".heard")).isEmpty());
         QVERIFY(home.records().isEmpty());
 
         // A runtime folder that is not ours is passed over for one of our
@@ -504,11 +508,16 @@ private Q_SLOTS:
         QDir().mkpath(home.run.path(QStringLiteral("mine")));
         QCOMPARE(runBinary(home.run, {QStringLiteral("--recognise"), hello}).status, 0);
         QVERIFY(readAll(theirs + QStringLiteral(".heard")).isEmpty());
-        QVERIFY(home.records().value(QStringLiteral("hello.png")).text.value_or(QString()).toString().contains(
-            QStringLiteral("Marmalade")));
+        QVERIFY(home.records()
+                    .value(QStringLiteral("hello.png"))
+                    .text.value_or(QString())
+                    .toString()
+                    .contains(QStringLiteral("Marmalade")));
         QFileInfo mine(home.run.path(QStringLiteral("mine/" BRINDLEWICK_APP_ID "-%1").arg(::geteuid())));
-        QVERIFY(mine.isDir() && mine.permissions() == (QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner
-                                                       | QFile::ReadUser | QFile::WriteUser | QFile::ExeUser));
+        QVERIFY(mine.isDir()
+                && mine.permissions()
+                       == (QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadUser | QFile::WriteUser
+                           | QFile::ExeUser));
     }
 
     // Each end checks who is on the other: the instance hangs up on another
@@ -568,7 +577,9 @@ private Q_SLOTS:
         const pid_t server = listenAsOtherUser(other, theirs + QStringLiteral("/socket"));
         const auto endServer = qScopeGuard([server] { endChild(server); });
         QTRY_VERIFY(QFileInfo::exists(theirs + QStringLiteral("/socket")));
-        QVERIFY(::rename(QFile::encodeName(theirs + QStringLiteral("/socket")).constData(), QFile::encodeName(path).constData()) == 0);
+        QVERIFY(::rename(QFile::encodeName(theirs + QStringLiteral("/socket")).constData(),
+                         QFile::encodeName(path).constData())
+                == 0);
         QVERIFY(::chown(QFile::encodeName(path).constData(), ::geteuid(), ::getegid()) == 0);
         QVERIFY(::chmod(QFile::encodeName(dir.path()).constData(), 0700) == 0);
         SingleInstance client(path);

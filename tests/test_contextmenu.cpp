@@ -58,8 +58,13 @@ struct MenuRig : ActionRig
 
     ContextMenu::Parts parts()
     {
-        return {.shelf = shelf.get(), .launcher = &launcher, .runner = &runner, .quickLook = &quickLook,
-                .pins = &pins, .prompt = &prompt, .meta = &meta};
+        return {.shelf = shelf.get(),
+                .launcher = &launcher,
+                .runner = &runner,
+                .quickLook = &quickLook,
+                .pins = &pins,
+                .prompt = &prompt,
+                .meta = &meta};
     }
 
     std::unique_ptr<QMenu> menu(const QStringList &names)
@@ -132,8 +137,7 @@ private Q_SLOTS:
         QCOMPARE(titles(openWith), (QStringList{"viewer", "-", "Editor"}));
         entry(openWith, "viewer")->trigger();
         QCOMPARE(rig.launcher.openedWith,
-                 (QList<QPair<QList<QUrl>, QUrl>>{
-                     {{rig.url("a.png"), rig.url("b.png")}, viewer}}));
+                 (QList<QPair<QList<QUrl>, QUrl>>{{{rig.url("a.png"), rig.url("b.png")}, viewer}}));
     }
 
     void moveToOffersEveryOtherFolder()

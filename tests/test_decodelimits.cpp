@@ -74,7 +74,8 @@ QByteArray hugeTextPng(int depth, int colourType)
 {
     QByteArray length(4, '\0');
     qToBigEndian<quint32>(0x71000000, length.data());
-    return PngBytes::head(1, 1, depth, colourType) + length + "tEXt" + "Comment" + QByteArray(1, '\0') + QByteArray(100, 'a');
+    return PngBytes::head(1, 1, depth, colourType) + length + "tEXt" + "Comment" + QByteArray(1, '\0')
+           + QByteArray(100, 'a');
 }
 
 qint64 statusKb(const char *field)
@@ -93,7 +94,7 @@ struct Measured
     int answer = 0;     // what the decode said; see each case
     qint64 peakKb = -1; // resident memory it added at its peak
     qint64 ms = -1;
-    QString failure;    // why nothing was measured
+    QString failure; // why nothing was measured
 };
 
 // Runs `decode` in a child process so its peak resident memory can be read
@@ -159,8 +160,10 @@ int thumbnailAnswer(const QString &path, int pixels)
 // writes none).
 QByteArray interlacedPng(const QImage &image)
 {
-    static const struct { int x, y, dx, dy; } passes[] = {
-        {0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4}, {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
+    static const struct
+    {
+        int x, y, dx, dy;
+    } passes[] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4}, {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
     QByteArray rows;
     for (const auto &pass : passes) {
         const int columns = (image.width() - pass.x + pass.dx - 1) / pass.dx;
@@ -197,9 +200,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         QTest::addColumn<int>("expected");
         // 1 x 99 million pixels in 400 KB: a column of one colour.
-        QTest::newRow("thumbnail, tall and thin") << "tall.png" << "thumbnail" << (1 << 30 | 1 << 29 | 0x804020);
+        QTest::newRow("thumbnail, tall and thin") << "tall.png"
+                                                  << "thumbnail" << (1 << 30 | 1 << 29 | 0x804020);
         // Too wide to hold one row of within the bound.
-        QTest::newRow("thumbnail, too wide") << "wide.png" << "thumbnail" << -1;
+        QTest::newRow("thumbnail, too wide") << "wide.png"
+                                             << "thumbnail" << -1;
         for (const char *file : {"text.png", "text16.png"}) {
             for (const char *path : {"thumbnail", "recognition", "preview", "half size"})
                 QTest::addRow("%s, %s", path, file) << file << path << -1;
@@ -208,8 +213,10 @@ private Q_SLOTS:
         }
         // Half-transparent, 42 MB of pixels: shrunk as it is read, and made
         // a JPEG without a second copy as large.
-        QTest::newRow("half size, large") << "large.png" << "half size" << 0;
-        QTest::newRow("jpeg copy, large") << "large.png" << "jpeg copy" << 0;
+        QTest::newRow("half size, large") << "large.png"
+                                          << "half size" << 0;
+        QTest::newRow("jpeg copy, large") << "large.png"
+                                          << "jpeg copy" << 0;
     }
 
     void everyDecodeStaysWithinItsBound()
@@ -228,9 +235,14 @@ private Q_SLOTS:
         const QHash<QString, std::function<int(const QString &)>> decoders{
             {"thumbnail", [](const QString &f) { return thumbnailAnswer(f, 256); }},
             {"recognition", [&](const QString &f) { return ok(bool(readGrayForRecognition(f, {}))); }},
-            {"preview", [&](const QString &f) { return ok(bool(FittedImage::decode(f, {1200, 800}))); }},
-            {"half size", [&](const QString &f) { return ok(!FileActions::resizeHalf({QUrl::fromLocalFile(f)}).isEmpty()); }},
-            {"jpeg copy", [&](const QString &f) { return ok(!FileActions::convertToJPG({QUrl::fromLocalFile(f)}).isEmpty()); }},
+            {"preview",
+             [&](const QString &f) {
+                 return ok(bool(FittedImage::decode(f, {1200, 800})));
+             }},
+            {"half size",
+             [&](const QString &f) { return ok(!FileActions::resizeHalf({QUrl::fromLocalFile(f)}).isEmpty()); }},
+            {"jpeg copy",
+             [&](const QString &f) { return ok(!FileActions::convertToJPG({QUrl::fromLocalFile(f)}).isEmpty()); }},
             {"clipboard", [&](const QString &f) {
                  std::unique_ptr<QMimeData> data(FileActions::filesMimeData({QUrl::fromLocalFile(f)}));
                  return ok(data->hasFormat("image/png"));
@@ -278,11 +290,10 @@ private Q_SLOTS:
             for (int x = 0; x < colours.width(); ++x)
                 colours.setPixel(x, y, qRgba(x * 7, y * 9, (x * y) % 256, 255 - x * 3));
         const QImage opaque = colours.convertToFormat(QImage::Format_RGB32);
-        const QList<QPair<QString, QImage>> kinds = {
-            {"palette.png", opaque.convertToFormat(QImage::Format_Indexed8)},
-            {"grey.png", opaque.convertToFormat(QImage::Format_Grayscale8)},
-            {"grey16.png", opaque.convertToFormat(QImage::Format_Grayscale16)},
-            {"rgba16.png", colours.convertToFormat(QImage::Format_RGBA64)}};
+        const QList<QPair<QString, QImage>> kinds = {{"palette.png", opaque.convertToFormat(QImage::Format_Indexed8)},
+                                                     {"grey.png", opaque.convertToFormat(QImage::Format_Grayscale8)},
+                                                     {"grey16.png", opaque.convertToFormat(QImage::Format_Grayscale16)},
+                                                     {"rgba16.png", colours.convertToFormat(QImage::Format_RGBA64)}};
         for (const auto &[name, image] : kinds)
             QVERIFY(image.save(box.path(name)));
         Sandbox::writeFile(box.path("interlaced.png"), interlacedPng(opaque));
@@ -301,7 +312,8 @@ private Q_SLOTS:
             // 16 bits come down to 8 rounded by one, truncated by the other.
             for (int y = 0; y < reference.height(); ++y)
                 for (int x = 0; x < reference.width(); ++x) {
-                    const QRgb a = thumbnail->convertToFormat(QImage::Format_ARGB32).pixel(x, y), b = reference.pixel(x, y);
+                    const QRgb a = thumbnail->convertToFormat(QImage::Format_ARGB32).pixel(x, y),
+                               b = reference.pixel(x, y);
                     QVERIFY2(ColourImages::near(a, b, qAlpha(b) < 255 ? 2 : 1, 1)
                                  && qAbs(qGray(gray->pixel(x, y)) - qGray(grayViaQt->pixel(x, y))) <= 1,
                              qPrintable(QStringLiteral("%1 at %2,%3").arg(name).arg(x).arg(y)));
@@ -314,8 +326,12 @@ private Q_SLOTS:
         // Wider than 250 source pixels a target pixel, and taller: sums that
         // would overflow 32 bits, and rows that floats would round away.
         Sandbox box;
-        const struct { quint32 width, height; bool alpha; QSize thumbnail; } shapes[] = {
-            {1000000, 2, true, {256, 1}}, {3, 2000000, false, {1, 256}}, {70000, 300, true, {256, 1}}};
+        const struct
+        {
+            quint32 width, height;
+            bool alpha;
+            QSize thumbnail;
+        } shapes[] = {{1000000, 2, true, {256, 1}}, {3, 2000000, false, {1, 256}}, {70000, 300, true, {256, 1}}};
         for (const auto &shape : shapes) {
             const QString name = box.path(QString("%1x%2.png").arg(shape.width).arg(shape.height));
             Sandbox::writeFile(name, flatPng(shape.width, shape.height, qRgb(250, 251, 3), shape.alpha));

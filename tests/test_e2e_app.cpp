@@ -8,8 +8,8 @@
 #include "support/sandbox.h"
 
 #include <QDir>
-#include <QRegularExpression>
 #include <QImage>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTest>
@@ -78,11 +78,13 @@ private:
     // Asks the X server again until the shelf is (or is not) on screen.
     bool waitShown(bool shown)
     {
-        return QTest::qWaitFor([&] {
-            QByteArray windows;
-            const bool found = xdotool({"search", "--onlyvisible", "--name", "^shots$"}, &windows) == 0;
-            return (found && !windows.trimmed().isEmpty()) == shown;
-        }, AppRun::defaultTimeoutMs);
+        return QTest::qWaitFor(
+            [&] {
+                QByteArray windows;
+                const bool found = xdotool({"search", "--onlyvisible", "--name", "^shots$"}, &windows) == 0;
+                return (found && !windows.trimmed().isEmpty()) == shown;
+            },
+            AppRun::defaultTimeoutMs);
     }
 
 private Q_SLOTS:
@@ -152,9 +154,11 @@ private Q_SLOTS:
         QVERIFY2(lines.contains(QStringLiteral("after marquee: selected slots 2,3")), qPrintable(lines.join('\n')));
         const QStringList keys = lines.filter(QStringLiteral("after key"));
         QCOMPARE(keys.size(), 8);
-        QVERIFY2(keys.at(0).startsWith(QStringLiteral("after key C18: selected slots 1 columns=3 cursor cell fully visible")),
+        QVERIFY2(keys.at(0).startsWith(
+                     QStringLiteral("after key C18: selected slots 1 columns=3 cursor cell fully visible")),
                  qPrintable(keys.at(0)));
-        QVERIFY2(keys.at(1).startsWith(QStringLiteral("after key S124: selected slots 3 columns=3 cursor cell fully visible")),
+        QVERIFY2(keys.at(1).startsWith(
+                     QStringLiteral("after key S124: selected slots 3 columns=3 cursor cell fully visible")),
                  qPrintable(keys.at(1)));
         QVERIFY2(keys.at(2).startsWith(QStringLiteral("after key C24: selected slots 3 columns=2 cursor cell ")),
                  qPrintable(keys.at(2)));
@@ -232,7 +236,8 @@ private Q_SLOTS:
         run.start();
 
         const QString line = run.waitForLine(QStringLiteral("] snapshot "));
-        QVERIFY2(line.startsWith(QStringLiteral("[Brindlewick] snapshot 540x")) && line.endsWith(QStringLiteral(" -> ") + snapshot),
+        QVERIFY2(line.startsWith(QStringLiteral("[Brindlewick] snapshot 540x"))
+                     && line.endsWith(QStringLiteral(" -> ") + snapshot),
                  qPrintable(line));
         const QImage image(snapshot);
         QCOMPARE(image.width(), 540);
@@ -263,7 +268,8 @@ private Q_SLOTS:
         // The program's own count from when the card began to slide in: a
         // slow machine can only make it longer, never cut the second short.
         const QString gone = run.waitForLine(QStringLiteral("] flash gone"));
-        static const QRegularExpression goneLine(QStringLiteral("^\\[Brindlewick\\] flash gone new\\.png after (\\d+) ms$"));
+        static const QRegularExpression goneLine(
+            QStringLiteral("^\\[Brindlewick\\] flash gone new\\.png after (\\d+) ms$"));
         const QRegularExpressionMatch match = goneLine.match(gone);
         QVERIFY2(match.hasMatch(), qPrintable(gone));
         QVERIFY2(match.captured(1).toLongLong() >= 1000, qPrintable(gone));

@@ -81,7 +81,8 @@ private:
         for (qsizetype i = lines.size() - 1; i >= from; --i) {
             const QRegularExpressionMatch m = geometry.match(lines.at(i));
             if (lines.at(i).startsWith(prefix) && m.hasMatch() && m.capturedStart() == prefix.size() - 1)
-                return QRect(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt(), m.captured(4).toInt());
+                return QRect(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt(),
+                             m.captured(4).toInt());
         }
         return {};
     }
@@ -92,11 +93,13 @@ private:
     static QRect waitForMenuItem(AppRun &run, const QString &title, qsizetype from)
     {
         QRect r;
-        const bool found = QTest::qWaitFor([&] {
-            run.waitForLine("] menu item " + title + ' ', 1, 200);
-            r = placeOf(run, "menu item", title, from);
-            return !r.isEmpty();
-        }, AppRun::defaultTimeoutMs);
+        const bool found = QTest::qWaitFor(
+            [&] {
+                run.waitForLine("] menu item " + title + ' ', 1, 200);
+                r = placeOf(run, "menu item", title, from);
+                return !r.isEmpty();
+            },
+            AppRun::defaultTimeoutMs);
         if (!found)
             qWarning("no menu item %s in:\n%s", qPrintable(title), qPrintable(run.lines().mid(from).join('\n')));
         return r;
@@ -163,8 +166,8 @@ private Q_SLOTS:
         const QStringList state = m_desktop->wmState(shelf);
         QVERIFY2(state.contains("ABOVE") && !state.contains("SKIP_TASKBAR"), qPrintable(state.join(' ')));
 
-        const QString wmClass = QSettings(BRINDLEWICK_DESKTOP_ENTRY, QSettings::IniFormat)
-                                    .value("Desktop Entry/StartupWMClass").toString();
+        const QString wmClass =
+            QSettings(BRINDLEWICK_DESKTOP_ENTRY, QSettings::IniFormat).value("Desktop Entry/StartupWMClass").toString();
         QVERIFY2(!wmClass.isEmpty(), "the desktop entry names no window class");
         const QString shelfClass = m_desktop->property(shelf, "WM_CLASS");
         QVERIFY2(shelfClass.endsWith(QStringLiteral(", \"%1\"").arg(wmClass)), qPrintable(shelfClass));
@@ -207,9 +210,11 @@ private Q_SLOTS:
             // Every image is back: a placeholder has none of the colours.
             const bool back = QTest::qWaitFor([&] { return shotsOnScreen(m_desktop->capture(), window) == all; },
                                               AppRun::defaultTimeoutMs);
-            const QString kept = m_captures + (withEscape ? "/search-cleared-escape.png" : "/search-cleared-button.png");
-            QVERIFY2(back, qPrintable(QStringLiteral("shown after clearing: %1 (see %2)")
-                                          .arg(QDebug::toString(shotsOnScreen(m_desktop->capture(kept), window)), kept)));
+            const QString kept =
+                m_captures + (withEscape ? "/search-cleared-escape.png" : "/search-cleared-button.png");
+            QVERIFY2(back,
+                     qPrintable(QStringLiteral("shown after clearing: %1 (see %2)")
+                                    .arg(QDebug::toString(shotsOnScreen(m_desktop->capture(kept), window)), kept)));
             QVERIFY(m_desktop->windowsOf(run.processId(), "^shots$").contains(shelf));
         }
     }
@@ -272,12 +277,14 @@ private Q_SLOTS:
         const QList<quint32> before = d.windowsOf(run.processId());
         d.key("p");
         quint32 pin = 0;
-        QVERIFY(QTest::qWaitFor([&] {
-            for (quint32 w : d.windowsOf(run.processId()))
-                if (!before.contains(w))
-                    pin = w;
-            return pin != 0;
-        }, AppRun::defaultTimeoutMs));
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                for (quint32 w : d.windowsOf(run.processId()))
+                    if (!before.contains(w))
+                        pin = w;
+                return pin != 0;
+            },
+            AppRun::defaultTimeoutMs));
         QTRY_VERIFY_WITH_TIMEOUT(d.hasState(pin, "SKIP_TASKBAR"), AppRun::defaultTimeoutMs);
         QVERIFY(d.hasState(pin, "SKIP_PAGER"));
         capture("pinned.png");
@@ -298,11 +305,13 @@ private Q_SLOTS:
         QVERIFY(fresh.save(run.path("shots/fresh.png")));
         const quint32 card = d.waitForWindow(run.processId(), "^New Screenshot$");
         QVERIFY2(card, qPrintable(run.lines().join('\n')));
-        QVERIFY2(d.hasState(card, "SKIP_TASKBAR") && d.hasState(card, "SKIP_PAGER"), qPrintable(d.wmState(card).join(' ')));
+        QVERIFY2(d.hasState(card, "SKIP_TASKBAR") && d.hasState(card, "SKIP_PAGER"),
+                 qPrintable(d.wmState(card).join(' ')));
         QVERIFY(!run.waitForLine("] flash shown fresh.png").isNull());
 
         const QRect frame = d.geometry(card);
-        const QRect preview = openMenu(run, QPoint(frame.center().x(), frame.top() + (frame.height() - 32) / 2), "Preview", 3);
+        const QRect preview =
+            openMenu(run, QPoint(frame.center().x(), frame.top() + (frame.height() - 32) / 2), "Preview", 3);
         QVERIFY(!preview.isEmpty());
         capture("card-menu.png");
         d.click(preview.center());

@@ -32,15 +32,19 @@ public:
         for (const QString &name : services)
             QFile::copy(QStringLiteral("/usr/share/dbus-1/services/") + name, serviceDir + QLatin1Char('/') + name);
         const QString config = m_dir.path() + QStringLiteral("/bus.conf");
-        Sandbox::writeFile(config, "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\" "
-                                   "\"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-                                   "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
-                                   "<servicedir>" + QFile::encodeName(serviceDir) + "</servicedir>"
-                                   "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-                                   "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
+        Sandbox::writeFile(config,
+                           "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\" "
+                           "\"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                           "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
+                           "<servicedir>"
+                               + QFile::encodeName(serviceDir)
+                               + "</servicedir>"
+                                 "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
+                                 "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
         m_daemon.setProcessEnvironment(environment);
-        m_daemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--config-file=") + config, QStringLiteral("--nofork"),
-                                                       QStringLiteral("--print-address=1")});
+        m_daemon.start(QStringLiteral("dbus-daemon"),
+                       {QStringLiteral("--config-file=") + config, QStringLiteral("--nofork"),
+                        QStringLiteral("--print-address=1")});
         while (!m_address.contains('\n') && m_daemon.waitForReadyRead(10000))
             m_address += m_daemon.readAllStandardOutput();
         m_address = m_address.trimmed();
@@ -109,7 +113,8 @@ struct ToolRun
         QDir().mkpath(run.path("home/Pictures"));
         Sandbox::writeFile(run.configHome() + "/user-dirs.dirs", "XDG_PICTURES_DIR=\"$HOME/Pictures\"\n");
         if (start != "first start")
-            QSettings(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).setValue("folder", shelf);
+            QSettings(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat)
+                .setValue("folder", shelf);
         run.setVar("BRINDLEWICK_SCREENSHOT_TOOL", tool);
         run.setVar("BRINDLEWICK_DEBUG");
         run.setVar("DBUS_SESSION_BUS_ADDRESS", bus.address());
@@ -124,11 +129,13 @@ struct ToolRun
         run.start();
         QVERIFY2(!run.waitForLine("] ready").isNull(), qPrintable(run.lines().join('\n')));
         QByteArray output;
-        QVERIFY2(runTool(run, program, arguments, &output), qPrintable(program + " did not save by itself:\n" + output));
+        QVERIFY2(runTool(run, program, arguments, &output),
+                 qPrintable(program + " did not save by itself:\n" + output));
         QTRY_COMPARE_WITH_TIMEOUT(pngsIn(shelf).size(), 1, 10000);
         QVERIFY2(!run.waitForLine(shelf + ": 1 images").isNull(), qPrintable(run.lines().join('\n')));
         const QStringList elsewhere =
-            pngsIn(run.home()) + (shelf == run.path("home/Pictures") ? QStringList() : pngsIn(run.path("home/Pictures")));
+            pngsIn(run.home())
+            + (shelf == run.path("home/Pictures") ? QStringList() : pngsIn(run.path("home/Pictures")));
         QVERIFY2(elsewhere.isEmpty(), output.constData());
         run.terminate();
         QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit);
@@ -183,8 +190,9 @@ private Q_SLOTS:
         const QString folder = t.run.configHome() + "/flameshot", ini = folder + "/flameshot.ini";
         if (configured) {
             QDir().mkpath(t.run.path("home/Shots"));
-            Sandbox::writeFile(ini, "[General]\ncontrastOpacity=190\nsavePath=" + QFile::encodeName(t.run.path("home/Shots"))
-                                        + "\nsavePathFixed=true\n\n[Shortcuts]\nTYPE_COPY=Ctrl+C\n");
+            Sandbox::writeFile(ini,
+                               "[General]\ncontrastOpacity=190\nsavePath=" + QFile::encodeName(t.run.path("home/Shots"))
+                                   + "\nsavePathFixed=true\n\n[Shortcuts]\nTYPE_COPY=Ctrl+C\n");
         }
         const auto before = snapshot({ini, folder});
         t.captureWhileRunning("flameshot", {"full"});
@@ -212,8 +220,9 @@ private Q_SLOTS:
         const QString dconf = t.run.configHome() + "/dconf/user";
         if (configured) {
             QDir().mkpath(t.run.path("home/Shots"));
-            QVERIFY(runTool(t.run, "gsettings", {"set", "org.gnome.gnome-screenshot", "auto-save-directory",
-                                                 QUrl::fromLocalFile(t.run.path("home/Shots")).toString()}));
+            QVERIFY(runTool(t.run, "gsettings",
+                            {"set", "org.gnome.gnome-screenshot", "auto-save-directory",
+                             QUrl::fromLocalFile(t.run.path("home/Shots")).toString()}));
         }
         const auto before = snapshot({dconf});
         const QByteArray valueBefore = userValue();
@@ -244,7 +253,8 @@ private Q_SLOTS:
             Sandbox::writeFile(rc, own);
         }
         t.captureWhileRunning("spectacle", {"-b", "-n"});
-        const QByteArray last = "lastSaveLocation=" + QUrl::fromLocalFile(t.shelf + "/" + pngsIn(t.shelf).value(0)).toEncoded() + "\n";
+        const QByteArray last =
+            "lastSaveLocation=" + QUrl::fromLocalFile(t.shelf + "/" + pngsIn(t.shelf).value(0)).toEncoded() + "\n";
         QCOMPARE(TestFiles::readAll(rc), configured ? own + last : "[Save]\n" + last);
     }
 };

@@ -15,7 +15,6 @@
 
 #include <algorithm>
 
-
 namespace {
 
 constexpr int edgeGap = 20;
@@ -113,8 +112,8 @@ class TestE2eWayland : public QObject
     static void needSession(const WaylandSession &session)
     {
         if (!session.isRunning())
-            QSKIP(qPrintable(QStringLiteral("no compositor to test on (%1; ./setup.sh test installs them)")
-                                 .arg(session.problem())));
+            QSKIP(qPrintable(
+                QStringLiteral("no compositor to test on (%1; ./setup.sh test installs them)").arg(session.problem())));
     }
 
     // Three screenshots in a Home of the preferences; the card stays 3 s.
@@ -184,7 +183,8 @@ class TestE2eWayland : public QObject
             QCOMPARE(swayFocus(tree), QStringLiteral("(workspace)"));
         } else {
             QByteArray active;
-            session.tool(QStringLiteral("xprop"), {QStringLiteral("-root"), QStringLiteral("_NET_ACTIVE_WINDOW")}, &active);
+            session.tool(QStringLiteral("xprop"), {QStringLiteral("-root"), QStringLiteral("_NET_ACTIVE_WINDOW")},
+                         &active);
             QVERIFY2(!active.contains(QByteArray::number(cards.first(), 16)), active.constData());
         }
 
@@ -223,9 +223,9 @@ private Q_SLOTS:
         QVERIFY2(!shown.isNull(), qPrintable(run.lines().join('\n')));
         bool floating = false;
         QJsonObject card;
-        QTRY_VERIFY_WITH_TIMEOUT(!(card = findSwayWindow(session.tree(), QStringLiteral("^New Screenshot$"), &floating))
-                                      .isEmpty(),
-                                 AppRun::defaultTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            !(card = findSwayWindow(session.tree(), QStringLiteral("^New Screenshot$"), &floating)).isEmpty(),
+            AppRun::defaultTimeoutMs);
         session.capture(capturePath(QStringLiteral("sway-native-card.png")));
         QVERIFY(floating);
         QCOMPARE(swayRect(card).size(), shownSize(shown));
@@ -282,8 +282,9 @@ private Q_SLOTS:
                                   AppRun::defaultTimeoutMs);
         const QString previewShot = capturePath(name + QStringLiteral("-preview") + suffix);
         QImage alone;
-        QTRY_VERIFY2_WITH_TIMEOUT(nearSize(extent(alone = session.capture(previewShot), blue, 250).size(), QSize(320, 200)),
-                                  qPrintable(previewShot), AppRun::defaultTimeoutMs);
+        QTRY_VERIFY2_WITH_TIMEOUT(
+            nearSize(extent(alone = session.capture(previewShot), blue, 250).size(), QSize(320, 200)),
+            qPrintable(previewShot), AppRun::defaultTimeoutMs);
         QCOMPARE(session.x11Windows(QStringLiteral("^shot2\\.png$")).size(), 1); // no pin yet
         const QRect preview = session.x11Geometry(windows.first());
         QRect expected(0, 0, WaylandSession::screenWidth * 7 / 10, WaylandSession::screenHeight * 8 / 10);
@@ -333,9 +334,9 @@ private Q_SLOTS:
                                   AppRun::defaultTimeoutMs);
         bool floating = false;
         QJsonObject node;
-        QTRY_VERIFY_WITH_TIMEOUT(!(node = findSwayWindow(session.tree(), QStringLiteral("^Settings$"), &floating))
-                                      .isEmpty(),
-                                 AppRun::defaultTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            !(node = findSwayWindow(session.tree(), QStringLiteral("^Settings$"), &floating)).isEmpty(),
+            AppRun::defaultTimeoutMs);
         session.capture(capturePath(QStringLiteral("sway-settings.png")));
         QVERIFY(floating);
         const QRect settings = session.x11Geometry(windows.first());

@@ -15,10 +15,10 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <QXmlStreamReader>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+#include <QXmlStreamReader>
 
 #include <linux/fs.h>
 #include <sys/ioctl.h>
@@ -154,7 +154,7 @@ private Q_SLOTS:
             {url(path("a.png")), url(path("b.png")), url(path("Sub/a.png")), url(path("missing.png"))},
             url(path("Sub/")));
         QCOMPARE(moves, FileActions::Moves({{url(path("a.png")), url(path("Sub/a 2.png"))},
-                                           {url(path("b.png")), url(path("Sub/b.png"))}}));
+                                            {url(path("b.png")), url(path("Sub/b.png"))}}));
         QCOMPARE(readAll(path("Sub/a.png")), QByteArray("old a"));
         QCOMPARE(readAll(path("Sub/a 2.png")), QByteArray("new a"));
         QVERIFY(meta->meta(url(path("a.png"))).has_value()); // the caller's to carry
@@ -295,8 +295,8 @@ private Q_SLOTS:
         writeImage(path("tiny.png"), 3, 3);
         writeImage(path("x.jpg"), 10, 10, "JPEG");
         write(path("bomb.png"), BadImages::hugePng());
-        QCOMPARE(FileActions::resizeHalf({url(path("big.png")), url(path("tiny.png")), url(path("x.jpg")),
-                                          url(path("bomb.png"))}),
+        QCOMPARE(FileActions::resizeHalf(
+                     {url(path("big.png")), url(path("tiny.png")), url(path("x.jpg")), url(path("bomb.png"))}),
                  QList<QUrl>({url(path("big @50%.png")), url(path("tiny @50%.png")), url(path("x @50%.png"))}));
         QCOMPARE(QImageReader(path("big @50%.png")).size(), QSize(720, 450));
 
@@ -371,9 +371,11 @@ private Q_SLOTS:
         QCOMPARE(single->formats().first(), "image/png");
         QCOMPARE(single->data("image/png"), readAll(path("one.png")));
 
-        const QUrl raw = QUrl::fromEncoded("file://" + QFile::encodeName(folder).toPercentEncoding("/") + "/raw%FF.png");
+        const QUrl raw =
+            QUrl::fromEncoded("file://" + QFile::encodeName(folder).toPercentEncoding("/") + "/raw%FF.png");
         const QList<QUrl> files = {url(path("a\nb.png")), url(path("50% (1) [x].png")), raw};
-        const QByteArrayList rawPaths = {QFile::encodeName(path("a\nb.png")), QFile::encodeName(path("50% (1) [x].png")),
+        const QByteArrayList rawPaths = {QFile::encodeName(path("a\nb.png")),
+                                         QFile::encodeName(path("50% (1) [x].png")),
                                          QFile::encodeName(folder) + "/raw\xFF.png"};
         QScopedPointer<QMimeData> data(FileActions::filesMimeData(files));
         QVERIFY(!data->hasFormat("image/png"));
@@ -414,8 +416,9 @@ private Q_SLOTS:
     // link leads to the file.
     void markdownLinksStayOneImageEach()
     {
-        const QStringList names = {"a\n\nb.png", "[draft] (2) é.png", "x](y) ![z.png", "back\\slash.png",
-                                   "`c` *e* _u_ <b> &amp; ~s~.png", "tab\tcr\r.png", "100%.png", "README"};
+        const QStringList names = {
+            "a\n\nb.png",    "[draft] (2) é.png", "x](y) ![z.png", "back\\slash.png", "`c` *e* _u_ <b> &amp; ~s~.png",
+            "tab\tcr\r.png", "100%.png",          "README"};
         QList<QUrl> files;
         QStringList alts;
         for (const QString &name : names) {
@@ -469,7 +472,8 @@ private Q_SLOTS:
         QCOMPARE(read, alts);
         QCOMPARE(targets.size(), files.size());
         for (qsizetype i = 0; i < files.size(); ++i)
-            QCOMPARE(QByteArray::fromPercentEncoding(targets[i]), QByteArray::fromPercentEncoding(files[i].toEncoded()));
+            QCOMPARE(QByteArray::fromPercentEncoding(targets[i]),
+                     QByteArray::fromPercentEncoding(files[i].toEncoded()));
     }
 };
 

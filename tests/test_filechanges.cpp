@@ -35,7 +35,8 @@ struct ChangesRig : ActionRig
         }
         if (!start(true))
             return false;
-        commands = std::make_unique<ShelfCommands>(shelf.get(), ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, nullptr});
+        commands = std::make_unique<ShelfCommands>(shelf.get(),
+                                                   ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, nullptr});
         grid = std::make_unique<ShelfGrid>(shelf.get(), &meta, &thumbs);
         grid->resize(1000, 600);
         grid->show();

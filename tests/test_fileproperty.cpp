@@ -3,8 +3,8 @@
 // folder or in a Trash), and the only new contents are the files the step
 // reports having written. A lost, truncated or overwritten file breaks that.
 #include "actions/fileactions.h"
-#include "files/safefiles.h"
 #include "actions/names.h"
+#include "files/safefiles.h"
 #include "platform/trash.h"
 #include "support/files.h"
 #include "support/isolatedmain.h"
@@ -25,11 +25,16 @@ using Contents = QHash<QByteArray, int>; // file bytes -> how many files hold th
 constexpr int kSequences = 400;
 constexpr int kStepsPerSequence = 8;
 
-const QStringList kNamePool = {
-    QStringLiteral("a.png"), QStringLiteral("a 2.png"), QStringLiteral("a copy.png"),
-    QStringLiteral("README"), QStringLiteral("x.jpeg"), QStringLiteral("x.jpg"),
-    QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"), QStringLiteral("2026-10-08 05.12.49.png"),
-    QStringLiteral("shot 2"), QStringLiteral(".hidden.png")};
+const QStringList kNamePool = {QStringLiteral("a.png"),
+                               QStringLiteral("a 2.png"),
+                               QStringLiteral("a copy.png"),
+                               QStringLiteral("README"),
+                               QStringLiteral("x.jpeg"),
+                               QStringLiteral("x.jpg"),
+                               QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"),
+                               QStringLiteral("2026-10-08 05.12.49.png"),
+                               QStringLiteral("shot 2"),
+                               QStringLiteral(".hidden.png")};
 
 // What `after` holds beyond `before`; nullopt when some of `before` is gone.
 std::optional<Contents> added(Contents after, const Contents &before)
@@ -120,7 +125,7 @@ class TestFileProperty : public QObject
             // file written there is synced to a real disk.
             // What each action did is read back from the folders after it.
             (void)FileActions::move(some, QUrl::fromLocalFile(folders.at(random.bounded(12) == 0 ? folders.size() - 1
-                                                                                         : random.bounded(2))));
+                                                                                                 : random.bounded(2))));
             break;
         case 5:
             if (!some.isEmpty())
@@ -149,8 +154,7 @@ private Q_SLOTS:
 
         for (int sequence = 0; sequence < kSequences; ++sequence) {
             QTemporaryDir dir(mainTemplate);
-            const QString otherRoot = other ? other->path() + QLatin1Char('/') + QString::number(sequence)
-                                            : QString();
+            const QString otherRoot = other ? other->path() + QLatin1Char('/') + QString::number(sequence) : QString();
             folders = {dir.filePath("A"), dir.filePath("A/B")};
             roots = {dir.path()};
             if (other) {

@@ -13,10 +13,10 @@
 #include <QEnterEvent>
 #include <QMimeData>
 #include <QMouseEvent>
-#include <QScreen>
-#include <QTest>
 #include <QScopeGuard>
+#include <QScreen>
 #include <QSemaphore>
+#include <QTest>
 #include <QThread>
 
 namespace {

@@ -128,7 +128,8 @@ private Q_SLOTS:
         rig.addImage("a.png");
         Sandbox::writeFile(rig.file("Sub/b.png"));
         QVERIFY(rig.start());
-        FreedesktopTrash trash(rig.box.path(QStringLiteral("Trash")), [](const QString &) { return QStringLiteral("/"); });
+        FreedesktopTrash trash(rig.box.path(QStringLiteral("Trash")),
+                               [](const QString &) { return QStringLiteral("/"); });
         ActionRunner runner(trash, &rig.meta);
         FolderColumn column(rig.shelf.get(), {.runner = &runner});
         QVERIFY(show(column));

@@ -23,7 +23,8 @@ namespace {
 
 xcb_atom_t atom(xcb_connection_t *c, const char *name)
 {
-    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, uint16_t(std::strlen(name)), name), nullptr);
+    xcb_intern_atom_reply_t *reply =
+        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, uint16_t(std::strlen(name)), name), nullptr);
     const xcb_atom_t result = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
     std::free(reply);
     return result;
@@ -40,8 +41,8 @@ xcb_window_t makeWindow(xcb_connection_t *c)
 {
     const xcb_window_t window = xcb_generate_id(c);
     xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
-    xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 10, 10, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
+    xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 10, 10, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                      screen->root_visual, 0, nullptr);
     return window;
 }
 
@@ -92,8 +93,10 @@ private Q_SLOTS:
         QVERIFY(!xcb_connection_has_error(other));
         const xcb_window_t window = makeWindow(other);
         const uint32_t pid = uint32_t(sleeper.processId());
-        xcb_change_property(other, XCB_PROP_MODE_REPLACE, window, atom(other, "_NET_WM_PID"), XCB_ATOM_CARDINAL, 32, 1, &pid);
-        xcb_change_property(other, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, 14, "sleep\0Sleeper\0");
+        xcb_change_property(other, XCB_PROP_MODE_REPLACE, window, atom(other, "_NET_WM_PID"), XCB_ATOM_CARDINAL, 32, 1,
+                            &pid);
+        xcb_change_property(other, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, 14,
+                            "sleep\0Sleeper\0");
         setActiveWindow(other, window);
         // The entries are read in the background, once.
         QTRY_COMPARE_WITH_TIMEOUT(front->frontmost().value_or(RunningApp()).path, std::optional<QString>(entry), 10000);
@@ -114,7 +117,8 @@ private Q_SLOTS:
         QDir().mkpath(box.path(QStringLiteral("later")));
         Sandbox::writeFile(folder + QStringLiteral("/kde/editor.desktop"),
                            "[Desktop Entry]\nType=Application\nName=Ed\nExec=ed\nStartupWMClass=EdWin\n");
-        Sandbox::writeFile(folder + QStringLiteral("/gone.desktop"), "[Desktop Entry]\nType=Application\nName=Gone\nExec=ed\nHidden=true\n");
+        Sandbox::writeFile(folder + QStringLiteral("/gone.desktop"),
+                           "[Desktop Entry]\nType=Application\nName=Gone\nExec=ed\nHidden=true\n");
         DesktopEntries entries({folder, later});
         QSignalSpy loaded(&entries, &DesktopEntries::loaded);
         QVERIFY(loaded.wait(10000));

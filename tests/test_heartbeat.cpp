@@ -45,7 +45,8 @@ public:
                     heads.append(head);
                     bodies.append(buffer->mid(end + 4, length));
                     buffer->clear();
-                    client->write("HTTP/1.1 " + QByteArray::number(status) + " X\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+                    client->write("HTTP/1.1 " + QByteArray::number(status)
+                                  + " X\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
                     client->disconnectFromHost();
                 });
             }

@@ -41,8 +41,12 @@ private Q_SLOTS:
         // are listed by their bytes, each its own file, never the look-alike.
         // Folders with such names are left out.
         const QByteArray base = QFile::encodeName(dir);
-        const QByteArray bomFolder = base + "/\xef\xbb\xbf" "x.png";
-        const QList<QByteArray> badFiles = {base + "/caf\xe9.png", base + "/\xef\xbb\xbf" "b.PNG"};
+        const QByteArray bomFolder = base
+                                     + "/\xef\xbb\xbf"
+                                       "x.png";
+        const QList<QByteArray> badFiles = {base + "/caf\xe9.png", base
+                                                                       + "/\xef\xbb\xbf"
+                                                                         "b.PNG"};
         for (const QByteArray &name : badFiles) {
             const int fd = ::open(name.constData(), O_CREAT | O_WRONLY, 0644);
             QVERIFY(fd >= 0);

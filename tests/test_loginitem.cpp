@@ -54,7 +54,11 @@ private Q_SLOTS:
         entry = box->path("autostart/brindlewick.desktop");
     }
     // Each sandbox puts the environment back as it found it: one at a time.
-    void cleanup() { prefs.reset(); box.reset(); }
+    void cleanup()
+    {
+        prefs.reset();
+        box.reset();
+    }
 
     // First run registers; later runs find it enabled; opting out removes
     // it and keeps every later check from registering again.
@@ -135,7 +139,7 @@ private Q_SLOTS:
         QCOMPARE(::mkfifo(gate.constData(), 0600), 0);
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         const QList<std::pair<QString, QString>> vars = {
-            {"XDG_RUNTIME_DIR", box->path("run")}, {"BRINDLEWICK_FOLDER", box->home() + "/Desktop"},
+            {"XDG_RUNTIME_DIR", box->path("run")},   {"BRINDLEWICK_FOLDER", box->home() + "/Desktop"},
             {"BRINDLEWICK_SCREENSHOT_TOOL", "none"}, {"BRINDLEWICK_DEBUG", ""},
             {"QT_QPA_PLATFORM", "offscreen"},        {"BRINDLEWICK_START_GATE", QFile::decodeName(gate)}};
         for (const auto &[name, value] : vars)
@@ -156,7 +160,8 @@ private Q_SLOTS:
                 starts.back()->setProcessEnvironment(env);
                 starts.back()->start(binary, {});
             }
-            QTRY_VERIFY_WITH_TIMEOUT(std::all_of(starts.begin(), starts.end(), [&](const auto &p) { return atGate(*p); }), 20000);
+            QTRY_VERIFY_WITH_TIMEOUT(
+                std::all_of(starts.begin(), starts.end(), [&](const auto &p) { return atGate(*p); }), 20000);
             // Held open (read-write never blocks) for the whole round.
             const int writer = ::open(gate.constData(), O_RDWR | O_CLOEXEC);
             QVERIFY(writer >= 0);

@@ -59,7 +59,8 @@ private Q_SLOTS:
         const QDateTime at(QDate(2001, 1, 2), QTime(0, 0, 0, 500), Qt::UTC);
         // A lone half of a surrogate pair (a recogniser may hand one over) is
         // written as U+FFFD, so the file stays UTF-8 that any reader takes.
-        const QString text = QStringLiteral("Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01 ") + QChar(0xd800) + "x" + QChar(0xdc00);
+        const QString text =
+            QStringLiteral("Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01 ") + QChar(0xd800) + "x" + QChar(0xdc00);
         const QString readBack = "Total due: 12\n\"quoted\"\ttab \\ Café 🙂 \x01 \uFFFDx\uFFFD";
         {
             const auto store = loadedStore(path);
@@ -80,8 +81,8 @@ private Q_SLOTS:
         QCOMPARE(root.value("blank.png").toObject(), QJsonObject({{"text", QString()}}));
         QCOMPARE(root.value("full.png")["textAt"].toDouble(), 86400.5); // since 2001
         QCOMPARE(root.value("full.png")["text"].toString(), readBack);
-        QCOMPARE(QFile::permissions(path), QFileDevice::ReadOwner | QFileDevice::WriteOwner
-                                               | QFileDevice::ReadUser | QFileDevice::WriteUser);
+        QCOMPARE(QFile::permissions(path),
+                 QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser | QFileDevice::WriteUser);
 
         // Read back, and written again: the same records, the same bytes.
         const auto again = loadedStore(path);
@@ -105,10 +106,10 @@ private Q_SLOTS:
 
         // Null and unknown members read as absent; escapes of every kind,
         // a lone half of a surrogate pair as U+FFFD.
-        const auto decoded = MetaStore::decode(
-            " {\"a.png\" : {\"app\":null,\"text\":\"h\\u00e9\\ud83d\\ude42\\/\\n\",\"textAt\":3.25e0,"
-            "\"appPath\":\"\\ud800\\u0041\\udc00\\\\ud800\","
-            "\"colour\":[1,{\"x\":[true,-0.5e-3,\"\\\"\"]}]}}\n");
+        const auto decoded =
+            MetaStore::decode(" {\"a.png\" : {\"app\":null,\"text\":\"h\\u00e9\\ud83d\\ude42\\/\\n\",\"textAt\":3.25e0,"
+                              "\"appPath\":\"\\ud800\\u0041\\udc00\\\\ud800\","
+                              "\"colour\":[1,{\"x\":[true,-0.5e-3,\"\\\"\"]}]}}\n");
         QVERIFY(decoded);
         const FileMeta a = decoded->value("a.png");
         QVERIFY(!a.app);
@@ -121,7 +122,7 @@ private Q_SLOTS:
     {
         // A member of the wrong type, trailing bytes, a file cut short.
         for (const QByteArray &contents : {QByteArray("{\"a.png\":{\"text\":\"kept\",\"textAt\":\"yesterday\"}}"),
-                                          QByteArray("{\"a.png\":{}}x"), QByteArray("{\"a.png\":{\"text\":\"kep")}) {
+                                           QByteArray("{\"a.png\":{}}x"), QByteArray("{\"a.png\":{\"text\":\"kep")}) {
             Sandbox box;
             const QString path = box.path("meta.json");
             Sandbox::writeFile(path, contents);
@@ -144,14 +145,16 @@ private Q_SLOTS:
     void damagedBytesAreRefusedOrReadAsAStableStore()
     {
         QHash<QString, FileMeta> records;
-        records.insert("Shot \"1\".png", {QStringLiteral("Editor"), QStringLiteral("/a/e.desktop"), QStringLiteral("Café\n\t🙂 \\ \x01"),
-                                           QDateTime(QDate(2025, 3, 1), QTime(9, 0, 0, 125), Qt::UTC)});
+        records.insert("Shot \"1\".png", {QStringLiteral("Editor"), QStringLiteral("/a/e.desktop"),
+                                          QStringLiteral("Café\n\t🙂 \\ \x01"),
+                                          QDateTime(QDate(2025, 3, 1), QTime(9, 0, 0, 125), Qt::UTC)});
         records.insert("b.png", {std::nullopt, std::nullopt, QString(), std::nullopt});
         QByteArray good = MetaStore::encode(records); // and an unknown member in the last record
         good.insert(good.size() - 2, ",\"x\":[null,-1e-3,{\"y\":\"\\ud83d\\ude42\"}]");
         QVERIFY(MetaStore::decode(good));
-        const QByteArray pieces[] = {"\\ud800", "\\u", "\"", "{", "}", "[", ",", ":", "null", "1e400",
-                                     "\xef\xbb\xbf", "\xed\xa0\x80", "\\", "\"textAt\":", "\"text\":"};
+        const QByteArray pieces[] = {
+            "\\ud800", "\\u",          "\"",           "{",  "}",           "[",        ",", ":", "null",
+            "1e400",   "\xef\xbb\xbf", "\xed\xa0\x80", "\\", "\"textAt\":", "\"text\":"};
         QRandomGenerator random(20011);
         int read = 0;
         for (int round = 0; round < 4000; ++round) {
@@ -218,7 +221,11 @@ private Q_SLOTS:
         // Hold the I/O thread so the load is still on its way.
         QSemaphore gate;
         MetaStore::ioThread().start([&gate] { gate.acquire(); });
-        struct Release { QSemaphore &gate; ~Release() { gate.release(); } } release{gate};
+        struct Release
+        {
+            QSemaphore &gate;
+            ~Release() { gate.release(); }
+        } release{gate};
 
         MetaStore store(path);
         QSignalSpy changed(&store, &MetaStore::byNameChanged);

@@ -27,8 +27,7 @@ private Q_SLOTS:
         const QString french = QStringLiteral("Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png");
         const QList<QPair<QString, QString>> cases = {
             {"Screenshot 2026-10-08 at 05.12.49.png", bare},
-            {"\u30B9\u30AF\u30EA\u30FC\u30F3\u30B7\u30E7\u30C3\u30C8 2026-10-08 5.12.49.png",
-             "2026-10-08 5.12.49.png"},
+            {"\u30B9\u30AF\u30EA\u30FC\u30F3\u30B7\u30E7\u30C3\u30C8 2026-10-08 5.12.49.png", "2026-10-08 5.12.49.png"},
             {"\u622A\u5C4F2026-10-08 05.12.49.png", bare}, // no space after the prefix
             // File managers and other tools on Linux often write names decomposed.
             {decomposed(french), bare},
@@ -61,7 +60,7 @@ private Q_SLOTS:
         QCOMPARE(moves.size(), 2);
         // Taken names are numbered; "Screenshot .png" would become hidden and stays.
         QCOMPARE(TestFiles::entries(dir.path()), QStringList({"2026-10-08 05.12.49 2.png", "2026-10-08 05.12.49 3.png",
-                                                             "2026-10-08 05.12.49.png", "Screenshot .png"}));
+                                                              "2026-10-08 05.12.49.png", "Screenshot .png"}));
         QCOMPARE(moves.first().second, QUrl::fromLocalFile(dir.filePath("2026-10-08 05.12.49 2.png")));
         QCOMPARE(TestFiles::readAll(dir.filePath("2026-10-08 05.12.49 2.png")),
                  QByteArray("Screenshot 2026-10-08 at 05.12.49.png"));
@@ -78,7 +77,8 @@ private Q_SLOTS:
 
         FreedesktopTrash trash(rig.box.path("Trash"));
         ActionRunner runner(trash, &rig.meta);
-        rig.meta.update(rig.url("Screenshot 2026-10-08 at 05.12.49.png"), [](FileMeta &m) { m.text = QStringLiteral("receipt"); });
+        rig.meta.update(rig.url("Screenshot 2026-10-08 at 05.12.49.png"),
+                        [](FileMeta &m) { m.text = QStringLiteral("receipt"); });
         QList<std::optional<qint64>> results;
         const auto done = [&](std::optional<qint64> count) { results.append(count); };
         ScriptedConfirm prompt;

@@ -59,7 +59,8 @@ private Q_SLOTS:
         QCOMPARE(texts.last(), std::nullopt); // Escape: no answer
 
         DialogConfirmPrompt confirmPrompt;
-        const ConfirmRequest confirm{QStringLiteral("Clean up?"), {}, QStringLiteral("Clean Up"), QStringLiteral("Cancel")};
+        const ConfirmRequest confirm{
+            QStringLiteral("Clean up?"), {}, QStringLiteral("Clean Up"), QStringLiteral("Cancel")};
         QList<bool> answers;
         const auto ask = [&] { confirmPrompt.confirm(confirm, [&](bool yes) { answers.append(yes); }); };
         ask();

@@ -157,7 +157,8 @@ private Q_SLOTS:
     void searchMatchesNamesThenRecognisedText()
     {
         ShelfRig rig;
-        const QStringList names = {"Invoice March.png", "receipt.jpg", "notes.png", "Café menu.png", "blank.png", "Straße.png"};
+        const QStringList names = {"Invoice March.png", "receipt.jpg", "notes.png",
+                                   "Café menu.png",     "blank.png",   "Straße.png"};
         for (int i = 0; i < names.size(); ++i)
             rig.addImage(names[i], 10 + i);
         QVERIFY(rig.start());
@@ -173,7 +174,7 @@ private Q_SLOTS:
         QCOMPARE(found("  invoice "), QStringList{names[0]});
         QCOMPARE(found("total due"), QStringList{names[1]});
         QCOMPARE(found("two\n"), QStringList()); // line breaks are not trimmed
-        QCOMPARE(found("cafe"), QStringList());   // accents count
+        QCOMPARE(found("cafe"), QStringList());  // accents count
         QCOMPARE(found("CAFÉ"), QStringList{names[3]});
         QCOMPARE(found("strasse"), QStringList{names[5]});
         QCOMPARE(found("due"), (QStringList{names[1], names[2]})); // newest first still

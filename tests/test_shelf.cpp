@@ -126,7 +126,8 @@ private Q_SLOTS:
         const QList<QUrl> folders = shelf->subfolders();
         QCOMPARE(folders.size(), 3);
         QCOMPARE(folders.at(1).fileName(), "folder 2");
-        QCOMPARE(shelf->folderCounts(), (FolderCounts{{shelf->home(), 2}, {folders[0], 0}, {folders[1], 2}, {folders[2], 1}}));
+        QCOMPARE(shelf->folderCounts(),
+                 (FolderCounts{{shelf->home(), 2}, {folders[0], 0}, {folders[1], 2}, {folders[2], 1}}));
 
         const QUrl keep = fileUrl(shots("keep.png"));
         const QUrl gone = fileUrl(shots("gone.png"));
@@ -170,7 +171,8 @@ private Q_SLOTS:
         ::dup2(saved, STDERR_FILENO);
         ::close(saved);
         const QString written = QString::fromUtf8(TestFiles::readAll(log));
-        QVERIFY2(scanned && written.contains("[Brindlewick] " + odd + ": 1 images, 0 subfolders\n"), qPrintable(written));
+        QVERIFY2(scanned && written.contains("[Brindlewick] " + odd + ": 1 images, 0 subfolders\n"),
+                 qPrintable(written));
     }
 };
 

@@ -71,7 +71,8 @@ private Q_SLOTS:
         QVERIFY(!dragImageSize(QSize(0, 0), 100).isEmpty());
 
         QPoint centre;
-        const QPixmap pixmap = ShelfGrid::dragPixmap(QList<QImage>(6, QImage(1600, 1000, QImage::Format_ARGB32)), 300, 1, &centre);
+        const QPixmap pixmap =
+            ShelfGrid::dragPixmap(QList<QImage>(6, QImage(1600, 1000, QImage::Format_ARGB32)), 300, 1, &centre);
         QCOMPARE(pixmap.size(), QSize(218 + 24, 136 + 24));
         QCOMPARE(centre, QRect(0, 0, 218, 136).center());
     }
@@ -123,8 +124,8 @@ private Q_SLOTS:
                          Qt::LeftButton, Qt::ShiftModifier);
         QApplication::sendEvent(rig.view(), &move);
         QCOMPARE(rig.selection(), (QSet<QUrl>{rig.item(2), rig.item(4), rig.item(5), rig.item(1)}));
-        QMouseEvent back(QEvent::MouseMove, QPointF(start + QPoint(-1, 1)),
-                         rig.view()->mapToGlobal(QPointF(start)), Qt::NoButton, Qt::LeftButton, Qt::ShiftModifier);
+        QMouseEvent back(QEvent::MouseMove, QPointF(start + QPoint(-1, 1)), rig.view()->mapToGlobal(QPointF(start)),
+                         Qt::NoButton, Qt::LeftButton, Qt::ShiftModifier);
         QApplication::sendEvent(rig.view(), &back);
         QCOMPARE(rig.selection(), QSet<QUrl>{rig.item(5)});
         QApplication::sendEvent(rig.view(), &move);
@@ -159,8 +160,8 @@ private Q_SLOTS:
         // From one name to the next: no tile is touched.
         const QPoint nextName = name + QPoint(rig.grid->tileRect(rig.item(2)).center().x() - tile.center().x(), 0);
         QTest::mousePress(rig.view(), Qt::LeftButton, {}, name);
-        QMouseEvent move(QEvent::MouseMove, QPointF(nextName), rig.view()->mapToGlobal(QPointF(nextName)),
-                         Qt::NoButton, Qt::LeftButton, {});
+        QMouseEvent move(QEvent::MouseMove, QPointF(nextName), rig.view()->mapToGlobal(QPointF(nextName)), Qt::NoButton,
+                         Qt::LeftButton, {});
         QApplication::sendEvent(rig.view(), &move);
         QVERIFY(rig.selection().isEmpty());
         // Down into the next row's tiles.
@@ -195,8 +196,10 @@ private Q_SLOTS:
             for (const QUrl &url : rig.shelf->visible()) {
                 QImage image;
                 const ShelfGrid::Shows shows = grid.shows(url, &image);
-                if (url == broken ? shows != ShelfGrid::Shows::failed
-                                  : !ColourImages::shows(image, ColourImages::colour(url.fileName().section(QLatin1Char('.'), 0, 0).toInt())))
+                if (url == broken
+                        ? shows != ShelfGrid::Shows::failed
+                        : !ColourImages::shows(
+                            image, ColourImages::colour(url.fileName().section(QLatin1Char('.'), 0, 0).toInt())))
                     return false;
             }
             return true;

@@ -57,7 +57,8 @@ struct KeysRig : ShelfRig
         }
         if (!start(false))
             return false;
-        commands = std::make_unique<ShelfCommands>(shelf.get(), ShelfCommands::Parts{&launcher, &runner, &quickLook, &pins, &prompt});
+        commands = std::make_unique<ShelfCommands>(
+            shelf.get(), ShelfCommands::Parts{&launcher, &runner, &quickLook, &pins, &prompt});
         window = std::make_unique<ShelfWindow>();
         window->setShelf(shelf.get());
         window->setCommands(commands.get());

@@ -47,7 +47,8 @@ struct PropertyRig : ActionRig
     {
         if (!start(true))
             return false;
-        commands = std::make_unique<ShelfCommands>(shelf.get(), ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, &prompt});
+        commands = std::make_unique<ShelfCommands>(shelf.get(),
+                                                   ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, &prompt});
         window = std::make_unique<ShelfWindow>();
         window->setShelf(shelf.get());
         window->setCommands(commands.get());
@@ -140,8 +141,7 @@ public:
     QString check()
     {
         QString problem;
-        if (QTest::qWaitFor([&] { return (problem = violation()).isEmpty(); },
-                            settleMs + Shelf::rescanMaxWaitMs))
+        if (QTest::qWaitFor([&] { return (problem = violation()).isEmpty(); }, settleMs + Shelf::rescanMaxWaitMs))
             return {};
         return problem;
     }
@@ -177,7 +177,8 @@ private:
         else
             m_rig.field()->clear(); // the field's clear button
         m_rig.window->setFocus();
-        return QStringLiteral("search \"%1\", cleared with %2").arg(text, escape ? QStringLiteral("Escape") : QStringLiteral("the button"));
+        return QStringLiteral("search \"%1\", cleared with %2")
+            .arg(text, escape ? QStringLiteral("Escape") : QStringLiteral("the button"));
     }
     QString switchFolder()
     {
@@ -205,7 +206,9 @@ private:
             return QStringLiteral("click on nothing");
         const QUrl url = urls.at(below(int(urls.size())));
         const int kind = below(4);
-        const Qt::KeyboardModifiers mods = kind == 1 ? Qt::ControlModifier : kind == 2 ? Qt::ShiftModifier : Qt::NoModifier;
+        const Qt::KeyboardModifiers mods = kind == 1   ? Qt::ControlModifier
+                                           : kind == 2 ? Qt::ShiftModifier
+                                                       : Qt::NoModifier;
         const QRect tile = m_rig.grid()->tileRect(url).intersected(m_rig.viewport()->rect());
         if (kind == 3) {
             // On the name under the tile: background.
@@ -284,7 +287,8 @@ private:
                                    : other;
         ::rename(QFile::encodeName(path).constData(), QFile::encodeName(target).constData());
         m_world.files.insert(target, m_world.files.take(path));
-        return QStringLiteral("renamed %1 to %2").arg(path.section(QLatin1Char('/'), -2), target.section(QLatin1Char('/'), -2));
+        return QStringLiteral("renamed %1 to %2")
+            .arg(path.section(QLatin1Char('/'), -2), target.section(QLatin1Char('/'), -2));
     }
 
     QString violation() const
@@ -298,7 +302,9 @@ private:
             return QStringLiteral("the grid shows %1").arg(TestFiles::names(shown()).join(QLatin1Char(',')));
         const qint64 homeCount = m_world.inFolder(m_world.home).size();
         if (shelf.folderCounts().value(QUrl::fromLocalFile(m_world.home)) != homeCount)
-            return QStringLiteral("Home counts %1, holds %2").arg(shelf.folderCounts().value(QUrl::fromLocalFile(m_world.home))).arg(homeCount);
+            return QStringLiteral("Home counts %1, holds %2")
+                .arg(shelf.folderCounts().value(QUrl::fromLocalFile(m_world.home)))
+                .arg(homeCount);
         const QSet<QUrl> items(shelf.items().cbegin(), shelf.items().cend());
         if (!items.contains(shelf.selection()))
             return QStringLiteral("the selection is not within the items");
@@ -408,7 +414,9 @@ private Q_SLOTS:
             if (!problem.isEmpty()) {
                 const QString replay = QStringLiteral("seed %1, step %2 (%3): %4; replay with "
                                                       "BRINDLEWICK_PROPERTY_SEEDS=+%1 BRINDLEWICK_PROPERTY_STEPS=%2")
-                                           .arg(seed).arg(step).arg(last, problem);
+                                           .arg(seed)
+                                           .arg(step)
+                                           .arg(last, problem);
                 std::fprintf(stderr, "%s\n", qPrintable(replay));
                 QFAIL(qPrintable(replay));
             }

@@ -1,10 +1,10 @@
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "platform/tesseractrecognizer.h"
-#include "support/textimage.h"
 #include "support/badimages.h"
 #include "support/files.h"
 #include "support/sandbox.h"
+#include "support/textimage.h"
 
 #include <QElapsedTimer>
 #include <QPainter>
@@ -22,7 +22,7 @@ struct Script
 {
     QSemaphore permits;
     std::atomic<int> begun{0};
-    QSemaphore begins; // one for each file begun
+    QSemaphore begins;   // one for each file begun
     QStringList failing; // file names the fake cannot read
 };
 

@@ -90,10 +90,7 @@ std::optional<bool> wideRegistersInUse()
 #endif
 }
 
-QStringList entries(const QString &dir)
-{
-    return QDir(dir).entryList({"*.thumb"}, QDir::Files);
-}
+QStringList entries(const QString &dir) { return QDir(dir).entryList({"*.thumb"}, QDir::Files); }
 
 } // namespace
 
@@ -139,8 +136,9 @@ private Q_SLOTS:
         QImage detail(400, 400, QImage::Format_ARGB32);
         for (int y = 0; y < 400; ++y)
             for (int x = 0; x < 400; ++x)
-                detail.setPixel(x, y, x < 200 ? ((x + y) % 2 ? qRgb(0, 0, 0) : qRgb(255, 255, 255))
-                                              : ((x + y) % 2 ? qRgba(255, 0, 0, 255) : qRgba(0, 0, 0, 0)));
+                detail.setPixel(x, y,
+                                x < 200 ? ((x + y) % 2 ? qRgb(0, 0, 0) : qRgb(255, 255, 255))
+                                        : ((x + y) % 2 ? qRgba(255, 0, 0, 255) : qRgba(0, 0, 0, 0)));
         const QString path = box.path("detail.png");
         QVERIFY(detail.save(path));
         const QImage small = *Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 100);
@@ -157,10 +155,13 @@ private Q_SLOTS:
         // Odd widths put a 3-byte pixel's 4-byte loads at row ends; 1 pixel
         // wide leaves no left neighbour at all; wide ones are inflated in
         // several batches of rows.
-        const struct { int width, height, channels; } shapes[] = {
-            {37, 23, 3}, {53, 20, 4}, {1, 9, 3}, {1, 9, 4}, {1501, 70, 3}, {1203, 50, 4}};
+        const struct
+        {
+            int width, height, channels;
+        } shapes[] = {{37, 23, 3}, {53, 20, 4}, {1, 9, 3}, {1, 9, 4}, {1501, 70, 3}, {1203, 50, 4}};
         for (const auto &shape : shapes) {
-            const QString path = box.path(QStringLiteral("f%1x%2x%3.png").arg(shape.width).arg(shape.height).arg(shape.channels));
+            const QString path =
+                box.path(QStringLiteral("f%1x%2x%3.png").arg(shape.width).arg(shape.height).arg(shape.channels));
             Sandbox::writeFile(path, filteredPng(shape.width, shape.height, shape.channels, quint32(shape.width)));
             QCOMPARE(openRows(path), PngRows::Status::Ready);
             const std::optional<QImage> made = Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 2000);
@@ -173,8 +174,12 @@ private Q_SLOTS:
                     const QRgb a = ours.pixel(x, y), b = reference.pixel(x, y);
                     // Premultiplying may round the other way.
                     QVERIFY2(ColourImages::near(a, b, shape.channels == 4 ? 1 : 0),
-                             qPrintable(QStringLiteral("%1 at %2,%3: %4 for %5").arg(path).arg(x).arg(y)
-                                            .arg(a, 8, 16).arg(b, 8, 16)));
+                             qPrintable(QStringLiteral("%1 at %2,%3: %4 for %5")
+                                            .arg(path)
+                                            .arg(x)
+                                            .arg(y)
+                                            .arg(a, 8, 16)
+                                            .arg(b, 8, 16)));
                 }
         }
     }

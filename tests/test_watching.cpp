@@ -62,7 +62,12 @@ private Q_SLOTS:
         // Moved away, then made again: the path is what the shelf shows.
         expect([&] { QDir().rename(dir, box.path("gone")); }, Event::folder, {});
         expect([&] { QDir().mkpath(dir); }, Event::folder, {});
-        expect([&] { Sandbox::writeFile(box.path("gone/e.png")); Sandbox::writeFile(dir + "/f.png"); }, Event::created, "f.png");
+        expect(
+            [&] {
+                Sandbox::writeFile(box.path("gone/e.png"));
+                Sandbox::writeFile(dir + "/f.png");
+            },
+            Event::created, "f.png");
         QVERIFY(!saw(Event::created, "e.png")); // the moved folder is no longer ours
     }
 
@@ -217,7 +222,8 @@ private Q_SLOTS:
         QDir(rig.box.home() + "/Desktop").removeRecursively();
         QDir(toolFolder).removeRecursively();
         QTRY_VERIFY_WITH_TIMEOUT(rig.itemNames().isEmpty(), 5000);
-        QVERIFY(rig.shelf->home() == QUrl::fromLocalFile(toolFolder) && rig.shelf->folderCounts().value(rig.shelf->home()) == 0);
+        QVERIFY(rig.shelf->home() == QUrl::fromLocalFile(toolFolder)
+                && rig.shelf->folderCounts().value(rig.shelf->home()) == 0);
     }
 };
 

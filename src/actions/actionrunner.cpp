@@ -46,7 +46,8 @@ void ActionRunner::run(Work work, QObject *requester, Done done)
             const std::lock_guard<std::mutex> lock(m_landedLock);
             m_landed.append({id, std::move(result)});
         }
-        QMetaObject::invokeMethod(this, [this] { deliver(true); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { deliver(true); }, Qt::QueuedConnection);
     });
 }
 
@@ -71,67 +72,79 @@ void ActionRunner::deliver(bool callBack)
 
 void ActionRunner::duplicate(const QList<QUrl> &files, QObject *requester, Done done)
 {
-    run([files] {
-        FileWorkResult result;
-        result.written = FileActions::duplicate(files);
-        result.count = result.written.size();
-        return result;
-    }, requester, std::move(done));
+    run(
+        [files] {
+            FileWorkResult result;
+            result.written = FileActions::duplicate(files);
+            result.count = result.written.size();
+            return result;
+        },
+        requester, std::move(done));
 }
 
 void ActionRunner::resizeHalf(const QList<QUrl> &files, QObject *requester, Done done)
 {
-    run([files] {
-        FileWorkResult result;
-        result.written = FileActions::resizeHalf(files);
-        result.count = result.written.size();
-        return result;
-    }, requester, std::move(done));
+    run(
+        [files] {
+            FileWorkResult result;
+            result.written = FileActions::resizeHalf(files);
+            result.count = result.written.size();
+            return result;
+        },
+        requester, std::move(done));
 }
 
 void ActionRunner::convertToJPG(const QList<QUrl> &files, QObject *requester, Done done)
 {
-    run([files] {
-        FileWorkResult result;
-        result.written = FileActions::convertToJPG(files);
-        result.count = result.written.size();
-        return result;
-    }, requester, std::move(done));
+    run(
+        [files] {
+            FileWorkResult result;
+            result.written = FileActions::convertToJPG(files);
+            result.count = result.written.size();
+            return result;
+        },
+        requester, std::move(done));
 }
 
 void ActionRunner::move(const QList<QUrl> &files, const QUrl &folder, QObject *requester, Done done)
 {
-    run([files, folder] {
-        FileWorkResult result;
-        result.moves = FileActions::move(files, folder);
-        result.count = result.moves.size();
-        return result;
-    }, requester, std::move(done));
+    run(
+        [files, folder] {
+            FileWorkResult result;
+            result.moves = FileActions::move(files, folder);
+            result.count = result.moves.size();
+            return result;
+        },
+        requester, std::move(done));
 }
 
 void ActionRunner::trash(const QList<QUrl> &files, const FileStamps &expected, QObject *requester, Done done)
 {
     Trash *trash = &m_trash;
-    run([files, expected, trash] {
-        QList<QUrl> unchanged;
-        for (const QUrl &file : files) {
-            const auto wanted = expected.constFind(file);
-            // Checked as late as can be, just before the file is moved.
-            if (wanted == expected.cend() || stampOf(LocalPaths::pathBytes(LocalPaths::localPath(file))) == *wanted)
-                unchanged.append(file);
-        }
-        FileWorkResult result;
-        result.count = FileActions::trash(unchanged, *trash);
-        return result;
-    }, requester, std::move(done));
+    run(
+        [files, expected, trash] {
+            QList<QUrl> unchanged;
+            for (const QUrl &file : files) {
+                const auto wanted = expected.constFind(file);
+                // Checked as late as can be, just before the file is moved.
+                if (wanted == expected.cend() || stampOf(LocalPaths::pathBytes(LocalPaths::localPath(file))) == *wanted)
+                    unchanged.append(file);
+            }
+            FileWorkResult result;
+            result.count = FileActions::trash(unchanged, *trash);
+            return result;
+        },
+        requester, std::move(done));
 }
 
 void ActionRunner::trash(const QList<QUrl> &files, QObject *requester, Done done)
 {
     Trash *trash = &m_trash;
-    run([files, trash] {
-        FileWorkResult result;
-        result.count = FileActions::trash(files, *trash);
-        return result;
-    }, requester, std::move(done));
+    run(
+        [files, trash] {
+            FileWorkResult result;
+            result.count = FileActions::trash(files, *trash);
+            return result;
+        },
+        requester, std::move(done));
 }

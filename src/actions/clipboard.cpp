@@ -2,8 +2,8 @@
 // and a single image also as a picture for editors and chat programs.
 #include "actions/fileactions.h"
 
-#include "files/pngrows.h"
 #include "files/localpaths.h"
+#include "files/pngrows.h"
 #include "files/safefiles.h"
 
 #include <QBuffer>
@@ -22,8 +22,7 @@ namespace {
 
 QClipboard *clipboard()
 {
-    return qobject_cast<QGuiApplication *>(QCoreApplication::instance()) ? QGuiApplication::clipboard()
-                                                                         : nullptr;
+    return qobject_cast<QGuiApplication *>(QCoreApplication::instance()) ? QGuiApplication::clipboard() : nullptr;
 }
 
 // The image as PNG bytes: a PNG file as it is (no decode, no re-encode),
@@ -79,11 +78,21 @@ QString pathLine(const QString &path)
     QString quoted = QStringLiteral("$'");
     for (const QChar c : path) {
         switch (c.unicode()) {
-        case '\\': quoted += QLatin1String("\\\\"); break;
-        case '\'': quoted += QLatin1String("\\'"); break;
-        case '\n': quoted += QLatin1String("\\n"); break;
-        case '\t': quoted += QLatin1String("\\t"); break;
-        case '\r': quoted += QLatin1String("\\r"); break;
+        case '\\':
+            quoted += QLatin1String("\\\\");
+            break;
+        case '\'':
+            quoted += QLatin1String("\\'");
+            break;
+        case '\n':
+            quoted += QLatin1String("\\n");
+            break;
+        case '\t':
+            quoted += QLatin1String("\\t");
+            break;
+        case '\r':
+            quoted += QLatin1String("\\r");
+            break;
         default:
             if (isControl(c.unicode()))
                 quoted += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
@@ -124,8 +133,8 @@ QByteArray markdownUrl(const QUrl &file)
     QByteArray url;
     url.reserve(encoded.size());
     for (const char c : encoded) {
-        const bool plain = uchar(c) > 0x20 && uchar(c) < 0x7f
-                           && std::string_view("()[]<>&\\'\"`").find(c) == std::string_view::npos;
+        const bool plain =
+            uchar(c) > 0x20 && uchar(c) < 0x7f && std::string_view("()[]<>&\\'\"`").find(c) == std::string_view::npos;
         if (!plain) {
             static const char hex[] = "0123456789ABCDEF";
             url += '%';

@@ -95,5 +95,5 @@ public:
     // Writes `image` to a temporary file in the folder of `wanted`, then puts
     // it in place under uniqueURL(wanted). Returns the final path or "".
     [[nodiscard]] static QString writeImage(const QImage &image, const QString &wanted, const char *format,
-                              int quality = -1);
+                                            int quality = -1);
 };

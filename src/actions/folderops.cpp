@@ -6,8 +6,8 @@
 #include "model/shelf.h"
 
 #include <QFile>
-#include <QPointer>
 #include <QFileInfo>
+#include <QPointer>
 
 #include <sys/stat.h>
 
@@ -17,8 +17,7 @@ TextPromptRequest newFolderRequest(const QUrl &home)
 {
     TextPromptRequest request;
     request.message = QStringLiteral("New Folder");
-    request.informativeText =
-        QStringLiteral("Created inside %1.").arg(QFileInfo(home.toLocalFile()).fileName());
+    request.informativeText = QStringLiteral("Created inside %1.").arg(QFileInfo(home.toLocalFile()).fileName());
     request.placeholder = QStringLiteral("Folder name");
     request.confirmButton = QStringLiteral("Create");
     request.cancelButton = QStringLiteral("Cancel");
@@ -78,8 +77,7 @@ void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Count d
     });
 }
 
-void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner,
-                  Count done)
+void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner, Count done)
 {
     runner.move(files, Shelf::folderKey(folder), &shelf, [&shelf, done](const FileWorkResult &result) {
         if (result.count >= 1) {

@@ -44,8 +44,7 @@ void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Count d
 
 // Files dropped on a folder row: moved there; if any moved, the selection
 // is emptied and the shelf rescans.
-void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner,
-                  Count done = {});
+void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner, Count done = {});
 
 // Files dropped on the grid: moved into the current folder; if any moved,
 // the shelf rescans (the selection is left to the scan).

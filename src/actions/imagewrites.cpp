@@ -22,10 +22,7 @@
 
 namespace {
 
-QString besideFile(const QFileInfo &info, const QString &name)
-{
-    return info.absolutePath() + QLatin1Char('/') + name;
-}
+QString besideFile(const QFileInfo &info, const QString &name) { return info.absolutePath() + QLatin1Char('/') + name; }
 
 // A PNG whole, its rows copied as they are read: 3 bytes a pixel when
 // opaque. Failed for one that is damaged or would not fit the bound;
@@ -96,8 +93,7 @@ std::optional<QImage> FileActions::readImage(const QString &path)
     return image;
 }
 
-QString FileActions::writeImage(const QImage &image, const QString &wanted, const char *format,
-                                int quality)
+QString FileActions::writeImage(const QImage &image, const QString &wanted, const char *format, int quality)
 {
     const auto temp = SafeFiles::createTemp(QFileInfo(wanted).absolutePath());
     if (!temp)
@@ -126,7 +122,8 @@ QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
         const QFileInfo info(LocalPaths::localPath(file));
         // A PNG is averaged down as its rows are read: never held whole.
         const PngScale::Result png = PngScale::readScaled(
-            info.absoluteFilePath(), [](QSize full) { return QSize(full.width() / 2, full.height() / 2); }, maxDecodeBytes);
+            info.absoluteFilePath(), [](QSize full) { return QSize(full.width() / 2, full.height() / 2); },
+            maxDecodeBytes);
         if (png.outcome == PngScale::Outcome::Failed)
             continue;
         if (png.outcome == PngScale::Outcome::Done) {
@@ -140,11 +137,10 @@ QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
             continue;
         if (image->colorSpace().isValid() && image->colorSpace() != QColorSpace(QColorSpace::SRgb))
             image->convertToColorSpace(QColorSpace::SRgb);
-        const QImage half = image->convertToFormat(image->hasAlphaChannel()
-                                                       ? QImage::Format_ARGB32_Premultiplied
-                                                       : QImage::Format_RGB32)
-                                .scaled(image->width() / 2, image->height() / 2,
-                                        Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        const QImage half =
+            image
+                ->convertToFormat(image->hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32)
+                .scaled(image->width() / 2, image->height() / 2, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         if (half.isNull())
             continue;
         const QString placed = writeImage(half, besideFile(info, halfSizeName(info.fileName())), "png");
@@ -188,8 +184,7 @@ QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
         } else {
             flat = std::move(*image);
         }
-        const QString placed =
-            writeImage(flat, besideFile(info, jpgName(info.fileName())), "jpeg", jpegQuality);
+        const QString placed = writeImage(flat, besideFile(info, jpgName(info.fileName())), "jpeg", jpegQuality);
         if (!placed.isEmpty())
             written.append(LocalPaths::fileUrl(placed));
     }

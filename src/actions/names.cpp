@@ -41,10 +41,9 @@ const QList<QString> kPrefixes = {
 };
 
 const QList<QString> kSeparators = {
-    QStringLiteral(" at "),  QStringLiteral(" um "),     QStringLiteral(" \u00E0 "),
-    QStringLiteral(" a las "), QStringLiteral(" alle "), QStringLiteral(" om "),
-    QStringLiteral(" \u00E0s "), QStringLiteral(" kl. "), QStringLiteral(" klo "),
-    QStringLiteral(" o "),   QStringLiteral(" \u0432 "),
+    QStringLiteral(" at "),   QStringLiteral(" um "), QStringLiteral(" \u00E0 "),  QStringLiteral(" a las "),
+    QStringLiteral(" alle "), QStringLiteral(" om "), QStringLiteral(" \u00E0s "), QStringLiteral(" kl. "),
+    QStringLiteral(" klo "),  QStringLiteral(" o "),  QStringLiteral(" \u0432 "),
 };
 
 // Names and tables are compared in one normal form, so a name written with
@@ -95,8 +94,7 @@ FileActions::Moves cleanUpNames(const QList<QUrl> &files)
         if (!SafeFiles::isValidEntryName(newName, folder)
             || (newName.startsWith(QLatin1Char('.')) && !oldName.startsWith(QLatin1Char('.'))))
             continue;
-        const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(),
-                                                     folder + QLatin1Char('/') + newName);
+        const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(), folder + QLatin1Char('/') + newName);
         if (!placed.isEmpty())
             renamed.append({file, LocalPaths::fileUrl(placed)});
     }
@@ -111,9 +109,9 @@ void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, ActionRunner &run
     // Always "screenshots": the count is of the listing, not of the names
     // that will change.
     request.message = QStringLiteral("Clean up the names of %1 screenshots?").arg(items.size());
-    request.informativeText = QStringLiteral(
-        "\u201CScreenshot 2026-10-08 at 05.12.49.png\u201D becomes \u201C2026-10-08 05.12.49.png\u201D. "
-        "Only files in the current folder are renamed.");
+    request.informativeText =
+        QStringLiteral("\u201CScreenshot 2026-10-08 at 05.12.49.png\u201D becomes \u201C2026-10-08 05.12.49.png\u201D. "
+                       "Only files in the current folder are renamed.");
     request.confirmButton = QStringLiteral("Clean Up");
     request.cancelButton = QStringLiteral("Cancel");
     QPointer<const Shelf> source(&shelf);

@@ -13,13 +13,13 @@
 // A modal alert with a one-line text field.
 struct TextPromptRequest
 {
-    QString message;        // the alert's bold message
+    QString message;         // the alert's bold message
     QString informativeText; // the smaller text below it; may be empty
-    QString text;           // the field's initial text
-    QString placeholder;    // shown while the field is empty
-    QString confirmButton;  // first button, the default
+    QString text;            // the field's initial text
+    QString placeholder;     // shown while the field is empty
+    QString confirmButton;   // first button, the default
     QString cancelButton;
-    int fieldWidth = 300;   // the field's size in points
+    int fieldWidth = 300; // the field's size in points
     int fieldHeight = 24;
     // Select the name without its extension when the field opens, so typing
     // replaces the name and keeps ".png".

@@ -1,8 +1,5 @@
 #include "app/appdelegate.h"
 
-#include "app/commandline.h"
-#include "app/diagnostics.h"
-#include "app/loginprompts.h"
 #include "actions/actionrunner.h"
 #include "actions/fileactions.h"
 #include "actions/folderops.h"
@@ -13,26 +10,29 @@
 #include "actions/views/promptdialogs.h"
 #include "actions/views/quicklook.h"
 #include "actions/views/screens.h"
+#include "app/commandline.h"
+#include "app/diagnostics.h"
+#include "app/loginprompts.h"
 #include "app/mainmenu.h"
 #include "meta/textindexer.h"
 #include "meta/thumbs.h"
 #include "model/shelf.h"
+#include "platform/applauncher.h"
+#include "platform/filemanager.h"
 #include "system/capturelocation.h"
 #include "system/hotkey.h"
 #include "system/loginitem.h"
-#include "system/systemthumbnail.h"
 #include "system/prefs.h"
+#include "system/systemthumbnail.h"
+#include "system/texts.h"
 #include "tidy/autotidy.h"
 #include "ui/appicon.h"
 #include "ui/flash.h"
 #include "ui/folderchooserdialog.h"
+#include "ui/foldercolumn.h"
 #include "ui/notifications.h"
-#include "system/texts.h"
 #include "ui/settingssheet.h"
 #include "ui/shelfcommands.h"
-#include "platform/applauncher.h"
-#include "platform/filemanager.h"
-#include "ui/foldercolumn.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelfview.h"
 #include "ui/shelfwindow.h"
@@ -93,8 +93,7 @@ class HandingOverLauncher : public AppLauncher
 public:
     HandingOverLauncher(AppLauncher &launcher, std::function<void()> before)
         : m_launcher(launcher), m_before(std::move(before))
-    {
-    }
+    {}
     void open(const QUrl &file) override
     {
         m_before();
@@ -118,8 +117,7 @@ class HandingOverFileManager : public FileManager
 public:
     HandingOverFileManager(FileManager &manager, std::function<void()> before)
         : m_manager(manager), m_before(std::move(before))
-    {
-    }
+    {}
     void showItems(const QList<QUrl> &files) override
     {
         m_before();
@@ -138,20 +136,17 @@ private:
 
 } // namespace
 
-AppDelegate::AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp,
-                         QObject *parent)
+AppDelegate::AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp, QObject *parent)
     : QObject(parent), m_prefs(prefs), m_capture(capture),
       m_launcher(std::make_unique<HandingOverLauncher>(AppLauncher::shared(), [this] { handOver(); })),
       m_fileManager(std::make_unique<HandingOverFileManager>(FileManager::shared(), [this] { handOver(); })),
-      m_meta(meta),
-      m_systemThumbnail(std::make_unique<SystemThumbnail>(capture.settings())),
+      m_meta(meta), m_systemThumbnail(std::make_unique<SystemThumbnail>(capture.settings())),
       m_shelf(std::make_unique<Shelf>(prefs, capture, meta, frontApp)),
       m_loginPrompts(std::make_unique<DialogLoginPrompts>()),
-      m_loginItem(std::make_unique<LoginItem>(prefs, LoginItem::defaultEntryPath(), programPath(),
-                                              m_loginPrompts.get(), QCoreApplication::applicationPid())),
+      m_loginItem(std::make_unique<LoginItem>(prefs, LoginItem::defaultEntryPath(), programPath(), m_loginPrompts.get(),
+                                              QCoreApplication::applicationPid())),
       m_hooks(std::make_unique<DiagnosticHooks>(*this))
-{
-}
+{}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -240,7 +235,8 @@ void AppDelegate::buildWindow()
     m_quickLook = std::make_unique<QuickLook>();
     m_pins = std::make_unique<Pins>();
     m_folderPrompt = std::make_unique<DialogTextPrompt>(m_window.get());
-    view->setSidebar(new FolderColumn(m_shelf.get(), {m_runner.get(), m_fileManager.get(), m_folderPrompt.get(), m_meta}));
+    view->setSidebar(
+        new FolderColumn(m_shelf.get(), {m_runner.get(), m_fileManager.get(), m_folderPrompt.get(), m_meta}));
     ShelfCommands::Parts parts;
     parts.launcher = m_launcher.get();
     parts.runner = m_runner.get();
@@ -270,9 +266,8 @@ void AppDelegate::buildWindow()
     cardParts.contextMenu = [this](const QList<QUrl> &files, const QPoint &at) { return popupFileMenu(files, at); };
     m_flash = std::make_unique<Flash>(std::move(cardParts));
     connect(m_flash.get(), &Flash::shown, this, [this](FlashPanel *card) { m_hooks->afterFlashShown(card); });
-    connect(m_flash.get(), &Flash::gone, this, [this](const QUrl &url, qint64 msOnScreen) {
-        m_hooks->afterFlashGone(url, msOnScreen);
-    });
+    connect(m_flash.get(), &Flash::gone, this,
+            [this](const QUrl &url, qint64 msOnScreen) { m_hooks->afterFlashGone(url, msOnScreen); });
     m_mainMenu->attachTo(m_window.get());
     view->setMainMenu(m_mainMenu->menus());
     // The window commands (Ctrl+W, Ctrl+F, Ctrl+,, Ctrl+Q) work in the
@@ -368,8 +363,8 @@ QSizeF AppDelegate::defaultShelfSize(const QRectF &vf, double cellWidth)
     }
     cell = std::max(cell, Shelf::smallestCellWidth);
     const double width = std::min(maxW, chromeW + cell * n);
-    const double height = std::min(maxH, (cell * cellHeightFactor + cellCaptionHeight) * rows + chromeHeight
-                                             + (rows - 1) * rowGap);
+    const double height =
+        std::min(maxH, (cell * cellHeightFactor + cellCaptionHeight) * rows + chromeHeight + (rows - 1) * rowGap);
     return {width, height};
 }
 

@@ -60,8 +60,7 @@ public:
     static constexpr int zoomStep = 40;
 
     // `frontApp` may be null (the shelf then records no front application).
-    AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp,
-                QObject *parent = nullptr);
+    AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp, QObject *parent = nullptr);
     ~AppDelegate() override;
 
     // The launch sequence; run once the event loop has started.

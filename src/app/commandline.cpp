@@ -39,11 +39,17 @@ constexpr qsizetype recordsPerRequest = 100;
 // from a session manager): passed on to the application, not ours to judge.
 bool isQtOption(const QString &argument, bool *takesValue)
 {
-    static const QStringList withValue = {
-        QStringLiteral("-platform"), QStringLiteral("-platformpluginpath"), QStringLiteral("-platformtheme"),
-        QStringLiteral("-plugin"), QStringLiteral("-display"), QStringLiteral("-style"),
-        QStringLiteral("-stylesheet"), QStringLiteral("-session"), QStringLiteral("-qwindowgeometry"),
-        QStringLiteral("-geometry"), QStringLiteral("-name")};
+    static const QStringList withValue = {QStringLiteral("-platform"),
+                                          QStringLiteral("-platformpluginpath"),
+                                          QStringLiteral("-platformtheme"),
+                                          QStringLiteral("-plugin"),
+                                          QStringLiteral("-display"),
+                                          QStringLiteral("-style"),
+                                          QStringLiteral("-stylesheet"),
+                                          QStringLiteral("-session"),
+                                          QStringLiteral("-qwindowgeometry"),
+                                          QStringLiteral("-geometry"),
+                                          QStringLiteral("-name")};
     static const QStringList alone = {QStringLiteral("-reverse"), QStringLiteral("-widgetcount")};
     *takesValue = withValue.contains(argument);
     return *takesValue || alone.contains(argument);
@@ -139,8 +145,7 @@ int runSearch(const QString &query, Listing listing)
             const std::optional<FileStamp> stamp = stampOf(LocalPaths::pathBytes(path));
             item.insert(QStringLiteral("date"),
                         stamp ? isoDate(QDateTime::fromMSecsSinceEpoch(stamp->mtimeNs / 1000000)) : QString());
-            item.insert(QStringLiteral("application"),
-                        record && record->app ? QJsonValue(*record->app) : QJsonValue());
+            item.insert(QStringLiteral("application"), record && record->app ? QJsonValue(*record->app) : QJsonValue());
             // Text recognised before the file last changed is another picture's.
             item.insert(QStringLiteral("text"), record && record->hasTextFor(shelf.modified(url))
                                                     ? QJsonValue(record->text->toString())
@@ -320,7 +325,8 @@ int runRecognise(const QStringList &paths)
     for (const QUrl &file : std::as_const(files)) {
         const std::optional<FileMeta> record = scratch.meta(file);
         if (unreadable.contains(file) || !record || !record->text) {
-            say(stderr, QStringLiteral("brindlewick: not a readable image: ") + LocalPaths::localPath(file) + QLatin1Char('\n'));
+            say(stderr, QStringLiteral("brindlewick: not a readable image: ") + LocalPaths::localPath(file)
+                            + QLatin1Char('\n'));
             status = 1;
             continue;
         }
@@ -397,9 +403,9 @@ CommandLine runCommandLine(int argc, char *argv[])
         return result;
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Keeps your screenshots at hand: a tray icon and a shelf of your screenshot folder.\n"
-        "With no option it starts (or shows the running one's shelf)."));
+    parser.setApplicationDescription(
+        QStringLiteral("Keeps your screenshots at hand: a tray icon and a shelf of your screenshot folder.\n"
+                       "With no option it starts (or shows the running one's shelf)."));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Show this help and exit."));
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
@@ -429,8 +435,8 @@ CommandLine runCommandLine(int argc, char *argv[])
                                  QStringLiteral("[PATH...]"));
 
     const bool parsed = parser.parse(arguments);
-    const int commands = int(parser.isSet(search)) + int(parser.isSet(recognise)) + int(parser.isSet(login))
-                         + int(parser.isSet(toggle));
+    const int commands =
+        int(parser.isSet(search)) + int(parser.isSet(recognise)) + int(parser.isSet(login)) + int(parser.isSet(toggle));
     QString problem;
     if (!parsed)
         problem = parser.errorText();

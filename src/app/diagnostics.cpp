@@ -15,12 +15,12 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
-#include <QScrollBar>
-#include <QToolButton>
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QSaveFile>
+#include <QScrollBar>
 #include <QTimer>
+#include <QToolButton>
 #include <QWindow>
 
 #include <algorithm>
@@ -48,9 +48,9 @@ bool hookSet(const char *name) { return qEnvironmentVariableIsSet(name); }
 
 bool anyHookSet()
 {
-    for (const char *name : {"BRINDLEWICK_DEBUG", "BRINDLEWICK_OPEN", "BRINDLEWICK_SETTINGS", "BRINDLEWICK_CLICK",
-                             "BRINDLEWICK_MARQUEE", "BRINDLEWICK_KEY", "BRINDLEWICK_SNAPSHOT",
-                             "BRINDLEWICK_SNAPSHOT_SETTINGS", "BRINDLEWICK_SNAPSHOT_FLASH"}) {
+    for (const char *name :
+         {"BRINDLEWICK_DEBUG", "BRINDLEWICK_OPEN", "BRINDLEWICK_SETTINGS", "BRINDLEWICK_CLICK", "BRINDLEWICK_MARQUEE",
+          "BRINDLEWICK_KEY", "BRINDLEWICK_SNAPSHOT", "BRINDLEWICK_SNAPSHOT_SETTINGS", "BRINDLEWICK_SNAPSHOT_FLASH"}) {
         if (hookSet(name))
             return true;
     }
@@ -91,8 +91,8 @@ void postMouse(ShelfWindow *window, QEvent::Type type, const QPointF &at, Qt::Mo
         return;
     // Addressed to the native window, as the window system would, so Qt
     // finds the widget under the point and tracks the press itself.
-    QCoreApplication::postEvent(handle, new QMouseEvent(type, at, at, window->mapToGlobal(at), button,
-                                                        buttons, Qt::NoModifier));
+    QCoreApplication::postEvent(
+        handle, new QMouseEvent(type, at, at, window->mapToGlobal(at), button, buttons, Qt::NoModifier));
 }
 
 QString placeText(const QRect &r)
@@ -115,17 +115,20 @@ public:
             return false;
         // Once it has been placed and laid out.
         QPointer<QMenu> shown(menu);
-        QMetaObject::invokeMethod(menu, [this, shown] {
-            if (!shown || !shown->isVisible())
-                return;
-            m_log(QStringLiteral("menu shown ") + placeText(shown->geometry()));
-            for (QAction *action : shown->actions()) {
-                if (action->isSeparator() || !action->isVisible())
-                    continue;
-                const QRect r = shown->actionGeometry(action).translated(shown->geometry().topLeft());
-                m_log(QStringLiteral("menu item %1 %2").arg(action->text(), placeText(r)));
-            }
-        }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            menu,
+            [this, shown] {
+                if (!shown || !shown->isVisible())
+                    return;
+                m_log(QStringLiteral("menu shown ") + placeText(shown->geometry()));
+                for (QAction *action : shown->actions()) {
+                    if (action->isSeparator() || !action->isVisible())
+                        continue;
+                    const QRect r = shown->actionGeometry(action).translated(shown->geometry().topLeft());
+                    m_log(QStringLiteral("menu item %1 %2").arg(action->text(), placeText(r)));
+                }
+            },
+            Qt::QueuedConnection);
         return false;
     }
 
@@ -262,7 +265,8 @@ void DiagnosticHooks::reportPlaces() const
     if (!window || !window->isVisible())
         return;
     auto place = [this](const QString &what, const QWidget *widget, const QRect &local) {
-        log(QStringLiteral("place %1 %2").arg(what, placeText(QRect(widget->mapToGlobal(local.topLeft()), local.size()))));
+        log(QStringLiteral("place %1 %2")
+                .arg(what, placeText(QRect(widget->mapToGlobal(local.topLeft()), local.size()))));
     };
     if (auto *toolbar = window->findChild<ShelfToolbar *>()) {
         place(QStringLiteral("search field"), toolbar->searchField(), toolbar->searchField()->rect());
@@ -277,7 +281,8 @@ void DiagnosticHooks::reportPlaces() const
         const QPoint scroll(column->horizontalScrollBar()->value(), column->verticalScrollBar()->value());
         for (const FolderColumn::Row &row : column->rows()) {
             if (row.kind == FolderColumn::Row::folderRow || row.kind == FolderColumn::Row::homeRow)
-                place(QStringLiteral("folder ") + (row.kind == FolderColumn::Row::homeRow ? QStringLiteral("Home") : row.title),
+                place(QStringLiteral("folder ")
+                          + (row.kind == FolderColumn::Row::homeRow ? QStringLiteral("Home") : row.title),
                       column->viewport(), row.rect.translated(-scroll));
         }
     }
@@ -311,7 +316,8 @@ void DiagnosticHooks::afterFlashShown(QWidget *card)
         return;
     const auto *panel = qobject_cast<FlashPanel *>(card);
     const QString name = panel ? panel->url().fileName() : QString();
-    log(QStringLiteral("flash shown %1 %2x%3").arg(name, QString::number(card->width()), QString::number(card->height())));
+    log(QStringLiteral("flash shown %1 %2x%3")
+            .arg(name, QString::number(card->width()), QString::number(card->height())));
     const QString path = qEnvironmentVariable("BRINDLEWICK_SNAPSHOT_FLASH");
     if (!path.isEmpty())
         snapshotWindow(card, path);
@@ -344,7 +350,8 @@ std::optional<DiagnosticHooks::KeyToken> DiagnosticHooks::parseKeyToken(const QS
     QString rest = token.mid(i);
     if (rest.startsWith(QLatin1Char('+')))
         rest = rest.mid(1);
-    if (rest.isEmpty() || !std::all_of(rest.cbegin(), rest.cend(), [](QChar c) { return c.isDigit() && c.unicode() < 128; }))
+    if (rest.isEmpty()
+        || !std::all_of(rest.cbegin(), rest.cend(), [](QChar c) { return c.isDigit() && c.unicode() < 128; }))
         return std::nullopt;
     bool ok = false;
     const uint code = rest.toUInt(&ok);
@@ -394,7 +401,8 @@ void DiagnosticHooks::writeSnapshot(const QPixmap &image, const QString &path) c
         return;
     if (!image.save(&file, "PNG") || !file.commit())
         return;
-    log(QStringLiteral("snapshot %1x%2 -> %3").arg(QString::number(image.width()), QString::number(image.height()), path));
+    log(QStringLiteral("snapshot %1x%2 -> %3")
+            .arg(QString::number(image.width()), QString::number(image.height()), path));
 }
 
 void DiagnosticHooks::click(Done done)
@@ -508,8 +516,7 @@ void DiagnosticHooks::sendKey(const QString &tokenText, Done done)
         QString text = (modifiers & Qt::ControlModifier) ? QString() : KeyTable::textForVirtualCode(token->code);
         if (modifiers & Qt::ShiftModifier)
             text = text.toUpper();
-        QCoreApplication::postEvent(window->windowHandle(),
-                                    new QKeyEvent(QEvent::KeyPress, key->key, modifiers, text));
+        QCoreApplication::postEvent(window->windowHandle(), new QKeyEvent(QEvent::KeyPress, key->key, modifiers, text));
     }
     const qint64 sentMs = m_lastKeyMs;
     const QString text = token->text;
@@ -536,8 +543,9 @@ void DiagnosticHooks::reportKey(const QString &text) const
         const QRect r = *cell;
         const int h = window->height();
         const bool fully = r.top() >= 0 && r.top() + r.height() <= h;
-        line += (fully ? QStringLiteral(" cursor cell fully visible (y ") : QStringLiteral(" cursor cell OFFSCREEN (y "))
-                + QStringLiteral("%1\u2013%2 of %3)").arg(r.top()).arg(r.top() + r.height()).arg(h);
+        line +=
+            (fully ? QStringLiteral(" cursor cell fully visible (y ") : QStringLiteral(" cursor cell OFFSCREEN (y "))
+            + QStringLiteral("%1\u2013%2 of %3)").arg(r.top()).arg(r.top() + r.height()).arg(h);
     }
     if (m_delegate->quickLook().isOpen())
         line += QStringLiteral(" preview ") + m_delegate->quickLook().currentURL().fileName();

@@ -30,9 +30,7 @@ void DialogLoginPrompts::showRegistrationError(const QString &title, const QStri
     QPushButton *open = box->addButton(Texts::openLoginItems, QMessageBox::AcceptRole);
     QPushButton *ok = box->addButton(QMessageBox::Ok);
     box->setDefaultButton(ok);
-    QObject::connect(box, &QMessageBox::finished, box, [box, open, answer] {
-        answer(box->clickedButton() == open);
-    });
+    QObject::connect(box, &QMessageBox::finished, box, [box, open, answer] { answer(box->clickedButton() == open); });
     box->open();
 }
 

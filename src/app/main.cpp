@@ -52,8 +52,8 @@ int main(int argc, char *argv[])
                    stderr);
         return 1;
     }
-    const QByteArray platform = preferredQtPlatform(
-        sessionKind(), qEnvironmentVariableIsSet("QT_QPA_PLATFORM"), !qEnvironmentVariableIsEmpty("DISPLAY"));
+    const QByteArray platform = preferredQtPlatform(sessionKind(), qEnvironmentVariableIsSet("QT_QPA_PLATFORM"),
+                                                    !qEnvironmentVariableIsEmpty("DISPLAY"));
     if (!platform.isEmpty())
         qputenv("QT_QPA_PLATFORM", platform);
     QApplication app(argc, argv);

@@ -44,20 +44,22 @@ QAction *addItem(QMenu *menu, const QString &title, const QList<QKeySequence> &k
 
 MainMenu::MainMenu(AppDelegate &delegate)
     : m_application(std::make_unique<QMenu>(QStringLiteral("Brindlewick"))),
-      m_edit(std::make_unique<QMenu>(QStringLiteral("Edit"))),
-      m_view(std::make_unique<QMenu>(QStringLiteral("View"))),
+      m_edit(std::make_unique<QMenu>(QStringLiteral("Edit"))), m_view(std::make_unique<QMenu>(QStringLiteral("View"))),
       m_window(std::make_unique<QMenu>(QStringLiteral("Window")))
 {
     AppDelegate *app = &delegate;
-    QObject::connect(addItem(m_application.get(), QStringLiteral("About Brindlewick")), &QAction::triggered,
-                     app, &AppDelegate::showAbout);
+    QObject::connect(addItem(m_application.get(), QStringLiteral("About Brindlewick")), &QAction::triggered, app,
+                     &AppDelegate::showAbout);
     m_application->addSeparator();
-    QAction *settings = addItem(m_application.get(), QStringLiteral("Settings…"), {QKeySequence(Qt::CTRL | Qt::Key_Comma)});
+    QAction *settings =
+        addItem(m_application.get(), QStringLiteral("Settings…"), {QKeySequence(Qt::CTRL | Qt::Key_Comma)});
     QObject::connect(settings, &QAction::triggered, app, &AppDelegate::openSettingsFromMenu);
     m_application->addSeparator();
-    QAction *hide = addItem(m_application.get(), QStringLiteral("Hide Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_H)});
+    QAction *hide =
+        addItem(m_application.get(), QStringLiteral("Hide Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_H)});
     QObject::connect(hide, &QAction::triggered, app, &AppDelegate::hideApplication);
-    QAction *quit = addItem(m_application.get(), QStringLiteral("Quit Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_Q)});
+    QAction *quit =
+        addItem(m_application.get(), QStringLiteral("Quit Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_Q)});
     QObject::connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
 
     QObject::connect(addItem(m_edit.get(), QStringLiteral("Undo"), {QKeySequence(Qt::CTRL | Qt::Key_Z)}),
@@ -95,10 +97,12 @@ MainMenu::MainMenu(AppDelegate &delegate)
     QObject::connect(addItem(m_view.get(), QStringLiteral("Bigger Thumbnails"),
                              {QKeySequence(Qt::CTRL | Qt::Key_Plus), QKeySequence(Qt::CTRL | Qt::Key_Equal)}),
                      &QAction::triggered, app, &AppDelegate::zoomIn);
-    QObject::connect(addItem(m_view.get(), QStringLiteral("Smaller Thumbnails"), {QKeySequence(Qt::CTRL | Qt::Key_Minus)}),
-                     &QAction::triggered, app, &AppDelegate::zoomOut);
-    QObject::connect(addItem(m_view.get(), QStringLiteral("Default Thumbnail Size"), {QKeySequence(Qt::CTRL | Qt::Key_0)}),
-                     &QAction::triggered, app, &AppDelegate::zoomReset);
+    QObject::connect(
+        addItem(m_view.get(), QStringLiteral("Smaller Thumbnails"), {QKeySequence(Qt::CTRL | Qt::Key_Minus)}),
+        &QAction::triggered, app, &AppDelegate::zoomOut);
+    QObject::connect(
+        addItem(m_view.get(), QStringLiteral("Default Thumbnail Size"), {QKeySequence(Qt::CTRL | Qt::Key_0)}),
+        &QAction::triggered, app, &AppDelegate::zoomReset);
 
     // Closing the shelf only hides it (it is never destroyed).
     QAction *close = addItem(m_window.get(), QStringLiteral("Close"), {QKeySequence(Qt::CTRL | Qt::Key_W)});
@@ -112,10 +116,7 @@ MainMenu::MainMenu(AppDelegate &delegate)
 
 MainMenu::~MainMenu() = default;
 
-QList<QMenu *> MainMenu::menus() const
-{
-    return {m_application.get(), m_edit.get(), m_view.get(), m_window.get()};
-}
+QList<QMenu *> MainMenu::menus() const { return {m_application.get(), m_edit.get(), m_view.get(), m_window.get()}; }
 
 void MainMenu::attachTo(QWidget *window)
 {

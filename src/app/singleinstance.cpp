@@ -44,8 +44,7 @@ bool isPrivateFolder(const QString &path, bool exact, QString *problem)
 
 } // namespace
 
-SingleInstance::SingleInstance(QString basePath, QObject *parent)
-    : QObject(parent), m_socketPath(std::move(basePath))
+SingleInstance::SingleInstance(QString basePath, QObject *parent) : QObject(parent), m_socketPath(std::move(basePath))
 {
     // Others must not be able to put a file of theirs where ours go.
     (void)isPrivateFolder(QFileInfo(m_socketPath).absolutePath(), false, &m_problem);

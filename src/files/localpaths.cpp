@@ -39,8 +39,7 @@ int validSequence(const unsigned char *p, qsizetype left, char32_t *code)
         c = (c << 6) | (p[i] & 0x3F);
     }
     // Overlong forms, surrogates and code points past U+10FFFF are not UTF-8.
-    if ((length == 3 && c < 0x800) || (length == 4 && (c < 0x10000 || c > 0x10FFFF))
-        || (c >= 0xD800 && c <= 0xDFFF))
+    if ((length == 3 && c < 0x800) || (length == 4 && (c < 0x10000 || c > 0x10FFFF)) || (c >= 0xD800 && c <= 0xDFFF))
         return 0;
     *code = c;
     return length;
@@ -93,9 +92,8 @@ QByteArray pathBytes(const QString &path)
 
 bool hasRawBytes(const QString &path)
 {
-    return std::any_of(path.cbegin(), path.cend(), [](QChar c) {
-        return c.unicode() >= kHeldByte + 0x80 && c.unicode() <= kHeldByte + 0xFF;
-    });
+    return std::any_of(path.cbegin(), path.cend(),
+                       [](QChar c) { return c.unicode() >= kHeldByte + 0x80 && c.unicode() <= kHeldByte + 0xFF; });
 }
 
 QString localPath(const QUrl &file)

@@ -27,8 +27,10 @@ constexpr size_t inputBytes = 64 * 1024;
 // rather than held (no screen is a million pixels wide).
 constexpr size_t maxStride = 16u << 20;
 
-uint32_t bigEndian(const uint8_t *p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
-
+uint32_t bigEndian(const uint8_t *p)
+{
+    return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3];
+}
 
 #if defined(__SSE2__)
 // ISA-L's inflate and CRC return with the upper halves of the AVX registers
@@ -93,7 +95,6 @@ bool readChunkBody(FILE *file, const Chunk &chunk, uint8_t *body)
     return readCrc(file, crc32(crc32(0, reinterpret_cast<const uint8_t *>(chunk.type), 4), body, chunk.length));
 }
 
-
 #if defined(__SSE2__)
 inline __m128i load32(const uint8_t *p)
 {
@@ -105,7 +106,10 @@ inline __m128i load32(const uint8_t *p)
 inline __m128i abs16(__m128i v) { return _mm_max_epi16(v, _mm_sub_epi16(_mm_setzero_si128(), v)); }
 
 // `yes` where `mask` is set, else `no`; with `yes ^ no` at hand, two steps.
-inline __m128i pick(__m128i mask, __m128i no, __m128i yesXorNo) { return _mm_xor_si128(no, _mm_and_si128(yesXorNo, mask)); }
+inline __m128i pick(__m128i mask, __m128i no, __m128i yesXorNo)
+{
+    return _mm_xor_si128(no, _mm_and_si128(yesXorNo, mask));
+}
 
 // Sub, Average and Paeth depend on the pixel to the left, so they run one
 // pixel at a time, all its channels at once in 16-bit lanes, and the time is
@@ -147,8 +151,9 @@ bool unfilterRow(uint8_t filter, uint8_t *row, const uint8_t *above, size_t byte
         return true;
     }
     case 3:
-        perPixel<Channels>(row, above, bytes,
-                           [](__m128i left, __m128i up, __m128i) { return _mm_srli_epi16(_mm_add_epi16(left, up), 1); });
+        perPixel<Channels>(row, above, bytes, [](__m128i left, __m128i up, __m128i) {
+            return _mm_srli_epi16(_mm_add_epi16(left, up), 1);
+        });
         return true;
     case 4:
         perPixel<Channels>(row, above, bytes, [](__m128i a, __m128i b, __m128i c) {

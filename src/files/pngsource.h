@@ -56,8 +56,8 @@ private:
     std::unique_ptr<FILE, FileCloser> m_file;
     PngRows::Header m_header;
     int m_channels = 0;
-    std::unique_ptr<PngRows::Rows> m_rows; // the common kinds
+    std::unique_ptr<PngRows::Rows> m_rows;            // the common kinds
     std::unique_ptr<spng_ctx, ContextFree> m_context; // the rest
-    std::vector<uint8_t> m_buffer; // one row, or an interlaced image whole
+    std::vector<uint8_t> m_buffer;                    // one row, or an interlaced image whole
     bool m_whole = false;
 };

@@ -152,8 +152,8 @@ QString uniquePath(const QString &wanted)
         return wanted;
     const QString folder = folderOf(wanted);
     const NameParts parts = splitName(nameOf(wanted));
-    const QString prefix = (folder == QLatin1String("/") ? QString() : folder) + QLatin1Char('/')
-                           + parts.stem + QLatin1Char(' ');
+    const QString prefix =
+        (folder == QLatin1String("/") ? QString() : folder) + QLatin1Char('/') + parts.stem + QLatin1Char(' ');
     const QString suffix = parts.extension.isEmpty() ? QString() : QLatin1Char('.') + parts.extension;
     for (qint64 n = 2;; ++n) {
         const QString candidate = prefix + QString::number(n) + suffix;
@@ -164,8 +164,8 @@ QString uniquePath(const QString &wanted)
 
 bool isValidEntryName(const QString &name, const QString &folder)
 {
-    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")
-        || name.contains(QLatin1Char('/')) || name.contains(QChar(0)))
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..") || name.contains(QLatin1Char('/'))
+        || name.contains(QChar(0)))
         return false;
     long limit = ::pathconf(encoded(folder).constData(), _PC_NAME_MAX);
     if (limit <= 0)
@@ -206,8 +206,7 @@ RenameResult renameNoReplace(const QString &from, const QString &to)
     if (S_ISDIR(st.st_mode)) {
         if (pathTaken(to))
             return RenameResult::targetExists;
-        return ::rename(src.constData(), dst.constData()) == 0 ? RenameResult::renamed
-                                                               : RenameResult::failed;
+        return ::rename(src.constData(), dst.constData()) == 0 ? RenameResult::renamed : RenameResult::failed;
     }
     const int claim = ::open(dst.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (claim < 0)
@@ -223,10 +222,8 @@ std::optional<TempFile> createTemp(const QString &folder, unsigned mode)
 {
     for (int attempt = 0; attempt < 100; ++attempt) {
         const QString path = folder + QStringLiteral("/.brindlewick-")
-                             + QString::number(QRandomGenerator::global()->generate64(), 36)
-                             + QStringLiteral(".part");
-        const int fd = ::open(encoded(path).constData(),
-                              O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
+                             + QString::number(QRandomGenerator::global()->generate64(), 36) + QStringLiteral(".part");
+        const int fd = ::open(encoded(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
         if (fd >= 0)
             return TempFile{fd, path};
         if (errno != EEXIST)

@@ -59,19 +59,17 @@ using NameChooser = std::function<QString(const QString &wanted)>;
 // number whenever the chosen name appears in the meantime. Returns the final
 // path, or an empty string after removing the temporary file.
 [[nodiscard]] QString placeUnique(const QString &tempPath, const QString &wanted,
-                    const NameChooser &choose = uniquePath);
+                                  const NameChooser &choose = uniquePath);
 
 // Copies a regular file beside itself or into another folder under
 // uniquePath(wanted), keeping its permissions and modification time.
 // Returns the new path or an empty string.
-[[nodiscard]] QString copyUnique(const QString &source, const QString &wanted,
-                   const NameChooser &choose = uniquePath);
+[[nodiscard]] QString copyUnique(const QString &source, const QString &wanted, const NameChooser &choose = uniquePath);
 
 // Moves `source` to uniquePath(wanted). Across file systems: copies to a
 // temporary file beside the target, syncs it, renames it into place and
 // only then removes the source. Returns the new path or an empty string.
-[[nodiscard]] QString moveUnique(const QString &source, const QString &wanted,
-                   const NameChooser &choose = uniquePath);
+[[nodiscard]] QString moveUnique(const QString &source, const QString &wanted, const NameChooser &choose = uniquePath);
 
 // Flushes a finished file's data to disk and closes it. False on failure.
 [[nodiscard]] bool syncAndClose(int fd);

@@ -39,11 +39,21 @@ char *writeEscape(char *dst, unsigned c)
     static const char hex[] = "0123456789abcdef";
     *dst++ = '\\';
     switch (c) {
-    case '"': *dst++ = '"'; break;
-    case '\\': *dst++ = '\\'; break;
-    case '\n': *dst++ = 'n'; break;
-    case '\t': *dst++ = 't'; break;
-    case '\r': *dst++ = 'r'; break;
+    case '"':
+        *dst++ = '"';
+        break;
+    case '\\':
+        *dst++ = '\\';
+        break;
+    case '\n':
+        *dst++ = 'n';
+        break;
+    case '\t':
+        *dst++ = 't';
+        break;
+    case '\r':
+        *dst++ = 'r';
+        break;
     default:
         *dst++ = 'u';
         *dst++ = '0';
@@ -66,10 +76,9 @@ char *writeJsonString(char *dst, QByteArrayView utf8)
         while (end - p >= 16) {
             const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
             // A control is a byte the unsigned minimum with 0x1f leaves as it is.
-            const __m128i special =
-                _mm_or_si128(_mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1f)), bytes),
-                             _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')),
-                                          _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'))));
+            const __m128i special = _mm_or_si128(
+                _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1f)), bytes),
+                _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')), _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'))));
             _mm_storeu_si128(reinterpret_cast<__m128i *>(dst), bytes);
             const unsigned mask = unsigned(_mm_movemask_epi8(special));
             const int plain = mask ? __builtin_ctz(mask) : 16;
@@ -99,10 +108,8 @@ class Writer
 public:
     using Sink = std::function<bool(QByteArrayView)>;
 
-    Writer(qsizetype capacity, const Sink *sink)
-        : m_out(capacity, Qt::Uninitialized), m_dst(m_out.data()), m_sink(sink)
-    {
-    }
+    Writer(qsizetype capacity, const Sink *sink) : m_out(capacity, Qt::Uninitialized), m_dst(m_out.data()), m_sink(sink)
+    {}
 
     bool failed() const { return m_failed; }
     void raw(const char *text, qsizetype length)
@@ -311,7 +318,7 @@ bool replaceLoneSurrogates(char *p, char *end)
         int unit = 0;
         for (int i = 2; i < 6; ++i) {
             const char c = at[i];
-            const int digit = c >= '0' && c <= '9' ? c - '0'
+            const int digit = c >= '0' && c <= '9'   ? c - '0'
                               : c >= 'a' && c <= 'f' ? c - 'a' + 10
                               : c >= 'A' && c <= 'F' ? c - 'A' + 10
                                                      : -1;

@@ -46,7 +46,7 @@ void applyFields(FileMeta &record, const FileMeta &from, unsigned fields)
 
 // Runs `work` on the I/O thread, then `done` on the GUI thread unless the
 // store is gone by then.
-template<typename Work, typename Done>
+template <typename Work, typename Done>
 void runOnIoThread(MetaStore *store, Work work, Done done)
 {
     QPointer<MetaStore> self(store);
@@ -391,7 +391,7 @@ MetaStore::WriteResult MetaStore::writeSnapshot(QHash<QString, FileMeta> records
     });
     records = {}; // let go before the wait for the disk: changes from now on copy nothing
     if (!encoded)
-        return result; // QSaveFile discards the partial file
+        return result;             // QSaveFile discards the partial file
     result.written = out.commit(); // flushes the file to disk, then renames it into place
     return result;
 }

@@ -129,14 +129,13 @@ private:
     struct Early
     {
         QString name;
-        QString to;        // a move when set
-        FileMeta altered;  // the fields the change set
+        QString to;       // a move when set
+        FileMeta altered; // the fields the change set
         unsigned fields = 0;
     };
 
     static LoadResult readFile(const QString &filePath);
-    static WriteResult writeSnapshot(QHash<QString, FileMeta> records, const QString &filePath,
-                                     bool setAsideFirst);
+    static WriteResult writeSnapshot(QHash<QString, FileMeta> records, const QString &filePath, bool setAsideFirst);
     void finishLoad();
     void finishWrite();
     void changed();

@@ -38,8 +38,7 @@ public:
             ++m_to;
             m_boundary += m_src;
         }
-        const uint32_t weight =
-            end <= m_boundary ? 256 : uint32_t(((m_boundary - start) * 256 + m_dst / 2) / m_dst);
+        const uint32_t weight = end <= m_boundary ? 256 : uint32_t(((m_boundary - start) * 256 + m_dst / 2) / m_dst);
         return {m_to, weight};
     }
 
@@ -159,8 +158,8 @@ Result decode(PngSource &source, QSize target)
     std::vector<Real> columnScale(dstW);
     for (uint32_t d = 0; d < dstW; ++d) {
         const Cover &c = columns[d];
-        const uint32_t weight = c.end - c.begin == 1 ? c.firstWeight
-                                                     : c.firstWeight + c.lastWeight + 256 * (c.end - c.begin - 2);
+        const uint32_t weight =
+            c.end - c.begin == 1 ? c.firstWeight : c.firstWeight + c.lastWeight + 256 * (c.end - c.begin - 2);
         columnScale[d] = Real(1) / (Real(weight) * (C == 4 ? 255 : 1));
     }
 
@@ -230,8 +229,8 @@ Result decodeWith(PngSource &source, QSize target)
 {
     // Sums over more source pixels than 32 bits and floats hold exactly
     // enough of.
-    const bool wide = source.width() / uint32_t(target.width()) > 250
-                      || source.height() / uint32_t(target.height()) > 250;
+    const bool wide =
+        source.width() / uint32_t(target.width()) > 250 || source.height() / uint32_t(target.height()) > 250;
     return wide ? decode<C, uint64_t, double>(source, target) : decode<C, uint32_t, float>(source, target);
 }
 
@@ -248,7 +247,8 @@ Result readScaled(const QString &path, int pixels, qint64 maxPixels)
 {
     if (pixels <= 0)
         return {Outcome::Failed, {}};
-    return readScaled(path, [pixels](QSize full) { return fittedSize(full, pixels); }, maxPixels);
+    return readScaled(
+        path, [pixels](QSize full) { return fittedSize(full, pixels); }, maxPixels);
 }
 
 Result readScaled(const QString &path, const std::function<QSize(QSize)> &sizeFor, qint64 maxPixels)

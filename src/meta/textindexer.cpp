@@ -71,10 +71,8 @@ TextIndexer::~TextIndexer()
 TextIndexer &TextIndexer::shared()
 {
     static TextIndexer *instance = [] {
-        const QString languages =
-            recognitionLanguages(Prefs::shared().text(PrefKey::ocrLanguages));
-        return new TextIndexer(MetaStore::shared(),
-                               [languages] { return makeTesseractRecognizer(languages); });
+        const QString languages = recognitionLanguages(Prefs::shared().text(PrefKey::ocrLanguages));
+        return new TextIndexer(MetaStore::shared(), [languages] { return makeTesseractRecognizer(languages); });
     }();
     return *instance;
 }

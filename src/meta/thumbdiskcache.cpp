@@ -59,7 +59,8 @@ std::optional<ThumbDiskCache::Stamp> ThumbDiskCache::stampOf(const QString &sour
 
 QString ThumbDiskCache::entryPath(const QString &sourcePath, int size) const
 {
-    const QByteArray hash = QCryptographicHash::hash(LocalPaths::pathBytes(sourcePath), QCryptographicHash::Sha1).toHex();
+    const QByteArray hash =
+        QCryptographicHash::hash(LocalPaths::pathBytes(sourcePath), QCryptographicHash::Sha1).toHex();
     return m_dir + QLatin1Char('/') + QString::fromLatin1(hash) + QLatin1Char('-') + QString::number(size)
            + QStringLiteral(".thumb");
 }
@@ -79,8 +80,7 @@ std::optional<QImage> ThumbDiskCache::read(const QString &sourcePath, int size, 
     QByteArray digest, payload;
     in >> storedPath >> mtimeNs >> sourceSize >> storedSize >> digest >> payload;
     if (in.status() != QDataStream::Ok || head != magic || storedPath != sourcePath || storedSize != size
-        || Stamp{mtimeNs, sourceSize} != stamp
-        || QCryptographicHash::hash(payload, QCryptographicHash::Md5) != digest)
+        || Stamp{mtimeNs, sourceSize} != stamp || QCryptographicHash::hash(payload, QCryptographicHash::Md5) != digest)
         return std::nullopt;
     QImage image;
     if (!image.loadFromData(payload))
@@ -112,7 +112,12 @@ void ThumbDiskCache::write(const QString &sourcePath, int size, const Stamp &sta
 
 void ThumbDiskCache::trim()
 {
-    struct Entry { qint64 used; qint64 bytes; QString path; };
+    struct Entry
+    {
+        qint64 used;
+        qint64 bytes;
+        QString path;
+    };
     std::vector<Entry> entries;
     qint64 total = 0;
     const QFileInfoList infos = QDir(m_dir).entryInfoList({QStringLiteral("*.thumb")}, QDir::Files);

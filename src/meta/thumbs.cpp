@@ -75,8 +75,7 @@ Thumbs::~Thumbs()
 
 Thumbs &Thumbs::shared()
 {
-    static Thumbs *instance =
-        new Thumbs(std::make_shared<ThumbDiskCache>(ThumbDiskCache::defaultDir()));
+    static Thumbs *instance = new Thumbs(std::make_shared<ThumbDiskCache>(ThumbDiskCache::defaultDir()));
     return *instance;
 }
 
@@ -125,8 +124,7 @@ QImage Thumbs::cached(const QUrl &file, qreal logicalSize, qreal dpr) const
     return withRatio(entry->image, dpr);
 }
 
-Thumbs::Ticket Thumbs::request(const QUrl &file, qreal logicalSize, qreal dpr, QObject *context,
-                               Completion completion)
+Thumbs::Ticket Thumbs::request(const QUrl &file, qreal logicalSize, qreal dpr, QObject *context, Completion completion)
 {
     if (const QImage image = cached(file, logicalSize, dpr); !image.isNull()) {
         completion(image);
@@ -229,7 +227,8 @@ void Thumbs::prioritize(const QList<QUrl> &files)
     for (const QString &key : std::as_const(m_waiting))
         (rank.contains(LocalPaths::localPath(m_jobs.value(key).file)) ? first : rest).append(key);
     std::stable_sort(first.begin(), first.end(), [&](const QString &a, const QString &b) {
-        return rank.value(LocalPaths::localPath(m_jobs.value(a).file)) < rank.value(LocalPaths::localPath(m_jobs.value(b).file));
+        return rank.value(LocalPaths::localPath(m_jobs.value(a).file))
+               < rank.value(LocalPaths::localPath(m_jobs.value(b).file));
     });
     m_waiting = first + rest;
 }
@@ -376,6 +375,5 @@ std::optional<QImage> Thumbs::makeThumbnail(const QUrl &file, int pixels)
     if (!full.isValid() && (image.width() > pixels || image.height() > pixels))
         image = image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     // The formats the paint engine draws fastest.
-    return image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied
-                                                         : QImage::Format_RGB32);
+    return image.convertToFormat(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
 }

@@ -131,12 +131,12 @@ private:
     void evict();
 
     std::shared_ptr<ThumbDiskCache> m_disk;
-    QHash<QString, Entry> m_entries; // by path and step
+    QHash<QString, Entry> m_entries;       // by path and step
     mutable std::list<QString> m_useOrder; // least recently used first
     qint64 m_bytes = 0;
     qint64 m_byteBudget = defaultByteBudget;
-    QHash<QString, Job> m_jobs;   // waiting or decoding, by path and step
-    QList<QString> m_waiting;     // not started; the first is served first
+    QHash<QString, Job> m_jobs;       // waiting or decoding, by path and step
+    QList<QString> m_waiting;         // not started; the first is served first
     QHash<Ticket, QString> m_tickets; // to their job
     QHash<QObject *, QMetaObject::Connection> m_contexts;
     Ticket m_lastTicket = 0;

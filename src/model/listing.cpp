@@ -13,11 +13,11 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <limits>
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <limits>
 #include <memory>
 #include <string_view>
 #include <sys/resource.h>
@@ -28,11 +28,10 @@ namespace {
 
 // The image/* globs of shared-mime-info, lower-case, without the dot.
 constexpr std::array<std::string_view, 52> kImageExtensions = {
-    "png", "jpg", "jpeg", "jpe", "jfif", "gif", "bmp", "dib", "tif", "tiff", "webp", "heic",
-    "heif", "avif", "jxl", "ico", "icns", "cur", "svg", "svgz", "tga", "psd", "xcf", "ppm",
-    "pgm", "pbm", "pnm", "pam", "xpm", "xbm", "jp2", "jpf", "jpx", "j2k", "exr", "hdr", "dng",
-    "cr2", "cr3", "crw", "nef", "nrw", "arw", "orf", "rw2", "raf", "pef", "srw", "dds", "ktx",
-    "qoi", "wbmp"};
+    "png",  "jpg", "jpeg", "jpe",  "jfif", "gif", "bmp",  "dib", "tif", "tiff", "webp", "heic", "heif",
+    "avif", "jxl", "ico",  "icns", "cur",  "svg", "svgz", "tga", "psd", "xcf",  "ppm",  "pgm",  "pbm",
+    "pnm",  "pam", "xpm",  "xbm",  "jp2",  "jpf", "jpx",  "j2k", "exr", "hdr",  "dng",  "cr2",  "cr3",
+    "crw",  "nef", "nrw",  "arw",  "orf",  "rw2", "raf",  "pef", "srw", "dds",  "ktx",  "qoi",  "wbmp"};
 
 bool isHiddenName(const char *name) { return name[0] == '.'; }
 
@@ -103,7 +102,8 @@ void statEntries(int dirFd, const QByteArray &names, Entry *entries, size_t coun
         struct statx sx;
         Entry &e = entries[i];
         if (::statx(dirFd, names.constData() + e.nameAt, AT_SYMLINK_NOFOLLOW,
-                    STATX_MTIME | STATX_TYPE | STATX_SIZE | STATX_INO, &sx) != 0
+                    STATX_MTIME | STATX_TYPE | STATX_SIZE | STATX_INO, &sx)
+                != 0
             || !S_ISREG(sx.stx_mode)) {
             e.mtimeNs = kNoFile;
             continue;
@@ -172,8 +172,8 @@ void statAll(int dirFd, const QByteArray &names, std::vector<Entry> &entries)
     shared->done.acquire(int(chunks));
 }
 
-QList<QUrl> newestFirst(const QString &folder, const QByteArray &names, std::vector<Entry> &entries,
-                        qsizetype limit, FileStamps *stamps)
+QList<QUrl> newestFirst(const QString &folder, const QByteArray &names, std::vector<Entry> &entries, qsizetype limit,
+                        FileStamps *stamps)
 {
     const auto newer = [](const Entry &a, const Entry &b) {
         return a.mtimeNs != b.mtimeNs ? a.mtimeNs > b.mtimeNs : a.order < b.order;
@@ -244,8 +244,8 @@ bool isImageName(const QByteArray &fileName)
     return std::find(kImageExtensions.begin(), kImageExtensions.end(), e) != kImageExtensions.end();
 }
 
-FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 countLimit,
-                         bool wantImages, bool wantSubfolders)
+FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 countLimit, bool wantImages,
+                         bool wantSubfolders)
 {
     FolderListing result;
     DirReader reader(folder);

@@ -52,13 +52,13 @@ qint64 countImages(const QString &folder, qint64 limit);
 // current folder): the folder is read once.
 struct FolderListing
 {
-    QList<QUrl> images;      // newest first, at most the list limit
-    FileStamps stamps;       // of each of `images`
-    qint64 imageCount = 0;   // at most the count limit
-    QList<QUrl> subfolders;  // file-manager order
+    QList<QUrl> images;     // newest first, at most the list limit
+    FileStamps stamps;      // of each of `images`
+    qint64 imageCount = 0;  // at most the count limit
+    QList<QUrl> subfolders; // file-manager order
 };
-FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 countLimit,
-                         bool wantImages, bool wantSubfolders);
+FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 countLimit, bool wantImages,
+                         bool wantSubfolders);
 
 // The folder identity used everywhere in the model: an absolute, cleaned path
 // without a trailing separator, so "a/", "a/." and "a/b/.." are all "a".

@@ -53,18 +53,17 @@ bool isFolderAt(const QString &path)
 void writeDebugLine(const QString &current, qsizetype images, qsizetype subfolders)
 {
     // Concatenated: a path holding "%1" must not take part in the formatting.
-    const QByteArray line = (QStringLiteral("[Brindlewick] ") + current + QStringLiteral(": ")
-                             + QString::number(images) + QStringLiteral(" images, ")
-                             + QString::number(subfolders) + QStringLiteral(" subfolders\n"))
-                                .toUtf8();
+    const QByteArray line =
+        (QStringLiteral("[Brindlewick] ") + current + QStringLiteral(": ") + QString::number(images)
+         + QStringLiteral(" images, ") + QString::number(subfolders) + QStringLiteral(" subfolders\n"))
+            .toUtf8();
     // One write per line so lines from overlapping scans never interleave.
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.constData(), size_t(line.size()));
 }
 
 } // namespace
 
-Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp,
-             QObject *parent)
+Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp, QObject *parent)
     : QObject(parent), m_prefs(prefs), m_capture(capture), m_meta(meta), m_frontApp(frontApp)
 {
     m_home = homeFolder(prefs, capture);

@@ -73,8 +73,8 @@ public:
 
     // Resolves Home, starts watching and starts the first scan.
     // `meta` and `frontApp` may be null (no metadata, no front application).
-    Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta = nullptr,
-          FrontApp *frontApp = nullptr, QObject *parent = nullptr);
+    Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta = nullptr, FrontApp *frontApp = nullptr,
+          QObject *parent = nullptr);
     ~Shelf() override;
     // The Home folder a shelf made now starts with.
     static QUrl homeFolder(Prefs &prefs, CaptureLocation &capture);
@@ -99,7 +99,7 @@ public:
     // Written by the views.
     void setSelection(const QSet<QUrl> &selection);
     void setHovered(const QUrl &url);
-    void setCellWidth(double width);   // stored as given, persisted at once
+    void setCellWidth(double width); // stored as given, persisted at once
     void setQuery(const QString &query);
     void setCursor(const QUrl &url);
     qint64 columns() const { return m_columns; }
@@ -222,13 +222,13 @@ private:
     QList<QUrl> m_countsWatched;
     QTimer *m_pending = nullptr;
     QElapsedTimer m_clock;
-    qint64 m_firstUnservedMs = 0;  // on m_clock, while m_pending runs
+    qint64 m_firstUnservedMs = 0;     // on m_clock, while m_pending runs
     QHash<QString, qint64> m_writing; // image path -> last write seen, on m_clock
     QTimer *m_quietCheck = nullptr;
     bool m_scanWhenWatched = false;
     Scanner m_scanner = &Shelf::runScan;
     quint64 m_scansStarted = 0;
-    quint64 m_staleBefore = 1;     // results of scans numbered below this are dropped
+    quint64 m_staleBefore = 1; // results of scans numbered below this are dropped
     QSet<QString> m_known;
     bool m_firstScan = true;
     QUrl m_cursor;

@@ -25,8 +25,8 @@ namespace {
 double creationSeconds(const QString &path)
 {
     struct statx st;
-    if (::statx(AT_FDCWD, LocalPaths::pathBytes(path).constData(), AT_SYMLINK_NOFOLLOW,
-                STATX_MTIME | STATX_BTIME, &st) != 0)
+    if (::statx(AT_FDCWD, LocalPaths::pathBytes(path).constData(), AT_SYMLINK_NOFOLLOW, STATX_MTIME | STATX_BTIME, &st)
+        != 0)
         return -1e300;
     const auto seconds = [](const statx_timestamp &t) { return double(t.tv_sec) + t.tv_nsec / 1e9; };
     double created = (st.stx_mask & STATX_MTIME) ? seconds(st.stx_mtime) : 1e300;
@@ -78,10 +78,10 @@ void Shelf::countEvents(const QList<FolderWatch::Event> &events)
     for (const Event &event : events) {
         // Only images coming and going change a count; writes do not. Once
         // the watch is in place, a count taken before it may be stale.
-        const bool counted = event.kind == Event::folder || event.kind == Event::watching
-                             || (!event.isFolder && !event.name.startsWith('.') && isImageName(event.name)
-                                 && (event.kind == Event::created || event.kind == Event::movedIn
-                                     || event.kind == Event::removed));
+        const bool counted =
+            event.kind == Event::folder || event.kind == Event::watching
+            || (!event.isFolder && !event.name.startsWith('.') && isImageName(event.name)
+                && (event.kind == Event::created || event.kind == Event::movedIn || event.kind == Event::removed));
         if (counted) {
             scheduleScan();
             return;

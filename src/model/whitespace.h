@@ -4,10 +4,7 @@
 
 // Trims spaces and tabs from both ends but keeps line breaks: what the shelf
 // means by white space in search text and screenshot names.
-inline bool isHorizontalSpace(QChar c)
-{
-    return c == QLatin1Char('\t') || c.category() == QChar::Separator_Space;
-}
+inline bool isHorizontalSpace(QChar c) { return c == QLatin1Char('\t') || c.category() == QChar::Separator_Space; }
 
 inline QString trimmedHorizontally(const QString &text)
 {

@@ -8,9 +8,9 @@
 // One application offered under "Open With".
 struct AppChoice
 {
-    QString name; // display name, as the desktop shows it
-    QIcon icon;   // from the application's desktop entry; shown at 16 × 16
-    QUrl url;     // the application's desktop entry file
+    QString name;           // display name, as the desktop shows it
+    QIcon icon;             // from the application's desktop entry; shown at 16 × 16
+    QUrl url;               // the application's desktop entry file
     bool isDefault = false; // the desktop's default for the file's type
 };
 

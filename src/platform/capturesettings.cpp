@@ -9,17 +9,14 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStandardPaths>
-#include <QtEndian>
 #include <QUrl>
+#include <QtEndian>
 
 #include <cstring>
 
 namespace {
 
-QString configHome()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-}
+QString configHome() { return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation); }
 
 std::optional<bool> parseBool(const std::optional<QString> &text)
 {
@@ -49,8 +46,8 @@ QByteArray iniState(const QString &path, IniFile::Dialect dialect, const QList<I
     QJsonArray groups;
     for (const IniKey &k : keys) {
         const std::optional<QByteArray> line = ini.rawLine(k.group, k.key);
-        lines.append(QJsonArray{k.group, k.key,
-                                line ? QJsonValue(QString::fromLatin1(line->toBase64())) : QJsonValue()});
+        lines.append(
+            QJsonArray{k.group, k.key, line ? QJsonValue(QString::fromLatin1(line->toBase64())) : QJsonValue()});
         if (ini.hasGroup(k.group) && !groups.contains(k.group))
             groups.append(k.group);
     }
@@ -200,8 +197,7 @@ class SpectacleSettings final : public CaptureSettings
 public:
     SpectacleSettings(QString path, std::optional<bool> readsImageSave)
         : m_path(std::move(path)), m_readsImageSave(readsImageSave)
-    {
-    }
+    {}
 
     QString toolName() const override { return QStringLiteral("Spectacle"); }
     bool canWrite(const QString &key) const override { return key == location; }
@@ -214,9 +210,10 @@ public:
         const auto image = ini.value(imageSave(), imageSaveLocation());
         const auto old = ini.value(save(), defaultSaveLocation());
         // The key the installed version reads; unknown version: the newer key first.
-        const std::optional<QString> url = m_readsImageSave == false ? old
+        const std::optional<QString> url = m_readsImageSave == false  ? old
                                            : m_readsImageSave == true ? image
-                                           : image ? image : old;
+                                           : image                    ? image
+                                                                      : old;
         if (!url || url->isEmpty())
             return std::nullopt;
         const QUrl parsed(*url);
@@ -392,7 +389,8 @@ QString gnomeShellScreenshotsFolder(const QString &picturesFolder, const QString
 {
     const QString english = QStringLiteral("Screenshots");
     for (const QString &language : messageLanguages()) {
-        const QString catalogue = localeRoot + QLatin1Char('/') + language + QStringLiteral("/LC_MESSAGES/gnome-shell.mo");
+        const QString catalogue =
+            localeRoot + QLatin1Char('/') + language + QStringLiteral("/LC_MESSAGES/gnome-shell.mo");
         const QString name = moLookup(catalogue, english.toUtf8());
         if (!name.isEmpty() && !name.contains(QLatin1Char('/')))
             return picturesFolder + QLatin1Char('/') + name;

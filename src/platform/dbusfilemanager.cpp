@@ -30,10 +30,7 @@ class DBusFileManager final : public FileManager
 {
 public:
     void showItems(const QList<QUrl> &files) override { call(QStringLiteral("ShowItems"), files); }
-    void showItemProperties(const QUrl &file) override
-    {
-        call(QStringLiteral("ShowItemProperties"), {file});
-    }
+    void showItemProperties(const QUrl &file) override { call(QStringLiteral("ShowItemProperties"), {file}); }
 
 private:
     static void call(const QString &method, const QList<QUrl> &files)
@@ -43,9 +40,9 @@ private:
         QStringList uris;
         for (const QUrl &file : files)
             uris.append(QString::fromUtf8(file.toEncoded()));
-        QDBusMessage message = QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
-            QStringLiteral("org.freedesktop.FileManager1"), method);
+        QDBusMessage message = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
+                                                              QStringLiteral("/org/freedesktop/FileManager1"),
+                                                              QStringLiteral("org.freedesktop.FileManager1"), method);
         message << uris << QString();
         QDBusConnection bus = QDBusConnection::sessionBus();
         if (!bus.isConnected()) {
@@ -53,12 +50,11 @@ private:
             return;
         }
         auto *watcher = new QDBusPendingCallWatcher(bus.asyncCall(message));
-        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                         [files](QDBusPendingCallWatcher *self) {
-                             if (self->isError())
-                                 openFolders(files);
-                             self->deleteLater();
-                         });
+        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [files](QDBusPendingCallWatcher *self) {
+            if (self->isError())
+                openFolders(files);
+            self->deleteLater();
+        });
     }
 };
 

@@ -1,9 +1,9 @@
 #include "platform/folderwatch.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QCoreApplication>
 #include <QSocketNotifier>
 #include <QThreadPool>
 
@@ -17,9 +17,8 @@ namespace {
 
 // Entry changes of the folder, writes to its files, and the folder itself
 // going away. Whoever listens decides which of these matter.
-constexpr uint32_t folderMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB
-                                | IN_MODIFY | IN_CLOSE_WRITE | IN_DELETE_SELF | IN_MOVE_SELF
-                                | IN_ONLYDIR | IN_EXCL_UNLINK;
+constexpr uint32_t folderMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB | IN_MODIFY
+                                | IN_CLOSE_WRITE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 // While the folder is not there: anything that could bring it back in its parent.
 constexpr uint32_t ancestorMask = IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
@@ -72,8 +71,8 @@ class InotifyFolderWatch final : public FolderWatch
 {
 public:
     InotifyFolderWatch(int fd, const QString &folder, Handler onEvents)
-        : m_descriptor(std::make_shared<Descriptor>(fd)), m_fd(fd), m_folder(folder),
-          m_onEvents(std::move(onEvents)), m_notifier(fd, QSocketNotifier::Read)
+        : m_descriptor(std::make_shared<Descriptor>(fd)), m_fd(fd), m_folder(folder), m_onEvents(std::move(onEvents)),
+          m_notifier(fd, QSocketNotifier::Read)
     {
         QObject::connect(&m_notifier, &QSocketNotifier::activated, [this] { readEvents(); });
     }

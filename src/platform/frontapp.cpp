@@ -32,10 +32,9 @@ namespace {
 bool isLauncher(const QString &baseName)
 {
     static const QStringList launchers = {
-        QStringLiteral("env"),   QStringLiteral("sh"),      QStringLiteral("bash"),
-        QStringLiteral("perl"),  QStringLiteral("java"),    QStringLiteral("node"),
-        QStringLiteral("mono"),  QStringLiteral("flatpak"), QStringLiteral("snap"),
-        QStringLiteral("gjs"),   QStringLiteral("wine"),    QStringLiteral("electron"),
+        QStringLiteral("env"),  QStringLiteral("sh"),   QStringLiteral("bash"), QStringLiteral("perl"),
+        QStringLiteral("java"), QStringLiteral("node"), QStringLiteral("mono"), QStringLiteral("flatpak"),
+        QStringLiteral("snap"), QStringLiteral("gjs"),  QStringLiteral("wine"), QStringLiteral("electron"),
     };
     return launchers.contains(baseName) || baseName.startsWith(QLatin1String("python"));
 }
@@ -48,9 +47,9 @@ QString canonical(const QString &path)
 
 struct ProcessFacts
 {
-    QString exe;      // resolved executable, when readable
-    QString command;  // comm: the kernel's short name
-    QString argv0;    // file name of the first argument
+    QString exe;     // resolved executable, when readable
+    QString command; // comm: the kernel's short name
+    QString argv0;   // file name of the first argument
 };
 
 ProcessFacts readProcess(qint64 pid)
@@ -72,7 +71,6 @@ ProcessFacts readProcess(qint64 pid)
 }
 
 QString fromGString(const char *text) { return text ? QString::fromUtf8(text) : QString(); }
-
 
 // Runs on a worker thread: GIO parses each entry (with its localised name).
 QList<DesktopEntry> readDesktopEntries(const QStringList &folders, QStringList *subfolders)

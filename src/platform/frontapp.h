@@ -15,9 +15,9 @@ class QTimer;
 // The application a window of which is active, as the desktop knows it.
 struct RunningApp
 {
-    qint64 pid = 0;                 // 0 when the window names no process
-    std::optional<QString> name;    // the desktop entry's (localised) Name
-    std::optional<QString> path;    // the desktop entry's file
+    qint64 pid = 0;              // 0 when the window names no process
+    std::optional<QString> name; // the desktop entry's (localised) Name
+    std::optional<QString> path; // the desktop entry's file
 };
 
 // Which application is in front right now. Asked once per new screenshot.
@@ -32,12 +32,12 @@ public:
 // What naming an application needs from one desktop entry.
 struct DesktopEntry
 {
-    QString id;              // "org.gnome.TextEditor", without ".desktop"
-    QString name;            // localised Name
+    QString id;   // "org.gnome.TextEditor", without ".desktop"
+    QString name; // localised Name
     QString file;
-    QString windowClass;     // StartupWMClass
-    QString executableName;  // file name of Exec's program
-    QString executablePath;  // that program resolved on PATH, canonical; empty for launchers
+    QString windowClass;    // StartupWMClass
+    QString executableName; // file name of Exec's program
+    QString executablePath; // that program resolved on PATH, canonical; empty for launchers
 };
 using DesktopEntryList = std::shared_ptr<const QList<DesktopEntry>>;
 
@@ -70,7 +70,7 @@ private:
     DesktopEntryList m_entries;
     QFileSystemWatcher *m_watcher;
     QTimer *m_debounce;
-    QSet<QString> m_parents;  // watched only for a missing folder to appear
+    QSet<QString> m_parents; // watched only for a missing folder to appear
     quint64 m_generation = 0;
 };
 

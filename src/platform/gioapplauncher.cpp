@@ -60,8 +60,7 @@ public:
     {
         if (files.isEmpty() || !app.isLocalFile())
             return;
-        GDesktopAppInfo *info =
-            g_desktop_app_info_new_from_filename(QFile::encodeName(app.toLocalFile()).constData());
+        GDesktopAppInfo *info = g_desktop_app_info_new_from_filename(QFile::encodeName(app.toLocalFile()).constData());
         if (!info)
             return;
         QList<QByteArray> uris;
@@ -79,10 +78,11 @@ public:
     {
         // Its content through its own bytes: a Qt file name could reach a look-alike.
         const std::unique_ptr<QFile> device = LocalPaths::openForReading(LocalPaths::localPath(file));
-        const QByteArray type = (device ? QMimeDatabase().mimeTypeForFileNameAndData(file.fileName(), device.get())
-                                        : QMimeDatabase().mimeTypeForFile(file.fileName(), QMimeDatabase::MatchExtension))
-                                    .name()
-                                    .toUtf8();
+        const QByteArray type =
+            (device ? QMimeDatabase().mimeTypeForFileNameAndData(file.fileName(), device.get())
+                    : QMimeDatabase().mimeTypeForFile(file.fileName(), QMimeDatabase::MatchExtension))
+                .name()
+                .toUtf8();
         GAppInfo *fallback = g_app_info_get_default_for_type(type.constData(), FALSE);
         GList *apps = g_app_info_get_all_for_type(type.constData());
         QList<AppChoice> choices;

@@ -10,10 +10,7 @@
 
 namespace {
 
-bool isHexDigit(uint c)
-{
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
+bool isHexDigit(uint c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
 int hexValue(char c)
 {
@@ -43,14 +40,31 @@ QByteArray encodeQSettings(const QString &text)
         }
         escapeNextIfDigit = false;
         switch (c) {
-        case '\0': out += "\\0"; escapeNextIfDigit = true; break;
-        case '\a': out += "\\a"; break;
-        case '\b': out += "\\b"; break;
-        case '\f': out += "\\f"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        case '\v': out += "\\v"; break;
+        case '\0':
+            out += "\\0";
+            escapeNextIfDigit = true;
+            break;
+        case '\a':
+            out += "\\a";
+            break;
+        case '\b':
+            out += "\\b";
+            break;
+        case '\f':
+            out += "\\f";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        case '\v':
+            out += "\\v";
+            break;
         case '"':
         case '\\':
             out += '\\';
@@ -155,8 +169,8 @@ std::optional<QString> decodeQSettings(const QByteArray &s)
     if (result.startsWith(QLatin1String("@@")))
         return result.mid(1);
     static const QStringList typed = {QStringLiteral("@ByteArray("), QStringLiteral("@Variant("),
-                                      QStringLiteral("@Invalid("), QStringLiteral("@DateTime("),
-                                      QStringLiteral("@Rect("), QStringLiteral("@Size("),
+                                      QStringLiteral("@Invalid("),   QStringLiteral("@DateTime("),
+                                      QStringLiteral("@Rect("),      QStringLiteral("@Size("),
                                       QStringLiteral("@Point(")};
     for (const QString &prefix : typed)
         if (result.startsWith(prefix) && result.endsWith(QLatin1Char(')')))
@@ -209,13 +223,27 @@ QString decodeKConfig(const QByteArray &stored)
             break;
         }
         switch (s.at(i)) {
-        case 's': out += ' '; break;
-        case 't': out += '\t'; break;
-        case 'n': out += '\n'; break;
-        case 'r': out += '\r'; break;
-        case '\\': out += '\\'; break;
-        case ';': out += "\\;"; break; // kept as written, as KConfig does
-        case ',': out += "\\,"; break;
+        case 's':
+            out += ' ';
+            break;
+        case 't':
+            out += '\t';
+            break;
+        case 'n':
+            out += '\n';
+            break;
+        case 'r':
+            out += '\r';
+            break;
+        case '\\':
+            out += '\\';
+            break;
+        case ';':
+            out += "\\;";
+            break; // kept as written, as KConfig does
+        case ',':
+            out += "\\,";
+            break;
         case 'x':
             if (i + 2 < l && isHexDigit(uchar(s.at(i + 1))) && isHexDigit(uchar(s.at(i + 2)))) {
                 out += char(hexValue(s.at(i + 1)) << 4 | hexValue(s.at(i + 2)));
@@ -228,16 +256,15 @@ QString decodeKConfig(const QByteArray &stored)
                     i += 2;
             }
             break;
-        default: out += '\\'; break;
+        default:
+            out += '\\';
+            break;
         }
     }
     return QString::fromUtf8(out);
 }
 
-QByteArray stripCarriageReturn(const QByteArray &line)
-{
-    return line.endsWith('\r') ? line.chopped(1) : line;
-}
+QByteArray stripCarriageReturn(const QByteArray &line) { return line.endsWith('\r') ? line.chopped(1) : line; }
 
 } // namespace
 
@@ -387,8 +414,8 @@ void IniFile::remove(const QString &group, const QString &key, bool keepSection)
     m_lines.removeAt(at);
     // The last key of a section at the end of the file: the section goes
     // too, as setValue added it (with the blank line before it).
-    const bool sectionNowEmpty = !keepSection && at == m_lines.size() && at > 0
-                                 && m_lines[at - 1].trimmed().startsWith('[');
+    const bool sectionNowEmpty =
+        !keepSection && at == m_lines.size() && at > 0 && m_lines[at - 1].trimmed().startsWith('[');
     if (sectionNowEmpty) {
         m_lines.removeAt(at - 1);
         if (at - 1 > 0 && m_lines[at - 2].trimmed().isEmpty())
@@ -427,7 +454,8 @@ void IniFile::removeGroupIfEmpty(const QString &group)
 
 bool IniFile::isBlank() const
 {
-    return std::all_of(m_lines.cbegin(), m_lines.cend(), [](const QByteArray &line) { return line.trimmed().isEmpty(); });
+    return std::all_of(m_lines.cbegin(), m_lines.cend(),
+                       [](const QByteArray &line) { return line.trimmed().isEmpty(); });
 }
 
 bool IniFile::save()

@@ -53,7 +53,7 @@ private:
 
     QString m_path;
     Dialect m_dialect;
-    QList<QByteArray> m_lines;  // without their "\n"; a "\r" stays part of the line
+    QList<QByteArray> m_lines; // without their "\n"; a "\r" stays part of the line
     bool m_finalNewline = true;
     bool m_unreadable = false;
     bool m_exists = false;

@@ -33,11 +33,10 @@ Qt::KeyboardModifiers modifiersForFlags(quint32 flags);
 // Virtual key codes by name, for the codes the program refers to.
 namespace Code {
 inline constexpr quint16 a = 0, s = 1, p = 35, n = 45;
-inline constexpr quint16 digit1 = 18, digit2 = 19, digit3 = 20, digit4 = 21, digit5 = 23,
-                         digit6 = 22, digit7 = 26, digit8 = 28, digit9 = 25, digit0 = 29;
+inline constexpr quint16 digit1 = 18, digit2 = 19, digit3 = 20, digit4 = 21, digit5 = 23, digit6 = 22, digit7 = 26,
+                         digit8 = 28, digit9 = 25, digit0 = 29;
 inline constexpr quint16 equal = 24, minus = 27, comma = 43;
-inline constexpr quint16 returnKey = 36, keypadEnter = 76, space = 49, deleteKey = 51,
-                         forwardDelete = 117, escape = 53;
+inline constexpr quint16 returnKey = 36, keypadEnter = 76, space = 49, deleteKey = 51, forwardDelete = 117, escape = 53;
 inline constexpr quint16 left = 123, right = 124, down = 125, up = 126;
 } // namespace Code
 

@@ -59,10 +59,9 @@ class PortalRequest : public QDBusAbstractInterface
     Q_OBJECT
 public:
     PortalRequest(const QString &path, QObject *parent)
-        : QDBusAbstractInterface(portalService, path, "org.freedesktop.portal.Request",
-                                 QDBusConnection::sessionBus(), parent)
-    {
-    }
+        : QDBusAbstractInterface(portalService, path, "org.freedesktop.portal.Request", QDBusConnection::sessionBus(),
+                                 parent)
+    {}
 Q_SIGNALS:
     void Response(uint response, const QVariantMap &results);
 };
@@ -74,17 +73,12 @@ public:
     explicit GlobalShortcutsPortal(QObject *parent)
         : QDBusAbstractInterface(portalService, portalPath, "org.freedesktop.portal.GlobalShortcuts",
                                  QDBusConnection::sessionBus(), parent)
-    {
-    }
+    {}
 Q_SIGNALS:
-    void Activated(const QDBusObjectPath &session, const QString &id, qulonglong timestamp,
-                   const QVariantMap &options);
+    void Activated(const QDBusObjectPath &session, const QString &id, qulonglong timestamp, const QVariantMap &options);
 };
 
-QString newToken()
-{
-    return QStringLiteral("brindlewick") + QUuid::createUuid().toString(QUuid::Id128);
-}
+QString newToken() { return QStringLiteral("brindlewick") + QUuid::createUuid().toString(QUuid::Id128); }
 
 // Where the portal will publish the answer to a request made with `token`.
 QString requestPath(const QString &token)
@@ -133,9 +127,10 @@ public:
         // is; newer ones take its ID here, before any other call, and so
         // file the shortcut under our desktop entry. Older ones answer
         // with an error, which changes nothing.
-        QDBusConnection::sessionBus().asyncCall(QDBusMessage::createMethodCall(
-            portalService, portalPath, QStringLiteral("org.freedesktop.host.portal.Registry"),
-            QStringLiteral("Register"))
+        QDBusConnection::sessionBus().asyncCall(
+            QDBusMessage::createMethodCall(portalService, portalPath,
+                                           QStringLiteral("org.freedesktop.host.portal.Registry"),
+                                           QStringLiteral("Register"))
             << QStringLiteral(BRINDLEWICK_APP_ID) << QVariantMap());
         const QString token = newToken();
         request(token, [this](const QVariantMap &results) {
@@ -188,9 +183,6 @@ private:
 
 } // namespace
 
-std::unique_ptr<GlobalShortcut> makePortalGlobalShortcut()
-{
-    return std::make_unique<PortalGlobalShortcut>();
-}
+std::unique_ptr<GlobalShortcut> makePortalGlobalShortcut() { return std::make_unique<PortalGlobalShortcut>(); }
 
 #include "portalglobalshortcut.moc"

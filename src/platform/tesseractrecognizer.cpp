@@ -282,8 +282,8 @@ QImage prepareGray(QImage gray, const TesseractOptions &options, double *scale)
         factor = std::min(factor, std::sqrt(double(maxScaledPixels) / pixels));
         factor = std::max(1.0, factor);
         if (factor > 1.05)
-            gray = gray.scaled(QSize(int(gray.width() * factor), int(gray.height() * factor)),
-                               Qt::IgnoreAspectRatio, options.smoothUpscale ? Qt::SmoothTransformation : Qt::FastTransformation);
+            gray = gray.scaled(QSize(int(gray.width() * factor), int(gray.height() * factor)), Qt::IgnoreAspectRatio,
+                               options.smoothUpscale ? Qt::SmoothTransformation : Qt::FastTransformation);
         else
             factor = 1;
     }

@@ -14,9 +14,9 @@ QList<QPair<QByteArray, QByteArray>> defaultTesseractVariables();
 struct TesseractOptions
 {
     QString languages = QStringLiteral("eng");
-    bool invertDark = true;   // dark themes: light text on dark ground
-    bool scaleToText = true;  // bring small text up to the height the LSTM likes
-    int pageSegMode = 3;      // tesseract::PSM_AUTO
+    bool invertDark = true;  // dark themes: light text on dark ground
+    bool scaleToText = true; // bring small text up to the height the LSTM likes
+    int pageSegMode = 3;     // tesseract::PSM_AUTO
     // What Tesseract is told the resolution is; 0: 96 times the scale applied.
     // 96 throughout lays out upscaled 1x text best.
     int sourceDpi = 96;
@@ -33,4 +33,3 @@ std::unique_ptr<TextRecognizer> makeTesseractRecognizer(const TesseractOptions &
 // The file as 8-bit gray (transparency over white), before preprocessing;
 // nothing when it cannot be read.
 std::optional<QImage> readGrayForRecognition(const QString &path, const TesseractOptions &options);
-

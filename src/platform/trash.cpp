@@ -24,8 +24,7 @@ QByteArray encoded(const QString &path) { return LocalPaths::pathBytes(path); }
 bool isOwnPrivateFolder(const QString &path)
 {
     struct stat st;
-    return ::lstat(encoded(path).constData(), &st) == 0 && S_ISDIR(st.st_mode)
-           && st.st_uid == ::getuid();
+    return ::lstat(encoded(path).constData(), &st) == 0 && S_ISDIR(st.st_mode) && st.st_uid == ::getuid();
 }
 
 // Creates `path` as a folder only its owner can enter; an existing folder
@@ -104,24 +103,17 @@ Trash &Trash::shared()
     return instance;
 }
 
-FreedesktopTrash::FreedesktopTrash(QString homeTrash, MountRoot mountRoot,
-                                   std::function<QDateTime()> now)
-    : m_homeTrash(std::move(homeTrash)),
-      m_mountRoot(mountRoot ? std::move(mountRoot) : MountRoot(systemMountRoot)),
+FreedesktopTrash::FreedesktopTrash(QString homeTrash, MountRoot mountRoot, std::function<QDateTime()> now)
+    : m_homeTrash(std::move(homeTrash)), m_mountRoot(mountRoot ? std::move(mountRoot) : MountRoot(systemMountRoot)),
       m_now(now ? std::move(now) : std::function<QDateTime()>(&QDateTime::currentDateTime))
-{
-}
+{}
 
 QString FreedesktopTrash::defaultHomeTrash()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
-           + QStringLiteral("/Trash");
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Trash");
 }
 
-QString FreedesktopTrash::homeTrash() const
-{
-    return m_homeTrash.isEmpty() ? defaultHomeTrash() : m_homeTrash;
-}
+QString FreedesktopTrash::homeTrash() const { return m_homeTrash.isEmpty() ? defaultHomeTrash() : m_homeTrash; }
 
 bool FreedesktopTrash::ensureTrashSubfolders(const QString &trashFolder)
 {
@@ -137,8 +129,7 @@ QString FreedesktopTrash::topDirTrash(const QString &topDir) const
     // folder with the sticky bit; otherwise others could tamper with it.
     const QString shared = topDir + QStringLiteral("/.Trash");
     struct stat st;
-    if (::lstat(encoded(shared).constData(), &st) == 0 && S_ISDIR(st.st_mode)
-        && (st.st_mode & S_ISVTX)) {
+    if (::lstat(encoded(shared).constData(), &st) == 0 && S_ISDIR(st.st_mode) && (st.st_mode & S_ISVTX)) {
         const QString mine = shared + QLatin1Char('/') + uid;
         if (makePrivateFolder(mine) && ensureTrashSubfolders(mine))
             return mine;
@@ -204,10 +195,8 @@ bool FreedesktopTrash::moveToTrash(const QString &path)
         recorded = absolute.mid(root.size() + 1);
 
     // Path is percent-encoded, as in a URL, with "/" left as it is.
-    const QByteArray infoText = "[Trash Info]\nPath=" + encoded(recorded).toPercentEncoding("/")
-                                + "\nDeletionDate="
-                                + m_now().toString(QStringLiteral("yyyy-MM-ddThh:mm:ss")).toUtf8()
-                                + "\n";
+    const QByteArray infoText = "[Trash Info]\nPath=" + encoded(recorded).toPercentEncoding("/") + "\nDeletionDate="
+                                + m_now().toString(QStringLiteral("yyyy-MM-ddThh:mm:ss")).toUtf8() + "\n";
 
     const QString infoFolder = trash + QStringLiteral("/info/");
     const qsizetype limit = nameLimit(infoFolder) - qsizetype(std::strlen(kInfoSuffix));
@@ -217,8 +206,8 @@ bool FreedesktopTrash::moveToTrash(const QString &path)
         if (SafeFiles::pathTaken(filesEntry))
             continue;
         const QString infoPath = infoFolder + trashedName + QLatin1String(kInfoSuffix);
-        const int fd = ::open(encoded(infoPath).constData(),
-                              O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+        const int fd =
+            ::open(encoded(infoPath).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
         if (fd < 0) {
             if (errno == EEXIST)
                 continue;

@@ -43,8 +43,7 @@ public:
 
     // `homeTrash` is the home Trash folder ($XDG_DATA_HOME/Trash by default);
     // `mountRoot` defaults to the system's mount table.
-    explicit FreedesktopTrash(QString homeTrash = {}, MountRoot mountRoot = {},
-                              std::function<QDateTime()> now = {});
+    explicit FreedesktopTrash(QString homeTrash = {}, MountRoot mountRoot = {}, std::function<QDateTime()> now = {});
 
     [[nodiscard]] bool moveToTrash(const QString &path) override;
 

@@ -119,9 +119,8 @@ public:
                 for (uint16_t variant : lockVariants) {
                     // Checked so that a refusal (another program holds the
                     // key) is swallowed here instead of being logged by Qt.
-                    auto cookie = xcb_grab_key_checked(connection, 1, screens.data->root,
-                                                       uint16_t(m_mask | variant), keycode,
-                                                       XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+                    auto cookie = xcb_grab_key_checked(connection, 1, screens.data->root, uint16_t(m_mask | variant),
+                                                       keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
                     std::free(xcb_request_check(connection, cookie));
                 }
             }
@@ -160,7 +159,4 @@ private:
 
 } // namespace
 
-std::unique_ptr<GlobalShortcut> makeX11GlobalShortcut()
-{
-    return std::make_unique<X11GlobalShortcut>();
-}
+std::unique_ptr<GlobalShortcut> makeX11GlobalShortcut() { return std::make_unique<X11GlobalShortcut>(); }

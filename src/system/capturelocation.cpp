@@ -37,10 +37,7 @@ QString desktopFolder()
 
 } // namespace
 
-CaptureLocation::CaptureLocation(Prefs &prefs, CaptureSettings *settings)
-    : m_prefs(prefs), m_settings(settings)
-{
-}
+CaptureLocation::CaptureLocation(Prefs &prefs, CaptureSettings *settings) : m_prefs(prefs), m_settings(settings) {}
 
 CaptureLocation &CaptureLocation::shared()
 {

@@ -12,15 +12,9 @@ constexpr double longest = 30;
 constexpr double fallback = 3;
 } // namespace
 
-bool enabled(const Prefs &prefs)
-{
-    return prefs.flag(PrefKey::flashEnabled, true);
-}
+bool enabled(const Prefs &prefs) { return prefs.flag(PrefKey::flashEnabled, true); }
 
-void setEnabled(Prefs &prefs, bool on)
-{
-    prefs.setValue(PrefKey::flashEnabled, on);
-}
+void setEnabled(Prefs &prefs, bool on) { prefs.setValue(PrefKey::flashEnabled, on); }
 
 double seconds(const Prefs &prefs)
 {

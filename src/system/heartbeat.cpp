@@ -18,8 +18,7 @@ Heartbeat::Heartbeat(Prefs &prefs, QUrl endpoint, QString version, QString osVer
       m_os(std::move(osVersion)),
       m_now(now ? std::move(now) : Clock([] { return QDateTime::currentMSecsSinceEpoch(); })),
       m_network(new QNetworkAccessManager(this))
-{
-}
+{}
 
 Heartbeat::~Heartbeat() = default;
 
@@ -66,9 +65,8 @@ void Heartbeat::send(bool force)
     const double last = m_prefs.number(PrefKey::heartbeatLast, 0);
     if (!force && double(m_now()) / 1000.0 - last <= double(dayMs) / 1000.0)
         return;
-    const QJsonObject body{{QStringLiteral("id"), installID()},
-                           {QStringLiteral("v"), m_version},
-                           {QStringLiteral("os"), m_os}};
+    const QJsonObject body{
+        {QStringLiteral("id"), installID()}, {QStringLiteral("v"), m_version}, {QStringLiteral("os"), m_os}};
     QNetworkRequest request(m_endpoint);
     request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
     request.setTransferTimeout(timeoutMs);

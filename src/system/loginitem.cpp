@@ -18,8 +18,7 @@ QString execValue(const QString &executable)
     QString path = executable;
     path.replace(QLatin1Char('%'), QStringLiteral("%%"));
     static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
-    const bool needsQuotes = std::any_of(path.cbegin(), path.cend(),
-                                         [](QChar c) { return reserved.contains(c); });
+    const bool needsQuotes = std::any_of(path.cbegin(), path.cend(), [](QChar c) { return reserved.contains(c); });
     if (!needsQuotes)
         return path;
     QString quoted;
@@ -77,12 +76,10 @@ bool entrySwitchedOff(const QByteArray &text)
 
 } // namespace
 
-LoginItem::LoginItem(Prefs &prefs, QString entryPath, QString executable, LoginPrompts *prompts,
-                     qint64 processId)
-    : m_prefs(prefs), m_entryPath(std::move(entryPath)), m_executable(std::move(executable)),
-      m_prompts(prompts), m_processId(processId)
-{
-}
+LoginItem::LoginItem(Prefs &prefs, QString entryPath, QString executable, LoginPrompts *prompts, qint64 processId)
+    : m_prefs(prefs), m_entryPath(std::move(entryPath)), m_executable(std::move(executable)), m_prompts(prompts),
+      m_processId(processId)
+{}
 
 QString LoginItem::defaultEntryPath()
 {
@@ -175,10 +172,7 @@ void LoginItem::turnOff()
     unregisterEntry();
 }
 
-QString LoginItem::guideKey() const
-{
-    return PrefKey::loginGuideShownForStatusPrefix + QString::number(m_processId);
-}
+QString LoginItem::guideKey() const { return PrefKey::loginGuideShownForStatusPrefix + QString::number(m_processId); }
 
 void LoginItem::showGuide(bool force)
 {

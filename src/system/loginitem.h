@@ -33,8 +33,7 @@ public:
 
     // `executable` is what the entry starts; `prompts` may be null (no
     // alerts, as for the command line); `processId` names the guide mark.
-    LoginItem(Prefs &prefs, QString entryPath, QString executable, LoginPrompts *prompts,
-              qint64 processId);
+    LoginItem(Prefs &prefs, QString entryPath, QString executable, LoginPrompts *prompts, qint64 processId);
 
     static QString defaultEntryPath();
 

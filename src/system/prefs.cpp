@@ -3,10 +3,7 @@
 #include <QDir>
 #include <QStandardPaths>
 
-Prefs::Prefs(const QString &filePath)
-    : m_settings(std::make_unique<QSettings>(filePath, QSettings::IniFormat))
-{
-}
+Prefs::Prefs(const QString &filePath) : m_settings(std::make_unique<QSettings>(filePath, QSettings::IniFormat)) {}
 
 QString Prefs::defaultFilePath()
 {

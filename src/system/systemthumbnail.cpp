@@ -2,10 +2,7 @@
 
 #include "platform/capturesettings.h"
 
-bool SystemThumbnail::available() const
-{
-    return m_settings && m_settings->canWrite(CaptureSettings::showThumbnail);
-}
+bool SystemThumbnail::available() const { return m_settings && m_settings->canWrite(CaptureSettings::showThumbnail); }
 
 QString SystemThumbnail::toolName() const { return m_settings ? m_settings->toolName() : QString(); }
 

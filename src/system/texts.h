@@ -33,11 +33,11 @@ inline const QString loginErrorTitle = QStringLiteral("Brindlewick could not reg
 inline const QString loginErrorDetail = QStringLiteral("The start-up entry %1 could not be written: %2.");
 inline const QString openLoginItems = QStringLiteral("Open Autostart Folder");
 inline const QString loginGuideTitle = QStringLiteral("Let Brindlewick start when you log in");
-inline const QString loginGuideText = QStringLiteral(
-    "Brindlewick has added itself to your desktop's autostart entries, but your desktop keeps it "
-    "switched off.\n\nClick \u201COpen Autostart Folder\u201D, or open your desktop's start-up "
-    "settings, and switch Brindlewick on. That's it \u2014 Brindlewick will then be in your tray "
-    "every time you log in.");
+inline const QString loginGuideText =
+    QStringLiteral("Brindlewick has added itself to your desktop's autostart entries, but your desktop keeps it "
+                   "switched off.\n\nClick \u201COpen Autostart Folder\u201D, or open your desktop's start-up "
+                   "settings, and switch Brindlewick on. That's it \u2014 Brindlewick will then be in your tray "
+                   "every time you log in.");
 inline const QString loginGuideLater = QStringLiteral("Not now");
 inline const QString loginGuideNever = QStringLiteral("Never start at login");
 
@@ -47,20 +47,20 @@ inline const QString hideToolNotification = QStringLiteral("Hide %1\u2019s Notif
 inline const QString hideAnyToolNotification = QStringLiteral("Hide the Screenshot Tool\u2019s Notification");
 inline const QString toolHasNoNotification = QStringLiteral("%1 has no notification of its own to hide.");
 inline const QString noKnownScreenshotTool = QStringLiteral("No supported screenshot tool was found on this desktop.");
-inline const QString previewFooter = QStringLiteral(
-    "The preview slides into the bottom-right corner and stays for the time above, longer while you "
-    "hover. Drag it anywhere, double-click to open it in the shelf, right-click for more. Hiding the "
-    "screenshot tool\u2019s own notification leaves the preview as the only one.");
-inline const QString recognitionFooter = QStringLiteral(
-    "Text is recognized on this computer, only when you ask, and cached so that searching stays "
-    "instant. Nothing runs in the background.");
+inline const QString previewFooter =
+    QStringLiteral("The preview slides into the bottom-right corner and stays for the time above, longer while you "
+                   "hover. Drag it anywhere, double-click to open it in the shelf, right-click for more. Hiding the "
+                   "screenshot tool\u2019s own notification leaves the preview as the only one.");
+inline const QString recognitionFooter =
+    QStringLiteral("Text is recognized on this computer, only when you ask, and cached so that searching stays "
+                   "instant. Nothing runs in the background.");
 // %1: the host that receives the daily count.
-inline const QString privacyFooter = QStringLiteral(
-    "Once a day Brindlewick tells %1 that one copy is in use: a random identifier, the app version "
-    "and the Linux distribution\u2019s version. No file names, no personal data, and the address is "
-    "not kept.");
-inline const QString distributionNotice = QStringLiteral(
-    "Brindlewick is distributed in the hope that it will be useful, as is and without warranty of "
-    "any kind.");
+inline const QString privacyFooter =
+    QStringLiteral("Once a day Brindlewick tells %1 that one copy is in use: a random identifier, the app version "
+                   "and the Linux distribution\u2019s version. No file names, no personal data, and the address is "
+                   "not kept.");
+inline const QString distributionNotice =
+    QStringLiteral("Brindlewick is distributed in the hope that it will be useful, as is and without warranty of "
+                   "any kind.");
 
 } // namespace Texts

@@ -203,8 +203,7 @@ void AutoTidy::finishCheck(quint64 request, const QUrl &home, const QList<QUrl> 
 void AutoTidy::start(Shelf &shelf)
 {
     QPointer<Shelf> weakShelf(&shelf);
-    start([weakShelf] { return weakShelf ? weakShelf->home() : QUrl(); }, &shelf, firstTickMs,
-          tickIntervalMs);
+    start([weakShelf] { return weakShelf ? weakShelf->home() : QUrl(); }, &shelf, firstTickMs, tickIntervalMs);
 }
 
 void AutoTidy::start(std::function<QUrl()> home, QObject *guard, int firstTickDelayMs, int intervalMs)

@@ -36,9 +36,9 @@ constexpr double boxMaxWidth = 420;
 constexpr double boxMaxHeight = 300;
 constexpr int minImageWidth = 140;
 constexpr int minImageHeight = 90;
-constexpr int padding = 10;  // around the image
-constexpr int footer = 32;   // below it: the name and the hint
-constexpr int edgeGap = 20;  // from the screen's right and bottom edges
+constexpr int padding = 10; // around the image
+constexpr int footer = 32;  // below it: the name and the hint
+constexpr int edgeGap = 20; // from the screen's right and bottom edges
 constexpr int labelHeight = 18;
 constexpr int labelBottom = 4;
 constexpr int hintWidth = 66;
@@ -81,8 +81,8 @@ QFont labelFont(const QFont &base, QFont::Weight weight)
 } // namespace
 
 FlashPanel::FlashPanel(const QUrl &url, const QImage &thumb, Shelf *shelf, const FlashLayout &layout, Hooks hooks)
-    : QWidget(nullptr, DesktopWindows::cornerCardFlags()),
-      m_url(url), m_thumb(thumb), m_shelf(shelf), m_layout(layout), m_hooks(std::move(hooks))
+    : QWidget(nullptr, DesktopWindows::cornerCardFlags()), m_url(url), m_thumb(thumb), m_shelf(shelf), m_layout(layout),
+      m_hooks(std::move(hooks))
 {
     setObjectName(QStringLiteral("flashPanel"));
     // A plain name: where a desktop lists windows, a path reads as noise.
@@ -264,7 +264,8 @@ void FlashPanel::paintEvent(QPaintEvent *)
         // Opaque: the card's colour over black, as a dark desktop would
         // show it, and the border on that.
         const QColor c = cardColour();
-        painter.fillRect(rect(), QColor::fromRgbF(c.redF() * c.alphaF(), c.greenF() * c.alphaF(), c.blueF() * c.alphaF()));
+        painter.fillRect(rect(),
+                         QColor::fromRgbF(c.redF() * c.alphaF(), c.greenF() * c.alphaF(), c.blueF() * c.alphaF()));
         painter.setPen(QPen(borderColour(), 1));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(bounds, cardRadius, cardRadius);
@@ -292,8 +293,8 @@ void FlashPanel::paintEvent(QPaintEvent *)
                      painter.fontMetrics().elidedText(name, Qt::ElideMiddle, nameRect.width()));
     painter.setFont(labelFont(font(), QFont::Medium));
     painter.setPen(hintColour());
-    painter.drawText(QRect(width() - padding - hintWidth, labelTop, hintWidth, labelHeight), Qt::AlignRight | Qt::AlignVCenter,
-                     hintText);
+    painter.drawText(QRect(width() - padding - hintWidth, labelTop, hintWidth, labelHeight),
+                     Qt::AlignRight | Qt::AlignVCenter, hintText);
 }
 
 void FlashPanel::mousePressEvent(QMouseEvent *event)

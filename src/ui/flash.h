@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QImage>
 #include <QList>
 #include <QObject>
@@ -7,7 +8,6 @@
 #include <QPointer>
 #include <QRect>
 #include <QSizeF>
-#include <QElapsedTimer>
 #include <QTimer>
 #include <QUrl>
 #include <QWidget>

@@ -3,8 +3,8 @@
 #include <QFileDialog>
 #include <QFileInfo>
 
-void FolderChooserDialog::chooseFolder(const QString &startIn, const QString &confirmText,
-                                       const QString &message, std::function<void(const QString &)> done)
+void FolderChooserDialog::chooseFolder(const QString &startIn, const QString &confirmText, const QString &message,
+                                       std::function<void(const QString &)> done)
 {
     auto *dialog = new QFileDialog(m_parent, message, startIn);
     dialog->setAttribute(Qt::WA_DeleteOnClose);

@@ -50,7 +50,8 @@ QPixmap tinted(QPixmap pixmap, const QColor &color)
 
 QString hintText()
 {
-    return QStringLiteral("Drop a screenshot on a folder to move it there. Make one with %1.").arg(Texts::newFolderKeyHint);
+    return QStringLiteral("Drop a screenshot on a folder to move it there. Make one with %1.")
+        .arg(Texts::newFolderKeyHint);
 }
 
 } // namespace

@@ -85,8 +85,7 @@ Press pressAction(Qt::KeyboardModifiers modifiers, bool alreadySelected)
     return alreadySelected ? Press::keep : Press::select;
 }
 
-bool releaseSelectsOnly(int clickCount, Qt::KeyboardModifiers modifiers, qsizetype selectionSize,
-                        bool clickedSelected)
+bool releaseSelectsOnly(int clickCount, Qt::KeyboardModifiers modifiers, qsizetype selectionSize, bool clickedSelected)
 {
     return clickCount == 1 && !(modifiers & (Qt::ControlModifier | Qt::ShiftModifier)) && selectionSize >= 2
            && clickedSelected;

@@ -12,10 +12,10 @@
 // makes, kept apart from the widget so they can be checked without one.
 namespace GridLayout {
 
-constexpr int gap = 16;          // between columns and between rows
-constexpr int pad = 20;          // around the whole grid
+constexpr int gap = 16; // between columns and between rows
+constexpr int pad = 20; // around the whole grid
 constexpr int bottomInset = 4;
-constexpr int labelGap = 6;      // between the tile and the name under it
+constexpr int labelGap = 6; // between the tile and the name under it
 constexpr double tileRatio = 0.62;
 constexpr int maxColumns = 6;
 constexpr int fanStep = 6;       // drag images fan out this far apart
@@ -33,15 +33,15 @@ int drawnCellWidth(double width, int columns);
 struct Geometry
 {
     int columns = 1;
-    int cellWidth = 0;   // tile width
+    int cellWidth = 0; // tile width
     int tileHeight = 0;
-    int cellHeight = 0;  // tile, gap and name
+    int cellHeight = 0; // tile, gap and name
     int count = 0;
 
     static Geometry make(int viewportWidth, double requestedCellWidth, int labelHeight, int count);
     int rows() const { return count == 0 ? 0 : (count + columns - 1) / columns; }
     int contentHeight() const;
-    QRect cellRect(int index) const;   // tile and name, content coordinates
+    QRect cellRect(int index) const; // tile and name, content coordinates
     QRect tileRect(int index) const;
     // The items whose cells meet the band [top, bottom) of the content.
     QPair<int, int> rangeIn(int top, int bottom) const; // first, one past the last
@@ -55,8 +55,7 @@ enum class Press { toggle, extend, keep, select };
 Press pressAction(Qt::KeyboardModifiers modifiers, bool alreadySelected);
 // Whether the release of a plain click narrows a multiple selection down to
 // the clicked file (the press kept it so that a drag could carry it all).
-bool releaseSelectsOnly(int clickCount, Qt::KeyboardModifiers modifiers, qsizetype selectionSize,
-                        bool clickedSelected);
+bool releaseSelectsOnly(int clickCount, Qt::KeyboardModifiers modifiers, qsizetype selectionSize, bool clickedSelected);
 
 // Offset of the i-th image of a drag, counted from 0.
 QPoint fanOffset(int i);

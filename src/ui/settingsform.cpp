@@ -185,8 +185,8 @@ QWidget *SettingsForm::buildPreview()
         if (thumb)
             thumb->setShown(!on);
     });
-    QWidget *row = group->addRow(tool.isEmpty() ? Texts::hideAnyToolNotification : Texts::hideToolNotification.arg(tool),
-                                 {hide});
+    QWidget *row =
+        group->addRow(tool.isEmpty() ? Texts::hideAnyToolNotification : Texts::hideToolNotification.arg(tool), {hide});
     if (!available) {
         const QString reason = tool.isEmpty() ? Texts::noKnownScreenshotTool : Texts::toolHasNoNotification.arg(tool);
         SettingsGroup::setSubtitle(row, reason);
@@ -206,8 +206,8 @@ QWidget *SettingsForm::buildTidy()
     });
     group->addRow(QStringLiteral("Tidy Up Automatically"), {m_tidyEnabled});
 
-    m_tidyDays = stepper(1, 365, m_tidy ? m_tidy->days() : AutoTidy::defaultDays, QStringLiteral("day"),
-                         QStringLiteral("days"));
+    m_tidyDays =
+        stepper(1, 365, m_tidy ? m_tidy->days() : AutoTidy::defaultDays, QStringLiteral("day"), QStringLiteral("days"));
     m_tidyDays->setObjectName(QStringLiteral("tidyDays"));
     connect(m_tidyDays, &QSpinBox::valueChanged, this, [this](int days) {
         if (m_tidy)
@@ -302,7 +302,8 @@ QWidget *SettingsForm::buildAbout()
     auto *version = new QLabel(versionText());
     version->setTextInteractionFlags(Qt::TextSelectableByMouse);
     group->addRow(QStringLiteral("Version"), {version});
-    group->addRow(QStringLiteral("Made by"), {link(QStringLiteral("Merrowind"), QStringLiteral(BRINDLEWICK_WEBSITE_URL))});
+    group->addRow(QStringLiteral("Made by"),
+                  {link(QStringLiteral("Merrowind"), QStringLiteral(BRINDLEWICK_WEBSITE_URL))});
     group->addRow(QStringLiteral("Support the Project"),
                   {link(QStringLiteral("Buy me a coffee"), QStringLiteral(BRINDLEWICK_SUPPORT_URL))});
     group->setFooter(Texts::distributionNotice);

@@ -9,8 +9,7 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
-SettingsSheetWindow::SettingsSheetWindow(QWidget *shelfWindow)
-    : QDialog(shelfWindow, Qt::Sheet)
+SettingsSheetWindow::SettingsSheetWindow(QWidget *shelfWindow) : QDialog(shelfWindow, Qt::Sheet)
 {
     setWindowTitle(QStringLiteral("Settings"));
     setObjectName(QStringLiteral("settingsSheet"));

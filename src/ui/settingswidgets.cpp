@@ -4,8 +4,8 @@
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QPainterPath>
-#include <QVariantAnimation>
 #include <QVBoxLayout>
+#include <QVariantAnimation>
 
 namespace {
 
@@ -127,10 +127,7 @@ void ElidedLabel::setText(const QString &text)
     update();
 }
 
-QSize ElidedLabel::sizeHint() const
-{
-    return {fontMetrics().horizontalAdvance(m_text) + 2, fontMetrics().height()};
-}
+QSize ElidedLabel::sizeHint() const { return {fontMetrics().horizontalAdvance(m_text) + 2, fontMetrics().height()}; }
 
 QSize ElidedLabel::minimumSizeHint() const
 {

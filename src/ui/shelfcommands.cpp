@@ -8,8 +8,8 @@
 #include "model/shelf.h"
 
 ShelfCommands::ShelfCommands(Shelf *shelf, const Parts &parts, QObject *parent)
-    : QObject(parent), m_shelf(shelf), m_launcher(parts.launcher), m_runner(parts.runner),
-      m_quickLook(parts.quickLook), m_pins(parts.pins), m_folderPrompt(parts.folderPrompt)
+    : QObject(parent), m_shelf(shelf), m_launcher(parts.launcher), m_runner(parts.runner), m_quickLook(parts.quickLook),
+      m_pins(parts.pins), m_folderPrompt(parts.folderPrompt)
 {
     if (!shelf)
         return;
@@ -29,15 +29,9 @@ ShelfCommands::ShelfCommands(Shelf *shelf, const Parts &parts, QObject *parent)
     });
 }
 
-QuickLook *ShelfCommands::quickLook() const
-{
-    return m_quickLook;
-}
+QuickLook *ShelfCommands::quickLook() const { return m_quickLook; }
 
-QList<QUrl> ShelfCommands::targets() const
-{
-    return m_shelf ? m_shelf->selectedURLs() : QList<QUrl>();
-}
+QList<QUrl> ShelfCommands::targets() const { return m_shelf ? m_shelf->selectedURLs() : QList<QUrl>(); }
 
 std::optional<QUrl> ShelfCommands::primary() const
 {
@@ -63,12 +57,13 @@ void ShelfCommands::trash(const QList<QUrl> &files)
     if (!m_runner || files.isEmpty())
         return;
     QPointer<Shelf> shelf = m_shelf;
-    m_runner->trash(files, m_shelf ? m_shelf->stamps(files) : FileStamps(), m_shelf, [shelf, asked = files.size()](const FileWorkResult &result) {
-        // The folder watch would notice too; a scan now shows it at once,
-        // and shows the new content of a file that was refused.
-        if (shelf && (result.count > 0 || result.count < asked))
-            shelf->scan();
-    });
+    m_runner->trash(files, m_shelf ? m_shelf->stamps(files) : FileStamps(), m_shelf,
+                    [shelf, asked = files.size()](const FileWorkResult &result) {
+                        // The folder watch would notice too; a scan now shows it at once,
+                        // and shows the new content of a file that was refused.
+                        if (shelf && (result.count > 0 || result.count < asked))
+                            shelf->scan();
+                    });
 }
 
 void ShelfCommands::copyItem(qsizetype index)

@@ -7,8 +7,8 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QPainter>
 #include <QPaintEvent>
+#include <QPainter>
 #include <QPainterPath>
 #include <QScrollBar>
 #include <QStyle>
@@ -169,7 +169,7 @@ ShelfGrid::Shows ShelfGrid::shows(const QUrl &url, QImage *image) const
 QString ShelfGrid::partAt(const QPoint &viewportPoint) const
 {
     return m_geometry.indexAt(toContent(viewportPoint)) >= 0 ? QStringLiteral("ThumbCell")
-                                                              : QStringLiteral("GridBackground");
+                                                             : QStringLiteral("GridBackground");
 }
 
 void ShelfGrid::refreshItems()
@@ -212,10 +212,7 @@ void ShelfGrid::folderChanged()
     verticalScrollBar()->setValue(0);
 }
 
-FileStamp ShelfGrid::stampOf(const QUrl &url) const
-{
-    return m_shelf ? m_shelf->stamp(url) : FileStamp();
-}
+FileStamp ShelfGrid::stampOf(const QUrl &url) const { return m_shelf ? m_shelf->stamp(url) : FileStamp(); }
 
 void ShelfGrid::forget(const QUrl &url)
 {
@@ -433,8 +430,8 @@ QIcon ShelfGrid::appIcon(const QString &desktopEntry)
     else if (!name.isEmpty())
         icon = QIcon::fromTheme(name);
     if (icon.isNull())
-        icon = QIcon::fromTheme(QStringLiteral("application-x-executable"),
-                                style()->standardIcon(QStyle::SP_DesktopIcon));
+        icon =
+            QIcon::fromTheme(QStringLiteral("application-x-executable"), style()->standardIcon(QStyle::SP_DesktopIcon));
     m_appIcons.insert(desktopEntry, icon);
     return icon;
 }

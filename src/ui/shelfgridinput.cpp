@@ -234,7 +234,8 @@ void ShelfGrid::startDrag()
         return;
     const qreal dpr = devicePixelRatioF();
     const int width = m_geometry.cellWidth;
-    const QIcon fallback = QIcon::fromTheme(QStringLiteral("image-x-generic"), style()->standardIcon(QStyle::SP_FileIcon));
+    const QIcon fallback =
+        QIcon::fromTheme(QStringLiteral("image-x-generic"), style()->standardIcon(QStyle::SP_FileIcon));
     QList<QImage> images;
     for (const QUrl &file : files) {
         QImage image = m_images.value(file).image;

@@ -80,47 +80,45 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
             window()->setFocus(Qt::OtherFocusReason);
     });
 
-    m_newFolder = addButton(QStringLiteral("New Folder"),
-                            icon({QStringLiteral("folder-new")}, QStringLiteral("folder-new")),
-                            QStringLiteral("New folder inside Home (%1)").arg(Texts::newFolderKeyHint));
+    m_newFolder =
+        addButton(QStringLiteral("New Folder"), icon({QStringLiteral("folder-new")}, QStringLiteral("folder-new")),
+                  QStringLiteral("New folder inside Home (%1)").arg(Texts::newFolderKeyHint));
     connect(m_newFolder, &QAction::triggered, this, [this] {
         if (m_commands)
             m_commands->newFolder();
     });
-    m_preview = addButton(Texts::preview,
-                          icon({QStringLiteral("view-preview"), QStringLiteral("document-preview")},
-                               QStringLiteral("preview")),
-                          QStringLiteral("%1 (%2)").arg(Texts::preview, Texts::previewKeyHint));
+    m_preview =
+        addButton(Texts::preview,
+                  icon({QStringLiteral("view-preview"), QStringLiteral("document-preview")}, QStringLiteral("preview")),
+                  QStringLiteral("%1 (%2)").arg(Texts::preview, Texts::previewKeyHint));
     // Unlike Space, the button leaves the selection as it is.
     connect(m_preview, &QAction::triggered, this, [this] {
         if (m_commands)
             m_commands->togglePreview(false);
     });
     m_pin = addButton(QStringLiteral("Pin"),
-                      icon({QStringLiteral("view-pin"), QStringLiteral("pin")},
-                           QStringLiteral("pin")),
+                      icon({QStringLiteral("view-pin"), QStringLiteral("pin")}, QStringLiteral("pin")),
                       QStringLiteral("Pin to screen (%1)").arg(Texts::pinKeyHint));
     connect(m_pin, &QAction::triggered, this, [this] {
         if (m_commands)
             m_commands->pinPrimary();
     });
-    m_trash = addButton(QStringLiteral("Delete"),
-                        icon({QStringLiteral("user-trash")},
-                             QStringLiteral("trash")),
+    m_trash = addButton(QStringLiteral("Delete"), icon({QStringLiteral("user-trash")}, QStringLiteral("trash")),
                         QStringLiteral("Move to Trash (%1)").arg(Texts::trashKeyHint));
     connect(m_trash, &QAction::triggered, this, [this] {
         if (m_commands)
             m_commands->trash(m_commands->targets());
     });
-    m_settings = addButton(QStringLiteral("Settings"),
-                           icon({QStringLiteral("configure"), QStringLiteral("preferences-system")},
-                                QStringLiteral("settings")),
-                           QStringLiteral("Settings (%1)").arg(Texts::settingsKeyHint));
+    m_settings =
+        addButton(QStringLiteral("Settings"),
+                  icon({QStringLiteral("configure"), QStringLiteral("preferences-system")}, QStringLiteral("settings")),
+                  QStringLiteral("Settings (%1)").arg(Texts::settingsKeyHint));
     connect(m_settings, &QAction::triggered, this, [] { Q_EMIT Notifications::shared().openSettings(); });
 
     // The application's menus: no menu bar is drawn on this desktop.
     m_menuButton->setObjectName(QStringLiteral("menuButton"));
-    m_menuButton->setIcon(icon({QStringLiteral("open-menu"), QStringLiteral("application-menu")}, QStringLiteral("menu")));
+    m_menuButton->setIcon(
+        icon({QStringLiteral("open-menu"), QStringLiteral("application-menu")}, QStringLiteral("menu")));
     m_menuButton->setText(QStringLiteral("Menu"));
     m_menuButton->setToolTip(QStringLiteral("Menu"));
     m_menuButton->setToolButtonStyle(Qt::ToolButtonIconOnly);
@@ -158,10 +156,7 @@ void ShelfToolbar::setMainMenu(const QList<QMenu *> &menus)
     }
 }
 
-void ShelfToolbar::setCommands(ShelfCommands *commands)
-{
-    m_commands = commands;
-}
+void ShelfToolbar::setCommands(ShelfCommands *commands) { m_commands = commands; }
 
 void ShelfToolbar::refresh(bool anyVisible)
 {

@@ -3,8 +3,8 @@
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "model/shelf.h"
-#include "tidy/autotidy.h"
 #include "system/texts.h"
+#include "tidy/autotidy.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelftoolbar.h"
 
@@ -35,8 +35,8 @@ QLabel *secondaryLabel(QWidget *parent)
 // The theme's icon, else our own, drawn sharp for the widget's screen.
 QPixmap themed(const char *name, const char *bundled, QWidget *widget, int side)
 {
-    const QIcon icon = QIcon::fromTheme(QString::fromLatin1(name),
-                                        QIcon(QStringLiteral(":/brindlewick/icons/%1.svg").arg(QLatin1String(bundled))));
+    const QIcon icon = QIcon::fromTheme(
+        QString::fromLatin1(name), QIcon(QStringLiteral(":/brindlewick/icons/%1.svg").arg(QLatin1String(bundled))));
     return icon.pixmap(QSize(side, side), widget->devicePixelRatioF());
 }
 
@@ -44,10 +44,11 @@ QPixmap themed(const char *name, const char *bundled, QWidget *widget, int side)
 
 ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent)
     : QWidget(parent), m_shelf(shelf), m_meta(meta), m_toolbar(new ShelfToolbar(shelf, this)),
-      m_split(new QSplitter(Qt::Horizontal, this)),
-      m_stack(new QStackedWidget(this)), m_grid(new ShelfGrid(shelf, meta, thumbs, this)),
-      m_emptyIcon(secondaryLabel(this)), m_emptyText(secondaryLabel(this)), m_emptyHint(secondaryLabel(this)),
-      m_recognise(new QPushButton(QStringLiteral("Recognise text in unindexed screenshots to search inside them"), this)),
+      m_split(new QSplitter(Qt::Horizontal, this)), m_stack(new QStackedWidget(this)),
+      m_grid(new ShelfGrid(shelf, meta, thumbs, this)), m_emptyIcon(secondaryLabel(this)),
+      m_emptyText(secondaryLabel(this)), m_emptyHint(secondaryLabel(this)),
+      m_recognise(
+          new QPushButton(QStringLiteral("Recognise text in unindexed screenshots to search inside them"), this)),
       m_status(secondaryLabel(this)), m_progress(new QProgressBar(this)), m_progressText(secondaryLabel(this)),
       m_tidyText(secondaryLabel(this)), m_tidyButton(new QPushButton(this)), m_size(new QSlider(Qt::Horizontal, this))
 {
@@ -155,8 +156,8 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     layout->addWidget(m_split);
 
     if (shelf) {
-        for (auto signal : {&Shelf::itemsChanged, &Shelf::queryChanged, &Shelf::selectionChanged,
-                            &Shelf::cellWidthChanged})
+        for (auto signal :
+             {&Shelf::itemsChanged, &Shelf::queryChanged, &Shelf::selectionChanged, &Shelf::cellWidthChanged})
             connect(shelf, signal, this, &ShelfView::refresh);
         connect(shelf, &Shelf::currentChanged, this, &ShelfView::refreshTitle);
         connect(shelf, &Shelf::homeChanged, this, &ShelfView::refreshTitle);
@@ -217,15 +218,9 @@ void ShelfView::refreshTidy()
     m_tidyButton->setText(m_tidy->toTrash() ? QStringLiteral("Trash now") : QStringLiteral("Archive now"));
 }
 
-void ShelfView::setMainMenu(const QList<QMenu *> &menus)
-{
-    m_toolbar->setMainMenu(menus);
-}
+void ShelfView::setMainMenu(const QList<QMenu *> &menus) { m_toolbar->setMainMenu(menus); }
 
-void ShelfView::setCommands(ShelfCommands *commands)
-{
-    m_toolbar->setCommands(commands);
-}
+void ShelfView::setCommands(ShelfCommands *commands) { m_toolbar->setCommands(commands); }
 
 void ShelfView::setSidebar(QWidget *sidebar)
 {
@@ -251,8 +246,8 @@ void ShelfView::refresh()
         return;
     const QList<QUrl> visible = m_grid->shownItems();
     const QString query = m_shelf->query();
-    m_status->setText(statusText(visible.size(), m_shelf->items().size(), !query.isEmpty(),
-                                 m_shelf->selection().size()));
+    m_status->setText(
+        statusText(visible.size(), m_shelf->items().size(), !query.isEmpty(), m_shelf->selection().size()));
     m_toolbar->refresh(!visible.isEmpty());
     {
         const QSignalBlocker quiet(m_size);

@@ -47,9 +47,8 @@ std::optional<int> copySlot(const QKeyEvent *event)
     if (QGuiApplication::platformName() == QLatin1String("xcb") && code >= firstDigitKeycode
         && code < firstDigitKeycode + 8)
         return int(code - firstDigitKeycode);
-    static constexpr Qt::Key shifted[] = {Qt::Key_Exclam,     Qt::Key_At,        Qt::Key_NumberSign,
-                                          Qt::Key_Dollar,     Qt::Key_Percent,   Qt::Key_AsciiCircum,
-                                          Qt::Key_Ampersand,  Qt::Key_Asterisk};
+    static constexpr Qt::Key shifted[] = {Qt::Key_Exclam,  Qt::Key_At,          Qt::Key_NumberSign, Qt::Key_Dollar,
+                                          Qt::Key_Percent, Qt::Key_AsciiCircum, Qt::Key_Ampersand,  Qt::Key_Asterisk};
     for (int i = 0; i < 8; ++i) {
         if (key == shifted[i])
             return i;

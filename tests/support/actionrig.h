@@ -18,5 +18,8 @@ struct ActionRig : ShelfRig
     ScriptedPrompt prompt;
 
     QString trashed(const QString &name) const { return box.path(QStringLiteral("Trash/files/")) + name; }
-    bool settle() { return QTest::qWaitFor([this] { return runner.pending() == 0; }, 10000); }
+    bool settle()
+    {
+        return QTest::qWaitFor([this] { return runner.pending() == 0; }, 10000);
+    }
 };

@@ -14,10 +14,9 @@ VirtualDisplay::VirtualDisplay()
         return;
     // -displayfd 1: the server picks a free display and writes its number
     // to standard output once it accepts connections.
-    m_server.start(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"),
-                                            QStringLiteral("-screen"), QStringLiteral("0"),
-                                            QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"),
-                                            QStringLiteral("tcp")});
+    m_server.start(QStringLiteral("Xvfb"),
+                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"), QStringLiteral("0"),
+                    QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
     if (!m_server.waitForStarted(10000))
         return;
     QByteArray number;

@@ -14,10 +14,7 @@ namespace ColourImages {
 
 // The colour standing for the n-th content a test writes; far enough apart
 // to tell from one another after scaling.
-inline QColor colour(int n)
-{
-    return QColor::fromHsv((n * 47) % 360, 90 + (n * 29) % 150, 120 + (n * 53) % 120);
-}
+inline QColor colour(int n) { return QColor::fromHsv((n * 47) % 360, 90 + (n * 29) % 150, 120 + (n * 53) % 120); }
 
 // Writes (or overwrites in place) `path` as a PNG of `colour`, sized by
 // the colour so contents seldom share a file size.

@@ -111,9 +111,9 @@ DesktopSession::DesktopSession()
 
     if (!startProcess(m_windowManager, QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}))
         return;
-    const bool managed = QTest::qWaitFor([&] {
-        return property(0, QStringLiteral("_NET_SUPPORTING_WM_CHECK")).contains(QStringLiteral("window id"));
-    }, startTimeoutMs);
+    const bool managed = QTest::qWaitFor(
+        [&] { return property(0, QStringLiteral("_NET_SUPPORTING_WM_CHECK")).contains(QStringLiteral("window id")); },
+        startTimeoutMs);
     if (!managed) {
         m_problem = QStringLiteral("openbox did not take the screen");
         return;
@@ -130,9 +130,8 @@ DesktopSession::DesktopSession()
         return;
     // The panel is there once the window manager keeps windows off it.
     const QString workArea = QStringLiteral("0, 0, %1, %2").arg(screenWidth).arg(screenHeight - panelHeight);
-    const bool panelled = QTest::qWaitFor([&] {
-        return property(0, QStringLiteral("_NET_WORKAREA")).startsWith(workArea);
-    }, startTimeoutMs);
+    const bool panelled = QTest::qWaitFor(
+        [&] { return property(0, QStringLiteral("_NET_WORKAREA")).startsWith(workArea); }, startTimeoutMs);
     if (!panelled) {
         m_problem = QStringLiteral("the panel did not come up");
         return;
@@ -232,11 +231,13 @@ QList<quint32> DesktopSession::windowsNamed(const QString &nameRegex) const
 quint32 DesktopSession::waitForWindow(qint64 pid, const QString &nameRegex, bool shown) const
 {
     quint32 found = 0;
-    const bool settled = QTest::qWaitFor([&] {
-        const QList<quint32> windows = windowsOf(pid, nameRegex);
-        found = windows.size() == 1 ? windows.first() : 0;
-        return shown ? found != 0 : windows.isEmpty();
-    }, AppRun::defaultTimeoutMs);
+    const bool settled = QTest::qWaitFor(
+        [&] {
+            const QList<quint32> windows = windowsOf(pid, nameRegex);
+            found = windows.size() == 1 ? windows.first() : 0;
+            return shown ? found != 0 : windows.isEmpty();
+        },
+        AppRun::defaultTimeoutMs);
     return settled && shown ? found : 0;
 }
 
@@ -258,7 +259,8 @@ QRect DesktopSession::geometry(quint32 window) const
 QString DesktopSession::property(quint32 window, const QString &name) const
 {
     QByteArray out;
-    tool(QStringLiteral("xprop"), words(window ? QStringLiteral("-id %1").arg(window) : QStringLiteral("-root")) << name, &out);
+    tool(QStringLiteral("xprop"),
+         words(window ? QStringLiteral("-id %1").arg(window) : QStringLiteral("-root")) << name, &out);
     const QString line = QString::fromUtf8(out).trimmed();
     const qsizetype equals = line.indexOf(QStringLiteral(" = "));
     if (equals >= 0)
@@ -324,30 +326,26 @@ void DesktopSession::drag(QPoint from, QPoint to) const
     xdotool(words(line + QStringLiteral(" sleep 0.2 mouseup 1")));
 }
 
-void DesktopSession::key(const QString &keys) const
-{
-    xdotool(words(QStringLiteral("key --clearmodifiers")) << keys);
-}
+void DesktopSession::key(const QString &keys) const { xdotool(words(QStringLiteral("key --clearmodifiers")) << keys); }
 
-void DesktopSession::type(const QString &text) const
-{
-    xdotool(words(QStringLiteral("type --delay 40")) << text);
-}
+void DesktopSession::type(const QString &text) const { xdotool(words(QStringLiteral("type --delay 40")) << text); }
 
 std::optional<QRect> DesktopSession::trayIcon(qint64 pid) const
 {
     // Docked into the panel, so inside its band at the bottom of the screen.
     std::optional<QRect> icon;
-    const bool docked = QTest::qWaitFor([&] {
-        for (quint32 window : windowsOf(pid)) {
-            const QRect r = geometry(window);
-            if (r.top() >= screenHeight - panelHeight && r.width() <= panelHeight && r.height() <= panelHeight) {
-                icon = r;
-                return true;
+    const bool docked = QTest::qWaitFor(
+        [&] {
+            for (quint32 window : windowsOf(pid)) {
+                const QRect r = geometry(window);
+                if (r.top() >= screenHeight - panelHeight && r.width() <= panelHeight && r.height() <= panelHeight) {
+                    icon = r;
+                    return true;
+                }
             }
-        }
-        return false;
-    }, AppRun::defaultTimeoutMs);
+            return false;
+        },
+        AppRun::defaultTimeoutMs);
     return docked ? icon : std::nullopt;
 }
 

@@ -13,10 +13,7 @@
 
 namespace {
 
-int removeEntry(const char *path, const struct stat *, int, struct FTW *)
-{
-    return ::remove(path);
-}
+int removeEntry(const char *path, const struct stat *, int, struct FTW *) { return ::remove(path); }
 
 struct FreshHome
 {

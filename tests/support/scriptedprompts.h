@@ -8,8 +8,7 @@ class ScriptedPrompt final : public TextPrompt
 public:
     std::optional<QString> answer; // nullopt: Cancel
     TextPromptRequest asked;
-    void askText(const TextPromptRequest &request,
-                 std::function<void(const std::optional<QString> &)> reply) override
+    void askText(const TextPromptRequest &request, std::function<void(const std::optional<QString> &)> reply) override
     {
         asked = request;
         reply(answer);

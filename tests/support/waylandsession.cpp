@@ -32,9 +32,13 @@ WaylandSession::WaylandSession(Compositor compositor, bool xwayland) : m_composi
     QStringList absent;
     QList<const char *> tools = {"xwininfo", "xhost"};
     if (compositor == Compositor::weston)
-        tools << "weston" << "weston-screenshooter";
+        tools << "weston"
+              << "weston-screenshooter";
     else
-        tools << "sway" << "swaymsg" << "grim" << "setpriv";
+        tools << "sway"
+              << "swaymsg"
+              << "grim"
+              << "setpriv";
     if (xwayland)
         tools << "Xwayland";
     for (const char *tool : tools) {
@@ -84,10 +88,13 @@ QProcessEnvironment WaylandSession::environment() const
 bool WaylandSession::startWeston(bool xwayland)
 {
     // --debug lets the screenshooter capture; pixman needs no GPU.
-    QStringList arguments = {QStringLiteral("--backend=headless-backend.so"), QStringLiteral("--use-pixman"),
+    QStringList arguments = {QStringLiteral("--backend=headless-backend.so"),
+                             QStringLiteral("--use-pixman"),
                              QStringLiteral("--width=%1").arg(screenWidth),
-                             QStringLiteral("--height=%1").arg(screenHeight), QStringLiteral("--socket=brindlewick"),
-                             QStringLiteral("--idle-time=0"), QStringLiteral("--debug")};
+                             QStringLiteral("--height=%1").arg(screenHeight),
+                             QStringLiteral("--socket=brindlewick"),
+                             QStringLiteral("--idle-time=0"),
+                             QStringLiteral("--debug")};
     if (xwayland)
         arguments << QStringLiteral("--xwayland");
     m_server.setProcessEnvironment(environment());
@@ -95,18 +102,20 @@ bool WaylandSession::startWeston(bool xwayland)
     const QString socket = m_runtime + QStringLiteral("/brindlewick");
     const QString log = m_root.filePath(QStringLiteral("compositor.log"));
     static const QRegularExpression listening(QStringLiteral("xserver listening on display (:\\d+)"));
-    const bool up = QTest::qWaitFor([&] {
-        if (m_server.state() == QProcess::NotRunning || !QFile::exists(socket))
-            return false;
-        if (!xwayland)
-            return true;
-        QFile file(log);
-        if (!file.open(QIODevice::ReadOnly))
-            return false;
-        const QRegularExpressionMatch m = listening.match(QString::fromUtf8(file.readAll()));
-        m_x11Display = m.captured(1);
-        return m.hasMatch();
-    }, startTimeoutMs);
+    const bool up = QTest::qWaitFor(
+        [&] {
+            if (m_server.state() == QProcess::NotRunning || !QFile::exists(socket))
+                return false;
+            if (!xwayland)
+                return true;
+            QFile file(log);
+            if (!file.open(QIODevice::ReadOnly))
+                return false;
+            const QRegularExpressionMatch m = listening.match(QString::fromUtf8(file.readAll()));
+            m_x11Display = m.captured(1);
+            return m.hasMatch();
+        },
+        startTimeoutMs);
     if (!up) {
         m_problem = QStringLiteral("weston did not start (see %1)").arg(log);
         return false;
@@ -144,27 +153,29 @@ bool WaylandSession::startSway(bool xwayland)
             m_problem = QStringLiteral("could not hand the runtime folder to nobody");
             return false;
         }
-        m_server.start(QStringLiteral("setpriv"), {QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
-                                                   QStringLiteral("--clear-groups"), QStringLiteral("sway"),
-                                                   QStringLiteral("-c"), config});
+        m_server.start(QStringLiteral("setpriv"),
+                       {QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
+                        QStringLiteral("--clear-groups"), QStringLiteral("sway"), QStringLiteral("-c"), config});
     } else {
         m_server.start(QStringLiteral("sway"), {QStringLiteral("-c"), config});
     }
     const QString log = m_root.filePath(QStringLiteral("compositor.log"));
-    const bool up = QTest::qWaitFor([&] {
-        if (m_server.state() == QProcess::NotRunning)
-            return false;
-        const QDir runtime(m_runtime);
-        const QStringList sockets = runtime.entryList({QStringLiteral("wayland-*")}, QDir::System);
-        const QStringList commands = runtime.entryList({QStringLiteral("sway-ipc.*.sock")}, QDir::System);
-        for (const QString &name : sockets) {
-            if (!name.endsWith(QLatin1String(".lock")))
-                m_socket = runtime.filePath(name);
-        }
-        if (!commands.isEmpty())
-            m_swaySocket = runtime.filePath(commands.first());
-        return !m_socket.isEmpty() && !m_swaySocket.isEmpty();
-    }, startTimeoutMs);
+    const bool up = QTest::qWaitFor(
+        [&] {
+            if (m_server.state() == QProcess::NotRunning)
+                return false;
+            const QDir runtime(m_runtime);
+            const QStringList sockets = runtime.entryList({QStringLiteral("wayland-*")}, QDir::System);
+            const QStringList commands = runtime.entryList({QStringLiteral("sway-ipc.*.sock")}, QDir::System);
+            for (const QString &name : sockets) {
+                if (!name.endsWith(QLatin1String(".lock")))
+                    m_socket = runtime.filePath(name);
+            }
+            if (!commands.isEmpty())
+                m_swaySocket = runtime.filePath(commands.first());
+            return !m_socket.isEmpty() && !m_swaySocket.isEmpty();
+        },
+        startTimeoutMs);
     if (!up) {
         m_problem = QStringLiteral("sway did not start (see %1)").arg(log);
         return false;
@@ -177,13 +188,15 @@ bool WaylandSession::startSway(bool xwayland)
     const QString command = QStringLiteral("exec sh -c '%1echo \"$DISPLAY\" > %2'")
                                 .arg(root ? QStringLiteral("xhost +si:localuser:root && ") : QString(), answer);
     tool(QStringLiteral("swaymsg"), {command});
-    const bool known = QTest::qWaitFor([&] {
-        QFile file(answer);
-        if (!file.open(QIODevice::ReadOnly))
-            return false;
-        m_x11Display = QString::fromUtf8(file.readAll()).trimmed();
-        return !m_x11Display.isEmpty();
-    }, startTimeoutMs);
+    const bool known = QTest::qWaitFor(
+        [&] {
+            QFile file(answer);
+            if (!file.open(QIODevice::ReadOnly))
+                return false;
+            m_x11Display = QString::fromUtf8(file.readAll()).trimmed();
+            return !m_x11Display.isEmpty();
+        },
+        startTimeoutMs);
     if (!known) {
         m_problem = QStringLiteral("sway's XWayland did not come up (see %1)").arg(log);
         return false;
@@ -275,7 +288,8 @@ QRect WaylandSession::x11Geometry(quint32 window) const
     const auto field = [&out](const char *label) {
         static const QRegularExpression number(QStringLiteral("-?\\d+"));
         const qsizetype at = out.indexOf(label);
-        return at < 0 ? 0 : number.match(QString::fromUtf8(out.mid(at + qsizetype(qstrlen(label)), 16))).captured().toInt();
+        return at < 0 ? 0
+                      : number.match(QString::fromUtf8(out.mid(at + qsizetype(qstrlen(label)), 16))).captured().toInt();
     };
     return QRect(field("Absolute upper-left X:"), field("Absolute upper-left Y:"), field("Width:"), field("Height:"));
 }

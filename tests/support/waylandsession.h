@@ -65,8 +65,8 @@ private:
     QTemporaryDir m_root;
     QString m_runtime;
     QProcess m_server;
-    QString m_socket;      // the Wayland socket's full path
-    QString m_swaySocket;  // sway's command socket
+    QString m_socket;     // the Wayland socket's full path
+    QString m_swaySocket; // sway's command socket
     QString m_x11Display;
     QString m_problem;
     bool m_running = false;

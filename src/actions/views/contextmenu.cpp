@@ -32,10 +32,7 @@ QAction *addEntry(QMenu *menu, const QString &title, std::function<void()> handl
     return action;
 }
 
-QIcon themed(const QString &name, const QIcon &fallback)
-{
-    return QIcon::fromTheme(name, fallback);
-}
+QIcon themed(const QString &name, const QIcon &fallback) { return QIcon::fromTheme(name, fallback); }
 
 QString folderName(const QUrl &folder) { return QDir(folder.toLocalFile()).dirName(); }
 
@@ -74,9 +71,8 @@ void addOpenWith(QMenu *menu, const Context &c)
         return;
     const QList<AppChoice> choices = FileActions::applications(c.first, *c.launcher);
     for (const AppChoice &choice : choices) {
-        QAction *action = addEntry(sub, choice.name, [c, app = choice.url] {
-            FileActions::openWith(c.files, app, *c.launcher);
-        });
+        QAction *action =
+            addEntry(sub, choice.name, [c, app = choice.url] { FileActions::openWith(c.files, app, *c.launcher); });
         if (!choice.icon.isNull())
             action->setIcon(QIcon(choice.icon.pixmap(appIconSize, appIconSize)));
         // The default application stands apart from the alternatives.
@@ -96,8 +92,8 @@ void addMoveTo(QMenu *menu, const Context &c)
                 c.runner->move(c.files, folder, c.shelf, c.rescan());
         };
         if (current != home) {
-            QAction *action = addEntry(sub, QStringLiteral("Home (%1)").arg(folderName(home)),
-                                       [moveInto, home] { moveInto(home); });
+            QAction *action =
+                addEntry(sub, QStringLiteral("Home (%1)").arg(folderName(home)), [moveInto, home] { moveInto(home); });
             action->setIcon(themed(QStringLiteral("go-home"), QIcon(QStringLiteral(":/brindlewick/icons/home.svg"))));
         }
         const QIcon folderIcon = themed(QStringLiteral("folder"), qApp->style()->standardIcon(QStyle::SP_DirIcon));

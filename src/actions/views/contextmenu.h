@@ -53,7 +53,6 @@ QString trashTitle(qsizetype count);
 QMenu *build(const QList<QUrl> &files, const Parts &parts, QWidget *parent = nullptr);
 
 // Builds the menu and pops it up at `globalPos`; it deletes itself once closed.
-QMenu *popup(const QList<QUrl> &files, const Parts &parts, const QPoint &globalPos,
-             QWidget *parent = nullptr);
+QMenu *popup(const QList<QUrl> &files, const Parts &parts, const QPoint &globalPos, QWidget *parent = nullptr);
 
 } // namespace ContextMenu

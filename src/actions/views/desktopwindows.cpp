@@ -25,8 +25,8 @@ xcb_connection_t *x11Connection()
 
 xcb_atom_t internAtom(xcb_connection_t *connection, const char *name)
 {
-    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, uint16_t(std::strlen(name)), name), nullptr);
+    xcb_intern_atom_reply_t *reply =
+        xcb_intern_atom_reply(connection, xcb_intern_atom(connection, 0, uint16_t(std::strlen(name)), name), nullptr);
     const xcb_atom_t atom = reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
     std::free(reply);
     return atom;
@@ -77,8 +77,8 @@ void requestStates(xcb_window_t window, bool mapped, std::initializer_list<const
             atoms.append(atom);
     }
     if (!mapped) {
-        xcb_change_property(connection, XCB_PROP_MODE_APPEND, window, state, XCB_ATOM_ATOM, 32,
-                            uint32_t(atoms.size()), atoms.constData());
+        xcb_change_property(connection, XCB_PROP_MODE_APPEND, window, state, XCB_ATOM_ATOM, 32, uint32_t(atoms.size()),
+                            atoms.constData());
     } else {
         // Two states a message at most.
         for (qsizetype i = 0; i < atoms.size(); i += 2) {
@@ -183,7 +183,8 @@ bool throughXWayland()
 
 Qt::WindowFlags cornerCardFlags()
 {
-    Qt::WindowFlags flags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus | Qt::WindowStaysOnTopHint;
+    Qt::WindowFlags flags =
+        Qt::Tool | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus | Qt::WindowStaysOnTopHint;
     if (throughXWayland())
         flags |= Qt::X11BypassWindowManagerHint;
     return flags;

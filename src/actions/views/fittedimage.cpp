@@ -2,14 +2,14 @@
 
 #include "actions/fileactions.h"
 #include "files/decodelimits.h"
-#include "meta/pngscale.h"
 #include "files/localpaths.h"
+#include "meta/pngscale.h"
 #include "platform/threadpriority.h"
 
-#include <QImageIOHandler>
 #include <QFile>
-#include <QImageReader>
 #include <QFutureWatcher>
+#include <QImageIOHandler>
+#include <QImageReader>
 #include <QThreadPool>
 #include <QtConcurrent>
 
@@ -25,8 +25,7 @@ QSize fitted(const QSize &size, const QSize &box)
         return {};
     if (size.width() <= box.width() && size.height() <= box.height())
         return size;
-    const double scale = std::min(double(box.width()) / size.width(),
-                                  double(box.height()) / size.height());
+    const double scale = std::min(double(box.width()) / size.width(), double(box.height()) / size.height());
     return QSize(std::max(1, int(std::lround(size.width() * scale))),
                  std::max(1, int(std::lround(size.height() * scale))));
 }
@@ -61,9 +60,8 @@ std::optional<Decoded> decode(const QString &path, const QSize &maxPixels)
         if (!whole)
             return std::nullopt;
         const QSize target = fitted(whole->size(), maxPixels.isEmpty() ? whole->size() : maxPixels);
-        QImage image = target == whole->size()
-                           ? *whole
-                           : whole->scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        QImage image =
+            target == whole->size() ? *whole : whole->scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         return Decoded{image, whole->size()};
     }
     if (qint64(stored.width()) * stored.height() * 4 > FileActions::maxDecodeBytes)

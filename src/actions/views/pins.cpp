@@ -21,10 +21,7 @@ Pins::~Pins()
     qDeleteAll(open);
 }
 
-void Pins::pin(const QUrl &file)
-{
-    pin(file, screenUnderPointer());
-}
+void Pins::pin(const QUrl &file) { pin(file, screenUnderPointer()); }
 
 void Pins::pin(const QUrl &file, QScreen *screen)
 {
@@ -39,12 +36,12 @@ void Pins::pin(const QUrl &file, QScreen *screen)
     const quint64 serial = m_nextSerial++;
     FittedImage::decodeLater(this, LocalPaths::localPath(file), most,
                              [this, serial, file, where](const std::optional<FittedImage::Decoded> &decoded) {
-        if (!decoded) {
-            Q_EMIT pinFailed(file);
-            return;
-        }
-        opened(serial, file, where, decoded->image, decoded->original);
-    });
+                                 if (!decoded) {
+                                     Q_EMIT pinFailed(file);
+                                     return;
+                                 }
+                                 opened(serial, file, where, decoded->image, decoded->original);
+                             });
 }
 
 void Pins::opened(quint64 serial, const QUrl &file, QPointer<QScreen> screen, const QImage &image,
@@ -90,9 +87,9 @@ void Pins::filesChanged(const QList<QUrl> &files)
                                   : QSize(4096, 4096);
         FittedImage::decodeLater(window, LocalPaths::localPath(file), most,
                                  [this, alive, reload](const std::optional<FittedImage::Decoded> &decoded) {
-            // Only the latest of overlapping reloads lands.
-            if (alive && decoded && m_reloads.value(alive.data()) == reload)
-                alive->setImage(decoded->image);
-        });
+                                     // Only the latest of overlapping reloads lands.
+                                     if (alive && decoded && m_reloads.value(alive.data()) == reload)
+                                         alive->setImage(decoded->image);
+                                 });
     }
 }

@@ -37,8 +37,7 @@ Q_SIGNALS:
     void pinFailed(const QUrl &file);
 
 private:
-    void opened(quint64 serial, const QUrl &file, QPointer<QScreen> screen, const QImage &image,
-                const QSize &original);
+    void opened(quint64 serial, const QUrl &file, QPointer<QScreen> screen, const QImage &image, const QSize &original);
 
     QList<PinWindow *> m_windows;
     // The pin order of each open window (decoding may finish out of order).

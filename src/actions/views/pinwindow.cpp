@@ -41,8 +41,8 @@ QRect PinWindow::geometryFor(const QSizeF &imagePoints, const QRect &available)
 {
     const double iw = imagePoints.width();
     const double ih = imagePoints.height();
-    const double scale = std::min({available.width() * 0.4 / std::max(iw, 1.0),
-                                   available.height() * 0.5 / std::max(ih, 1.0), 1.0});
+    const double scale =
+        std::min({available.width() * 0.4 / std::max(iw, 1.0), available.height() * 0.5 / std::max(ih, 1.0), 1.0});
     const int width = std::max(int(std::lround(iw * scale)), minimumWidth);
     const int height = std::max(int(std::lround(ih * scale)), minimumHeight);
     return QRect(available.x() + available.width() - width - margin, available.y() + margin, width, height);

@@ -17,8 +17,7 @@ constexpr int resizeSettleMs = 120;
 
 } // namespace
 
-PreviewWindow::PreviewWindow()
-    : QWidget(nullptr, Qt::Tool | Qt::WindowStaysOnTopHint), m_resizeSettle(new QTimer(this))
+PreviewWindow::PreviewWindow() : QWidget(nullptr, Qt::Tool | Qt::WindowStaysOnTopHint), m_resizeSettle(new QTimer(this))
 {
     setObjectName(QStringLiteral("previewWindow"));
     setMinimumSize(240, 180);
@@ -84,10 +83,7 @@ void PreviewWindow::filesChanged(const QList<QUrl> &files)
     }
 }
 
-QSize PreviewWindow::pixels() const
-{
-    return (QSizeF(imageArea().size()) * devicePixelRatioF()).toSize();
-}
+QSize PreviewWindow::pixels() const { return (QSizeF(imageArea().size()) * devicePixelRatioF()).toSize(); }
 
 void PreviewWindow::decodeAhead()
 {
@@ -95,31 +91,28 @@ void PreviewWindow::decodeAhead()
     if (size.isEmpty())
         return;
     for (const QUrl &file : std::as_const(m_neighbours)) {
-        if (!file.isLocalFile() || file == m_file
-            || (m_ahead.contains(file) && m_ahead.value(file).pixels == size))
+        if (!file.isLocalFile() || file == m_file || (m_ahead.contains(file) && m_ahead.value(file).pixels == size))
             continue;
         m_ahead.insert(file, Ahead{size, false, std::nullopt});
         FittedImage::decodeLater(this, LocalPaths::localPath(file), size,
                                  [this, file, size](const std::optional<FittedImage::Decoded> &result) {
-            auto it = m_ahead.find(file);
-            if (it == m_ahead.end() || it->pixels != size)
-                return;
-            if (file == m_file) {
-                m_ahead.erase(it);
-                if (!m_settled && size == m_decodedFor)
-                    decoded(m_request, result ? result->image : QImage(), result ? result->original : QSize());
-                return;
-            }
-            it->done = true;
-            it->result = result;
-        });
+                                     auto it = m_ahead.find(file);
+                                     if (it == m_ahead.end() || it->pixels != size)
+                                         return;
+                                     if (file == m_file) {
+                                         m_ahead.erase(it);
+                                         if (!m_settled && size == m_decodedFor)
+                                             decoded(m_request, result ? result->image : QImage(),
+                                                     result ? result->original : QSize());
+                                         return;
+                                     }
+                                     it->done = true;
+                                     it->result = result;
+                                 });
     }
 }
 
-QRect PreviewWindow::imageArea() const
-{
-    return rect().adjusted(padding, padding, -padding, -padding - captionHeight);
-}
+QRect PreviewWindow::imageArea() const { return rect().adjusted(padding, padding, -padding, -padding - captionHeight); }
 
 void PreviewWindow::decode()
 {
@@ -135,11 +128,11 @@ void PreviewWindow::decode()
     const quint64 request = ++m_request;
     FittedImage::decodeLater(this, LocalPaths::localPath(m_file), size,
                              [this, request](const std::optional<FittedImage::Decoded> &result) {
-        if (result)
-            decoded(request, result->image, result->original);
-        else
-            decoded(request, QImage(), QSize());
-    });
+                                 if (result)
+                                     decoded(request, result->image, result->original);
+                                 else
+                                     decoded(request, QImage(), QSize());
+                             });
 }
 
 void PreviewWindow::decoded(quint64 request, const QImage &image, const QSize &original)
@@ -183,8 +176,8 @@ void PreviewWindow::paintEvent(QPaintEvent *)
     nameFont.setBold(true);
     painter.setFont(nameFont);
     painter.setPen(palette().color(QPalette::WindowText));
-    const QString name = QFontMetrics(nameFont).elidedText(QFileInfo(m_file.toLocalFile()).fileName(),
-                                                           Qt::ElideMiddle, caption.width() - positionWidth);
+    const QString name = QFontMetrics(nameFont).elidedText(QFileInfo(m_file.toLocalFile()).fileName(), Qt::ElideMiddle,
+                                                           caption.width() - positionWidth);
     painter.drawText(caption.adjusted(0, 0, -positionWidth, 0), Qt::AlignLeft | Qt::AlignVCenter, name);
     if (!position.isEmpty()) {
         painter.setFont(countFont);
@@ -213,8 +206,8 @@ void PreviewWindow::keyPressEvent(QKeyEvent *event)
     }
     if (m_keyTarget && m_keyTarget->isVisible()) {
         QKeyEvent copy(event->type(), event->key(), event->modifiers(), event->nativeScanCode(),
-                       event->nativeVirtualKey(), event->nativeModifiers(), event->text(),
-                       event->isAutoRepeat(), event->count());
+                       event->nativeVirtualKey(), event->nativeModifiers(), event->text(), event->isAutoRepeat(),
+                       event->count());
         QCoreApplication::sendEvent(m_keyTarget, &copy);
         event->setAccepted(copy.isAccepted());
         return;

@@ -11,8 +11,7 @@ class DialogTextPrompt final : public TextPrompt
 {
 public:
     explicit DialogTextPrompt(QWidget *parent = nullptr) : m_parent(parent) {}
-    void askText(const TextPromptRequest &request,
-                 std::function<void(const std::optional<QString> &)> answer) override;
+    void askText(const TextPromptRequest &request, std::function<void(const std::optional<QString> &)> answer) override;
 
 private:
     QPointer<QWidget> m_parent;

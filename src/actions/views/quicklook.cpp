@@ -36,10 +36,7 @@ QuickLook::~QuickLook()
         m_near->window()->removeEventFilter(this);
 }
 
-bool QuickLook::isOpen() const
-{
-    return m_window && m_window->isVisible();
-}
+bool QuickLook::isOpen() const { return m_window && m_window->isVisible(); }
 
 QUrl QuickLook::currentURL() const
 {
