@@ -68,13 +68,10 @@ std::optional<QImage> FileActions::readImage(const QString &path)
     case PngRows::Status::NotHandled:
         break;
     }
-    DecodeLimits::limitQtReaders();
-    // Opened through its bytes: a Qt file name would reach a look-alike.
-    const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
-    if (!file)
+    const std::unique_ptr<DecodeLimits::QtReader> qt = DecodeLimits::openQtReader(path);
+    if (!qt)
         return std::nullopt;
-    QImageReader reader(file.get());
-    reader.setAutoTransform(true);
+    QImageReader &reader = qt->reader;
     // Refuse before decoding: the header's size is what decoding would cost,
     // whatever the compressed file's size.
     const QSize size = reader.size();

@@ -1,6 +1,10 @@
 #pragma once
 
+#include <QFile>
+#include <QImageReader>
 #include <QtGlobal>
+
+#include <memory>
 
 // What any one decode may hold, whatever the file claims. A PNG of a few
 // hundred bytes can declare gigabytes of chunks or pixels; every reader here
@@ -10,8 +14,16 @@ namespace DecodeLimits {
 
 constexpr qint64 maxBytes = 64LL * 1024 * 1024;
 
-// Qt's image readers refuse any picture above this many megabytes. Set once
-// for the whole program (it is one setting in Qt); any thread.
-void limitQtReaders();
+// A Qt image reader for the kinds our own readers do not take: it reads the
+// file through its real bytes (a Qt file name could reach a look-alike),
+// turns the image as the file says, and refuses any picture above the bound
+// (one setting for the whole program in Qt, made on first use).
+struct QtReader
+{
+    std::unique_ptr<QFile> file;
+    QImageReader reader;
+};
+// Null when the file cannot be opened. Any thread.
+std::unique_ptr<QtReader> openQtReader(const QString &path);
 
 } // namespace DecodeLimits

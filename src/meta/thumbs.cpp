@@ -348,12 +348,10 @@ std::optional<QImage> Thumbs::makeThumbnail(const QUrl &file, int pixels)
         return std::move(png.image);
     if (png.outcome == PngScale::Outcome::Failed)
         return std::nullopt;
-    DecodeLimits::limitQtReaders();
-    const std::unique_ptr<QFile> source = LocalPaths::openForReading(LocalPaths::localPath(file));
-    if (!source)
+    const std::unique_ptr<DecodeLimits::QtReader> qt = DecodeLimits::openQtReader(LocalPaths::localPath(file));
+    if (!qt)
         return std::nullopt;
-    QImageReader reader(source.get());
-    reader.setAutoTransform(true);
+    QImageReader &reader = qt->reader;
     // Below 50 Qt's JPEG reader takes libjpeg's fast integer DCT and plain
     // chroma upsampling: a few percent faster, a level or two off per
     // channel, which a thumbnail does not show. (It already decodes at

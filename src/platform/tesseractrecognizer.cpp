@@ -1,7 +1,6 @@
 #include "platform/tesseractrecognizer.h"
 
 #include "files/decodelimits.h"
-#include "files/localpaths.h"
 #include "files/pngsource.h"
 
 #include <QFile>
@@ -241,12 +240,10 @@ std::optional<QImage> readGrayForRecognition(const QString &path, const Tesserac
             break;
         }
     }
-    DecodeLimits::limitQtReaders();
-    const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
-    if (!file)
+    const std::unique_ptr<DecodeLimits::QtReader> qt = DecodeLimits::openQtReader(path);
+    if (!qt)
         return std::nullopt;
-    QImageReader reader(file.get());
-    reader.setAutoTransform(true);
+    QImageReader &reader = qt->reader;
     const QSize size = reader.size();
     // The colour image it makes, and then the gray one.
     if (!size.isValid() || qint64(size.width()) * size.height() * 5 > DecodeLimits::maxBytes)

@@ -2,7 +2,6 @@
 
 #include "actions/fileactions.h"
 #include "files/decodelimits.h"
-#include "files/localpaths.h"
 #include "meta/pngscale.h"
 #include "platform/threadpriority.h"
 
@@ -46,12 +45,10 @@ std::optional<Decoded> decode(const QString &path, const QSize &maxPixels)
         return Decoded{std::move(png.image), full};
     if (png.outcome == PngScale::Outcome::Failed)
         return std::nullopt;
-    DecodeLimits::limitQtReaders();
-    const std::unique_ptr<QFile> file = LocalPaths::openForReading(path);
-    if (!file)
+    const std::unique_ptr<DecodeLimits::QtReader> qt = DecodeLimits::openQtReader(path);
+    if (!qt)
         return std::nullopt;
-    QImageReader reader(file.get());
-    reader.setAutoTransform(true);
+    QImageReader &reader = qt->reader;
     const QSize stored = reader.size();
     if (!stored.isValid() || maxPixels.isEmpty()) {
         // No size before decoding: the file actions' reader knows how to
