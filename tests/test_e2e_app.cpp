@@ -242,6 +242,10 @@ private Q_SLOTS:
         const QImage image(snapshot);
         QCOMPARE(image.width(), 540);
         QVERIFY(image.height() > 780);
+        // A termination signal quits even with the sheet open.
+        run.terminate();
+        QVERIFY(run.waitForExit());
+        QCOMPARE(run.exitStatus(), QProcess::NormalExit);
     }
 
     // A screenshot written into Home brings the corner card (a 64-point

@@ -14,6 +14,7 @@
 #include "app/diagnostics.h"
 #include "app/loginprompts.h"
 #include "app/mainmenu.h"
+#include "app/quitsignals.h"
 #include "meta/textindexer.h"
 #include "meta/thumbs.h"
 #include "model/shelf.h"
@@ -214,7 +215,7 @@ void AppDelegate::buildStatusItem()
     connect(aboutItem, &QAction::triggered, this, &AppDelegate::showAbout);
     m_statusMenu->addSeparator();
     QAction *quitItem = m_statusMenu->addAction(QStringLiteral("Quit Brindlewick"));
-    connect(quitItem, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    connect(quitItem, &QAction::triggered, qApp, &quitNow, Qt::QueuedConnection);
     // Named when the menu opens, and kept current as the window comes and
     // goes for the trays that read the menu ahead of time.
     connect(m_statusMenu.get(), &QMenu::aboutToShow, this, [this] { nameStatusToggle(); });

@@ -2,6 +2,7 @@
 
 #include "actions/fileactions.h"
 #include "app/appdelegate.h"
+#include "app/quitsignals.h"
 #include "model/shelf.h"
 #include "ui/shelfwindow.h"
 
@@ -60,7 +61,7 @@ MainMenu::MainMenu(AppDelegate &delegate)
     QObject::connect(hide, &QAction::triggered, app, &AppDelegate::hideApplication);
     QAction *quit =
         addItem(m_application.get(), QStringLiteral("Quit Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_Q)});
-    QObject::connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    QObject::connect(quit, &QAction::triggered, qApp, &quitNow, Qt::QueuedConnection);
 
     QObject::connect(addItem(m_edit.get(), QStringLiteral("Undo"), {QKeySequence(Qt::CTRL | Qt::Key_Z)}),
                      &QAction::triggered, app, [] { editCommand("undo"); });

@@ -51,6 +51,13 @@ void onSignal(int)
 
 } // namespace
 
+void quitNow()
+{
+    // Not quit(): in a GUI application that first asks every window to
+    // close, and a window-modal sheet refuses, so the quit would be dropped.
+    QCoreApplication::exit(0);
+}
+
 void quitOnTerminationSignals()
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0)
@@ -59,7 +66,7 @@ void quitOnTerminationSignals()
     QObject::connect(notifier, &QSocketNotifier::activated, notifier, [] {
         char byte = 0;
         [[maybe_unused]] const ssize_t read = ::read(signalPipe[1], &byte, 1);
-        QCoreApplication::quit();
+        quitNow();
     });
     struct sigaction action = {};
     action.sa_handler = onSignal;

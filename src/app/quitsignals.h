@@ -9,6 +9,9 @@ class TextIndexer;
 // reads it and quits.
 void quitOnTerminationSignals();
 
+// Ends the event loop whatever windows are open (the menus' Quit uses it too).
+void quitNow();
+
 // Nothing is lost when the program ends: the text recognised so far goes into
 // the store and unsaved records are written at once, on the GUI thread, in a
 // few seconds at most. This happens when the event loop quits (menus, the
