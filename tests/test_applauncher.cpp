@@ -55,14 +55,15 @@ private Q_SLOTS:
             QSKIP("update-desktop-database is not installed (setup.sh test)");
         QCOMPARE(QProcess::execute("update-desktop-database", {applications()}), 0);
 
+        const std::unique_ptr<AppLauncher> launcher = makeAppLauncher();
         const QString shot = qEnvironmentVariable("HOME") + "/shot.png";
-        const QList<AppChoice> choices = AppLauncher::shared().applicationsFor(QUrl::fromLocalFile(shot));
+        const QList<AppChoice> choices = launcher->applicationsFor(QUrl::fromLocalFile(shot));
         QCOMPARE(names(choices), (QStringList{"Zeta Viewer", "alpha Paint", "Beta Draw"}));
         QVERIFY(choices[0].isDefault && !choices[1].isDefault && !choices[2].isDefault);
         QCOMPARE(choices[0].url, QUrl::fromLocalFile(applications() + "zviewer.desktop"));
 
         const QString notes = qEnvironmentVariable("HOME") + "/notes.txt";
-        QCOMPARE(names(AppLauncher::shared().applicationsFor(QUrl::fromLocalFile(notes))), QStringList{"Notes"});
+        QCOMPARE(names(launcher->applicationsFor(QUrl::fromLocalFile(notes))), QStringList{"Notes"});
     }
 };
 

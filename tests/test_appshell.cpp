@@ -5,6 +5,7 @@
 #include "actions/views/previewwindow.h"
 #include "actions/views/quicklook.h"
 #include "app/appdelegate.h"
+#include "app/appservices.h"
 #include "app/diagnostics.h"
 #include "model/shelf.h"
 #include "platform/keytable.h"
@@ -28,9 +29,10 @@
 
 namespace {
 
-// A delegate over its own preferences, screenshot tool and Home folder.
+// A delegate over its own preferences, screenshot tool, Home folder and stores.
 struct Rig : HomeRig
 {
+    AppServices services{prefs, capture, box.path(QStringLiteral("meta.json")), box.path(QStringLiteral("thumbs"))};
     std::unique_ptr<AppDelegate> app;
 
     QString shots() const { return box.path(QStringLiteral("shots")); }
@@ -40,7 +42,7 @@ struct Rig : HomeRig
     {
         QDir().mkpath(shots());
         prefs.setValue(PrefKey::folder, shots());
-        app = std::make_unique<AppDelegate>(prefs, capture, nullptr, nullptr);
+        app = std::make_unique<AppDelegate>(services, nullptr);
         QSignalSpy scanned(&app->shelf(), &Shelf::scanApplied);
         QVERIFY(scanned.wait(10000));
     }

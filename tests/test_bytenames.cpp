@@ -204,7 +204,7 @@ private Q_SLOTS:
                                + QFile::encodeName(script) + " %f\n");
         Sandbox::writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + "/mimeapps.list",
                            "[Default Applications]\nimage/png=viewer.desktop\n");
-        AppLauncher::shared().open(rawUrl);
+        makeAppLauncher()->open(rawUrl);
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(record), 10000);
         QCOMPARE(readBytes(QFile::encodeName(record)), raw);
     }

@@ -223,6 +223,25 @@ private Q_SLOTS:
             QSKIP("xdotool is not installed (./setup.sh test installs it): --toggle and the shortcut went untried");
     }
 
+    // When the X server goes away under it, Qt ends the program with exit()
+    // from inside the event loop; the screenshot tool still gets its own
+    // folder back.
+    void displayGoneGivesTheFolderBack()
+    {
+        needDisplay();
+        auto display = std::make_unique<VirtualDisplay>();
+        QVERIFY(display->isRunning());
+        AppRun run(display->display());
+        const QString ini = useFlameshot(run);
+        run.setVar(QStringLiteral("BRINDLEWICK_DEBUG"));
+        run.start();
+        QVERIFY2(!run.waitForLine(QStringLiteral("] ready")).isNull(), qPrintable(run.lines().join('\n')));
+        QCOMPARE(savePath(ini), run.path("shots"));
+        display.reset();
+        QVERIFY(run.waitForExit());
+        QCOMPARE(savePath(ini), run.path("home/Pictures"));
+    }
+
     // The settings open over the shelf (showing it first); the snapshot
     // holds the whole form, taller than the sheet's window.
     void settingsSheetSnapshot()

@@ -2,6 +2,7 @@
 // holds it, what its image does, and a new card taking the place of the old.
 
 #include "app/appdelegate.h"
+#include "app/appservices.h"
 #include "support/shelfrig.h"
 #include "system/flashsettings.h"
 #include "ui/flash.h"
@@ -62,7 +63,7 @@ struct Rig : ShelfRig
                 duringDrag(drag);
         };
         flash = std::make_unique<Flash>(parts);
-        flash->openInShelf = [this](const QUrl &url) { opened << url; };
+        QObject::connect(flash.get(), &Flash::openInShelf, flash.get(), [this](const QUrl &url) { opened << url; });
     }
 
     // A card for `name`, slid in.
@@ -246,7 +247,8 @@ private Q_SLOTS:
         for (int i = 0; i < 30; ++i)
             Sandbox::writeFile(shots + QStringLiteral("/sub/%1.png").arg(i));
         home.prefs.setValue(PrefKey::folder, shots);
-        AppDelegate app(home.prefs, home.capture, nullptr, nullptr);
+        AppServices services(home.prefs, home.capture, home.box.path("meta.json"), home.box.path("thumbs"));
+        AppDelegate app(services, nullptr);
         app.applicationDidFinishLaunching();
         QTRY_VERIFY(!app.shelf().items().isEmpty() || !app.shelf().subfolders().isEmpty());
         Shelf &shelf = app.shelf();

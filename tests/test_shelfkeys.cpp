@@ -9,7 +9,6 @@
 #include "support/apprun.h"
 #include "support/scriptedprompts.h"
 #include "support/shelfrig.h"
-#include "ui/notifications.h"
 #include "ui/shelfcommands.h"
 #include "ui/shelftoolbar.h"
 #include "ui/shelfview.h"
@@ -101,7 +100,7 @@ private Q_SLOTS:
     {
         KeysRig rig;
         QVERIFY(rig.build());
-        Q_EMIT Notifications::shared().focusSearch();
+        rig.view->toolbar()->focusSearch();
         QVERIFY(rig.field()->hasFocus());
 
         rig.key(Qt::Key_Space);
@@ -137,7 +136,7 @@ private Q_SLOTS:
         rig.window->setFocus();
         rig.key(Qt::Key_At, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(rig.selected(), QStringList{QStringLiteral("b.png")});
-        Q_EMIT Notifications::shared().focusSearch();
+        rig.view->toolbar()->focusSearch();
 
         rig.key(Qt::Key_Escape);
         QCOMPARE(rig.shelf->query(), QString());

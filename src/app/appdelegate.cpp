@@ -9,19 +9,18 @@
 #include "actions/views/previewwindow.h"
 #include "actions/views/promptdialogs.h"
 #include "actions/views/quicklook.h"
-#include "actions/views/screens.h"
+#include "app/appservices.h"
 #include "app/commandline.h"
 #include "app/diagnostics.h"
 #include "app/loginprompts.h"
 #include "app/mainmenu.h"
 #include "app/quitsignals.h"
+#include "app/shelfplacement.h"
 #include "meta/textindexer.h"
-#include "meta/thumbs.h"
 #include "model/shelf.h"
 #include "platform/applauncher.h"
 #include "platform/filemanager.h"
 #include "system/capturelocation.h"
-#include "system/hotkey.h"
 #include "system/loginitem.h"
 #include "system/prefs.h"
 #include "system/systemthumbnail.h"
@@ -31,62 +30,28 @@
 #include "ui/flash.h"
 #include "ui/folderchooserdialog.h"
 #include "ui/foldercolumn.h"
-#include "ui/notifications.h"
 #include "ui/settingssheet.h"
 #include "ui/shelfcommands.h"
 #include "ui/shelfgrid.h"
+#include "ui/shelftoolbar.h"
 #include "ui/shelfview.h"
 #include "ui/shelfwindow.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QCursor>
-#include <QDir>
 #include <QFileInfo>
 #include <QMenu>
 #include <QMessageBox>
-#include <QScreen>
 #include <QTimer>
 
 #include <algorithm>
-#include <cmath>
 
 namespace {
 
 constexpr int loginCheckDelayMs = 1500;
 constexpr int revealSelectDelayMs = 350;
-// Cell proportions the shelf window is sized by: a cell is 0.62 of its width
-// high plus a caption line, with a gap between rows.
-constexpr double cellHeightFactor = 0.62;
-constexpr double cellCaptionHeight = 22;
-constexpr double rowGap = 16;
-
 // Shown in the about box; the address and licence are the maker's to settle.
 const QString projectPage = QStringLiteral(BRINDLEWICK_WEBSITE_URL);
-
-// The smallest whole-point rectangle that holds `r`.
-QRect integralRect(const QRectF &r)
-{
-    const int left = int(std::floor(r.left()));
-    const int top = int(std::floor(r.top()));
-    const int right = int(std::ceil(r.right()));
-    const int bottom = int(std::ceil(r.bottom()));
-    return QRect(left, top, right - left, bottom - top);
-}
-
-// Moves `r` inside `bounds` as far as it fits.
-QRect constrainedTo(QRect r, const QRect &bounds)
-{
-    if (r.right() > bounds.right())
-        r.moveRight(bounds.right());
-    if (r.bottom() > bounds.bottom())
-        r.moveBottom(bounds.bottom());
-    if (r.left() < bounds.left())
-        r.moveLeft(bounds.left());
-    if (r.top() < bounds.top())
-        r.moveTop(bounds.top());
-    return r;
-}
 
 // The desktop's launcher, with a word to the delegate before each launch.
 class HandingOverLauncher : public AppLauncher
@@ -137,15 +102,15 @@ private:
 
 } // namespace
 
-AppDelegate::AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp, QObject *parent)
-    : QObject(parent), m_prefs(prefs), m_capture(capture),
-      m_launcher(std::make_unique<HandingOverLauncher>(AppLauncher::shared(), [this] { handOver(); })),
-      m_fileManager(std::make_unique<HandingOverFileManager>(FileManager::shared(), [this] { handOver(); })),
-      m_meta(meta), m_systemThumbnail(std::make_unique<SystemThumbnail>(capture.settings())),
-      m_shelf(std::make_unique<Shelf>(prefs, capture, meta, frontApp)),
+AppDelegate::AppDelegate(AppServices &services, FrontApp *frontApp, QObject *parent)
+    : QObject(parent), m_services(services), m_prefs(services.prefs), m_capture(services.capture),
+      m_launcher(std::make_unique<HandingOverLauncher>(*services.launcher, [this] { handOver(); })),
+      m_fileManager(std::make_unique<HandingOverFileManager>(*services.fileManager, [this] { handOver(); })),
+      m_meta(services.meta.get()), m_systemThumbnail(std::make_unique<SystemThumbnail>(m_capture.settings())),
+      m_shelf(std::make_unique<Shelf>(m_prefs, m_capture, m_meta, frontApp)),
       m_loginPrompts(std::make_unique<DialogLoginPrompts>()),
-      m_loginItem(std::make_unique<LoginItem>(prefs, LoginItem::defaultEntryPath(), programPath(), m_loginPrompts.get(),
-                                              QCoreApplication::applicationPid())),
+      m_loginItem(std::make_unique<LoginItem>(m_prefs, LoginItem::defaultEntryPath(), programPath(),
+                                              m_loginPrompts.get(), QCoreApplication::applicationPid())),
       m_hooks(std::make_unique<DiagnosticHooks>(*this))
 {}
 
@@ -163,22 +128,12 @@ void AppDelegate::applicationDidFinishLaunching()
     //    given for this run only (its mere presence counts).
     if (!qEnvironmentVariableIsSet("BRINDLEWICK_FOLDER"))
         m_capture.apply(m_shelf->home().toLocalFile());
-    // 6. Whoever asks for the settings gets them.
-    connect(&Notifications::shared(), &Notifications::openSettings, this, &AppDelegate::openSettings,
-            Qt::QueuedConnection);
+    // 6. The toolbar's Settings button was connected with the window.
     // 7.
     m_hooks->scheduleSettingsHook();
-    // 8. The global shortcut toggles the shelf.
-    QPointer<AppDelegate> self(this);
-    HotKey::handler() = [self] {
-        if (self)
-            self->toggleShelf();
-    };
+    // 8. The global shortcut toggles the shelf: main() connects it.
     // 9. A double-click on the corner card brings the file up in the shelf.
-    m_flash->openInShelf = [self](const QUrl &url) {
-        if (self)
-            self->revealFromPreview(url);
-    };
+    connect(m_flash.get(), &Flash::openInShelf, this, &AppDelegate::revealFromPreview);
     // 10. The application-wide key routing (search field versus shelf) was
     //     installed with the window.
     // 11. New screenshots: the corner card shows them unless the shelf is
@@ -187,8 +142,7 @@ void AppDelegate::applicationDidFinishLaunching()
         if (!shelfIsKey())
             m_flash->show(url);
     });
-    // 12.
-    HotKey::registerShortcut();
+    // 12. main() registers the global shortcut once this has run.
     // 13. Automatic tidying starts here.
     // 14. Starting at login, checked once things have settled.
     QTimer::singleShot(loginCheckDelayMs, this, [this] { m_loginItem->checkRegistration(false); });
@@ -230,9 +184,9 @@ void AppDelegate::buildWindow()
     m_window->setShelf(m_shelf.get());
     m_window->setWindowIcon(appIcon());
     m_window->resize(1200, 700);
-    auto *view = new ShelfView(m_shelf.get(), m_meta, &Thumbs::shared());
+    auto *view = new ShelfView(m_shelf.get(), m_meta, m_services.thumbs.get());
     m_window->setContent(view);
-    m_runner = std::make_unique<ActionRunner>(Trash::shared(), m_meta);
+    m_runner = std::make_unique<ActionRunner>(*m_services.trash, m_meta);
     m_quickLook = std::make_unique<QuickLook>();
     m_pins = std::make_unique<Pins>();
     m_folderPrompt = std::make_unique<DialogTextPrompt>(m_window.get());
@@ -254,15 +208,22 @@ void AppDelegate::buildWindow()
             [this](const QList<QUrl> &files) { FileActions::open(files, *m_launcher); });
     connect(view->grid(), &ShelfGrid::filesDropped, this,
             [this](const QList<QUrl> &files) { FolderOps::dropOnGrid(*m_shelf, files, *m_runner); });
-    connect(view->grid(), &ShelfGrid::pressed, this, [] { Q_EMIT Notifications::shared().dropFocus(); });
-    connect(view, &ShelfView::recogniseRequested, this,
-            [](const QList<QUrl> &files) { TextIndexer::shared().index(files, false); });
-    view->setIndexer(&TextIndexer::shared());
-    view->setTidy(&AutoTidy::shared());
+    // The search field gives up the keys to a click on the grid, and takes
+    // or leaves them as the delegate asks; the Settings button opens the sheet.
+    ShelfToolbar *toolbar = view->toolbar();
+    connect(view->grid(), &ShelfGrid::pressed, toolbar, &ShelfToolbar::dropFocus);
+    connect(this, &AppDelegate::searchFocusDropped, toolbar, &ShelfToolbar::dropFocus);
+    connect(this, &AppDelegate::searchFocusWanted, toolbar, &ShelfToolbar::focusSearch);
+    connect(toolbar, &ShelfToolbar::settingsRequested, this, &AppDelegate::openSettings, Qt::QueuedConnection);
+    TextIndexer *indexer = m_services.indexer.get();
+    connect(view, &ShelfView::recogniseRequested, indexer,
+            [indexer](const QList<QUrl> &files) { indexer->index(files, false); });
+    view->setIndexer(indexer);
+    view->setTidy(m_services.tidy.get());
     connect(view->grid(), &ShelfGrid::contextMenuRequested, this, &AppDelegate::popupFileMenu);
     Flash::Parts cardParts;
     cardParts.prefs = &m_prefs;
-    cardParts.thumbs = &Thumbs::shared();
+    cardParts.thumbs = m_services.thumbs.get();
     cardParts.shelf = m_shelf.get();
     cardParts.contextMenu = [this](const QList<QUrl> &files, const QPoint &at) { return popupFileMenu(files, at); };
     m_flash = std::make_unique<Flash>(std::move(cardParts));
@@ -293,7 +254,7 @@ QMenu *AppDelegate::popupFileMenu(const QList<QUrl> &files, const QPoint &global
     menuParts.runner = m_runner.get();
     menuParts.quickLook = m_quickLook.get();
     menuParts.pins = m_pins.get();
-    menuParts.indexer = &TextIndexer::shared();
+    menuParts.indexer = m_services.indexer.get();
     menuParts.prompt = m_folderPrompt.get();
     menuParts.meta = m_meta;
     // The preview leaves the keys to the shelf only while the shelf has
@@ -343,73 +304,14 @@ void AppDelegate::toggleShelf()
         showShelf();
 }
 
-QSizeF AppDelegate::defaultShelfSize(const QRectF &vf, double cellWidth)
-{
-    const double maxW = screenFraction * vf.width();
-    const double maxH = screenFraction * vf.height();
-    const int n = defaultColumnCount;
-    const double chromeW = (n - 1) * columnGap + chromeWidth;
-    double cell = std::min((maxW - chromeW) / n, cellWidth);
-    int rows = 4;
-    if (maxH < (cell * cellHeightFactor + cellCaptionHeight) * 4 + chromeHeight + 3 * rowGap) {
-        const double avail = maxH - chromeHeight;
-        const double fit4 = ((avail - 3 * rowGap) * 0.25 - cellCaptionHeight) / cellHeightFactor;
-        if (cellWidth <= fit4) {
-            cell = std::min(cell, fit4);
-        } else {
-            const double fit3 = ((avail - 2 * rowGap) / 3 - cellCaptionHeight) / cellHeightFactor;
-            cell = std::min(cell, fit3);
-            rows = 3;
-        }
-    }
-    cell = std::max(cell, Shelf::smallestCellWidth);
-    const double width = std::min(maxW, chromeW + cell * n);
-    const double height =
-        std::min(maxH, (cell * cellHeightFactor + cellCaptionHeight) * rows + chromeHeight + (rows - 1) * rowGap);
-    return {width, height};
-}
-
-std::optional<QSizeF> AppDelegate::savedShelfSize() const
-{
-    // Kept as a small group: [shelfWindowSize] w=…, h=….
-    bool wOk = false;
-    bool hOk = false;
-    const double w = m_prefs.value(PrefKey::shelfWindowSize + QStringLiteral("/w")).toDouble(&wOk);
-    const double h = m_prefs.value(PrefKey::shelfWindowSize + QStringLiteral("/h")).toDouble(&hOk);
-    if (!wOk || !hOk || !std::isfinite(w) || !std::isfinite(h))
-        return std::nullopt;
-    if (w < smallestSavedWidth || h < smallestSavedHeight)
-        return std::nullopt;
-    return QSizeF(w, h);
-}
-
-QSizeF AppDelegate::shelfSizeFor(const QRectF &vf) const
-{
-    const double maxW = screenFraction * vf.width();
-    const double maxH = screenFraction * vf.height();
-    if (const auto saved = savedShelfSize())
-        return {std::min(maxW, saved->width()), std::min(maxH, saved->height())};
-    return defaultShelfSize(vf, m_shelf->cellWidth());
-}
-
 void AppDelegate::showShelf()
 {
     if (!m_window)
         return;
-    QScreen *screen = screenUnderPointer();
-    if (screen) {
-        const QRectF vf = screen->availableGeometry();
-        const double maxW = screenFraction * vf.width();
-        const double maxH = screenFraction * vf.height();
-        const QSizeF size = shelfSizeFor(vf);
-        m_window->setMinimumSize(int(std::min(maxW, minimumWidth)), int(std::min(maxH, minimumHeight)));
-        QRectF frame(QPointF(), size);
-        frame.moveCenter(vf.center());
-        m_window->placeAt(constrainedTo(integralRect(frame), screen->availableGeometry()));
-    }
+    ShelfPlacement::placeOnPointerScreen(*m_window, m_prefs, m_shelf->cellWidth());
     m_shelf->scan();
     // What tidying would take now, for the status bar's offer.
-    AutoTidy::shared().refresh(m_shelf->home());
+    m_services.tidy->refresh(m_shelf->home());
     m_window->show();
     // Floating again, if it had handed over to another program.
     DesktopWindows::keepAbove(m_window.get(), true);
@@ -418,13 +320,13 @@ void AppDelegate::showShelf()
     QPointer<ShelfWindow> window(m_window.get());
     QMetaObject::invokeMethod(
         this,
-        [window] {
+        [this, window] {
             if (!window)
                 return;
             // The window itself holds the focus, so that activating it does
             // not hand the keys to the first field of the toolbar.
             window->setFocus(Qt::OtherFocusReason);
-            Q_EMIT Notifications::shared().dropFocus();
+            Q_EMIT searchFocusDropped();
         },
         Qt::QueuedConnection);
     m_hooks->afterShow();
@@ -445,8 +347,8 @@ void AppDelegate::openSettings()
     SettingsParts parts;
     parts.shelf = m_shelf.get();
     parts.prefs = &m_prefs;
-    parts.tidy = &AutoTidy::shared();
-    parts.indexer = &TextIndexer::shared();
+    parts.tidy = m_services.tidy.get();
+    parts.indexer = m_services.indexer.get();
     parts.meta = m_meta;
     parts.loginItem = m_loginItem.get();
     parts.systemThumbnail = m_systemThumbnail.get();
@@ -536,10 +438,10 @@ void AppDelegate::focusSearch()
         showShelf();
         // After the show's own focus reset, which is queued.
         QMetaObject::invokeMethod(
-            this, [] { Q_EMIT Notifications::shared().focusSearch(); }, Qt::QueuedConnection);
+            this, [this] { Q_EMIT searchFocusWanted(); }, Qt::QueuedConnection);
         return;
     }
-    Q_EMIT Notifications::shared().focusSearch();
+    Q_EMIT searchFocusWanted();
 }
 
 void AppDelegate::zoomIn() { m_shelf->zoom(zoomStep); }
@@ -555,11 +457,7 @@ void AppDelegate::hideApplication()
         m_window->hide();
 }
 
-void AppDelegate::windowDidEndLiveResize(QSizeF size)
-{
-    m_prefs.setValue(PrefKey::shelfWindowSize + QStringLiteral("/w"), size.width());
-    m_prefs.setValue(PrefKey::shelfWindowSize + QStringLiteral("/h"), size.height());
-}
+void AppDelegate::windowDidEndLiveResize(QSizeF size) { ShelfPlacement::saveSize(m_prefs, size); }
 
 void AppDelegate::showAbout()
 {

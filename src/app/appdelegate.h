@@ -5,15 +5,14 @@
 #include <QMessageBox>
 #include <QObject>
 #include <QPointer>
-#include <QRectF>
 #include <QSizeF>
 #include <QSystemTrayIcon>
 #include <QUrl>
 
 #include <memory>
-#include <optional>
 
 class ActionRunner;
+struct AppServices;
 class AppLauncher;
 class FileManager;
 class CaptureLocation;
@@ -46,21 +45,12 @@ class AppDelegate : public QObject
     Q_OBJECT
 
 public:
-    // Layout numbers of the shelf window (points).
-    static constexpr double screenFraction = 0.8;
-    static constexpr int defaultColumnCount = 4;
-    static constexpr double chromeWidth = 307;
-    static constexpr double columnGap = 16;
-    static constexpr double chromeHeight = 155;
-    static constexpr double smallestSavedWidth = 600;
-    static constexpr double smallestSavedHeight = 400;
-    static constexpr double minimumWidth = 473;
-    static constexpr double minimumHeight = 420;
     static constexpr int settingsWidth = 540;
     static constexpr int zoomStep = 40;
 
-    // `frontApp` may be null (the shelf then records no front application).
-    AppDelegate(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *frontApp, QObject *parent = nullptr);
+    // `services` outlive the delegate. `frontApp` may be null (the shelf
+    // then records no front application).
+    AppDelegate(AppServices &services, FrontApp *frontApp, QObject *parent = nullptr);
     ~AppDelegate() override;
 
     // The launch sequence; run once the event loop has started.
@@ -97,12 +87,6 @@ public:
     // comes up over it and takes the clicks meant for it.
     void handOver();
 
-    // The size that fits four columns and three or four rows into 80 % of
-    // the visible frame `vf` for cells of `cellWidth`.
-    static QSizeF defaultShelfSize(const QRectF &vf, double cellWidth);
-    // The size the window gets on `vf`: the remembered one when it is usable.
-    QSizeF shelfSizeFor(const QRectF &vf) const;
-
     Shelf &shelf() const { return *m_shelf; }
     ShelfWindow *window() const { return m_window.get(); }
     SettingsSheetWindow *settingsWindow() const { return m_settingsWindow; }
@@ -118,14 +102,20 @@ public:
     // Visible and holding the keyboard focus of the desktop.
     bool shelfIsKey() const;
 
+Q_SIGNALS:
+    // The search field is to take the keys (Find), or to give them up (the
+    // shelf shown again holds them itself).
+    void searchFocusWanted();
+    void searchFocusDropped();
+
 private:
-    std::optional<QSizeF> savedShelfSize() const;
     void buildStatusItem();
     void buildWindow();
     void nameStatusToggle();
     // The menu of a right-click on these files, at a global point.
     QMenu *popupFileMenu(const QList<QUrl> &files, const QPoint &globalPos);
 
+    AppServices &m_services;
     Prefs &m_prefs;
     CaptureLocation &m_capture;
     // The desktop's launcher and file manager, telling the delegate first

@@ -101,7 +101,7 @@ QString isoDate(const QDateTime &time)
 // metadata are in; never writes the metadata file.
 enum class Listing { lines, nulls, json };
 
-int runSearch(const QString &query, Listing listing)
+int runSearch(Prefs &prefs, CaptureLocation &capture, const QString &query, Listing listing)
 {
     // A missing metadata file means names only; a store is not even made
     // then, since making one creates its folder.
@@ -110,7 +110,7 @@ int runSearch(const QString &query, Listing listing)
     if (QFileInfo(metaPath).exists() || QFileInfo(metaPath).isSymLink())
         meta = std::make_unique<MetaStore>(metaPath);
     // No front application: the scan records nothing in the store.
-    Shelf shelf(Prefs::shared(), CaptureLocation::shared(), meta.get(), nullptr);
+    Shelf shelf(prefs, capture, meta.get(), nullptr);
     shelf.setQuery(query);
 
     bool scanned = false;
@@ -248,11 +248,10 @@ bool isOnShelf(const QString &canonicalPath, const QString &home)
            || (folder.absolutePath() == home && !folder.fileName().startsWith(QLatin1Char('.')));
 }
 
-int runRecognise(const QStringList &paths)
+int runRecognise(Prefs &prefs, CaptureLocation &capture, const QStringList &paths)
 {
     int status = 0;
-    const QString home =
-        QFileInfo(Shelf::homeFolder(Prefs::shared(), CaptureLocation::shared()).toLocalFile()).canonicalFilePath();
+    const QString home = QFileInfo(Shelf::homeFolder(prefs, capture).toLocalFile()).canonicalFilePath();
     // Each record belongs to one file: the arguments for each record's name.
     QHash<QString, QStringList> argumentsByName;
     QHash<QString, QSet<QString>> filesByName;
@@ -296,7 +295,7 @@ int runRecognise(const QStringList &paths)
     // a folder in its file's place, it neither reads nor writes one.
     const QTemporaryDir scratchPlace;
     MetaStore scratch(scratchPlace.path());
-    const QString languages = recognitionLanguages(Prefs::shared().text(PrefKey::ocrLanguages));
+    const QString languages = recognitionLanguages(prefs.text(PrefKey::ocrLanguages));
     TextIndexer indexer(scratch, [languages] { return makeTesseractRecognizer(languages); });
     const bool terminal = ::isatty(STDERR_FILENO);
     QObject::connect(&indexer, &TextIndexer::doneChanged, &indexer, [&indexer, terminal](int done) {
@@ -383,7 +382,7 @@ QString programPath()
     return self;
 }
 
-CommandLine runCommandLine(int argc, char *argv[])
+CommandLine runCommandLine(int argc, char *argv[], Prefs &prefs, CaptureLocation &capture)
 {
     CommandLine result;
     QStringList arguments;
@@ -473,15 +472,16 @@ CommandLine runCommandLine(int argc, char *argv[])
         say(stdout, QStringLiteral("brindlewick " BRINDLEWICK_VERSION "\n"));
         result.status = 0;
     } else if (parser.isSet(login)) {
-        LoginItem item(Prefs::shared(), LoginItem::defaultEntryPath(), programPath(), nullptr,
+        LoginItem item(prefs, LoginItem::defaultEntryPath(), programPath(), nullptr,
                        QCoreApplication::applicationPid());
         result.status = runLoginCommand(item, parser.value(login));
     } else if (parser.isSet(search)) {
-        result.status = runSearch(parser.value(search), parser.isSet(json)   ? Listing::json
-                                                        : parser.isSet(null) ? Listing::nulls
-                                                                             : Listing::lines);
+        result.status = runSearch(prefs, capture, parser.value(search),
+                                  parser.isSet(json)   ? Listing::json
+                                  : parser.isSet(null) ? Listing::nulls
+                                                       : Listing::lines);
     } else {
-        result.status = runRecognise(parser.positionalArguments());
+        result.status = runRecognise(prefs, capture, parser.positionalArguments());
     }
     return result;
 }

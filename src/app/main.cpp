@@ -1,20 +1,25 @@
 #include "app/appdelegate.h"
+#include "app/appservices.h"
 #include "app/commandline.h"
 #include "app/quitsignals.h"
 #include "app/singleinstance.h"
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "model/shelf.h"
+#include "platform/capturesettings.h"
 #include "platform/frontapp.h"
+#include "platform/globalshortcut.h"
 #include "platform/session.h"
 #include "system/capturelocation.h"
 #include "system/heartbeat.h"
+#include "system/hotkey.h"
 #include "system/prefs.h"
 #include "tidy/autotidy.h"
 #include "ui/appicon.h"
 #include "ui/darkpalette.h"
 
 #include <QApplication>
+#include <QScopeGuard>
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
@@ -32,15 +37,29 @@ bool hasDisplay()
 
 // If the display goes away under us (the session ends and takes the X
 // server with it), Qt ends the process with exit() rather than quitting the
-// event loop; the screenshot tool must get its folder back then too.
-void restoreCaptureLocationAtExit() { CaptureLocation::shared().restore(); }
+// event loop; the screenshot tool must get its folder back then too. main()'s
+// objects are still alive then, since exit() does not unwind the stack; once
+// main() returns (the quit already gave the folder back) this is unset.
+CaptureLocation *captureToRestoreAtExit = nullptr;
+
+void restoreCaptureLocationAtExit()
+{
+    if (captureToRestoreAtExit)
+        captureToRestoreAtExit->restore();
+}
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    // The user's preferences and screenshot tool: every start needs them,
+    // and nothing here writes a file yet.
+    Prefs prefs(Prefs::defaultFilePath());
+    const std::unique_ptr<CaptureSettings> captureSettings = detectCaptureSettings();
+    CaptureLocation capture(prefs, captureSettings.get());
+
     // --help, --version, --login, --search, --recognise: no display needed.
-    const CommandLine commandLine = runCommandLine(argc, argv);
+    const CommandLine commandLine = runCommandLine(argc, argv, prefs, capture);
     if (commandLine.status)
         return *commandLine.status;
     const bool toggle = commandLine.toggle;
@@ -96,21 +115,23 @@ int main(int argc, char *argv[])
         return 1;
     }
 
-    // The process-wide instances exist before the exit hook is registered,
-    // so they are still alive when it runs.
-    CaptureLocation::shared();
+    // Built in order: each part after what it uses, and gone before it.
+    captureToRestoreAtExit = &capture;
+    const auto forgetCapture = qScopeGuard([] { captureToRestoreAtExit = nullptr; });
     std::atexit(restoreCaptureLocationAtExit);
     quitOnTerminationSignals();
+    AppServices services(prefs, capture);
     // Unsaved records and recognised text are written at quit.
-    saveOnQuit(MetaStore::shared(), TextIndexer::shared());
+    saveOnQuit(*services.meta, *services.indexer);
 
     const std::unique_ptr<FrontApp> frontApp = makeFrontApp();
-    AppDelegate delegate(Prefs::shared(), CaptureLocation::shared(), &MetaStore::shared(), frontApp.get());
+    AppDelegate delegate(services, frontApp.get());
     // Text recognised before a screenshot was saved over is recognised again.
-    TextIndexer::shared().setModifiedTime([&delegate](const QUrl &file) { return delegate.shelf().modified(file); });
+    services.indexer->setModifiedTime([&delegate](const QUrl &file) { return delegate.shelf().modified(file); });
     // `brindlewick --recognise` run meanwhile hands its text to our store.
-    instance.setAnswerer([](const QByteArray &request, const SingleInstance::Answer &answer) {
-        return takeRecognisedText(MetaStore::shared(), request, answer);
+    MetaStore &meta = *services.meta;
+    instance.setAnswerer([&meta](const QByteArray &request, const SingleInstance::Answer &answer) {
+        return takeRecognisedText(meta, request, answer);
     });
     QObject::connect(&instance, &SingleInstance::requested, &delegate, [&delegate](const QByteArray &request) {
         if (request == "toggle")
@@ -124,13 +145,18 @@ int main(int argc, char *argv[])
     QObject::connect(&app, &QGuiApplication::commitDataRequest, &delegate,
                      [&delegate](QSessionManager &) { delegate.applicationWillTerminate(); });
 
-    Heartbeat heartbeat(Prefs::shared(), QUrl(QStringLiteral(BRINDLEWICK_PING_ENDPOINT)),
-                        QStringLiteral(BRINDLEWICK_VERSION), Heartbeat::distributionVersion());
+    // The global shortcut toggles the shelf, from launch on (registered then).
+    HotKey hotKey;
+    QObject::connect(&hotKey, &HotKey::pressed, &delegate, &AppDelegate::toggleShelf);
+
+    Heartbeat heartbeat(prefs, QUrl(QStringLiteral(BRINDLEWICK_PING_ENDPOINT)), QStringLiteral(BRINDLEWICK_VERSION),
+                        Heartbeat::distributionVersion());
     delegate.setHeartbeat(&heartbeat);
-    QTimer::singleShot(0, &delegate, [&delegate, &heartbeat, toggle] {
+    QTimer::singleShot(0, &delegate, [&delegate, &hotKey, &services, &heartbeat, toggle] {
         delegate.applicationDidFinishLaunching();
+        hotKey.registerWith(makeGlobalShortcut());
         // Old screenshots go to Archive (or the Trash) when the user asked for it.
-        AutoTidy::shared().start(delegate.shelf());
+        services.tidy->start(delegate.shelf());
         // The daily usage count, unless the user switched it off.
         heartbeat.start();
         if (toggle)

@@ -110,12 +110,6 @@ QString MetaStore::defaultFilePath()
            + QStringLiteral("/Brindlewick/meta.json");
 }
 
-MetaStore &MetaStore::shared()
-{
-    static MetaStore *instance = new MetaStore(defaultFilePath());
-    return *instance;
-}
-
 QThreadPool &MetaStore::ioThread()
 {
     // One thread for every store: reads and writes never overlap, and the

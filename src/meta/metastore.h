@@ -69,8 +69,7 @@ public:
     explicit MetaStore(const QString &filePath, QObject *parent = nullptr);
     ~MetaStore() override;
 
-    // $XDG_DATA_HOME/Brindlewick/meta.json. Program wiring only.
-    static MetaStore &shared();
+    // $XDG_DATA_HOME/Brindlewick/meta.json.
     static QString defaultFilePath();
     // The one thread that reads and writes every store's file, in order.
     static QThreadPool &ioThread();

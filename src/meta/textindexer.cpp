@@ -4,7 +4,6 @@
 #include "meta/metastore.h"
 #include "platform/textrecognizer.h"
 #include "platform/threadpriority.h"
-#include "system/prefs.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -66,15 +65,6 @@ TextIndexer::~TextIndexer()
     // if the store outlives us.
     m_worker->cancelled = true;
     m_queue.waitForDone();
-}
-
-TextIndexer &TextIndexer::shared()
-{
-    static TextIndexer *instance = [] {
-        const QString languages = recognitionLanguages(Prefs::shared().text(PrefKey::ocrLanguages));
-        return new TextIndexer(MetaStore::shared(), [languages] { return makeTesseractRecognizer(languages); });
-    }();
-    return *instance;
 }
 
 bool TextIndexer::cancelled() const { return m_worker->cancelled; }

@@ -31,11 +31,6 @@ public:
     TextIndexer(MetaStore &store, RecognizerFactory makeRecognizer, QObject *parent = nullptr);
     ~TextIndexer() override;
 
-    // Tesseract in the languages of $BRINDLEWICK_OCR_LANGUAGES or the
-    // "ocrLanguages" preference, writing into MetaStore::shared(). Program
-    // wiring only.
-    static TextIndexer &shared();
-
     // When a file last changed; an invalid time when not known.
     using ModifiedTime = std::function<QDateTime(const QUrl &)>;
     // Text recognised before a file's last change is another picture's, so

@@ -73,12 +73,6 @@ Thumbs::~Thumbs()
     m_pool.waitForDone();
 }
 
-Thumbs &Thumbs::shared()
-{
-    static Thumbs *instance = new Thumbs(std::make_shared<ThumbDiskCache>(ThumbDiskCache::defaultDir()));
-    return *instance;
-}
-
 int Thumbs::stepFor(qreal logicalSize, qreal dpr)
 {
     const qreal pixels = logicalSize * (dpr > 0 ? dpr : 1);

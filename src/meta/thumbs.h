@@ -65,9 +65,6 @@ public:
     explicit Thumbs(std::shared_ptr<ThumbDiskCache> disk, QObject *parent = nullptr);
     ~Thumbs() override;
 
-    // Disk cache in $XDG_CACHE_HOME/Brindlewick/thumbnails. Program wiring only.
-    static Thumbs &shared();
-
     // The step that serves `logicalSize` at `dpr` (the largest step beyond).
     static int stepFor(qreal logicalSize, qreal dpr);
 

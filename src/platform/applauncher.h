@@ -5,6 +5,8 @@
 #include <QString>
 #include <QUrl>
 
+#include <memory>
+
 // One application offered under "Open With".
 struct AppChoice
 {
@@ -27,10 +29,10 @@ public:
     // The applications that can open `file`, each once and only those the
     // desktop shows in its menus: the default one first, the others by name.
     virtual QList<AppChoice> applicationsFor(const QUrl &file) = 0;
-
-    // GIO's application registry and the desktop's default handlers.
-    static AppLauncher &shared();
 };
+
+// GIO's application registry and the desktop's default handlers.
+std::unique_ptr<AppLauncher> makeAppLauncher();
 
 // The default application first, then the others by name, ascending,
 // locale-aware and ignoring case; equal names keep their order and all stay.

@@ -60,8 +60,4 @@ private:
 
 } // namespace
 
-FileManager &FileManager::shared()
-{
-    static DBusFileManager instance;
-    return instance;
-}
+std::unique_ptr<FileManager> makeFileManager() { return std::make_unique<DBusFileManager>(); }

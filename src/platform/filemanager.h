@@ -3,6 +3,8 @@
 #include <QList>
 #include <QUrl>
 
+#include <memory>
+
 // The desktop's file manager.
 class FileManager
 {
@@ -15,7 +17,7 @@ public:
     // Opens the file manager's properties window for the file; without one,
     // shows the file in its folder as above.
     virtual void showItemProperties(const QUrl &file) = 0;
-
-    // org.freedesktop.FileManager1 on the session bus.
-    static FileManager &shared();
 };
+
+// org.freedesktop.FileManager1 on the session bus.
+std::unique_ptr<FileManager> makeFileManager();

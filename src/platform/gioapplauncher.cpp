@@ -131,8 +131,4 @@ void orderAppChoices(QList<AppChoice> &choices)
     });
 }
 
-AppLauncher &AppLauncher::shared()
-{
-    static GioAppLauncher instance;
-    return instance;
-}
+std::unique_ptr<AppLauncher> makeAppLauncher() { return std::make_unique<GioAppLauncher>(); }

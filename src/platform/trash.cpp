@@ -97,12 +97,6 @@ qsizetype nameLimit(const QString &folder)
 
 } // namespace
 
-Trash &Trash::shared()
-{
-    static FreedesktopTrash instance;
-    return instance;
-}
-
 FreedesktopTrash::FreedesktopTrash(QString homeTrash, MountRoot mountRoot, std::function<QDateTime()> now)
     : m_homeTrash(std::move(homeTrash)), m_mountRoot(mountRoot ? std::move(mountRoot) : MountRoot(systemMountRoot)),
       m_now(now ? std::move(now) : std::function<QDateTime()>(&QDateTime::currentDateTime))

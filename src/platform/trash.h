@@ -13,9 +13,6 @@ public:
     virtual ~Trash() = default;
     // True when `path` is now in a Trash; false leaves it where it was.
     [[nodiscard]] virtual bool moveToTrash(const QString &path) = 0;
-
-    // The freedesktop.org Trash of this session.
-    static Trash &shared();
 };
 
 // The freedesktop.org Trash, done by hand rather than with QFile::moveToTrash:

@@ -39,13 +39,6 @@ QString desktopFolder()
 
 CaptureLocation::CaptureLocation(Prefs &prefs, CaptureSettings *settings) : m_prefs(prefs), m_settings(settings) {}
 
-CaptureLocation &CaptureLocation::shared()
-{
-    static std::unique_ptr<CaptureSettings> settings = detectCaptureSettings();
-    static CaptureLocation instance(Prefs::shared(), settings.get());
-    return instance;
-}
-
 QString CaptureLocation::expandTilde(const QString &path)
 {
     if (path == QLatin1String("~"))

@@ -14,9 +14,6 @@ public:
     // `settings` may be null: no known screenshot tool, nothing is changed.
     CaptureLocation(Prefs &prefs, CaptureSettings *settings);
 
-    // Uses Prefs::shared() and the screenshot tool detected on this desktop.
-    static CaptureLocation &shared();
-
     // Where the screenshot tool saves now: its setting with "~" expanded,
     // otherwise the tool's own default folder (the Desktop, or Home when
     // there is none, with no known tool).

@@ -3,32 +3,21 @@
 #include "platform/globalshortcut.h"
 #include "platform/keytable.h"
 
-#include <memory>
+#include <QPointer>
 
-namespace HotKey {
+HotKey::HotKey(QObject *parent) : QObject(parent) {}
 
-std::function<void()> &handler()
+HotKey::~HotKey() = default;
+
+void HotKey::registerWith(std::unique_ptr<GlobalShortcut> backend)
 {
-    static std::function<void()> current;
-    return current;
-}
-
-void registerWith(GlobalShortcut &backend)
-{
+    m_backend = std::move(backend);
     const auto key = KeyTable::forVirtualCode(virtualKeyCode);
-    if (!key)
+    if (!m_backend || !key)
         return;
-    backend.grab(key->key, modifiers, [] {
-        if (handler())
-            handler()();
+    QPointer<HotKey> self(this);
+    m_backend->grab(key->key, modifiers, [self] {
+        if (self)
+            Q_EMIT self->pressed();
     });
 }
-
-void registerShortcut()
-{
-    static std::unique_ptr<GlobalShortcut> backend = makeGlobalShortcut();
-    if (backend)
-        registerWith(*backend);
-}
-
-} // namespace HotKey

@@ -1,29 +1,36 @@
 #pragma once
 
+#include <QObject>
 #include <Qt>
-#include <functional>
+
+#include <memory>
 
 class GlobalShortcut;
 
 // The one system-wide shortcut, Alt+Shift+S, that opens or hides the shelf
 // from any program. It is fixed: nothing configures it. Registered once at
-// launch and kept until the process ends; a desktop that refuses it leaves
+// launch and kept while this object lives; a desktop that refuses it leaves
 // the tray icon, `brindlewick --toggle` and the menus as the ways in.
-namespace HotKey {
+class HotKey : public QObject
+{
+    Q_OBJECT
 
-// The S key of a US layout, with Alt and Shift.
-inline constexpr quint16 virtualKeyCode = 1;
-inline constexpr Qt::KeyboardModifiers modifiers = Qt::AltModifier | Qt::ShiftModifier;
+public:
+    // The S key of a US layout, with Alt and Shift.
+    static constexpr quint16 virtualKeyCode = 1;
+    static constexpr Qt::KeyboardModifiers modifiers = Qt::AltModifier | Qt::ShiftModifier;
 
-// What a press does; empty means a press does nothing (the key stays taken).
-std::function<void()> &handler();
+    explicit HotKey(QObject *parent = nullptr);
+    ~HotKey() override;
 
-// Registers the shortcut through `backend`, which must outlive the process's
-// use of it. Presses call whatever `handler` holds at the time.
-void registerWith(GlobalShortcut &backend);
+    // Asks the desktop for the key through `backend`, the route it offers
+    // (kept from then on; null where there is none, and nothing happens).
+    // Presses arrive as `pressed`.
+    void registerWith(std::unique_ptr<GlobalShortcut> backend);
 
-// Registers through the route this desktop offers (kept for the process
-// lifetime); does nothing where there is none.
-void registerShortcut();
+Q_SIGNALS:
+    void pressed();
 
-} // namespace HotKey
+private:
+    std::unique_ptr<GlobalShortcut> m_backend;
+};

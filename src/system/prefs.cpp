@@ -12,12 +12,6 @@ QString Prefs::defaultFilePath()
            + QStringLiteral("/Brindlewick/Brindlewick.conf");
 }
 
-Prefs &Prefs::shared()
-{
-    static Prefs instance(defaultFilePath());
-    return instance;
-}
-
 bool Prefs::contains(const QString &key) const { return m_settings->contains(key); }
 
 QVariant Prefs::value(const QString &key) const { return m_settings->value(key); }

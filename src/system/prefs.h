@@ -14,7 +14,6 @@ public:
     explicit Prefs(const QString &filePath);
 
     // The user's preferences file (created on first use).
-    static Prefs &shared();
     static QString defaultFilePath();
 
     bool contains(const QString &key) const;

@@ -79,12 +79,6 @@ AutoTidy::AutoTidy(Prefs &prefs, MetaStore *meta, Trash &trash, Clock now, QObje
 
 AutoTidy::~AutoTidy() = default;
 
-AutoTidy &AutoTidy::shared()
-{
-    static AutoTidy *instance = new AutoTidy(Prefs::shared(), &MetaStore::shared(), Trash::shared());
-    return *instance;
-}
-
 void AutoTidy::setEnabled(bool enabled)
 {
     m_prefs.setValue(PrefKey::tidyEnabled, enabled);

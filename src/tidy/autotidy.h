@@ -43,9 +43,6 @@ public:
     AutoTidy(Prefs &prefs, MetaStore *meta, Trash &trash, Clock now = {}, QObject *parent = nullptr);
     ~AutoTidy() override;
 
-    // The process's instance, on the user's preferences, metadata and Trash.
-    static AutoTidy &shared();
-
     bool enabled() const { return m_enabled; }
     int days() const { return m_days; }
     bool toTrash() const { return m_toTrash; }

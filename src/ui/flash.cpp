@@ -459,8 +459,8 @@ void Flash::showImage(const QUrl &url, const QImage &thumb, QScreen *screen)
         Q_EMIT self->gone(url, card->msOnScreen());
     };
     hooks.onDoubleClick = [self, url] {
-        if (self && self->openInShelf)
-            self->openInShelf(url);
+        if (self)
+            Q_EMIT self->openInShelf(url);
     };
     auto *card = new FlashPanel(url, thumb, m_parts.shelf, layout, std::move(hooks));
     QPointer<FlashPanel> handle(card);

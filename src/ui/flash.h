@@ -169,10 +169,9 @@ public:
 
     FlashPanel *current() const { return m_current; }
 
-    // Brings the shelf forward showing the file (a double-click on a card).
-    std::function<void(const QUrl &)> openInShelf;
-
 Q_SIGNALS:
+    // The file is wanted in the shelf, brought forward (a double-click on a card).
+    void openInShelf(const QUrl &url);
     void currentChanged();
     // A card has slid in.
     void shown(FlashPanel *card);

@@ -2,7 +2,6 @@
 
 #include "model/shelf.h"
 #include "system/texts.h"
-#include "ui/notifications.h"
 #include "ui/shelfcommands.h"
 
 #include <QAction>
@@ -69,16 +68,6 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
                 m_search->setText(m_shelf->query());
         });
     }
-    connect(&Notifications::shared(), &Notifications::focusSearch, this, [this] {
-        m_search->setFocus(Qt::ShortcutFocusReason);
-        m_search->selectAll();
-    });
-    connect(&Notifications::shared(), &Notifications::dropFocus, this, [this] {
-        // To the window itself: a window with no focus hands it to its
-        // first field when it is next activated.
-        if (m_search->hasFocus() || window()->focusWidget() == m_search)
-            window()->setFocus(Qt::OtherFocusReason);
-    });
 
     m_newFolder =
         addButton(QStringLiteral("New Folder"), icon({QStringLiteral("folder-new")}, QStringLiteral("folder-new")),
@@ -113,7 +102,7 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
         addButton(QStringLiteral("Settings"),
                   icon({QStringLiteral("configure"), QStringLiteral("preferences-system")}, QStringLiteral("settings")),
                   QStringLiteral("Settings (%1)").arg(Texts::settingsKeyHint));
-    connect(m_settings, &QAction::triggered, this, [] { Q_EMIT Notifications::shared().openSettings(); });
+    connect(m_settings, &QAction::triggered, this, &ShelfToolbar::settingsRequested);
 
     // The application's menus: no menu bar is drawn on this desktop.
     m_menuButton->setObjectName(QStringLiteral("menuButton"));
@@ -134,6 +123,20 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
         connect(shelf, &Shelf::selectionChanged, this, [this] { refresh(m_anyVisible); });
     }
     refresh(false);
+}
+
+void ShelfToolbar::focusSearch()
+{
+    m_search->setFocus(Qt::ShortcutFocusReason);
+    m_search->selectAll();
+}
+
+void ShelfToolbar::dropFocus()
+{
+    // To the window itself: a window with no focus hands it to its first
+    // field when it is next activated.
+    if (m_search->hasFocus() || window()->focusWidget() == m_search)
+        window()->setFocus(Qt::OtherFocusReason);
 }
 
 QAction *ShelfToolbar::addButton(const QString &title, const QIcon &icon, const QString &help)

@@ -29,6 +29,10 @@ public:
     // Enables the buttons for the shelf as it is: back away from Home,
     // Preview and Pin with something in sight, Move to Trash with a selection.
     void refresh(bool anyVisible);
+    // Puts the keyboard focus into the search field, its text selected.
+    void focusSearch();
+    // Takes the keyboard focus away from the search field, if it has it.
+    void dropFocus();
 
     QLineEdit *searchField() const { return m_search; }
     QAction *backAction() const { return m_back; }
@@ -42,6 +46,10 @@ public:
     // The desktop theme's icon of the first of these names it has, else
     // the one bundled here.
     static QIcon icon(const QStringList &themeNames, const QString &bundled);
+
+Q_SIGNALS:
+    // The Settings button: whoever owns the sheet opens it.
+    void settingsRequested();
 
 private:
     QAction *addButton(const QString &title, const QIcon &icon, const QString &help);
