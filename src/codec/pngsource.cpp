@@ -1,6 +1,6 @@
-#include "files/pngsource.h"
+#include "codec/pngsource.h"
 
-#include "files/decodelimits.h"
+#include "codec/decodelimits.h"
 #include "files/localpaths.h"
 
 #include <QFile>
@@ -67,7 +67,7 @@ PngRows::Status PngSource::openGeneral()
     // The size was checked against our own limits above.
     spng_set_image_limits(context, 0x7fffffffu, 0x7fffffffu);
 #ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
-    spng_set_crc_action(context, SPNG_CRC_USE, SPNG_CRC_USE); // as in files/pngrows.cpp
+    spng_set_crc_action(context, SPNG_CRC_USE, SPNG_CRC_USE); // as in codec/pngrows.cpp
 #endif
     spng_ihdr ihdr{};
     if (spng_set_png_file(context, m_file.get()) != 0 || spng_get_ihdr(context, &ihdr) != 0)

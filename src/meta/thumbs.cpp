@@ -1,8 +1,8 @@
 #include "meta/thumbs.h"
 
-#include "files/decodelimits.h"
+#include "codec/decodelimits.h"
+#include "codec/pngscale.h"
 #include "files/localpaths.h"
-#include "meta/pngscale.h"
 #include "platform/threadpriority.h"
 
 #include <QColorSpace>

@@ -1,7 +1,7 @@
 #include "platform/tesseractrecognizer.h"
 
-#include "files/decodelimits.h"
-#include "files/pngsource.h"
+#include "codec/decodelimits.h"
+#include "codec/pngsource.h"
 
 #include <QFile>
 #include <QFileInfo>
