@@ -7,7 +7,6 @@
 #include "app/appdelegate.h"
 #include "app/diagnostics.h"
 #include "model/shelf.h"
-#include "platform/keytable.h"
 #include "support/apprun.h"
 #include "support/shelfrig.h"
 #include "ui/settingssheet.h"

@@ -2,8 +2,8 @@
 
 #include "actions/views/quicklook.h"
 #include "app/appdelegate.h"
+#include "app/keytable.h"
 #include "model/shelf.h"
-#include "platform/keytable.h"
 #include "ui/flash.h"
 #include "ui/foldercolumn.h"
 #include "ui/shelfgrid.h"

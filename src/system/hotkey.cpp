@@ -1,7 +1,6 @@
 #include "system/hotkey.h"
 
 #include "platform/globalshortcut.h"
-#include "platform/keytable.h"
 
 #include <memory>
 
@@ -15,10 +14,7 @@ std::function<void()> &handler()
 
 void registerWith(GlobalShortcut &backend)
 {
-    const auto key = KeyTable::forVirtualCode(virtualKeyCode);
-    if (!key)
-        return;
-    backend.grab(key->key, modifiers, [] {
+    backend.grab(key, modifiers, [] {
         if (handler())
             handler()();
     });

@@ -11,8 +11,8 @@ class GlobalShortcut;
 // the tray icon, `brindlewick --toggle` and the menus as the ways in.
 namespace HotKey {
 
-// The S key of a US layout, with Alt and Shift.
-inline constexpr quint16 virtualKeyCode = 1;
+// The key that types S, with Alt and Shift.
+inline constexpr Qt::Key key = Qt::Key_S;
 inline constexpr Qt::KeyboardModifiers modifiers = Qt::AltModifier | Qt::ShiftModifier;
 
 // What a press does; empty means a press does nothing (the key stays taken).

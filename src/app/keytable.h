@@ -4,10 +4,9 @@
 #include <Qt>
 #include <optional>
 
-// The one table from virtual key codes (positions on a US keyboard, in the
-// classic numbering the diagnostic key tokens use) to Qt keys. The key
-// tokens, the global shortcut and the window's key map all go through it,
-// so a code means the same key everywhere.
+// Virtual key codes (positions on a US keyboard, in the classic numbering)
+// to Qt keys, for the diagnostic key tokens only ("C18" is Ctrl+1, "S124"
+// is Shift+Right): everywhere else the program names keys as Qt does.
 namespace KeyTable {
 
 struct Key

@@ -1,4 +1,4 @@
-#include "platform/keytable.h"
+#include "app/keytable.h"
 
 #include <QHash>
 
