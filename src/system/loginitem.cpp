@@ -1,5 +1,6 @@
 #include "system/loginitem.h"
 
+#include "files/logcategories.h"
 #include "platform/desktopentries.h"
 #include "system/prefs.h"
 #include "system/texts.h"
@@ -90,11 +91,14 @@ bool LoginItem::registerEntry(QString *error)
         QSaveFile file(m_entryPath);
         if (file.open(QIODevice::WriteOnly)) {
             file.write(entryText(m_executable));
-            if (file.commit())
+            if (file.commit()) {
+                qCInfo(lcLogin) << "wrote the start-up entry" << m_entryPath;
                 return true;
+            }
         }
         reason = file.errorString();
     }
+    qCWarning(lcLogin) << "cannot write the start-up entry" << m_entryPath << reason;
     if (error)
         *error = Texts::loginErrorDetail.arg(m_entryPath, reason);
     return false;
@@ -110,6 +114,7 @@ void LoginItem::checkRegistration(bool userInitiated)
     // is their "off", remembered like ours. Only switching it on here again
     // writes the entry anew.
     if (!userInitiated && switchedOffByDesktop()) {
+        qCInfo(lcLogin) << "the desktop's start-up settings switched the entry off; leaving it so";
         setAutoRegister(false);
         return;
     }
