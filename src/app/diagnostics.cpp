@@ -343,7 +343,7 @@ std::optional<DiagnosticHooks::KeyToken> DiagnosticHooks::parseKeyToken(const QS
         if (token.at(i) == QLatin1Char('S'))
             parsed.flags |= KeyTable::shiftBit;
         else if (token.at(i) == QLatin1Char('C'))
-            parsed.flags |= KeyTable::commandBit;
+            parsed.flags |= KeyTable::ctrlBit;
         else
             break;
     }

@@ -21,12 +21,12 @@ std::optional<Key> forVirtualCode(quint16 code);
 // empty for every other key.
 QString textForVirtualCode(quint16 code);
 
-// Modifier bits of a key token's flag word: Shift is bit 17,
-// Command (Ctrl here) bit 20, Option (Alt here) bit 19, Control (Meta here) bit 18.
+// Modifier bits of a key token's flag word: Shift is bit 17, Meta bit 18,
+// Alt bit 19 and Ctrl bit 20 (the "C" of a token).
 inline constexpr quint32 shiftBit = 1u << 17;
-inline constexpr quint32 controlBit = 1u << 18;
-inline constexpr quint32 optionBit = 1u << 19;
-inline constexpr quint32 commandBit = 1u << 20;
+inline constexpr quint32 metaBit = 1u << 18;
+inline constexpr quint32 altBit = 1u << 19;
+inline constexpr quint32 ctrlBit = 1u << 20;
 Qt::KeyboardModifiers modifiersForFlags(quint32 flags);
 
 // Virtual key codes by name, for the codes the program refers to.
