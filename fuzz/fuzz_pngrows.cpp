@@ -1,6 +1,6 @@
 // Any bytes through the fast PNG row reader: every row it hands out is read
 // to its last byte, so a row shorter than it claims shows as an overflow.
-#include "files/pngrows.h"
+#include "codec/pngrows.h"
 
 #include <cstdio>
 #include <memory>

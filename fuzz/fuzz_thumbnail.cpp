@@ -1,7 +1,7 @@
 // Any bytes through the thumbnail decode (our rows, libspng's for the other
 // kinds, the scaling), at a small and at a large size. A file it decodes
 // comes out no larger than asked, and never empty.
-#include "meta/pngscale.h"
+#include "codec/pngscale.h"
 
 #include <QString>
 

@@ -8,7 +8,6 @@
 #include "app/appservices.h"
 #include "app/diagnostics.h"
 #include "model/shelf.h"
-#include "platform/keytable.h"
 #include "support/apprun.h"
 #include "support/shelfrig.h"
 #include "ui/settingssheet.h"

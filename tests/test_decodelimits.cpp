@@ -1,6 +1,6 @@
 #include "actions/fileactions.h"
 #include "actions/views/fittedimage.h"
-#include "files/decodelimits.h"
+#include "codec/decodelimits.h"
 #include "meta/thumbs.h"
 #include "platform/tesseractrecognizer.h"
 #include "support/colourimages.h"

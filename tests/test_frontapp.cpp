@@ -53,6 +53,36 @@ class TestFrontApp : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // One entry by its file: its name, its icon as the theme or a
+    // file gives it, and whether the desktop skips it. An entry whose
+    // TryExec program is gone still reads (the login item's may be one).
+    void oneEntryByPathOrId()
+    {
+        Sandbox box;
+        const QString folder = QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation);
+        const QString editor = folder + QStringLiteral("/org.example.Editor.desktop");
+        Sandbox::writeFile(editor, "[Desktop Entry]\nType=Application\nName=Editor\nExec=\"/opt/My Apps/ed%%it\" %F\n"
+                                   "Icon=accessories-text-editor\nTryExec=/nonexistent/edit\n"
+                                   "[Desktop Action new]\nIcon=other\nHidden=true\n");
+        std::optional<DesktopEntryFacts> facts = readDesktopEntry(editor);
+        QVERIFY(facts);
+        QCOMPARE(facts->name, QStringLiteral("Editor"));
+        QCOMPARE(facts->icon, QStringLiteral("accessories-text-editor"));
+        QCOMPARE(facts->executable, QStringLiteral("/opt/My Apps/ed%it"));
+        QVERIFY(facts->shows() && !facts->runnable);
+
+        const QString viewer = folder + QStringLiteral("/viewer.desktop");
+        Sandbox::writeFile(viewer, "[Desktop Entry]\nType=Application\nName=Viewer\nExec=sh\nIcon=/usr/share/v.png\n"
+                                   "X-GNOME-Autostart-enabled=false\n");
+        facts = readDesktopEntry(viewer);
+        QVERIFY(facts && facts->runnable && !facts->shows());
+        QCOMPARE(facts->icon, QStringLiteral("/usr/share/v.png"));
+
+        QVERIFY(!readDesktopEntry(folder + QStringLiteral("/missing.desktop")));
+        Sandbox::writeFile(folder + QStringLiteral("/plain.desktop"), "Name=No group\n");
+        QVERIFY(!readDesktopEntry(folder + QStringLiteral("/plain.desktop")));
+    }
+
     void namesTheActiveWindowsApplication()
     {
         if (QGuiApplication::platformName() != QLatin1String("xcb")) {

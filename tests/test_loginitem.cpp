@@ -109,8 +109,20 @@ private Q_SLOTS:
             QVERIFY(nextStart.isEnabled());
         }
         // The switch counts in the entry's main group only.
-        Sandbox::writeFile(entry, "[Desktop Entry]\nExec=x\n[Desktop Action a]\nHidden=true\n");
+        Sandbox::writeFile(entry, "[Desktop Entry]\nExec=/usr/bin/brindlewick\n[Desktop Action a]\nHidden=true\n");
         QVERIFY(LoginItem(*prefs, entry, "/usr/bin/brindlewick", nullptr, 3).isEnabled());
+    }
+
+    // An entry left by an install elsewhere starts a program that is not
+    // this one (or is gone): it does not count, and the next start writes ours.
+    void entryOfAnotherProgramIsReplaced()
+    {
+        Sandbox::writeFile(entry, "[Desktop Entry]\nType=Application\nExec=/usr/local/bin/brindlewick --quiet\n");
+        LoginItem item(*prefs, entry, "/usr/bin/brindlewick", nullptr, 1);
+        QVERIFY(!item.isEnabled() && !item.switchedOffByDesktop());
+        item.checkRegistration(false);
+        QVERIFY(item.isEnabled());
+        QVERIFY(TestFiles::readAll(entry).contains("\nExec=/usr/bin/brindlewick\n"));
     }
 
     // A folder that cannot be made: the alert names the file, its first

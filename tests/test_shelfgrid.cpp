@@ -1,6 +1,7 @@
 // The thumbnail grid: how many columns fit, where drag images go, and what
 // presses, releases and marquee drags on a real grid do to the selection.
 
+#include "meta/metastore.h"
 #include "meta/thumbs.h"
 #include "support/colourimages.h"
 #include "support/shelfrig.h"
@@ -171,6 +172,33 @@ private Q_SLOTS:
         QApplication::sendEvent(rig.view(), &down);
         QTest::mouseRelease(rig.view(), Qt::LeftButton, {}, below);
         QCOMPARE(rig.selection(), (QSet<QUrl>{rig.item(4), rig.item(5)}));
+    }
+
+    // A cell's application badge is the icon its desktop entry names, read
+    // once off the paint path; an entry that is gone shows no badge.
+    void applicationBadgeFromItsEntry()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        const QString icon = rig.shelf.box.path(QStringLiteral("red.png"));
+        QImage red(64, 64, QImage::Format_RGB32);
+        red.fill(Qt::red);
+        QVERIFY(red.save(icon));
+        const QString entry = rig.shelf.box.path(QStringLiteral("applications/painter.desktop"));
+        Sandbox::writeFile(entry,
+                           "[Desktop Entry]\nType=Application\nName=Painter\nExec=sh\nIcon=" + icon.toUtf8() + "\n");
+        for (int i : {0, 1})
+            rig.shelf.meta.update(rig.item(i), [&](FileMeta &m) {
+                m.appPath = i == 0 ? entry : rig.shelf.box.path(QStringLiteral("applications/gone.desktop"));
+            });
+        // The badge sits in the tile's lower left corner.
+        const auto badgeColour = [&rig](int i) {
+            const QRect tile = rig.grid->tileRect(rig.item(i));
+            const QImage shot = rig.view()->grab().toImage();
+            return shot.pixelColor(tile.left() + 8 + 11, tile.bottom() - 8 - 11);
+        };
+        QTRY_COMPARE(badgeColour(0), QColor(Qt::red));
+        QVERIFY(badgeColour(1) != QColor(Qt::red));
     }
 
     // Cells a search hid get their images back when it is cleared, and a

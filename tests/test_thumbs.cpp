@@ -1,4 +1,4 @@
-#include "files/pngrows.h"
+#include "codec/pngrows.h"
 #include "meta/thumbdiskcache.h"
 #include "meta/thumbs.h"
 #include "support/badimages.h"

@@ -2,8 +2,8 @@
 // and a single image also as a picture for editors and chat programs.
 #include "actions/fileactions.h"
 
+#include "codec/pngrows.h"
 #include "files/localpaths.h"
-#include "files/pngrows.h"
 #include "files/safefiles.h"
 
 #include <QBuffer>

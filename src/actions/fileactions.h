@@ -1,6 +1,6 @@
 #pragma once
 
-#include "files/decodelimits.h"
+#include "codec/decodelimits.h"
 #include "platform/applauncher.h"
 #include "platform/filemanager.h"
 #include "platform/trash.h"

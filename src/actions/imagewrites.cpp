@@ -3,10 +3,10 @@
 // and renamed there only when complete, so a failure leaves nothing behind.
 #include "actions/fileactions.h"
 
+#include "codec/pngscale.h"
+#include "codec/pngsource.h"
 #include "files/localpaths.h"
-#include "files/pngsource.h"
 #include "files/safefiles.h"
-#include "meta/pngscale.h"
 
 #include <QColorSpace>
 #include <QFile>

@@ -2,8 +2,8 @@
 
 #include "actions/views/quicklook.h"
 #include "app/appdelegate.h"
+#include "app/keytable.h"
 #include "model/shelf.h"
-#include "platform/keytable.h"
 #include "ui/flash.h"
 #include "ui/foldercolumn.h"
 #include "ui/shelfgrid.h"
@@ -343,7 +343,7 @@ std::optional<DiagnosticHooks::KeyToken> DiagnosticHooks::parseKeyToken(const QS
         if (token.at(i) == QLatin1Char('S'))
             parsed.flags |= KeyTable::shiftBit;
         else if (token.at(i) == QLatin1Char('C'))
-            parsed.flags |= KeyTable::commandBit;
+            parsed.flags |= KeyTable::ctrlBit;
         else
             break;
     }

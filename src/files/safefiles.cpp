@@ -1,6 +1,7 @@
 #include "files/safefiles.h"
 
 #include "files/localpaths.h"
+#include "files/logcategories.h"
 
 #include <QFile>
 #include <QRandomGenerator>
@@ -8,6 +9,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/sendfile.h>
 #include <sys/stat.h>
@@ -86,8 +88,10 @@ bool copyBytes(int from, int to)
 QString copyToTemp(const QString &source, const QString &targetFolder)
 {
     const int in = ::open(encoded(source).constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-    if (in < 0)
+    if (in < 0) {
+        qCWarning(lcFiles, "cannot read %s: %s", qUtf8Printable(source), strerror(errno));
         return {};
+    }
     struct stat st;
     if (::fstat(in, &st) != 0 || !S_ISREG(st.st_mode)) {
         ::close(in);
@@ -95,6 +99,7 @@ QString copyToTemp(const QString &source, const QString &targetFolder)
     }
     const auto temp = createTemp(targetFolder, 0600);
     if (!temp) {
+        qCWarning(lcFiles, "cannot write into %s: %s", qUtf8Printable(targetFolder), strerror(errno));
         ::close(in);
         return {};
     }
@@ -107,6 +112,8 @@ QString copyToTemp(const QString &source, const QString &targetFolder)
     }
     ok = syncAndClose(temp->fd) && ok;
     if (!ok) {
+        qCWarning(lcFiles, "cannot copy %s into %s: %s", qUtf8Printable(source), qUtf8Printable(targetFolder),
+                  strerror(errno));
         ::unlink(encoded(temp->path).constData());
         return {};
     }
@@ -250,6 +257,7 @@ QString placeUnique(const QString &tempPath, const QString &wanted, const NameCh
             continue; // someone took it between the check and now: next number
         case RenameResult::crossDevice:
         case RenameResult::failed:
+            qCWarning(lcFiles, "cannot place %s: %s", qUtf8Printable(target), strerror(errno));
             break;
         }
         break;
@@ -276,6 +284,8 @@ QString moveUnique(const QString &source, const QString &wanted, const NameChoos
         case RenameResult::targetExists:
             continue;
         case RenameResult::failed:
+            qCWarning(lcFiles, "cannot move %s to %s: %s", qUtf8Printable(source), qUtf8Printable(target),
+                      strerror(errno));
             return {};
         case RenameResult::crossDevice:
             break;
@@ -291,6 +301,7 @@ QString moveUnique(const QString &source, const QString &wanted, const NameChoos
         return {};
     syncFolder(folderOf(placed));
     if (::unlink(encoded(source).constData()) != 0) {
+        qCWarning(lcFiles, "moved %s by copying, but cannot remove it: %s", qUtf8Printable(source), strerror(errno));
         ::unlink(encoded(placed).constData());
         return {};
     }

@@ -1,6 +1,7 @@
 #include "meta/metastore.h"
 
 #include "files/localpaths.h"
+#include "files/logcategories.h"
 #include "meta/metaformat.h"
 #include "platform/threadpriority.h"
 
@@ -193,6 +194,8 @@ void MetaStore::finishLoad()
     m_loadResult->reset();
     m_loaded = true;
     m_setAsideBeforeSave = result.state == OnDisk::unreadable;
+    qCInfo(lcMeta).nospace() << m_filePath
+                             << (m_setAsideBeforeSave ? " cannot be read: set aside at the next save" : " read");
 
     // What was done before the load lands on top of it, in order.
     QHash<QString, FileMeta> records = std::move(result.records);
@@ -319,6 +322,8 @@ void MetaStore::finishWrite()
     m_writing = false;
     if (result.setAside)
         m_setAsideBeforeSave = false;
+    qCDebug(lcMeta) << (result.written ? "wrote" : "could not write") << m_filePath
+                    << (result.setAside ? "(the old one set aside)" : "");
     if (!result.written)
         m_unsaved = true; // the next change, or the flush at quit, tries again
     Q_EMIT saveFinished(result.written);

@@ -1,8 +1,9 @@
 #include "meta/thumbs.h"
 
-#include "files/decodelimits.h"
+#include "codec/decodelimits.h"
+#include "codec/pngscale.h"
 #include "files/localpaths.h"
-#include "meta/pngscale.h"
+#include "files/logcategories.h"
 #include "platform/threadpriority.h"
 
 #include <QColorSpace>
@@ -340,8 +341,10 @@ std::optional<QImage> Thumbs::makeThumbnail(const QUrl &file, int pixels)
     PngScale::Result png = PngScale::readScaled(LocalPaths::localPath(file), pixels, maxSourcePixels);
     if (png.outcome == PngScale::Outcome::Done)
         return std::move(png.image);
-    if (png.outcome == PngScale::Outcome::Failed)
+    if (png.outcome == PngScale::Outcome::Failed) {
+        qCDebug(lcThumbs) << "no thumbnail: the PNG cannot be read" << file.toLocalFile();
         return std::nullopt;
+    }
     const std::unique_ptr<DecodeLimits::QtReader> qt = DecodeLimits::openQtReader(LocalPaths::localPath(file));
     if (!qt)
         return std::nullopt;
@@ -354,16 +357,20 @@ std::optional<QImage> Thumbs::makeThumbnail(const QUrl &file, int pixels)
     reader.setQuality(49);
     const QSize full = reader.size();
     if (full.isValid()) {
-        if (qint64(full.width()) * full.height() > maxSourcePixels)
+        if (qint64(full.width()) * full.height() > maxSourcePixels) {
+            qCInfo(lcDecode) << "refused" << file.toLocalFile() << full << "is past the bound";
             return std::nullopt;
+        }
         // Orientation is applied after scaling, so fitting the stored size
         // into a square bounds the upright image's longest side as well.
         if (full.width() > pixels || full.height() > pixels)
             reader.setScaledSize(full.scaled(pixels, pixels, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
     }
     QImage image = reader.read();
-    if (image.isNull())
+    if (image.isNull()) {
+        qCDebug(lcThumbs) << "no thumbnail of" << file.toLocalFile() << reader.errorString();
         return std::nullopt;
+    }
     if (!full.isValid() && (image.width() > pixels || image.height() > pixels))
         image = image.scaled(pixels, pixels, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     // The formats the paint engine draws fastest.

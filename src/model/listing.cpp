@@ -1,6 +1,7 @@
 #include "model/listing.h"
 
 #include "files/localpaths.h"
+#include "files/logcategories.h"
 
 #include <QCollator>
 #include <QDir>
@@ -249,8 +250,10 @@ FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 coun
 {
     FolderListing result;
     DirReader reader(folder);
-    if (!reader.dir())
+    if (!reader.dir()) {
+        qCInfo(lcScan, "cannot list %s: %s", qUtf8Printable(folder), strerror(errno));
         return result;
+    }
 
     std::vector<Entry> images;
     QByteArray names; // the images' names, each ending in a zero byte
@@ -271,10 +274,15 @@ FolderListing listFolder(const QString &folder, qsizetype listLimit, qint64 coun
             QString decoded;
             if (decodeEntryName(raw, &decoded))
                 folders.append(decoded);
+            else
+                qCDebug(lcScan) << "skipped a subfolder whose name is not UTF-8:" << raw;
             continue;
         }
-        if (type != DT_REG || !imageName)
+        if (type != DT_REG || !imageName) {
+            if (imageName)
+                qCDebug(lcScan) << "skipped" << raw << "in" << folder << "- not a regular file";
             continue;
+        }
         if (wantImages) {
             images.push_back({0, quint32(names.size()), quint32(images.size())});
             names.append(name, qsizetype(length) + 1);

@@ -1,6 +1,7 @@
 #include "platform/capturesettings.h"
 
 #include "platform/inifile.h"
+#include "platform/messagecatalogue.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,9 +11,6 @@
 #include <QJsonObject>
 #include <QStandardPaths>
 #include <QUrl>
-#include <QtEndian>
-
-#include <cstring>
 
 namespace {
 
@@ -308,81 +306,6 @@ QString gnomeShellScreenshots()
     return gnomeShellScreenshotsFolder(QStandardPaths::writableLocation(QStandardPaths::PicturesLocation));
 }
 
-// The languages gettext would try, most specific first: LANGUAGE's list
-// unless the locale is C/POSIX (then no translation at all), each as
-// ll_CC@mod, ll_CC, ll@mod, ll.
-QStringList messageLanguages()
-{
-    QString locale;
-    for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        locale = qEnvironmentVariable(name);
-        if (!locale.isEmpty())
-            break;
-    }
-    if (locale.isEmpty() || locale == QLatin1String("C") || locale.startsWith(QLatin1String("C."))
-        || locale == QLatin1String("POSIX"))
-        return {};
-    QStringList wanted = qEnvironmentVariable("LANGUAGE").split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    if (wanted.isEmpty())
-        wanted = {locale};
-    QStringList out;
-    for (const QString &name : std::as_const(wanted)) {
-        const qsizetype at = name.indexOf(QLatin1Char('@'));
-        const QString modifier = at < 0 ? QString() : name.mid(at);
-        const QString base = (at < 0 ? name : name.left(at)).section(QLatin1Char('.'), 0, 0);
-        const QString language = base.section(QLatin1Char('_'), 0, 0);
-        for (const QString &candidate : {base + modifier, base, language + modifier, language})
-            if (!candidate.isEmpty() && !out.contains(candidate))
-                out << candidate;
-    }
-    return out;
-}
-
-quint32 moWord(const QByteArray &data, qsizetype at, bool swap)
-{
-    if (at < 0 || at + 4 > data.size())
-        return 0;
-    quint32 v;
-    std::memcpy(&v, data.constData() + at, 4);
-    return swap ? qbswap(v) : v;
-}
-
-// The translation of `msgid` (with or without a context) in a compiled
-// gettext catalogue; empty when it has none.
-QString moLookup(const QString &path, const QByteArray &msgid)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > 64 * 1024 * 1024)
-        return {};
-    const QByteArray data = file.readAll();
-    const quint32 magic = moWord(data, 0, false);
-    const bool swap = magic == 0xde120495u;
-    if (magic != 0x950412deu && !swap)
-        return {};
-    const quint32 count = moWord(data, 8, swap);
-    const quint32 originals = moWord(data, 12, swap);
-    const quint32 translations = moWord(data, 16, swap);
-    for (quint32 i = 0; i < count; ++i) {
-        const quint32 length = moWord(data, originals + 8 * qsizetype(i), swap);
-        const quint32 offset = moWord(data, originals + 8 * qsizetype(i) + 4, swap);
-        if (qsizetype(offset) + length > data.size())
-            return {};
-        const QByteArray original(data.constData() + offset, length);
-        if (original != msgid && !original.endsWith('\x04' + msgid))
-            continue;
-        const quint32 tLength = moWord(data, translations + 8 * qsizetype(i), swap);
-        const quint32 tOffset = moWord(data, translations + 8 * qsizetype(i) + 4, swap);
-        if (qsizetype(tOffset) + tLength > data.size())
-            return {};
-        // Plural forms follow the first one after a NUL.
-        QByteArray translated(data.constData() + tOffset, tLength);
-        if (const qsizetype nul = translated.indexOf('\0'); nul >= 0)
-            translated.truncate(nul);
-        return QString::fromUtf8(translated);
-    }
-    return {};
-}
-
 } // namespace
 
 QString gnomeShellScreenshotsFolder(const QString &picturesFolder, const QString &localeRoot)
@@ -391,7 +314,7 @@ QString gnomeShellScreenshotsFolder(const QString &picturesFolder, const QString
     for (const QString &language : messageLanguages()) {
         const QString catalogue =
             localeRoot + QLatin1Char('/') + language + QStringLiteral("/LC_MESSAGES/gnome-shell.mo");
-        const QString name = moLookup(catalogue, english.toUtf8());
+        const QString name = catalogueLookup(catalogue, english.toUtf8());
         if (!name.isEmpty() && !name.contains(QLatin1Char('/')))
             return picturesFolder + QLatin1Char('/') + name;
     }

@@ -1,5 +1,7 @@
 #include "platform/folderwatch.h"
 
+#include "files/logcategories.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -99,6 +101,7 @@ private:
     void armed(int wd)
     {
         m_arming = false;
+        qCDebug(lcWatch) << (wd >= 0 ? "watching" : "waiting for") << m_folder;
         if (wd >= 0)
             m_folderWatch = wd;
         else
@@ -183,6 +186,7 @@ private:
             }
         }
         if (folderGone) {
+            qCInfo(lcWatch) << m_folder << "is gone; watching for it to come back";
             // A moved folder keeps its watch; the shelf lists by path, so let it go.
             if (m_folderWatch >= 0)
                 ::inotify_rm_watch(m_fd, m_folderWatch);
@@ -214,8 +218,10 @@ std::unique_ptr<FolderWatch> FolderWatch::open(const QString &folder, Handler on
     if (folder.isEmpty())
         return nullptr;
     const int fd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (fd < 0)
+    if (fd < 0) {
+        qCWarning(lcWatch, "cannot watch %s: %s", qUtf8Printable(folder), strerror(errno));
         return nullptr;
+    }
     auto watch = std::make_unique<InotifyFolderWatch>(fd, QDir::cleanPath(folder), std::move(onEvents));
     watch->armInBackground();
     return watch;

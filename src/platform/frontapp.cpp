@@ -3,20 +3,9 @@
 #include "platform/session.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QFileSystemWatcher>
 #include <QGuiApplication>
-#include <QPointer>
-#include <QSet>
-#include <QStandardPaths>
-#include <QThreadPool>
-#include <QTimer>
-
-#include <gio/gdesktopappinfo.h>
-#include <gio/gio.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -26,18 +15,6 @@
 #endif
 
 namespace {
-
-// Executables that run someone else's program: matching a desktop entry by
-// them would name the wrong application.
-bool isLauncher(const QString &baseName)
-{
-    static const QStringList launchers = {
-        QStringLiteral("env"),  QStringLiteral("sh"),   QStringLiteral("bash"), QStringLiteral("perl"),
-        QStringLiteral("java"), QStringLiteral("node"), QStringLiteral("mono"), QStringLiteral("flatpak"),
-        QStringLiteral("snap"), QStringLiteral("gjs"),  QStringLiteral("wine"), QStringLiteral("electron"),
-    };
-    return launchers.contains(baseName) || baseName.startsWith(QLatin1String("python"));
-}
 
 QString canonical(const QString &path)
 {
@@ -70,59 +47,6 @@ ProcessFacts readProcess(qint64 pid)
     return facts;
 }
 
-QString fromGString(const char *text) { return text ? QString::fromUtf8(text) : QString(); }
-
-// Runs on a worker thread: GIO parses each entry (with its localised name).
-QList<DesktopEntry> readDesktopEntries(const QStringList &folders, QStringList *subfolders)
-{
-    QList<DesktopEntry> entries;
-    QSet<QString> seen;
-    for (const QString &folder : folders) {
-        const QDir root(folder);
-        QDirIterator it(folder, QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString path = it.next();
-            if (it.fileInfo().isDir()) {
-                subfolders->append(path);
-                continue;
-            }
-            if (!path.endsWith(QLatin1String(".desktop")))
-                continue;
-            QString id = root.relativeFilePath(path);
-            id.chop(8);
-            id.replace(QLatin1Char('/'), QLatin1Char('-'));
-            if (seen.contains(id))
-                continue;
-            seen.insert(id);
-            GDesktopAppInfo *info = g_desktop_app_info_new_from_filename(QFile::encodeName(path).constData());
-            if (!info)
-                continue;
-            if (!g_desktop_app_info_get_is_hidden(info)) {
-                DesktopEntry entry;
-                entry.id = id;
-                entry.name = fromGString(g_app_info_get_name(G_APP_INFO(info)));
-                entry.file = path;
-                entry.windowClass = fromGString(g_desktop_app_info_get_startup_wm_class(info));
-                const QString executable = fromGString(g_app_info_get_executable(G_APP_INFO(info)));
-                entry.executableName = QFileInfo(executable).fileName();
-                if (!executable.isEmpty() && !isLauncher(entry.executableName)) {
-                    QString onPath = executable;
-                    if (!executable.startsWith(QLatin1Char('/'))) {
-                        char *found = g_find_program_in_path(executable.toUtf8().constData());
-                        onPath = fromGString(found);
-                        g_free(found);
-                    }
-                    if (!onPath.isEmpty())
-                        entry.executablePath = canonical(onPath);
-                }
-                entries.append(entry);
-            }
-            g_object_unref(info);
-        }
-    }
-    return entries;
-}
-
 } // namespace
 
 RunningApp describeProcess(const QList<DesktopEntry> &entries, qint64 pid, const QString &windowClass)
@@ -148,7 +72,7 @@ RunningApp describeProcess(const QList<DesktopEntry> &entries, qint64 pid, const
             && (entry.id.compare(windowClass, Qt::CaseInsensitive) == 0
                 || entry.id.section(QLatin1Char('.'), -1).compare(windowClass, Qt::CaseInsensitive) == 0))
             score = 2;
-        if (score < 1 && !entry.executableName.isEmpty() && !isLauncher(entry.executableName)
+        if (score < 1 && !entry.executableName.isEmpty()
             && (entry.executableName == facts.command || entry.executableName == facts.argv0))
             score = 1;
         if (score > bestScore) {
@@ -165,79 +89,6 @@ RunningApp describeProcess(const QList<DesktopEntry> &entries, qint64 pid, const
         app.name = facts.command;
     }
     return app;
-}
-
-DesktopEntries::DesktopEntries(QStringList folders, QObject *parent)
-    : QObject(parent), m_folders(std::move(folders)), m_entries(std::make_shared<QList<DesktopEntry>>()),
-      m_watcher(new QFileSystemWatcher(this)), m_debounce(new QTimer(this))
-{
-    // Installing a package touches many entries in a row: read once after.
-    m_debounce->setSingleShot(true);
-    m_debounce->setInterval(1000);
-    connect(m_debounce, &QTimer::timeout, this, &DesktopEntries::reload);
-    connect(m_watcher, &QFileSystemWatcher::directoryChanged, this, [this](const QString &path) {
-        // A parent watched for a folder yet to come: only that folder's
-        // arrival counts, not the parent's other traffic.
-        if (m_parents.contains(path)
-            && std::none_of(m_folders.cbegin(), m_folders.cend(), [&path](const QString &folder) {
-                   return QFileInfo(folder).absolutePath() == path && QFileInfo(folder).isDir();
-               }))
-            return;
-        m_debounce->start();
-    });
-    reload();
-}
-
-DesktopEntries::~DesktopEntries() = default;
-
-QStringList DesktopEntries::defaultFolders()
-{
-    return QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
-}
-
-void DesktopEntries::reload()
-{
-    const quint64 generation = ++m_generation;
-    QPointer<DesktopEntries> self(this);
-    const QStringList folders = m_folders;
-    QThreadPool::globalInstance()->start([self, generation, folders] {
-        QStringList subfolders;
-        auto entries = std::make_shared<const QList<DesktopEntry>>(readDesktopEntries(folders, &subfolders));
-        QMetaObject::invokeMethod(
-            qApp,
-            [self, generation, entries, subfolders] {
-                if (!self || generation != self->m_generation)
-                    return; // a newer reading is under way
-                self->m_entries = entries;
-                self->watch(subfolders);
-                Q_EMIT self->loaded();
-            },
-            Qt::QueuedConnection);
-    });
-}
-
-void DesktopEntries::watch(const QStringList &subfolders)
-{
-    // A folder that does not exist yet is watched through its parent, so
-    // its creation is noticed (the parent's other changes cost one reading).
-    QStringList wanted = subfolders;
-    m_parents.clear();
-    for (const QString &folder : std::as_const(m_folders)) {
-        if (QFileInfo(folder).isDir()) {
-            wanted << folder;
-        } else {
-            wanted << QFileInfo(folder).absolutePath();
-            m_parents.insert(QFileInfo(folder).absolutePath());
-        }
-    }
-    wanted.removeDuplicates();
-    const QStringList current = m_watcher->directories();
-    for (const QString &path : current)
-        if (!wanted.contains(path))
-            m_watcher->removePath(path);
-    for (const QString &path : std::as_const(wanted))
-        if (!current.contains(path) && QFileInfo(path).isDir())
-            m_watcher->addPath(path);
 }
 
 namespace {

@@ -4,6 +4,7 @@
 // to confirm or change the trigger; whatever it decides, we only react to
 // activations of our shortcut id. Every failure ends the attempt silently.
 
+#include "files/logcategories.h"
 #include "platform/globalshortcut.h"
 
 #include <QDBusAbstractInterface>
@@ -152,7 +153,7 @@ private:
     void bind()
     {
         const QString token = newToken();
-        request(token, [](const QVariantMap &) {});
+        request(token, [](const QVariantMap &) { qCInfo(lcShortcut) << "the portal bound the shortcut"; });
         const QList<PortalShortcut> shortcuts{
             {shortcutId,
              {{QStringLiteral("description"), QStringLiteral("Open or hide the Brindlewick shelf")},
@@ -172,6 +173,8 @@ private:
                     pending->deleteLater();
                     if (response == 0)
                         onSuccess(results);
+                    else
+                        qCWarning(lcShortcut) << "the portal refused the shortcut, response" << response;
                 });
     }
 

@@ -1,7 +1,8 @@
 #include "platform/tesseractrecognizer.h"
 
-#include "files/decodelimits.h"
-#include "files/pngsource.h"
+#include "codec/decodelimits.h"
+#include "codec/pngsource.h"
+#include "files/logcategories.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -159,8 +160,10 @@ public:
     {
         m_options.languages = usableLanguages(options.languages);
         m_ready = m_api.Init(nullptr, m_options.languages.toUtf8().constData(), tesseract::OEM_LSTM_ONLY) == 0;
-        if (!m_ready)
+        if (!m_ready) {
+            qCWarning(lcOcr) << "Tesseract cannot start with the languages" << m_options.languages;
             return;
+        }
         m_api.SetVariable("debug_file", "/dev/null");
         m_api.SetPageSegMode(tesseract::PageSegMode(m_options.pageSegMode));
         for (const auto &[name, value] : m_options.variables)
@@ -175,8 +178,10 @@ public:
         if (!m_ready || abandoned())
             return std::nullopt;
         std::optional<QImage> gray = readGrayForRecognition(filePath, m_options);
-        if (!gray)
+        if (!gray) {
+            qCDebug(lcOcr) << "cannot read for recognition:" << filePath;
             return std::nullopt;
+        }
         return recognizeGray(std::move(*gray));
     }
 
@@ -246,8 +251,10 @@ std::optional<QImage> readGrayForRecognition(const QString &path, const Tesserac
     QImageReader &reader = qt->reader;
     const QSize size = reader.size();
     // The colour image it makes, and then the gray one.
-    if (!size.isValid() || qint64(size.width()) * size.height() * 5 > DecodeLimits::maxBytes)
+    if (!size.isValid() || qint64(size.width()) * size.height() * 5 > DecodeLimits::maxBytes) {
+        qCInfo(lcDecode) << "refused for recognition:" << path << size;
         return std::nullopt;
+    }
     const QImage image = reader.read();
     if (image.isNull())
         return std::nullopt;

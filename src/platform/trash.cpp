@@ -1,6 +1,7 @@
 #include "platform/trash.h"
 
 #include "files/localpaths.h"
+#include "files/logcategories.h"
 #include "files/safefiles.h"
 
 #include <QDir>
@@ -178,8 +179,10 @@ bool FreedesktopTrash::moveToTrash(const QString &path)
 
     const QString homeTrash = readyHomeTrash();
     const QString trash = trashFolderFor(absolute, homeTrash);
-    if (trash.isEmpty() || isWithin(trash, absolute))
+    if (trash.isEmpty() || isWithin(trash, absolute)) {
+        qCWarning(lcTrash, "no trash folder takes %s", qUtf8Printable(absolute));
         return false;
+    }
 
     // A drive's own Trash records the place relative to the drive, so the
     // entry stays right wherever the drive is mounted next time.
@@ -205,21 +208,26 @@ bool FreedesktopTrash::moveToTrash(const QString &path)
         if (fd < 0) {
             if (errno == EEXIST)
                 continue;
+            qCWarning(lcTrash, "cannot write %s: %s", qUtf8Printable(infoPath), strerror(errno));
             return false;
         }
         const bool written = ::write(fd, infoText.constData(), size_t(infoText.size())) == infoText.size();
         if (!SafeFiles::syncAndClose(fd) || !written) {
+            qCWarning(lcTrash, "cannot write %s: %s", qUtf8Printable(infoPath), strerror(errno));
             ::unlink(encoded(infoPath).constData());
             return false;
         }
         switch (SafeFiles::renameNoReplace(absolute, filesEntry)) {
         case SafeFiles::RenameResult::renamed:
+            qCDebug(lcTrash) << "trashed" << absolute << "as" << filesEntry;
             return true;
         case SafeFiles::RenameResult::targetExists:
             ::unlink(encoded(infoPath).constData());
             continue;
         case SafeFiles::RenameResult::crossDevice:
         case SafeFiles::RenameResult::failed:
+            qCWarning(lcTrash, "cannot move %s into %s: %s", qUtf8Printable(absolute), qUtf8Printable(trash),
+                      strerror(errno));
             ::unlink(encoded(infoPath).constData());
             return false;
         }

@@ -3,12 +3,14 @@
 // shortcut works whatever their state, read back through a native event
 // filter before Qt dispatches the event.
 
+#include "files/logcategories.h"
 #include "platform/globalshortcut.h"
 
 #include <QAbstractEventDispatcher>
 #include <QAbstractNativeEventFilter>
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QKeySequence>
 #include <QList>
 #include <QMetaObject>
 
@@ -105,13 +107,16 @@ public:
         auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
         xcb_connection_t *connection = x11 ? x11->connection() : nullptr;
         const xcb_keysym_t keysym = keysymFor(key);
-        if (!connection || !keysym)
+        if (!connection || !keysym) {
+            qCInfo(lcShortcut) << "no X connection or no keysym for" << QKeySequence(key | modifiers);
             return;
+        }
         m_onPress = std::move(onPress);
         m_mask = maskFor(modifiers);
         m_keycodes = keycodesFor(connection, keysym);
         const uint16_t numLock = numLockMask(connection);
         const uint16_t lockVariants[] = {0, XCB_MOD_MASK_LOCK, numLock, uint16_t(XCB_MOD_MASK_LOCK | numLock)};
+        int refused = 0;
 
         xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
         for (; screens.rem; xcb_screen_next(&screens)) {
@@ -121,11 +126,19 @@ public:
                     // key) is swallowed here instead of being logged by Qt.
                     auto cookie = xcb_grab_key_checked(connection, 1, screens.data->root, uint16_t(m_mask | variant),
                                                        keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-                    std::free(xcb_request_check(connection, cookie));
+                    xcb_generic_error_t *error = xcb_request_check(connection, cookie);
+                    refused += error != nullptr;
+                    std::free(error);
                 }
             }
         }
         xcb_flush(connection);
+        if (refused)
+            qCWarning(lcShortcut) << QKeySequence(key | modifiers) << "is held by another program:" << refused
+                                  << "grabs refused";
+        else
+            qCInfo(lcShortcut) << "grabbed" << QKeySequence(key | modifiers) << "on" << m_keycodes.size()
+                               << "key codes";
         if (auto *dispatcher = QAbstractEventDispatcher::instance())
             dispatcher->installNativeEventFilter(this);
     }

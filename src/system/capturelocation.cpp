@@ -1,5 +1,6 @@
 #include "system/capturelocation.h"
 
+#include "files/logcategories.h"
 #include "platform/capturesettings.h"
 #include "system/prefs.h"
 
@@ -83,6 +84,7 @@ void CaptureLocation::apply(const QString &folder)
     if (same)
         return;
     if (m_settings && m_settings->canWrite(CaptureSettings::location)) {
+        qCInfo(lcCapture) << m_settings->toolName() << "now saves into" << folder << "instead of" << current;
         m_settings->writeText(CaptureSettings::location, QDir::cleanPath(QFileInfo(folder).absoluteFilePath()));
         restartSystemUI();
     }
@@ -96,11 +98,13 @@ void CaptureLocation::restore()
     const QByteArray state = QByteArray::fromBase64(m_prefs.text(PrefKey::previousCaptureState).toLatin1());
     if (m_settings && m_settings->canWrite(CaptureSettings::location)
         && (state.isEmpty() || !m_settings->restoreLocationState(state))) {
+        qCInfo(lcCapture) << m_settings->toolName() << "save folder set back to" << previous << "(not byte for byte)";
         if (previous.isEmpty())
             m_settings->remove(CaptureSettings::location);
         else
             m_settings->writeText(CaptureSettings::location, previous);
     }
+    qCInfo(lcCapture) << "the screenshot tool's save folder is back as it was:" << previous;
     m_prefs.remove(PrefKey::previousCaptureLocation);
     m_prefs.remove(PrefKey::previousCaptureState);
     restartSystemUI();

@@ -1,5 +1,6 @@
 #include "system/heartbeat.h"
 
+#include "files/logcategories.h"
 #include "system/prefs.h"
 
 #include <QDateTime>
@@ -71,12 +72,15 @@ void Heartbeat::send(bool force)
     request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
     request.setTransferTimeout(timeoutMs);
     m_inFlight = true;
+    qCDebug(lcPing) << "sending the usage ping to" << m_endpoint;
     QNetworkReply *reply = m_network->post(request, QJsonDocument(body).toJson(QJsonDocument::Compact));
     connect(reply, &QNetworkReply::finished, this, [this, reply] {
         reply->deleteLater();
         m_inFlight = false;
         const bool accepted = reply->error() == QNetworkReply::NoError
                               && reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200;
+        if (!accepted)
+            qCInfo(lcPing) << "the usage ping failed:" << reply->errorString();
         // Switched off while the ping was on its way: nothing is kept.
         if (accepted && enabled())
             m_prefs.setValue(PrefKey::heartbeatLast, double(m_now()) / 1000.0);

@@ -1,7 +1,6 @@
 #include "system/hotkey.h"
 
 #include "platform/globalshortcut.h"
-#include "platform/keytable.h"
 
 #include <QPointer>
 
@@ -12,11 +11,10 @@ HotKey::~HotKey() = default;
 void HotKey::registerWith(std::unique_ptr<GlobalShortcut> backend)
 {
     m_backend = std::move(backend);
-    const auto key = KeyTable::forVirtualCode(virtualKeyCode);
-    if (!m_backend || !key)
+    if (!m_backend)
         return;
     QPointer<HotKey> self(this);
-    m_backend->grab(key->key, modifiers, [self] {
+    m_backend->grab(key, modifiers, [self] {
         if (self)
             Q_EMIT self->pressed();
     });

@@ -16,8 +16,8 @@ class HotKey : public QObject
     Q_OBJECT
 
 public:
-    // The S key of a US layout, with Alt and Shift.
-    static constexpr quint16 virtualKeyCode = 1;
+    // The key that types S, with Alt and Shift.
+    static constexpr Qt::Key key = Qt::Key_S;
     static constexpr Qt::KeyboardModifiers modifiers = Qt::AltModifier | Qt::ShiftModifier;
 
     explicit HotKey(QObject *parent = nullptr);

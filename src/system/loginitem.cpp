@@ -1,5 +1,7 @@
 #include "system/loginitem.h"
 
+#include "files/logcategories.h"
+#include "platform/desktopentries.h"
 #include "system/prefs.h"
 #include "system/texts.h"
 
@@ -48,32 +50,6 @@ QByteArray entryText(const QString &executable)
         .toUtf8();
 }
 
-// True when the entry tells the desktop to skip it: Hidden=true, or the
-// switch that GNOME's start-up settings write.
-bool entrySwitchedOff(const QByteArray &text)
-{
-    bool inMainGroup = false;
-    for (const QByteArray &raw : text.split('\n')) {
-        const QByteArray line = raw.trimmed();
-        if (line.startsWith('[')) {
-            inMainGroup = line == "[Desktop Entry]";
-            continue;
-        }
-        if (!inMainGroup)
-            continue;
-        const qsizetype eq = line.indexOf('=');
-        if (eq < 0)
-            continue;
-        const QByteArray key = line.left(eq).trimmed();
-        const QByteArray value = line.mid(eq + 1).trimmed().toLower();
-        if (key == "Hidden" && value == "true")
-            return true;
-        if (key == "X-GNOME-Autostart-enabled" && value == "false")
-            return true;
-    }
-    return false;
-}
-
 } // namespace
 
 LoginItem::LoginItem(Prefs &prefs, QString entryPath, QString executable, LoginPrompts *prompts, qint64 processId)
@@ -93,16 +69,16 @@ void LoginItem::setAutoRegister(bool on) { m_prefs.setValue(PrefKey::loginAutoRe
 
 LoginItem::Status LoginItem::status() const
 {
-    QFile file(m_entryPath);
-    if (!file.open(QIODevice::ReadOnly))
-        return notRegistered;
-    return entrySwitchedOff(file.readAll()) ? notRegistered : enabled;
+    // An entry that starts another program (left by an install elsewhere)
+    // does not start this one at login.
+    const std::optional<DesktopEntryFacts> entry = readDesktopEntry(m_entryPath);
+    return entry && entry->shows() && entry->executable == m_executable ? enabled : notRegistered;
 }
 
 bool LoginItem::switchedOffByDesktop() const
 {
-    QFile file(m_entryPath);
-    return file.open(QIODevice::ReadOnly) && entrySwitchedOff(file.readAll());
+    const std::optional<DesktopEntryFacts> entry = readDesktopEntry(m_entryPath);
+    return entry && !entry->shows();
 }
 
 bool LoginItem::registerEntry(QString *error)
@@ -115,11 +91,14 @@ bool LoginItem::registerEntry(QString *error)
         QSaveFile file(m_entryPath);
         if (file.open(QIODevice::WriteOnly)) {
             file.write(entryText(m_executable));
-            if (file.commit())
+            if (file.commit()) {
+                qCInfo(lcLogin) << "wrote the start-up entry" << m_entryPath;
                 return true;
+            }
         }
         reason = file.errorString();
     }
+    qCWarning(lcLogin) << "cannot write the start-up entry" << m_entryPath << reason;
     if (error)
         *error = Texts::loginErrorDetail.arg(m_entryPath, reason);
     return false;
@@ -135,6 +114,7 @@ void LoginItem::checkRegistration(bool userInitiated)
     // is their "off", remembered like ours. Only switching it on here again
     // writes the entry anew.
     if (!userInitiated && switchedOffByDesktop()) {
+        qCInfo(lcLogin) << "the desktop's start-up settings switched the entry off; leaving it so";
         setAutoRegister(false);
         return;
     }

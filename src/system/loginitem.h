@@ -40,8 +40,8 @@ public:
     bool autoRegister() const;
     void setAutoRegister(bool on);
 
-    // Read from the file system each time: enabled when the entry exists and
-    // the desktop has not been told to skip it.
+    // Read from the file system each time: enabled when the entry exists,
+    // starts `executable` and the desktop has not been told to skip it.
     Status status() const;
     bool isEnabled() const { return status() == enabled; }
     // The entry exists but tells the desktop to skip it (Hidden=true, or

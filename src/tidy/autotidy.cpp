@@ -2,6 +2,7 @@
 
 #include "actions/actionrunner.h"
 #include "files/localpaths.h"
+#include "files/logcategories.h"
 #include "meta/metastore.h"
 #include "model/listing.h"
 #include "model/shelf.h"
@@ -179,6 +180,7 @@ void AutoTidy::finishCheck(quint64 request, const QUrl &home, const QList<QUrl> 
     }
     if (act && !due.isEmpty()) {
         // The files move off the GUI thread; `checked` follows once they have.
+        qCInfo(lcTidy) << "tidying" << due.size() << "images" << (m_toTrash ? "into the trash" : "into the archive");
         ActionRunner *runner = ActionRunner::oneShot(m_trash, m_meta, this);
         const auto moved = [this](const FileWorkResult &) { Q_EMIT checked(); };
         if (m_toTrash) {

@@ -4,15 +4,16 @@
 #include "meta/metastore.h"
 #include "meta/thumbs.h"
 #include "model/shelf.h"
+#include "platform/desktopentries.h"
 
-#include <QFile>
+#include <QApplication>
 #include <QFileInfo>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QScrollBar>
 #include <QStyle>
-#include <QTextStream>
+#include <QThreadPool>
 #include <QTimer>
 #include <QVariantAnimation>
 
@@ -34,24 +35,6 @@ QColor withAlpha(QColor c, double alpha)
 {
     c.setAlphaF(alpha);
     return c;
-}
-
-// The Icon of a desktop entry's main group.
-QString desktopEntryIcon(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
-        return {};
-    QTextStream in(&file);
-    bool mainGroup = false;
-    while (!in.atEnd()) {
-        const QString line = in.readLine().trimmed();
-        if (line.startsWith(QLatin1Char('[')))
-            mainGroup = line == QLatin1String("[Desktop Entry]");
-        else if (mainGroup && line.startsWith(QLatin1String("Icon=")))
-            return line.mid(5).trimmed();
-    }
-    return {};
 }
 
 // A small "recognised text" mark: a viewfinder's corners around two lines.
@@ -423,17 +406,38 @@ QIcon ShelfGrid::appIcon(const QString &desktopEntry)
     auto found = m_appIcons.constFind(desktopEntry);
     if (found != m_appIcons.constEnd())
         return *found;
-    const QString name = desktopEntryIcon(desktopEntry);
+    // Reading the entry takes the disk: once per application, off the GUI
+    // thread; the cells repaint when it is in.
+    m_appIcons.insert(desktopEntry, QIcon());
+    QPointer<ShelfGrid> self(this);
+    QThreadPool::globalInstance()->start([self, desktopEntry] {
+        const std::optional<DesktopEntryFacts> entry = readDesktopEntry(desktopEntry);
+        QMetaObject::invokeMethod(
+            qApp,
+            [self, desktopEntry, entry] {
+                if (self)
+                    self->appIconRead(desktopEntry, entry ? std::optional<QString>(entry->icon) : std::nullopt);
+            },
+            Qt::QueuedConnection);
+    });
+    return {};
+}
+
+void ShelfGrid::appIconRead(const QString &desktopEntry, const std::optional<QString> &name)
+{
+    // An entry that is gone shows no badge.
+    if (!name)
+        return;
     QIcon icon;
-    if (QFileInfo(name).isAbsolute())
-        icon = QIcon(name);
-    else if (!name.isEmpty())
-        icon = QIcon::fromTheme(name);
+    if (QFileInfo(*name).isAbsolute())
+        icon = QIcon(*name);
+    else if (!name->isEmpty())
+        icon = QIcon::fromTheme(*name);
     if (icon.isNull())
         icon =
             QIcon::fromTheme(QStringLiteral("application-x-executable"), style()->standardIcon(QStyle::SP_DesktopIcon));
     m_appIcons.insert(desktopEntry, icon);
-    return icon;
+    viewport()->update();
 }
 
 void ShelfGrid::paintEvent(QPaintEvent *event)
@@ -506,8 +510,8 @@ void ShelfGrid::paintCell(QPainter &p, int index)
     }
 
     const std::optional<FileMeta> record = m_meta ? m_meta->meta(url) : std::nullopt;
-    if (record && record->appPath && QFileInfo::exists(*record->appPath))
-        appIcon(*record->appPath).paint(&p, appBadgeRect(tile));
+    if (const QIcon app = record && record->appPath ? appIcon(*record->appPath) : QIcon(); !app.isNull())
+        app.paint(&p, appBadgeRect(tile));
     if (index < 8) {
         QFont small = font();
         small.setFamily(QStringLiteral("monospace"));

@@ -104,7 +104,10 @@ private:
     int labelHeight() const;
     QPoint toContent(const QPoint &viewportPoint) const;
     void paintCell(QPainter &p, int index);
+    // The badge of an application's desktop entry; null while it is being
+    // read or when the entry is gone.
     QIcon appIcon(const QString &desktopEntry);
+    void appIconRead(const QString &desktopEntry, const std::optional<QString> &iconName);
     QRect appBadgeRect(const QRect &tile) const;
     QRect textBadgeRect(const QRect &tile) const;
     void startDrag();
@@ -126,7 +129,7 @@ private:
     QHash<QUrl, Asked> m_asked;
     QHash<QUrl, FileStamp> m_failed;
     quint64 m_serial = 0;
-    QHash<QString, QIcon> m_appIcons;
+    QHash<QString, QIcon> m_appIcons; // by desktop entry; null: being read, or gone
 
     QHash<QUrl, double> m_lift;
     QHash<QUrl, QVariantAnimation *> m_liftAnimations;

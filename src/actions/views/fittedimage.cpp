@@ -1,8 +1,8 @@
 #include "actions/views/fittedimage.h"
 
 #include "actions/fileactions.h"
-#include "files/decodelimits.h"
-#include "meta/pngscale.h"
+#include "codec/decodelimits.h"
+#include "codec/pngscale.h"
 #include "platform/threadpriority.h"
 
 #include <QFile>

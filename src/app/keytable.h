@@ -4,10 +4,9 @@
 #include <Qt>
 #include <optional>
 
-// The one table from virtual key codes (positions on a US keyboard, in the
-// classic numbering the diagnostic key tokens use) to Qt keys. The key
-// tokens, the global shortcut and the window's key map all go through it,
-// so a code means the same key everywhere.
+// Virtual key codes (positions on a US keyboard, in the classic numbering)
+// to Qt keys, for the diagnostic key tokens only ("C18" is Ctrl+1, "S124"
+// is Shift+Right): everywhere else the program names keys as Qt does.
 namespace KeyTable {
 
 struct Key
@@ -22,12 +21,12 @@ std::optional<Key> forVirtualCode(quint16 code);
 // empty for every other key.
 QString textForVirtualCode(quint16 code);
 
-// Modifier bits of a key token's flag word: Shift is bit 17,
-// Command (Ctrl here) bit 20, Option (Alt here) bit 19, Control (Meta here) bit 18.
+// Modifier bits of a key token's flag word: Shift is bit 17, Meta bit 18,
+// Alt bit 19 and Ctrl bit 20 (the "C" of a token).
 inline constexpr quint32 shiftBit = 1u << 17;
-inline constexpr quint32 controlBit = 1u << 18;
-inline constexpr quint32 optionBit = 1u << 19;
-inline constexpr quint32 commandBit = 1u << 20;
+inline constexpr quint32 metaBit = 1u << 18;
+inline constexpr quint32 altBit = 1u << 19;
+inline constexpr quint32 ctrlBit = 1u << 20;
 Qt::KeyboardModifiers modifiersForFlags(quint32 flags);
 
 // Virtual key codes by name, for the codes the program refers to.

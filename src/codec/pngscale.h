@@ -7,7 +7,7 @@
 
 // Reads a PNG file scaled down while its rows are decoded: each row is folded
 // into an area-averaging accumulator as it is undone, so no full-size image
-// of pixels is ever made. Rows come from files/pngsource.h, so what a decode
+// of pixels is ever made. Rows come from codec/pngsource.h, so what a decode
 // holds stays within DecodeLimits::maxBytes whatever the file claims.
 namespace PngScale {
 

@@ -1,4 +1,4 @@
-#include "files/decodelimits.h"
+#include "codec/decodelimits.h"
 
 #include "files/localpaths.h"
 

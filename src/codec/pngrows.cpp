@@ -1,4 +1,4 @@
-#include "files/pngrows.h"
+#include "codec/pngrows.h"
 
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "files/pngrows.h"
+#include "codec/pngrows.h"
 
 #include <QString>
 

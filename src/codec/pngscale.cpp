@@ -1,7 +1,7 @@
-#include "meta/pngscale.h"
+#include "codec/pngscale.h"
 
-#include "files/decodelimits.h"
-#include "files/pngsource.h"
+#include "codec/decodelimits.h"
+#include "codec/pngsource.h"
 
 #include <algorithm>
 #include <cstring>

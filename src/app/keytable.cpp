@@ -1,4 +1,4 @@
-#include "platform/keytable.h"
+#include "app/keytable.h"
 
 #include <QHash>
 
@@ -148,11 +148,11 @@ Qt::KeyboardModifiers modifiersForFlags(quint32 flags)
     Qt::KeyboardModifiers modifiers;
     if (flags & shiftBit)
         modifiers |= Qt::ShiftModifier;
-    if (flags & commandBit)
+    if (flags & ctrlBit)
         modifiers |= Qt::ControlModifier;
-    if (flags & optionBit)
+    if (flags & altBit)
         modifiers |= Qt::AltModifier;
-    if (flags & controlBit)
+    if (flags & metaBit)
         modifiers |= Qt::MetaModifier;
     return modifiers;
 }

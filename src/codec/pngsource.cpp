@@ -1,7 +1,8 @@
-#include "files/pngsource.h"
+#include "codec/pngsource.h"
 
-#include "files/decodelimits.h"
+#include "codec/decodelimits.h"
 #include "files/localpaths.h"
+#include "files/logcategories.h"
 
 #include <QFile>
 
@@ -33,8 +34,10 @@ PngRows::Status PngSource::open(const QString &path, qint64 maxPixels)
     const PngRows::Status header = PngRows::readHeader(m_file.get(), m_header);
     if (header != PngRows::Status::Ready)
         return header;
-    if (qint64(m_header.width) * m_header.height > maxPixels || rowBytesFor(m_header.width) > bound)
+    if (qint64(m_header.width) * m_header.height > maxPixels || rowBytesFor(m_header.width) > bound) {
+        qCInfo(lcDecode, "refused %s: %ux%u is past the bound", qUtf8Printable(path), m_header.width, m_header.height);
         return PngRows::Status::Failed;
+    }
     m_rows = std::make_unique<PngRows::Rows>();
     switch (m_rows->open(m_file.get(), m_header)) {
     case PngRows::Status::Ready:
@@ -67,7 +70,7 @@ PngRows::Status PngSource::openGeneral()
     // The size was checked against our own limits above.
     spng_set_image_limits(context, 0x7fffffffu, 0x7fffffffu);
 #ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
-    spng_set_crc_action(context, SPNG_CRC_USE, SPNG_CRC_USE); // as in files/pngrows.cpp
+    spng_set_crc_action(context, SPNG_CRC_USE, SPNG_CRC_USE); // as in codec/pngrows.cpp
 #endif
     spng_ihdr ihdr{};
     if (spng_set_png_file(context, m_file.get()) != 0 || spng_get_ihdr(context, &ihdr) != 0)
@@ -82,8 +85,11 @@ PngRows::Status PngSource::openGeneral()
     m_whole = ihdr.interlace_method != 0;
     if (m_whole) {
         // Rows come pass by pass: the image is made whole first.
-        if (qint64(rowBytes) * m_header.height + rowBytesFor(m_header.width) > bound)
+        if (qint64(rowBytes) * m_header.height + rowBytesFor(m_header.width) > bound) {
+            qCInfo(lcDecode, "refused an interlaced %ux%u image: too large to make whole", m_header.width,
+                   m_header.height);
             return failed;
+        }
         m_buffer.resize(rowBytes * m_header.height);
         return spng_decode_image(context, m_buffer.data(), m_buffer.size(), format, SPNG_DECODE_TRNS) == 0
                    ? PngRows::Status::Ready
