@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QPointer>
 
+#include <cerrno>
+
 namespace {
 
 QString joined(const QString &folder, const QString &name)
@@ -97,20 +99,29 @@ std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newNa
     return renamed;
 }
 
-QList<QUrl> FileActions::duplicate(const QList<QUrl> &files)
+void FileActions::noteFailure(FileFailures *failed, const QUrl &file, int error, FileProblem fallback)
+{
+    if (failed)
+        failed->append({file, FileProblems::fromErrno(error, fallback)});
+}
+
+QList<QUrl> FileActions::duplicate(const QList<QUrl> &files, FileFailures *failed)
 {
     QList<QUrl> written;
     for (const QUrl &file : files) {
         const QFileInfo info(LocalPaths::localPath(file));
         const QString wanted = joined(info.absolutePath(), duplicateName(info.fileName()));
+        errno = 0;
         const QString copy = SafeFiles::copyUnique(info.absoluteFilePath(), wanted);
         if (!copy.isEmpty())
             written.append(LocalPaths::fileUrl(copy));
+        else
+            noteFailure(failed, file, errno);
     }
     return written;
 }
 
-FileActions::Moves FileActions::move(const QList<QUrl> &files, const QUrl &folder)
+FileActions::Moves FileActions::move(const QList<QUrl> &files, const QUrl &folder, FileFailures *failed)
 {
     const QString target = QDir::cleanPath(QFileInfo(folder.toLocalFile()).absoluteFilePath());
     Moves moves;
@@ -120,9 +131,12 @@ FileActions::Moves FileActions::move(const QList<QUrl> &files, const QUrl &folde
         // folder has another name, and "moving" there would only renumber.
         if (SafeFiles::sameObject(info.absolutePath(), target))
             continue;
+        errno = 0;
         const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(), joined(target, info.fileName()));
         if (!placed.isEmpty())
             moves.append({file, LocalPaths::fileUrl(placed)});
+        else
+            noteFailure(failed, file, errno);
     }
     return moves;
 }
@@ -135,12 +149,15 @@ void FileActions::carryRecords(const Moves &moves, MetaStore *meta)
         meta->moveRecord(from, to);
 }
 
-qint64 FileActions::trash(const QList<QUrl> &files, Trash &trash)
+qint64 FileActions::trash(const QList<QUrl> &files, Trash &trash, FileFailures *failed)
 {
     qint64 trashed = 0;
     for (const QUrl &file : files) {
-        if (trash.moveToTrash(LocalPaths::localPath(file)))
+        int error = 0;
+        if (trash.moveToTrash(LocalPaths::localPath(file), &error))
             ++trashed;
+        else
+            noteFailure(failed, file, error, error == EXDEV ? FileProblem::noTrash : FileProblem::other);
     }
     return trashed;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "actions/fileproblems.h"
 #include "files/decodelimits.h"
 #include "platform/applauncher.h"
 #include "platform/filemanager.h"
@@ -20,8 +21,9 @@ class TextPrompt;
 
 // What the user does to screenshot files. No state: every operation takes
 // the files (absolute file URLs) and works through them in order. A file that
-// fails (vanished, no permission, not an image) is skipped silently and the
-// rest go on; nothing is ever written over, and only move and rename carry
+// fails (vanished, no permission, not an image) is skipped and the rest go
+// on; the slow operations add each skipped file and why to `failed` when
+// given, for the person to read; nothing is ever written over, and only move and rename carry
 // the file's metadata record along.
 //
 // The desktop services, the Trash and the metadata store are always passed
@@ -69,18 +71,21 @@ public:
     [[nodiscard]] static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName, MetaStore *meta);
 
     // New files beside the originals; each returns the files it wrote.
-    [[nodiscard]] static QList<QUrl> duplicate(const QList<QUrl> &files);
-    [[nodiscard]] static QList<QUrl> resizeHalf(const QList<QUrl> &files);
-    [[nodiscard]] static QList<QUrl> convertToJPG(const QList<QUrl> &files);
+    [[nodiscard]] static QList<QUrl> duplicate(const QList<QUrl> &files, FileFailures *failed = nullptr);
+    [[nodiscard]] static QList<QUrl> resizeHalf(const QList<QUrl> &files, FileFailures *failed = nullptr);
+    [[nodiscard]] static QList<QUrl> convertToJPG(const QList<QUrl> &files, FileFailures *failed = nullptr);
 
     // Moves the files into `folder` and says where each one went. A file
     // already in that folder (however the folder is spelled) stays and is
     // not listed. The records are the caller's: carryRecords.
-    [[nodiscard]] static Moves move(const QList<QUrl> &files, const QUrl &folder);
+    [[nodiscard]] static Moves move(const QList<QUrl> &files, const QUrl &folder, FileFailures *failed = nullptr);
     // Moves the metadata records after the files (GUI thread; `meta` may be null).
     static void carryRecords(const Moves &moves, MetaStore *meta);
     // Moves each file to the Trash; returns how many went.
-    [[nodiscard]] static qint64 trash(const QList<QUrl> &files, Trash &trash);
+    [[nodiscard]] static qint64 trash(const QList<QUrl> &files, Trash &trash, FileFailures *failed = nullptr);
+    // Notes a file that failed with the problem errno tells of.
+    static void noteFailure(FileFailures *failed, const QUrl &file, int error,
+                            FileProblem fallback = FileProblem::other);
 
     // `wanted` when nothing is there, else the first free "stem n.ext".
     static QUrl uniqueURL(const QUrl &wanted);

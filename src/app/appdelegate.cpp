@@ -5,6 +5,7 @@
 #include "actions/folderops.h"
 #include "actions/views/contextmenu.h"
 #include "actions/views/desktopwindows.h"
+#include "actions/views/filecommands.h"
 #include "actions/views/pins.h"
 #include "actions/views/previewwindow.h"
 #include "actions/views/promptdialogs.h"
@@ -33,7 +34,6 @@
 #include "ui/foldercolumn.h"
 #include "ui/notifications.h"
 #include "ui/settingssheet.h"
-#include "ui/shelfcommands.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelfview.h"
 #include "ui/shelfwindow.h"
@@ -230,28 +230,25 @@ void AppDelegate::buildWindow()
     m_window->setShelf(m_shelf.get());
     m_window->setWindowIcon(appIcon());
     m_window->resize(1200, 700);
-    auto *view = new ShelfView(m_shelf.get(), m_meta, &Thumbs::shared());
-    m_window->setContent(view);
     m_runner = std::make_unique<ActionRunner>(Trash::shared(), m_meta);
     m_quickLook = std::make_unique<QuickLook>();
     m_pins = std::make_unique<Pins>();
     m_folderPrompt = std::make_unique<DialogTextPrompt>(m_window.get());
+    // The preview leaves the keys to the shelf only while the shelf has
+    // them; opened from the corner card's menu (the shelf hidden or in the
+    // background) it takes the keyboard itself.
+    m_commands = std::make_unique<FileCommands>(*m_shelf, *m_runner, *m_launcher, *m_fileManager, *m_quickLook, *m_pins,
+                                                TextIndexer::shared(), *m_folderPrompt, m_meta,
+                                                [this] { return shelfIsKey() ? m_window.get() : nullptr; });
+    m_window->setCommands(*m_commands);
+    auto *view = new ShelfView(m_shelf.get(), m_meta, &Thumbs::shared(), *m_commands);
+    m_window->setContent(view);
     view->setSidebar(
         new FolderColumn(m_shelf.get(), {m_runner.get(), m_fileManager.get(), m_folderPrompt.get(), m_meta}));
-    ShelfCommands::Parts parts;
-    parts.launcher = m_launcher.get();
-    parts.runner = m_runner.get();
-    parts.quickLook = m_quickLook.get();
-    parts.pins = m_pins.get();
-    parts.folderPrompt = m_folderPrompt.get();
-    m_commands = std::make_unique<ShelfCommands>(m_shelf.get(), parts);
-    m_commands->setWindow(m_window.get());
-    m_window->setCommands(m_commands.get());
-    view->setCommands(m_commands.get());
     // Keys go to the search field or the shelf before any view sees them.
     m_window->installKeyRouting();
     connect(view->grid(), &ShelfGrid::openRequested, this,
-            [this](const QList<QUrl> &files) { FileActions::open(files, *m_launcher); });
+            [this](const QList<QUrl> &files) { m_commands->open().run(files); });
     connect(view->grid(), &ShelfGrid::filesDropped, this,
             [this](const QList<QUrl> &files) { FolderOps::dropOnGrid(*m_shelf, files, *m_runner); });
     connect(view->grid(), &ShelfGrid::pressed, this, [] { Q_EMIT Notifications::shared().dropFocus(); });
@@ -286,21 +283,7 @@ void AppDelegate::buildWindow()
 
 QMenu *AppDelegate::popupFileMenu(const QList<QUrl> &files, const QPoint &globalPos)
 {
-    ContextMenu::Parts menuParts;
-    menuParts.shelf = m_shelf.get();
-    menuParts.launcher = m_launcher.get();
-    menuParts.fileManager = m_fileManager.get();
-    menuParts.runner = m_runner.get();
-    menuParts.quickLook = m_quickLook.get();
-    menuParts.pins = m_pins.get();
-    menuParts.indexer = &TextIndexer::shared();
-    menuParts.prompt = m_folderPrompt.get();
-    menuParts.meta = m_meta;
-    // The preview leaves the keys to the shelf only while the shelf has
-    // them; opened from the corner card's menu (the shelf hidden or in the
-    // background) it takes the keyboard itself.
-    menuParts.window = shelfIsKey() ? m_window.get() : nullptr;
-    return ContextMenu::popup(files, menuParts, globalPos, m_window.get());
+    return ContextMenu::popup(files, *m_commands, globalPos, m_window.get());
 }
 
 void AppDelegate::statusClicked(QSystemTrayIcon::ActivationReason reason)
