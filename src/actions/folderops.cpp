@@ -63,7 +63,7 @@ void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStor
     });
 }
 
-void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Count done)
+void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Landed done)
 {
     const QUrl key = Shelf::folderKey(folder);
     if (key == shelf.home())
@@ -73,11 +73,11 @@ void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Count d
             shelf.openFolder(shelf.home());
         shelf.scan();
         if (done)
-            done(result.count);
+            done(result);
     });
 }
 
-void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner, Count done)
+void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner, Landed done)
 {
     runner.move(files, Shelf::folderKey(folder), &shelf, [&shelf, done](const FileWorkResult &result) {
         if (result.count >= 1) {
@@ -85,17 +85,17 @@ void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, Ac
             shelf.scan();
         }
         if (done)
-            done(result.count);
+            done(result);
     });
 }
 
-void dropOnGrid(Shelf &shelf, const QList<QUrl> &files, ActionRunner &runner, Count done)
+void dropOnGrid(Shelf &shelf, const QList<QUrl> &files, ActionRunner &runner, Landed done)
 {
     runner.move(files, shelf.current(), &shelf, [&shelf, done](const FileWorkResult &result) {
         if (result.count >= 1)
             shelf.scan();
         if (done)
-            done(result.count);
+            done(result);
     });
 }
 

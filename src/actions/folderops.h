@@ -8,6 +8,7 @@
 #include <functional>
 
 class ActionRunner;
+struct FileWorkResult;
 class MetaStore;
 class Shelf;
 
@@ -34,20 +35,21 @@ void newFolder(Shelf &shelf, TextPrompt &prompt);
 void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStore *meta);
 
 // The moves and the Trash go through `runner`, off the GUI thread; the
-// shelf changes once they have landed. `done`, when given, then gets how
-// many files went. Neither happens if the shelf is gone by then.
-using Count = std::function<void(qint64)>;
+// shelf changes once they have landed. `done`, when given, then gets what
+// happened (how many went, which could not and why). Neither happens if
+// the shelf is gone by then.
+using Landed = std::function<void(const FileWorkResult &)>;
 
 // Moves a folder to the Trash (never Home itself); the shelf goes back to
 // Home if it was showing it, then rescans.
-void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Count done = {});
+void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Landed done = {});
 
 // Files dropped on a folder row: moved there; if any moved, the selection
 // is emptied and the shelf rescans.
-void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner, Count done = {});
+void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner, Landed done = {});
 
 // Files dropped on the grid: moved into the current folder; if any moved,
 // the shelf rescans (the selection is left to the scan).
-void dropOnGrid(Shelf &shelf, const QList<QUrl> &files, ActionRunner &runner, Count done = {});
+void dropOnGrid(Shelf &shelf, const QList<QUrl> &files, ActionRunner &runner, Landed done = {});
 
 } // namespace FolderOps

@@ -243,14 +243,13 @@ void AppDelegate::buildWindow()
     m_window->setCommands(*m_commands);
     auto *view = new ShelfView(m_shelf.get(), m_meta, &Thumbs::shared(), *m_commands);
     m_window->setContent(view);
-    view->setSidebar(
-        new FolderColumn(m_shelf.get(), {m_runner.get(), m_fileManager.get(), m_folderPrompt.get(), m_meta}));
+    view->setSidebar(new FolderColumn(m_shelf.get(), *m_commands));
     // Keys go to the search field or the shelf before any view sees them.
     m_window->installKeyRouting();
     connect(view->grid(), &ShelfGrid::openRequested, this,
             [this](const QList<QUrl> &files) { m_commands->open().run(files); });
     connect(view->grid(), &ShelfGrid::filesDropped, this,
-            [this](const QList<QUrl> &files) { FolderOps::dropOnGrid(*m_shelf, files, *m_runner); });
+            [this](const QList<QUrl> &files) { m_commands->dropOnGrid(files); });
     connect(view->grid(), &ShelfGrid::pressed, this, [] { Q_EMIT Notifications::shared().dropFocus(); });
     connect(view, &ShelfView::recogniseRequested, this,
             [](const QList<QUrl> &files) { TextIndexer::shared().index(files, false); });

@@ -253,15 +253,46 @@ void FileCommands::refreshAll()
 std::function<void(const FileWorkResult &)> FileCommands::landed(const QString &done)
 {
     QPointer<Shelf> shelf = &m_shelf;
-    QPointer<FileCommands> self = this;
-    return [shelf, self, done](const FileWorkResult &result) {
+    return [shelf, report = reporter(done)](const FileWorkResult &result) {
         // The folder watch would notice too; a scan now shows the change at
         // once, and the new content of a file that was refused.
         if (shelf && (result.count > 0 || !result.written.isEmpty() || !result.failed.isEmpty()))
             shelf->scan();
+        report(result);
+    };
+}
+
+std::function<void(const FileWorkResult &)> FileCommands::reporter(const QString &done)
+{
+    QPointer<FileCommands> self = this;
+    return [self, done](const FileWorkResult &result) {
         if (self && !result.failed.isEmpty())
             Q_EMIT self->reported(FileProblems::report(done, result.failed));
     };
+}
+
+void FileCommands::renameFolder(const QUrl &folder)
+{
+    Q_EMIT reported(QString());
+    FolderOps::renameFolder(m_shelf, folder, m_prompt, m_meta.data());
+}
+
+void FileCommands::trashFolder(const QUrl &folder)
+{
+    Q_EMIT reported(QString());
+    FolderOps::trashFolder(m_shelf, folder, m_runner, reporter(Texts::doneTrashed));
+}
+
+void FileCommands::dropOnFolder(const QList<QUrl> &files, const QUrl &folder)
+{
+    Q_EMIT reported(QString());
+    FolderOps::dropOnFolder(m_shelf, files, folder, m_runner, reporter(Texts::doneMoved));
+}
+
+void FileCommands::dropOnGrid(const QList<QUrl> &files)
+{
+    Q_EMIT reported(QString());
+    FolderOps::dropOnGrid(m_shelf, files, m_runner, reporter(Texts::doneMoved));
 }
 
 QList<AppChoice> FileCommands::applications(const QUrl &file) const

@@ -124,6 +124,15 @@ public:
     QList<QUrl> moveDestinations() const;
     void moveTo(const QList<QUrl> &files, const QUrl &folder);
 
+    // The folder column's and the drops' operations on folders; what they
+    // could not do is reported like the files' own.
+    void renameFolder(const QUrl &folder);
+    void trashFolder(const QUrl &folder);
+    // Files dropped on a folder (the selection then empties) or on the grid
+    // (into the folder shown).
+    void dropOnFolder(const QList<QUrl> &files, const QUrl &folder);
+    void dropOnGrid(const QList<QUrl> &files);
+
     // The keys' extras. Ctrl+digit: the cell at `index` goes to the
     // clipboard and is selected; nothing past the end.
     void copyCell(qsizetype index);
@@ -146,6 +155,8 @@ private:
     // Rescans once the work lands and reports what failed, as `done`
     // ("moved to the Trash").
     std::function<void(const FileWorkResult &)> landed(const QString &done);
+    // Only the report, for work that updates the shelf itself.
+    std::function<void(const FileWorkResult &)> reporter(const QString &done);
     void refreshAll();
 
     Shelf &m_shelf;
