@@ -153,6 +153,26 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(rig.trashed("b.png")));
     }
 
+    // A name already in use: neither the rename nor the new folder replaces
+    // anything, and the status bar says so.
+    void takenNamesAreReported()
+    {
+        ReportRig rig;
+        QDir().mkpath(rig.folder() + "/Receipts");
+        rig.writeFiles();
+        QVERIFY(rig.build());
+        QTRY_COMPARE(rig.itemNames().size(), 3);
+        rig.prompt.answer = QStringLiteral("b.png");
+        rig.commands->rename().run({rig.url("a.png")});
+        QCOMPARE(rig.status(), QStringLiteral("\u201Ca.png\u201D could not be renamed: a file with that name exists"));
+        QVERIFY(QFile::exists(rig.file("a.png")) && QFile::exists(rig.file("b.png")));
+
+        rig.prompt.answer = QStringLiteral("Receipts");
+        rig.key(Qt::Key_N, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(rig.status(),
+                 QStringLiteral("\u201CReceipts\u201D could not be created: a file with that name exists"));
+    }
+
     // Failures for different reasons name the commonest.
     void mixedReasonsNameTheCommonest()
     {

@@ -55,7 +55,7 @@ void FileActions::showInFileManager(const QList<QUrl> &files, FileManager &manag
 
 void FileActions::getInfo(const QUrl &file, FileManager &manager) { manager.showItemProperties(file); }
 
-void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done)
+void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done, Refused refused)
 {
     const QString current = file.fileName(); // U+FFFD for bytes that are not UTF-8
     TextPromptRequest request;
@@ -68,15 +68,22 @@ void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, 
     request.selectStem = true;
     // The store outlives any dialog in the program, but not every test's.
     QPointer<MetaStore> store(meta);
-    prompt.askText(request, [file, store, done](const std::optional<QString> &answer) {
-        const std::optional<QUrl> renamed = answer ? renameTo(file, *answer, store.data()) : std::nullopt;
+    prompt.askText(request, [file, store, done, refused](const std::optional<QString> &answer) {
+        std::optional<FileProblem> why;
+        const std::optional<QUrl> renamed = answer ? renameTo(file, *answer, store.data(), &why) : std::nullopt;
         if (done)
             done(renamed);
+        if (why && refused)
+            refused({file, *why});
     });
 }
 
-std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newName, MetaStore *meta)
+std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newName, MetaStore *meta,
+                                          std::optional<FileProblem> *why)
 {
+    // Unchanged or empty: nothing to do, and nothing went wrong.
+    if (why)
+        *why = std::nullopt;
     const QString path = LocalPaths::localPath(file);
     const QFileInfo info(path);
     // The name confirmed unchanged stays, even when trimming would change it;
@@ -88,11 +95,25 @@ std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newNa
         return std::nullopt;
     const QString folder = info.absolutePath();
     // A typed "/" or ".." must not send the file anywhere else.
-    if (!SafeFiles::isValidEntryName(name, folder))
+    if (!SafeFiles::isValidEntryName(name, folder)) {
+        if (why)
+            *why = FileProblem::badName;
         return std::nullopt;
+    }
     const QString target = joined(folder, name);
-    if (SafeFiles::renameNoReplace(path, target) != SafeFiles::RenameResult::renamed)
+    switch (SafeFiles::renameNoReplace(path, target)) {
+    case SafeFiles::RenameResult::renamed:
+        break;
+    case SafeFiles::RenameResult::targetExists:
+        if (why)
+            *why = FileProblem::nameTaken;
         return std::nullopt;
+    case SafeFiles::RenameResult::crossDevice:
+    case SafeFiles::RenameResult::failed:
+        if (why)
+            *why = FileProblems::fromErrno(errno);
+        return std::nullopt;
+    }
     const QUrl renamed = LocalPaths::fileUrl(target);
     if (meta)
         meta->moveRecord(file, renamed);

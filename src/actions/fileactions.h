@@ -65,10 +65,15 @@ public:
     // gets the new location, or nothing when cancelled or refused. `meta`
     // may be null.
     using RenameDone = std::function<void(const std::optional<QUrl> &)>;
-    static void rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done = {});
+    // A name the person confirmed that could not be used, and why.
+    using Refused = std::function<void(const FileFailure &)>;
+    static void rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done = {},
+                       Refused refused = {});
     // Renames to exactly `newName` (trimmed) beside the file; fails when the
     // name is taken, empty, unchanged or not a single valid file name.
-    [[nodiscard]] static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName, MetaStore *meta);
+    // A refusal other than an unchanged or empty name says why in `why`.
+    [[nodiscard]] static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName, MetaStore *meta,
+                                                      std::optional<FileProblem> *why = nullptr);
 
     // New files beside the originals; each returns the files it wrote.
     [[nodiscard]] static QList<QUrl> duplicate(const QList<QUrl> &files, FileFailures *failed = nullptr);

@@ -49,6 +49,8 @@ QString reason(FileProblem problem)
         return Texts::problemNoTrash;
     case FileProblem::unreadable:
         return Texts::problemUnreadable;
+    case FileProblem::badName:
+        return Texts::problemBadName;
     case FileProblem::other:
         break;
     }

@@ -16,6 +16,7 @@ enum class FileProblem {
     diskFull,   // no space left (or over quota)
     noTrash,    // the file's drive has no Trash that can be used
     unreadable, // not an image that can be read
+    badName,    // a name with "/", or "." or ".."
     other,
 };
 

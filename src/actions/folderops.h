@@ -1,11 +1,13 @@
 #pragma once
 
+#include "actions/fileproblems.h"
 #include "actions/prompts.h"
 
 #include <QList>
 #include <QUrl>
 
 #include <functional>
+#include <optional>
 
 class ActionRunner;
 struct FileWorkResult;
@@ -24,15 +26,19 @@ TextPromptRequest newFolderRequest(const QUrl &home);
 // A name with a "/" is refused outright rather than read as a path, so no
 // folder is ever made anywhere but directly in Home; so are "." and "..".
 // An existing file or folder of that name is left alone. True on success.
-[[nodiscard]] bool createFolder(const QUrl &home, const QString &name);
+// Otherwise `why` (when given) says what stood in the way.
+[[nodiscard]] bool createFolder(const QUrl &home, const QString &name, std::optional<FileProblem> *why = nullptr);
 
 // Asks for a name and creates the folder inside Home, also while a
 // subfolder is shown, then rescans. An empty name does nothing at all.
-void newFolder(Shelf &shelf, TextPrompt &prompt);
+// A name that could not be used goes to `refused`, the folder it would
+// have been the failure's file.
+using Refused = std::function<void(const FileFailure &)>;
+void newFolder(Shelf &shelf, TextPrompt &prompt, Refused refused = {});
 
 // The rename dialog for a folder, then a rescan. Renaming the folder being
 // shown keeps showing it under its new name.
-void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStore *meta);
+void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStore *meta, Refused refused = {});
 
 // The moves and the Trash go through `runner`, off the GUI thread; the
 // shelf changes once they have landed. `done`, when given, then gets what

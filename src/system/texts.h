@@ -77,6 +77,8 @@ inline const QString problemGone = QStringLiteral("no longer there");
 inline const QString problemDiskFull = QStringLiteral("the disk is full");
 inline const QString problemNoTrash = QStringLiteral("its drive has no Trash");
 inline const QString problemUnreadable = QStringLiteral("not an image that can be read");
+inline const QString problemBadName =
+    QStringLiteral("a name cannot contain \u201C/\u201D or be \u201C.\u201D or \u201C..\u201D");
 inline const QString problemOther = QStringLiteral("an unexpected error");
 inline const QString doneTrashed = QStringLiteral("moved to the Trash");
 inline const QString doneMoved = QStringLiteral("moved");
@@ -84,5 +86,6 @@ inline const QString doneDuplicated = QStringLiteral("duplicated");
 inline const QString doneResized = QStringLiteral("resized");
 inline const QString doneConverted = QStringLiteral("converted to JPG");
 inline const QString doneRenamed = QStringLiteral("renamed");
+inline const QString doneCreated = QStringLiteral("created");
 
 } // namespace Texts

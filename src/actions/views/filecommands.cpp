@@ -157,10 +157,13 @@ FileCommands::FileCommands(Shelf &shelf, ActionRunner &runner, AppLauncher &laun
 
     m_rename = add(Reach::oneSelected, QStringLiteral("Rename\u2026"), [this](const Files &files) {
         QPointer<Shelf> shelf = &m_shelf;
-        FileActions::rename(files.first(), m_prompt, m_meta.data(), [shelf](const std::optional<QUrl> &renamed) {
-            if (shelf && renamed)
-                shelf->scan();
-        });
+        FileActions::rename(
+            files.first(), m_prompt, m_meta.data(),
+            [shelf](const std::optional<QUrl> &renamed) {
+                if (shelf && renamed)
+                    shelf->scan();
+            },
+            refusal(Texts::doneRenamed));
     });
     m_rename->setIcon({QStringLiteral("edit-rename")});
     m_duplicate = add(Reach::selection, QStringLiteral("Duplicate"), [this](const Files &files) {
@@ -199,7 +202,7 @@ FileCommands::FileCommands(Shelf &shelf, ActionRunner &runner, AppLauncher &laun
 
     // Inside Home, also while a subfolder is shown; the files stay.
     m_newFolder = add(Reach::nothing, QStringLiteral("New Folder\u2026"),
-                      [this](const Files &) { FolderOps::newFolder(m_shelf, m_prompt); });
+                      [this](const Files &) { FolderOps::newFolder(m_shelf, m_prompt, refusal(Texts::doneCreated)); });
     m_newFolder->setIcon({QStringLiteral("folder-new")}, QStringLiteral("folder-new"));
     m_newFolder->setKeyHint(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N));
     m_newFolder->action()->setIconText(QStringLiteral("New Folder"));
@@ -271,10 +274,19 @@ std::function<void(const FileWorkResult &)> FileCommands::reporter(const QString
     };
 }
 
+std::function<void(const FileFailure &)> FileCommands::refusal(const QString &done)
+{
+    QPointer<FileCommands> self = this;
+    return [self, done](const FileFailure &failure) {
+        if (self)
+            Q_EMIT self->reported(FileProblems::report(done, {failure}));
+    };
+}
+
 void FileCommands::renameFolder(const QUrl &folder)
 {
     Q_EMIT reported(QString());
-    FolderOps::renameFolder(m_shelf, folder, m_prompt, m_meta.data());
+    FolderOps::renameFolder(m_shelf, folder, m_prompt, m_meta.data(), refusal(Texts::doneRenamed));
 }
 
 void FileCommands::trashFolder(const QUrl &folder)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "actions/fileproblems.h"
 #include "platform/applauncher.h"
 
 #include <QKeySequence>
@@ -157,6 +158,8 @@ private:
     std::function<void(const FileWorkResult &)> landed(const QString &done);
     // Only the report, for work that updates the shelf itself.
     std::function<void(const FileWorkResult &)> reporter(const QString &done);
+    // The report of a name that could not be used.
+    std::function<void(const FileFailure &)> refusal(const QString &done);
     void refreshAll();
 
     Shelf &m_shelf;
