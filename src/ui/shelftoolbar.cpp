@@ -19,10 +19,7 @@ constexpr int searchWidth = 260;
 
 QIcon ShelfToolbar::icon(const QStringList &themeNames, const QString &bundled)
 {
-    for (const QString &name : themeNames)
-        if (QIcon::hasThemeIcon(name))
-            return QIcon::fromTheme(name);
-    return QIcon(QStringLiteral(":/brindlewick/icons/") + bundled + QStringLiteral(".svg"));
+    return FileCommand::themedIcon(themeNames, bundled);
 }
 
 ShelfToolbar::ShelfToolbar(Shelf *shelf, FileCommands &commands, QWidget *parent)

@@ -264,7 +264,9 @@ void ShelfView::refresh()
         return;
     const QList<QUrl> visible = m_grid->shownItems();
     const QString query = m_shelf->query();
-    // A report of what could not be done stands in for the counts a while.
+    // A report of what could not be done stands in for the counts a while,
+    // in the colour of ordinary text rather than the counts' quieter one.
+    m_status->setForegroundRole(m_report.isEmpty() ? QPalette::PlaceholderText : QPalette::WindowText);
     m_status->setText(!m_report.isEmpty() ? m_report
                                           : statusText(visible.size(), m_shelf->items().size(), !query.isEmpty(),
                                                        m_shelf->selection().size()));

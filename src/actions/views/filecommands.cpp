@@ -82,16 +82,19 @@ QAction *FileCommand::entryFor(const QList<QUrl> &files, QObject *parent)
 
 void FileCommand::refresh() { m_action->setEnabled(m_reach == Reach::nothing || !targets().isEmpty()); }
 
-void FileCommand::setIcon(const QStringList &themeNames, const QString &bundled)
+QIcon FileCommand::themedIcon(const QStringList &themeNames, const QString &bundled)
 {
     for (const QString &name : themeNames) {
-        if (QIcon::hasThemeIcon(name)) {
-            m_action->setIcon(QIcon::fromTheme(name));
-            return;
-        }
+        if (QIcon::hasThemeIcon(name))
+            return QIcon::fromTheme(name);
     }
-    if (!bundled.isEmpty())
-        m_action->setIcon(QIcon(QStringLiteral(":/brindlewick/icons/") + bundled + QStringLiteral(".svg")));
+    return bundled.isEmpty() ? QIcon()
+                             : QIcon(QStringLiteral(":/brindlewick/icons/") + bundled + QStringLiteral(".svg"));
+}
+
+void FileCommand::setIcon(const QStringList &themeNames, const QString &bundled)
+{
+    m_action->setIcon(themedIcon(themeNames, bundled));
 }
 
 void FileCommand::setKeyHint(const QKeySequence &key)

@@ -3,6 +3,7 @@
 #include "actions/fileproblems.h"
 #include "platform/applauncher.h"
 
+#include <QIcon>
 #include <QKeySequence>
 #include <QList>
 #include <QObject>
@@ -69,6 +70,9 @@ public:
     // Follows the shelf: enabled while there is something to act on.
     void refresh();
 
+    // The desktop theme's icon of the first of these names it has, else
+    // the one bundled with the program (none when not named).
+    static QIcon themedIcon(const QStringList &themeNames, const QString &bundled = {});
     void setIcon(const QStringList &themeNames, const QString &bundled = {});
     void setKeyHint(const QKeySequence &key);
 
