@@ -7,10 +7,19 @@
 //
 //   bench_grid DIR     DIR is filled on the first run (about a minute) and reused.
 
+#include "actions/actionrunner.h"
+#include "actions/prompts.h"
+#include "actions/views/filecommands.h"
+#include "actions/views/pins.h"
+#include "actions/views/quicklook.h"
 #include "meta/metastore.h"
+#include "meta/textindexer.h"
 #include "meta/thumbdiskcache.h"
 #include "meta/thumbs.h"
 #include "model/shelf.h"
+#include "platform/filemanager.h"
+#include "platform/textrecognizer.h"
+#include "platform/trash.h"
 #include "system/capturelocation.h"
 #include "system/prefs.h"
 #include "ui/shelfgrid.h"
@@ -108,6 +117,31 @@ double frameMs(QWidget &window)
 
 } // namespace
 
+// The grid is measured, not the file commands: these only stand in.
+class IdleLauncher final : public AppLauncher
+{
+public:
+    void open(const QUrl &) override {}
+    void openWith(const QList<QUrl> &, const QUrl &) override {}
+    QList<AppChoice> applicationsFor(const QUrl &) override { return {}; }
+};
+
+class IdleFileManager final : public FileManager
+{
+public:
+    void showItems(const QList<QUrl> &) override {}
+    void showItemProperties(const QUrl &) override {}
+};
+
+class IdlePrompt final : public TextPrompt
+{
+public:
+    void askText(const TextPromptRequest &, std::function<void(const std::optional<QString> &)> reply) override
+    {
+        reply(std::nullopt);
+    }
+};
+
 int main(int argc, char *argv[])
 {
     if (argc < 2) {
@@ -126,6 +160,16 @@ int main(int argc, char *argv[])
     auto disk = std::make_shared<ThumbDiskCache>(dir + QStringLiteral("/thumbnails"));
     qputenv("BRINDLEWICK_FOLDER", QFile::encodeName(dir + QStringLiteral("/shots")));
     Shelf shelf(prefs, capture, &meta, nullptr);
+    FreedesktopTrash trash(dir + QStringLiteral("/Trash"));
+    ActionRunner runner(trash, &meta);
+    IdleLauncher launcher;
+    IdleFileManager fileManager;
+    QuickLook quickLook;
+    Pins pins;
+    TextIndexer indexer(meta, [] { return std::unique_ptr<TextRecognizer>(); });
+    IdlePrompt prompt;
+    FileCommands commands(shelf, runner, launcher, fileManager, quickLook, pins, indexer, prompt, &meta,
+                          [] { return nullptr; });
 
     std::unique_ptr<Thumbs> warmer;
     std::unique_ptr<Thumbs> thumbs;
@@ -136,7 +180,7 @@ int main(int argc, char *argv[])
     auto measure = [&] {
         warmer.reset();
         thumbs = std::make_unique<Thumbs>(disk);
-        view = std::make_unique<ShelfView>(&shelf, &meta, thumbs.get());
+        view = std::make_unique<ShelfView>(&shelf, &meta, thumbs.get(), commands);
         view->resize(1024, 700);
         ShelfGrid *grid = view->grid();
         clock.start();

@@ -125,7 +125,7 @@ private Q_SLOTS:
         QStringList titles;
         for (QAction *action : {toolbar->newFolderAction(), toolbar->previewAction(), toolbar->pinAction(),
                                 toolbar->trashAction(), toolbar->settingsAction()}) {
-            titles << action->text();
+            titles << action->iconText();
             auto *button = qobject_cast<QToolButton *>(toolbar->widgetForAction(action));
             QVERIFY(button && button->toolButtonStyle() != Qt::ToolButtonIconOnly);
         }

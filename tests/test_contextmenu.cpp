@@ -3,9 +3,8 @@
 // file work reaches the disk through the runner.
 
 #include "actions/views/contextmenu.h"
-#include "platform/applauncher.h"
-#include "support/actionrig.h"
 #include "support/apprun.h"
+#include "support/commandsrig.h"
 
 #include <QAction>
 #include <QMenu>
@@ -14,16 +13,6 @@
 #include <memory>
 
 namespace {
-
-class FakeLauncher final : public AppLauncher
-{
-public:
-    QList<AppChoice> apps;
-    QList<QPair<QList<QUrl>, QUrl>> openedWith;
-    void open(const QUrl &) override {}
-    void openWith(const QList<QUrl> &files, const QUrl &app) override { openedWith.append({files, app}); }
-    QList<AppChoice> applicationsFor(const QUrl &) override { return apps; }
-};
 
 // The titles of a menu, "-" for each separator.
 QStringList titles(const QMenu *menu)
@@ -43,28 +32,18 @@ QAction *entry(const QMenu *menu, const QString &title)
 }
 
 // Home holds a.png, b.png, c.png and the empty folders A and B.
-struct MenuRig : ActionRig
+struct MenuRig : CommandsRig
 {
-    FakeLauncher launcher;
-
     bool build()
     {
         QDir().mkpath(folder() + "/A");
         QDir().mkpath(folder() + "/B");
         for (const char *name : {"a.png", "b.png", "c.png"})
             writeTestPng(file(QString::fromLatin1(name)));
-        return start(false);
-    }
-
-    ContextMenu::Parts parts()
-    {
-        return {.shelf = shelf.get(),
-                .launcher = &launcher,
-                .runner = &runner,
-                .quickLook = &quickLook,
-                .pins = &pins,
-                .prompt = &prompt,
-                .meta = &meta};
+        if (!start(false))
+            return false;
+        makeCommands();
+        return true;
     }
 
     std::unique_ptr<QMenu> menu(const QStringList &names)
@@ -72,7 +51,7 @@ struct MenuRig : ActionRig
         QList<QUrl> files;
         for (const QString &name : names)
             files.append(url(name));
-        return std::unique_ptr<QMenu>(ContextMenu::build(files, parts()));
+        return std::unique_ptr<QMenu>(ContextMenu::build(files, *commands));
     }
 };
 
@@ -95,9 +74,12 @@ private Q_SLOTS:
         QCOMPARE(single.first(), "Open");
         QCOMPARE(single.last(), "Move to Trash");
         QVERIFY(single.contains("Properties") && single.contains("Rename…"));
-        // Nothing in the menu takes a key away from the shelf.
+        // The keys are shown as hints, but nothing in the menu takes a key
+        // away from the shelf.
+        QCOMPARE(entry(one.get(), "Move to Trash")->shortcut(), QKeySequence(Qt::Key_Delete));
         for (const QAction *action : one->actions())
-            QVERIFY2(action->shortcut().isEmpty(), qPrintable(action->text()));
+            QVERIFY2(action->shortcut().isEmpty() || action->shortcutContext() == Qt::WidgetShortcut,
+                     qPrintable(action->text()));
 
         const auto three = rig.menu({QStringLiteral("c.png"), QStringLiteral("a.png"), QStringLiteral("b.png")});
         const QStringList many = titles(three.get());
@@ -111,11 +93,11 @@ private Q_SLOTS:
         QCOMPARE(rig.quickLook.urls(), rig.shelf->visible());
         rig.quickLook.close();
 
-        const std::unique_ptr<QMenu> none(ContextMenu::build({}, rig.parts()));
+        const std::unique_ptr<QMenu> none(ContextMenu::build({}, *rig.commands));
         QVERIFY(none->actions().isEmpty());
 
         // A popped-up menu is gone once closed.
-        QPointer<QMenu> popup = ContextMenu::popup({rig.url("a.png")}, rig.parts(), QPoint(20, 20));
+        QPointer<QMenu> popup = ContextMenu::popup({rig.url("a.png")}, *rig.commands, QPoint(20, 20));
         QVERIFY(QTest::qWaitForWindowExposed(popup.data()));
         popup->hide();
         QTRY_VERIFY(popup.isNull());

@@ -6,9 +6,8 @@
 #include "actions/views/pinwindow.h"
 #include "actions/views/previewwindow.h"
 #include "meta/thumbs.h"
-#include "support/actionrig.h"
 #include "support/colourimages.h"
-#include "ui/shelfcommands.h"
+#include "support/commandsrig.h"
 #include "ui/shelfgrid.h"
 
 #include <QTest>
@@ -19,10 +18,9 @@ namespace {
 
 // a.png (red, oldest), b.png (green) and c.png (blue) in a shown grid, with
 // the commands the shelf's keys use.
-struct ChangesRig : ActionRig
+struct ChangesRig : CommandsRig
 {
     Thumbs thumbs{nullptr};
-    std::unique_ptr<ShelfCommands> commands;
     std::unique_ptr<ShelfGrid> grid;
 
     bool build()
@@ -35,8 +33,7 @@ struct ChangesRig : ActionRig
         }
         if (!start(true))
             return false;
-        commands = std::make_unique<ShelfCommands>(shelf.get(),
-                                                   ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, nullptr});
+        makeCommands();
         grid = std::make_unique<ShelfGrid>(shelf.get(), &meta, &thumbs);
         grid->resize(1000, 600);
         grid->show();
@@ -107,14 +104,14 @@ private Q_SLOTS:
         rig.shelf->select(rig.url(b));
         const QColor grey(128, 128, 128);
         QVERIFY(ColourImages::write(rig.file(b), grey));
-        rig.commands->trash(rig.commands->targets());
+        rig.commands->trash().trigger();
         QTRY_COMPARE(rig.runner.pending(), 0);
         QVERIFY(QFile::exists(rig.file(b)));
         QVERIFY(!QFile::exists(rig.trashed(b)));
 
         QTRY_VERIFY(rig.cellShows(b, grey));
         rig.shelf->select(rig.url(b));
-        rig.commands->trash(rig.commands->targets());
+        rig.commands->trash().trigger();
         QTRY_VERIFY(QFile::exists(rig.trashed(b)));
         QVERIFY(!QFile::exists(rig.file(b)));
     }

@@ -1,6 +1,4 @@
-#include "actions/actionrunner.h"
-#include "platform/trash.h"
-#include "support/shelfrig.h"
+#include "support/commandsrig.h"
 #include "ui/foldercolumn.h"
 
 #include <QMimeData>
@@ -75,11 +73,12 @@ class TestFolderColumn : public QObject
 private Q_SLOTS:
     void rowsFollowSubfoldersAndCounts()
     {
-        ShelfRig rig;
+        CommandsRig rig;
         rig.addImage("a.png");
         rig.addImage("b.png");
         QVERIFY(rig.start());
-        FolderColumn column(rig.shelf.get(), {});
+        rig.makeCommands();
+        FolderColumn column(rig.shelf.get(), *rig.commands);
         QVERIFY(show(column));
         QCOMPARE(describe(column), QStringList({"Home 2", "hint"}));
 
@@ -124,14 +123,13 @@ private Q_SLOTS:
 
     void droppedFilesMoveIntoTheRowsFolder()
     {
-        ShelfRig rig;
+        CommandsRig rig;
         rig.addImage("a.png");
         Sandbox::writeFile(rig.file("Sub/b.png"));
         QVERIFY(rig.start());
-        FreedesktopTrash trash(rig.box.path(QStringLiteral("Trash")),
-                               [](const QString &) { return QStringLiteral("/"); });
-        ActionRunner runner(trash, &rig.meta);
-        FolderColumn column(rig.shelf.get(), {.runner = &runner});
+        rig.makeCommands();
+        ActionRunner &runner = rig.runner;
+        FolderColumn column(rig.shelf.get(), *rig.commands);
         QVERIFY(show(column));
         const QSet<QUrl> selection{rig.url("a.png")};
         rig.shelf->setSelection(selection);

@@ -94,7 +94,7 @@ private Q_SLOTS:
         const QSet<QUrl> selection = {rig.url("a.png")};
         rig.shelf->setSelection(selection);
         QList<qint64> counts;
-        const auto count = [&](qint64 moved) { counts.append(moved); };
+        const auto count = [&](const FileWorkResult &result) { counts.append(result.count); };
         FolderOps::dropOnFolder(*rig.shelf, {rig.url("Sub/b.png")}, rig.url("Sub"), runner, count);
         QTRY_COMPARE_WITH_TIMEOUT(counts, QList<qint64>({0}), 10000);
         QCOMPARE(rig.shelf->selection(), selection);

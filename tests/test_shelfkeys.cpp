@@ -3,13 +3,8 @@
 // shelf, and what the shelf's own keys do to the files (with a Trash, an
 // application launcher and a folder prompt of the test's own).
 
-#include "actions/actionrunner.h"
-#include "actions/views/pins.h"
-#include "actions/views/quicklook.h"
 #include "support/apprun.h"
-#include "support/scriptedprompts.h"
-#include "support/shelfrig.h"
-#include "ui/shelfcommands.h"
+#include "support/commandsrig.h"
 #include "ui/shelftoolbar.h"
 #include "ui/shelfview.h"
 #include "ui/shelfwindow.h"
@@ -23,26 +18,10 @@
 
 namespace {
 
-class RecordingLauncher final : public AppLauncher
-{
-public:
-    QList<QUrl> opened;
-    void open(const QUrl &file) override { opened.append(file); }
-    void openWith(const QList<QUrl> &, const QUrl &) override {}
-    QList<AppChoice> applicationsFor(const QUrl &) override { return {}; }
-};
-
 // A shelf of a.png (oldest), b.png and c.png (newest, shown first) in a
 // shown and active shelf window with the keyboard on the window itself.
-struct KeysRig : ShelfRig
+struct KeysRig : CommandsRig
 {
-    RecordingLauncher launcher;
-    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
-    ActionRunner runner{trash, &meta};
-    QuickLook quickLook;
-    Pins pins;
-    ScriptedPrompt prompt;
-    std::unique_ptr<ShelfCommands> commands;
     std::unique_ptr<ShelfWindow> window;
     ShelfView *view = nullptr;
 
@@ -56,14 +35,12 @@ struct KeysRig : ShelfRig
         }
         if (!start(false))
             return false;
-        commands = std::make_unique<ShelfCommands>(
-            shelf.get(), ShelfCommands::Parts{&launcher, &runner, &quickLook, &pins, &prompt});
+        makeCommands();
         window = std::make_unique<ShelfWindow>();
         window->setShelf(shelf.get());
-        window->setCommands(commands.get());
-        commands->setWindow(window.get());
-        view = new ShelfView(shelf.get(), &meta, nullptr);
-        view->setCommands(commands.get());
+        window->setCommands(*commands);
+        beside = window.get();
+        view = new ShelfView(shelf.get(), &meta, nullptr, *commands);
         window->setContent(view);
         window->installKeyRouting();
         window->resize(900, 600);

@@ -11,10 +11,9 @@
 // and BRINDLEWICK_PROPERTY_STEPS run more. A failure names the seed and step.
 
 #include "meta/thumbs.h"
-#include "support/actionrig.h"
 #include "support/colourimages.h"
+#include "support/commandsrig.h"
 #include "ui/gridlayout.h"
-#include "ui/shelfcommands.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelftoolbar.h"
 #include "ui/shelfview.h"
@@ -36,10 +35,9 @@ constexpr int defaultSteps = 45;
 const QList<quint32> defaultSeeds{1, 2, 3};
 constexpr int settleMs = 2000;
 
-struct PropertyRig : ActionRig
+struct PropertyRig : CommandsRig
 {
     Thumbs thumbs{nullptr};
-    std::unique_ptr<ShelfCommands> commands;
     std::unique_ptr<ShelfWindow> window;
     ShelfView *view = nullptr;
 
@@ -47,14 +45,12 @@ struct PropertyRig : ActionRig
     {
         if (!start(true))
             return false;
-        commands = std::make_unique<ShelfCommands>(shelf.get(),
-                                                   ShelfCommands::Parts{nullptr, &runner, &quickLook, &pins, &prompt});
+        makeCommands();
         window = std::make_unique<ShelfWindow>();
         window->setShelf(shelf.get());
-        window->setCommands(commands.get());
-        commands->setWindow(window.get());
-        view = new ShelfView(shelf.get(), &meta, &thumbs);
-        view->setCommands(commands.get());
+        window->setCommands(*commands);
+        beside = window.get();
+        view = new ShelfView(shelf.get(), &meta, &thumbs, *commands);
         window->setContent(view);
         window->installKeyRouting();
         window->resize(1000, 700);

@@ -75,7 +75,7 @@ void ActionRunner::duplicate(const QList<QUrl> &files, QObject *requester, Done 
     run(
         [files] {
             FileWorkResult result;
-            result.written = FileActions::duplicate(files);
+            result.written = FileActions::duplicate(files, &result.failed);
             result.count = result.written.size();
             return result;
         },
@@ -87,7 +87,7 @@ void ActionRunner::resizeHalf(const QList<QUrl> &files, QObject *requester, Done
     run(
         [files] {
             FileWorkResult result;
-            result.written = FileActions::resizeHalf(files);
+            result.written = FileActions::resizeHalf(files, &result.failed);
             result.count = result.written.size();
             return result;
         },
@@ -99,7 +99,7 @@ void ActionRunner::convertToJPG(const QList<QUrl> &files, QObject *requester, Do
     run(
         [files] {
             FileWorkResult result;
-            result.written = FileActions::convertToJPG(files);
+            result.written = FileActions::convertToJPG(files, &result.failed);
             result.count = result.written.size();
             return result;
         },
@@ -111,7 +111,7 @@ void ActionRunner::move(const QList<QUrl> &files, const QUrl &folder, QObject *r
     run(
         [files, folder] {
             FileWorkResult result;
-            result.moves = FileActions::move(files, folder);
+            result.moves = FileActions::move(files, folder, &result.failed);
             result.count = result.moves.size();
             return result;
         },
@@ -123,15 +123,22 @@ void ActionRunner::trash(const QList<QUrl> &files, const FileStamps &expected, Q
     Trash *trash = &m_trash;
     run(
         [files, expected, trash] {
+            FileWorkResult result;
             QList<QUrl> unchanged;
             for (const QUrl &file : files) {
                 const auto wanted = expected.constFind(file);
-                // Checked as late as can be, just before the file is moved.
-                if (wanted == expected.cend() || stampOf(LocalPaths::pathBytes(LocalPaths::localPath(file))) == *wanted)
+                if (wanted == expected.cend()) {
                     unchanged.append(file);
+                    continue;
+                }
+                // Checked as late as can be, just before the file is moved.
+                const std::optional<FileStamp> now = stampOf(LocalPaths::pathBytes(LocalPaths::localPath(file)));
+                if (now == *wanted)
+                    unchanged.append(file);
+                else
+                    result.failed.append({file, now ? FileProblem::changed : FileProblem::gone});
             }
-            FileWorkResult result;
-            result.count = FileActions::trash(unchanged, *trash);
+            result.count = FileActions::trash(unchanged, *trash, &result.failed);
             return result;
         },
         requester, std::move(done));
@@ -143,7 +150,7 @@ void ActionRunner::trash(const QList<QUrl> &files, QObject *requester, Done done
     run(
         [files, trash] {
             FileWorkResult result;
-            result.count = FileActions::trash(files, *trash);
+            result.count = FileActions::trash(files, *trash, &result.failed);
             return result;
         },
         requester, std::move(done));

@@ -20,6 +20,7 @@ struct FileWorkResult
     qint64 count = 0;         // files moved, trashed, renamed or written
     QList<QUrl> written;      // new files (duplicate, half size, JPEG)
     FileActions::Moves moves; // files that changed place; their records follow
+    FileFailures failed;      // files left as they were, and why
 };
 
 // Runs the slow file actions on a worker thread, one job at a time in the
@@ -57,7 +58,8 @@ public:
     void trash(const QList<QUrl> &files, QObject *requester = nullptr, Done done = {});
     // The same for files chosen from what the shelf drew: a file whose stamp
     // is no longer `expected` (overwritten or renamed over since it was
-    // listed) is left where it is, since the person never saw that content.
+    // listed) is left where it is, since the person never saw that content,
+    // and comes back as failed with FileProblem::changed.
     // Files without an expected stamp go by name.
     void trash(const QList<QUrl> &files, const FileStamps &expected, QObject *requester = nullptr, Done done = {});
     // Any other file work: `work` runs on the worker thread, so it may use

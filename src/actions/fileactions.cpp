@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QPointer>
 
+#include <cerrno>
+
 namespace {
 
 QString joined(const QString &folder, const QString &name)
@@ -53,7 +55,7 @@ void FileActions::showInFileManager(const QList<QUrl> &files, FileManager &manag
 
 void FileActions::getInfo(const QUrl &file, FileManager &manager) { manager.showItemProperties(file); }
 
-void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done)
+void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done, Refused refused)
 {
     const QString current = file.fileName(); // U+FFFD for bytes that are not UTF-8
     TextPromptRequest request;
@@ -66,15 +68,22 @@ void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, 
     request.selectStem = true;
     // The store outlives any dialog in the program, but not every test's.
     QPointer<MetaStore> store(meta);
-    prompt.askText(request, [file, store, done](const std::optional<QString> &answer) {
-        const std::optional<QUrl> renamed = answer ? renameTo(file, *answer, store.data()) : std::nullopt;
+    prompt.askText(request, [file, store, done, refused](const std::optional<QString> &answer) {
+        std::optional<FileProblem> why;
+        const std::optional<QUrl> renamed = answer ? renameTo(file, *answer, store.data(), &why) : std::nullopt;
         if (done)
             done(renamed);
+        if (why && refused)
+            refused({file, *why});
     });
 }
 
-std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newName, MetaStore *meta)
+std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newName, MetaStore *meta,
+                                          std::optional<FileProblem> *why)
 {
+    // Unchanged or empty: nothing to do, and nothing went wrong.
+    if (why)
+        *why = std::nullopt;
     const QString path = LocalPaths::localPath(file);
     const QFileInfo info(path);
     // The name confirmed unchanged stays, even when trimming would change it;
@@ -86,31 +95,54 @@ std::optional<QUrl> FileActions::renameTo(const QUrl &file, const QString &newNa
         return std::nullopt;
     const QString folder = info.absolutePath();
     // A typed "/" or ".." must not send the file anywhere else.
-    if (!SafeFiles::isValidEntryName(name, folder))
+    if (!SafeFiles::isValidEntryName(name, folder)) {
+        if (why)
+            *why = FileProblem::badName;
         return std::nullopt;
+    }
     const QString target = joined(folder, name);
-    if (SafeFiles::renameNoReplace(path, target) != SafeFiles::RenameResult::renamed)
+    switch (SafeFiles::renameNoReplace(path, target)) {
+    case SafeFiles::RenameResult::renamed:
+        break;
+    case SafeFiles::RenameResult::targetExists:
+        if (why)
+            *why = FileProblem::nameTaken;
         return std::nullopt;
+    case SafeFiles::RenameResult::crossDevice:
+    case SafeFiles::RenameResult::failed:
+        if (why)
+            *why = FileProblems::fromErrno(errno);
+        return std::nullopt;
+    }
     const QUrl renamed = LocalPaths::fileUrl(target);
     if (meta)
         meta->moveRecord(file, renamed);
     return renamed;
 }
 
-QList<QUrl> FileActions::duplicate(const QList<QUrl> &files)
+void FileActions::noteFailure(FileFailures *failed, const QUrl &file, int error, FileProblem fallback)
+{
+    if (failed)
+        failed->append({file, FileProblems::fromErrno(error, fallback)});
+}
+
+QList<QUrl> FileActions::duplicate(const QList<QUrl> &files, FileFailures *failed)
 {
     QList<QUrl> written;
     for (const QUrl &file : files) {
         const QFileInfo info(LocalPaths::localPath(file));
         const QString wanted = joined(info.absolutePath(), duplicateName(info.fileName()));
+        errno = 0;
         const QString copy = SafeFiles::copyUnique(info.absoluteFilePath(), wanted);
         if (!copy.isEmpty())
             written.append(LocalPaths::fileUrl(copy));
+        else
+            noteFailure(failed, file, errno);
     }
     return written;
 }
 
-FileActions::Moves FileActions::move(const QList<QUrl> &files, const QUrl &folder)
+FileActions::Moves FileActions::move(const QList<QUrl> &files, const QUrl &folder, FileFailures *failed)
 {
     const QString target = QDir::cleanPath(QFileInfo(folder.toLocalFile()).absoluteFilePath());
     Moves moves;
@@ -120,9 +152,12 @@ FileActions::Moves FileActions::move(const QList<QUrl> &files, const QUrl &folde
         // folder has another name, and "moving" there would only renumber.
         if (SafeFiles::sameObject(info.absolutePath(), target))
             continue;
+        errno = 0;
         const QString placed = SafeFiles::moveUnique(info.absoluteFilePath(), joined(target, info.fileName()));
         if (!placed.isEmpty())
             moves.append({file, LocalPaths::fileUrl(placed)});
+        else
+            noteFailure(failed, file, errno);
     }
     return moves;
 }
@@ -135,12 +170,15 @@ void FileActions::carryRecords(const Moves &moves, MetaStore *meta)
         meta->moveRecord(from, to);
 }
 
-qint64 FileActions::trash(const QList<QUrl> &files, Trash &trash)
+qint64 FileActions::trash(const QList<QUrl> &files, Trash &trash, FileFailures *failed)
 {
     qint64 trashed = 0;
     for (const QUrl &file : files) {
-        if (trash.moveToTrash(LocalPaths::localPath(file)))
+        int error = 0;
+        if (trash.moveToTrash(LocalPaths::localPath(file), &error))
             ++trashed;
+        else
+            noteFailure(failed, file, error, error == EXDEV ? FileProblem::noTrash : FileProblem::other);
     }
     return trashed;
 }

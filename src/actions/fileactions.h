@@ -1,5 +1,6 @@
 #pragma once
 
+#include "actions/fileproblems.h"
 #include "codec/decodelimits.h"
 #include "platform/applauncher.h"
 #include "platform/filemanager.h"
@@ -20,8 +21,9 @@ class TextPrompt;
 
 // What the user does to screenshot files. No state: every operation takes
 // the files (absolute file URLs) and works through them in order. A file that
-// fails (vanished, no permission, not an image) is skipped silently and the
-// rest go on; nothing is ever written over, and only move and rename carry
+// fails (vanished, no permission, not an image) is skipped and the rest go
+// on; the slow operations add each skipped file and why to `failed` when
+// given, for the person to read; nothing is ever written over, and only move and rename carry
 // the file's metadata record along.
 //
 // The desktop services, the Trash and the metadata store are always passed
@@ -63,24 +65,32 @@ public:
     // gets the new location, or nothing when cancelled or refused. `meta`
     // may be null.
     using RenameDone = std::function<void(const std::optional<QUrl> &)>;
-    static void rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done = {});
+    // A name the person confirmed that could not be used, and why.
+    using Refused = std::function<void(const FileFailure &)>;
+    static void rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done = {},
+                       Refused refused = {});
     // Renames to exactly `newName` (trimmed) beside the file; fails when the
     // name is taken, empty, unchanged or not a single valid file name.
-    [[nodiscard]] static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName, MetaStore *meta);
+    // A refusal other than an unchanged or empty name says why in `why`.
+    [[nodiscard]] static std::optional<QUrl> renameTo(const QUrl &file, const QString &newName, MetaStore *meta,
+                                                      std::optional<FileProblem> *why = nullptr);
 
     // New files beside the originals; each returns the files it wrote.
-    [[nodiscard]] static QList<QUrl> duplicate(const QList<QUrl> &files);
-    [[nodiscard]] static QList<QUrl> resizeHalf(const QList<QUrl> &files);
-    [[nodiscard]] static QList<QUrl> convertToJPG(const QList<QUrl> &files);
+    [[nodiscard]] static QList<QUrl> duplicate(const QList<QUrl> &files, FileFailures *failed = nullptr);
+    [[nodiscard]] static QList<QUrl> resizeHalf(const QList<QUrl> &files, FileFailures *failed = nullptr);
+    [[nodiscard]] static QList<QUrl> convertToJPG(const QList<QUrl> &files, FileFailures *failed = nullptr);
 
     // Moves the files into `folder` and says where each one went. A file
     // already in that folder (however the folder is spelled) stays and is
     // not listed. The records are the caller's: carryRecords.
-    [[nodiscard]] static Moves move(const QList<QUrl> &files, const QUrl &folder);
+    [[nodiscard]] static Moves move(const QList<QUrl> &files, const QUrl &folder, FileFailures *failed = nullptr);
     // Moves the metadata records after the files (GUI thread; `meta` may be null).
     static void carryRecords(const Moves &moves, MetaStore *meta);
     // Moves each file to the Trash; returns how many went.
-    [[nodiscard]] static qint64 trash(const QList<QUrl> &files, Trash &trash);
+    [[nodiscard]] static qint64 trash(const QList<QUrl> &files, Trash &trash, FileFailures *failed = nullptr);
+    // Notes a file that failed with the problem errno tells of.
+    static void noteFailure(FileFailures *failed, const QUrl &file, int error,
+                            FileProblem fallback = FileProblem::other);
 
     // `wanted` when nothing is there, else the first free "stem n.ext".
     static QUrl uniqueURL(const QUrl &wanted);

@@ -9,6 +9,8 @@
 #include <QFileInfo>
 #include <QPointer>
 
+#include <cerrno>
+
 #include <sys/stat.h>
 
 namespace FolderOps {
@@ -26,44 +28,62 @@ TextPromptRequest newFolderRequest(const QUrl &home)
     return request;
 }
 
-bool createFolder(const QUrl &home, const QString &name)
+bool createFolder(const QUrl &home, const QString &name, std::optional<FileProblem> *why)
 {
+    if (why)
+        *why = std::nullopt;
     const QString trimmed = name.trimmed();
     const QString homePath = Shelf::folderKey(home).toLocalFile();
-    if (!SafeFiles::isValidEntryName(trimmed, homePath))
+    if (!SafeFiles::isValidEntryName(trimmed, homePath)) {
+        if (why)
+            *why = FileProblem::badName;
         return false;
+    }
     const QString path = homePath + QLatin1Char('/') + trimmed;
-    return ::mkdir(QFile::encodeName(path).constData(), 0777) == 0;
+    if (::mkdir(QFile::encodeName(path).constData(), 0777) == 0)
+        return true;
+    if (why)
+        *why = FileProblems::fromErrno(errno);
+    return false;
 }
 
-void newFolder(Shelf &shelf, TextPrompt &prompt)
+void newFolder(Shelf &shelf, TextPrompt &prompt, Refused refused)
 {
     QPointer<Shelf> target(&shelf);
-    prompt.askText(newFolderRequest(shelf.home()), [target](const std::optional<QString> &answer) {
+    prompt.askText(newFolderRequest(shelf.home()), [target, refused](const std::optional<QString> &answer) {
         if (!target || !answer || answer->trimmed().isEmpty())
             return;
         // Home as it is now: it may have changed while the dialog was open.
         // A name that is taken or not allowed makes no folder; the scan
         // shows what is there either way.
-        (void)createFolder(target->home(), *answer);
+        const QUrl home = target->home();
+        std::optional<FileProblem> why;
+        if (!createFolder(home, *answer, &why) && why && refused) {
+            const QUrl folder =
+                QUrl::fromLocalFile(Shelf::folderKey(home).toLocalFile() + QLatin1Char('/') + answer->trimmed());
+            refused({folder, *why});
+        }
         target->scan();
     });
 }
 
-void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStore *meta)
+void renameFolder(Shelf &shelf, const QUrl &folder, TextPrompt &prompt, MetaStore *meta, Refused refused)
 {
     const QUrl key = Shelf::folderKey(folder);
     QPointer<Shelf> target(&shelf);
-    FileActions::rename(key, prompt, meta, [target, key](const std::optional<QUrl> &renamed) {
-        if (!target)
-            return;
-        if (renamed && key == target->current())
-            target->openFolder(*renamed);
-        target->scan();
-    });
+    FileActions::rename(
+        key, prompt, meta,
+        [target, key](const std::optional<QUrl> &renamed) {
+            if (!target)
+                return;
+            if (renamed && key == target->current())
+                target->openFolder(*renamed);
+            target->scan();
+        },
+        refused);
 }
 
-void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Count done)
+void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Landed done)
 {
     const QUrl key = Shelf::folderKey(folder);
     if (key == shelf.home())
@@ -73,11 +93,11 @@ void trashFolder(Shelf &shelf, const QUrl &folder, ActionRunner &runner, Count d
             shelf.openFolder(shelf.home());
         shelf.scan();
         if (done)
-            done(result.count);
+            done(result);
     });
 }
 
-void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner, Count done)
+void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, ActionRunner &runner, Landed done)
 {
     runner.move(files, Shelf::folderKey(folder), &shelf, [&shelf, done](const FileWorkResult &result) {
         if (result.count >= 1) {
@@ -85,17 +105,17 @@ void dropOnFolder(Shelf &shelf, const QList<QUrl> &files, const QUrl &folder, Ac
             shelf.scan();
         }
         if (done)
-            done(result.count);
+            done(result);
     });
 }
 
-void dropOnGrid(Shelf &shelf, const QList<QUrl> &files, ActionRunner &runner, Count done)
+void dropOnGrid(Shelf &shelf, const QList<QUrl> &files, ActionRunner &runner, Landed done)
 {
     runner.move(files, shelf.current(), &shelf, [&shelf, done](const FileWorkResult &result) {
         if (result.count >= 1)
             shelf.scan();
         if (done)
-            done(result.count);
+            done(result);
     });
 }
 

@@ -16,6 +16,7 @@
 #include <QImageWriter>
 #include <QPainter>
 
+#include <cerrno>
 #include <cstring>
 
 #include <unistd.h>
@@ -23,6 +24,21 @@
 namespace {
 
 QString besideFile(const QFileInfo &info, const QString &name) { return info.absolutePath() + QLatin1Char('/') + name; }
+
+// A file that could not be decoded: gone, or not a readable image.
+void unreadable(FileFailures *failed, const QUrl &file, const QFileInfo &info)
+{
+    FileActions::noteFailure(failed, file, info.exists() ? 0 : ENOENT, FileProblem::unreadable);
+}
+
+// The written copy, or why there is none (errno as the write left it).
+void placeWritten(QList<QUrl> &written, FileFailures *failed, const QUrl &file, const QString &placed)
+{
+    if (!placed.isEmpty())
+        written.append(LocalPaths::fileUrl(placed));
+    else
+        FileActions::noteFailure(failed, file, errno);
+}
 
 // A PNG whole, its rows copied as they are read: 3 bytes a pixel when
 // opaque. Failed for one that is damaged or would not fit the bound;
@@ -112,7 +128,7 @@ QString FileActions::writeImage(const QImage &image, const QString &wanted, cons
     return SafeFiles::placeUnique(temp->path, wanted);
 }
 
-QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
+QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files, FileFailures *failed)
 {
     QList<QUrl> written;
     for (const QUrl &file : files) {
@@ -121,33 +137,38 @@ QList<QUrl> FileActions::resizeHalf(const QList<QUrl> &files)
         const PngScale::Result png = PngScale::readScaled(
             info.absoluteFilePath(), [](QSize full) { return QSize(full.width() / 2, full.height() / 2); },
             maxDecodeBytes);
-        if (png.outcome == PngScale::Outcome::Failed)
+        if (png.outcome == PngScale::Outcome::Failed) {
+            unreadable(failed, file, info);
             continue;
+        }
         if (png.outcome == PngScale::Outcome::Done) {
-            const QString placed = writeImage(png.image, besideFile(info, halfSizeName(info.fileName())), "png");
-            if (!placed.isEmpty())
-                written.append(LocalPaths::fileUrl(placed));
+            errno = 0;
+            placeWritten(written, failed, file,
+                         writeImage(png.image, besideFile(info, halfSizeName(info.fileName())), "png"));
             continue;
         }
         std::optional<QImage> image = readImage(info.absoluteFilePath());
-        if (!image || image->width() < 2 || image->height() < 2)
+        if (!image || image->width() < 2 || image->height() < 2) {
+            unreadable(failed, file, info);
             continue;
+        }
         if (image->colorSpace().isValid() && image->colorSpace() != QColorSpace(QColorSpace::SRgb))
             image->convertToColorSpace(QColorSpace::SRgb);
         const QImage half =
             image
                 ->convertToFormat(image->hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32)
                 .scaled(image->width() / 2, image->height() / 2, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        if (half.isNull())
+        if (half.isNull()) {
+            FileActions::noteFailure(failed, file, ENOMEM);
             continue;
-        const QString placed = writeImage(half, besideFile(info, halfSizeName(info.fileName())), "png");
-        if (!placed.isEmpty())
-            written.append(LocalPaths::fileUrl(placed));
+        }
+        errno = 0;
+        placeWritten(written, failed, file, writeImage(half, besideFile(info, halfSizeName(info.fileName())), "png"));
     }
     return written;
 }
 
-QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
+QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files, FileFailures *failed)
 {
     QList<QUrl> written;
     for (const QUrl &file : files) {
@@ -155,8 +176,10 @@ QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
         if (SafeFiles::splitName(info.fileName()).extension.toLower() == QLatin1String("jpg"))
             continue;
         std::optional<QImage> image = readImage(info.absoluteFilePath());
-        if (!image)
+        if (!image) {
+            unreadable(failed, file, info);
             continue;
+        }
         // JPEG has no transparency; see-through parts become white, as on a
         // page, rather than black.
         QImage flat;
@@ -181,9 +204,9 @@ QList<QUrl> FileActions::convertToJPG(const QList<QUrl> &files)
         } else {
             flat = std::move(*image);
         }
-        const QString placed = writeImage(flat, besideFile(info, jpgName(info.fileName())), "jpeg", jpegQuality);
-        if (!placed.isEmpty())
-            written.append(LocalPaths::fileUrl(placed));
+        errno = 0;
+        placeWritten(written, failed, file,
+                     writeImage(flat, besideFile(info, jpgName(info.fileName())), "jpeg", jpegQuality));
     }
     return written;
 }

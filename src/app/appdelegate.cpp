@@ -5,6 +5,7 @@
 #include "actions/folderops.h"
 #include "actions/views/contextmenu.h"
 #include "actions/views/desktopwindows.h"
+#include "actions/views/filecommands.h"
 #include "actions/views/pins.h"
 #include "actions/views/previewwindow.h"
 #include "actions/views/promptdialogs.h"
@@ -31,7 +32,6 @@
 #include "ui/folderchooserdialog.h"
 #include "ui/foldercolumn.h"
 #include "ui/settingssheet.h"
-#include "ui/shelfcommands.h"
 #include "ui/shelfgrid.h"
 #include "ui/shelftoolbar.h"
 #include "ui/shelfview.h"
@@ -184,30 +184,26 @@ void AppDelegate::buildWindow()
     m_window->setShelf(m_shelf.get());
     m_window->setWindowIcon(appIcon());
     m_window->resize(1200, 700);
-    auto *view = new ShelfView(m_shelf.get(), m_meta, m_services.thumbs.get());
-    m_window->setContent(view);
     m_runner = std::make_unique<ActionRunner>(*m_services.trash, m_meta);
     m_quickLook = std::make_unique<QuickLook>();
     m_pins = std::make_unique<Pins>();
     m_folderPrompt = std::make_unique<DialogTextPrompt>(m_window.get());
-    view->setSidebar(
-        new FolderColumn(m_shelf.get(), {m_runner.get(), m_fileManager.get(), m_folderPrompt.get(), m_meta}));
-    ShelfCommands::Parts parts;
-    parts.launcher = m_launcher.get();
-    parts.runner = m_runner.get();
-    parts.quickLook = m_quickLook.get();
-    parts.pins = m_pins.get();
-    parts.folderPrompt = m_folderPrompt.get();
-    m_commands = std::make_unique<ShelfCommands>(m_shelf.get(), parts);
-    m_commands->setWindow(m_window.get());
-    m_window->setCommands(m_commands.get());
-    view->setCommands(m_commands.get());
+    // The preview leaves the keys to the shelf only while the shelf has
+    // them; opened from the corner card's menu (the shelf hidden or in the
+    // background) it takes the keyboard itself.
+    m_commands = std::make_unique<FileCommands>(*m_shelf, *m_runner, *m_launcher, *m_fileManager, *m_quickLook, *m_pins,
+                                                *m_services.indexer, *m_folderPrompt, m_meta,
+                                                [this] { return shelfIsKey() ? m_window.get() : nullptr; });
+    m_window->setCommands(*m_commands);
+    auto *view = new ShelfView(m_shelf.get(), m_meta, m_services.thumbs.get(), *m_commands);
+    m_window->setContent(view);
+    view->setSidebar(new FolderColumn(m_shelf.get(), *m_commands));
     // Keys go to the search field or the shelf before any view sees them.
     m_window->installKeyRouting();
     connect(view->grid(), &ShelfGrid::openRequested, this,
-            [this](const QList<QUrl> &files) { FileActions::open(files, *m_launcher); });
+            [this](const QList<QUrl> &files) { m_commands->open().run(files); });
     connect(view->grid(), &ShelfGrid::filesDropped, this,
-            [this](const QList<QUrl> &files) { FolderOps::dropOnGrid(*m_shelf, files, *m_runner); });
+            [this](const QList<QUrl> &files) { m_commands->dropOnGrid(files); });
     // The search field gives up the keys to a click on the grid, and takes
     // or leaves them as the delegate asks; the Settings button opens the sheet.
     ShelfToolbar *toolbar = view->toolbar();
@@ -247,21 +243,7 @@ void AppDelegate::buildWindow()
 
 QMenu *AppDelegate::popupFileMenu(const QList<QUrl> &files, const QPoint &globalPos)
 {
-    ContextMenu::Parts menuParts;
-    menuParts.shelf = m_shelf.get();
-    menuParts.launcher = m_launcher.get();
-    menuParts.fileManager = m_fileManager.get();
-    menuParts.runner = m_runner.get();
-    menuParts.quickLook = m_quickLook.get();
-    menuParts.pins = m_pins.get();
-    menuParts.indexer = m_services.indexer.get();
-    menuParts.prompt = m_folderPrompt.get();
-    menuParts.meta = m_meta;
-    // The preview leaves the keys to the shelf only while the shelf has
-    // them; opened from the corner card's menu (the shelf hidden or in the
-    // background) it takes the keyboard itself.
-    menuParts.window = shelfIsKey() ? m_window.get() : nullptr;
-    return ContextMenu::popup(files, menuParts, globalPos, m_window.get());
+    return ContextMenu::popup(files, *m_commands, globalPos, m_window.get());
 }
 
 void AppDelegate::statusClicked(QSystemTrayIcon::ActivationReason reason)

@@ -31,7 +31,7 @@ class Prefs;
 class QMenu;
 class QuickLook;
 class Shelf;
-class ShelfCommands;
+class FileCommands;
 class TextPrompt;
 class ShelfWindow;
 class SystemThumbnail;
@@ -97,6 +97,8 @@ public:
     DiagnosticHooks &diagnostics() const { return *m_hooks; }
     QuickLook &quickLook() const { return *m_quickLook; }
     Pins &pins() const { return *m_pins; }
+    // Every file operation of the shelf and its menus.
+    FileCommands &fileCommands() const { return *m_commands; }
     // The corner card of new screenshots.
     Flash &flash() const { return *m_flash; }
     // Visible and holding the keyboard focus of the desktop.
@@ -135,7 +137,7 @@ private:
     // The new folder prompt over the shelf, and what the keys and the
     // toolbar do to the files.
     std::unique_ptr<TextPrompt> m_folderPrompt;
-    std::unique_ptr<ShelfCommands> m_commands;
+    std::unique_ptr<FileCommands> m_commands;
     QPointer<SettingsSheetWindow> m_settingsWindow;
     // What the settings act on besides the delegate's own parts; the
     // questions are asked over the sheet.

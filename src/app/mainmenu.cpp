@@ -1,6 +1,6 @@
 #include "app/mainmenu.h"
 
-#include "actions/fileactions.h"
+#include "actions/views/filecommands.h"
 #include "app/appdelegate.h"
 #include "app/quitsignals.h"
 #include "model/shelf.h"
@@ -77,7 +77,7 @@ MainMenu::MainMenu(AppDelegate &delegate)
                          if (editedTextField())
                              editCommand("copy");
                          else
-                             FileActions::copyFiles(app->shelf().selectedURLs());
+                             app->fileCommands().copy().trigger();
                      });
     QObject::connect(addItem(m_edit.get(), QStringLiteral("Paste"), {QKeySequence(Qt::CTRL | Qt::Key_V)}),
                      &QAction::triggered, app, [] { editCommand("paste"); });

@@ -164,25 +164,38 @@ QString FreedesktopTrash::trashFolderFor(const QString &absolutePath, const QStr
     return topDirTrash(fileRoot == QLatin1String("/") ? QString() : fileRoot);
 }
 
-bool FreedesktopTrash::moveToTrash(const QString &path)
+bool FreedesktopTrash::moveToTrash(const QString &path, int *error)
 {
+    // Records why, from errno as the failing call left it unless told.
+    const auto refuse = [error](int why = 0) {
+        if (error)
+            *error = why ? why : (errno ? errno : EIO);
+        return false;
+    };
+    errno = 0;
     const QFileInfo info(path);
     // The folder holding the item, with symlinks resolved, so the recorded
     // original location is where the item really was.
     const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
     if (folder.isEmpty() || !SafeFiles::pathTaken(path))
-        return false;
+        return refuse(ENOENT);
     const QString name = info.fileName();
     if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
-        return false;
+        return refuse(EINVAL);
     const QString absolute = (folder == QLatin1String("/") ? QString() : folder) + QLatin1Char('/') + name;
 
+    errno = 0;
     const QString homeTrash = readyHomeTrash();
     const QString trash = trashFolderFor(absolute, homeTrash);
-    if (trash.isEmpty() || isWithin(trash, absolute)) {
+    if (trash.isEmpty()) {
+        // A drive that refused the Trash folder says why (read-only, no
+        // permission); one that only lacks a usable Trash gets EXDEV.
+        const int why = errno;
         qCWarning(lcTrash, "no trash folder takes %s", qUtf8Printable(absolute));
-        return false;
+        return refuse(why == EROFS || why == EACCES || why == EPERM || why == ENOSPC ? why : EXDEV);
     }
+    if (isWithin(trash, absolute))
+        return refuse(EINVAL);
 
     // A drive's own Trash records the place relative to the drive, so the
     // entry stays right wherever the drive is mounted next time.
@@ -208,14 +221,16 @@ bool FreedesktopTrash::moveToTrash(const QString &path)
         if (fd < 0) {
             if (errno == EEXIST)
                 continue;
-            qCWarning(lcTrash, "cannot write %s: %s", qUtf8Printable(infoPath), strerror(errno));
-            return false;
+            const int why = errno;
+            qCWarning(lcTrash, "cannot write %s: %s", qUtf8Printable(infoPath), strerror(why));
+            return refuse(why);
         }
         const bool written = ::write(fd, infoText.constData(), size_t(infoText.size())) == infoText.size();
         if (!SafeFiles::syncAndClose(fd) || !written) {
-            qCWarning(lcTrash, "cannot write %s: %s", qUtf8Printable(infoPath), strerror(errno));
+            const int why = errno;
+            qCWarning(lcTrash, "cannot write %s: %s", qUtf8Printable(infoPath), strerror(why));
             ::unlink(encoded(infoPath).constData());
-            return false;
+            return refuse(why);
         }
         switch (SafeFiles::renameNoReplace(absolute, filesEntry)) {
         case SafeFiles::RenameResult::renamed:
@@ -225,12 +240,14 @@ bool FreedesktopTrash::moveToTrash(const QString &path)
             ::unlink(encoded(infoPath).constData());
             continue;
         case SafeFiles::RenameResult::crossDevice:
-        case SafeFiles::RenameResult::failed:
+        case SafeFiles::RenameResult::failed: {
+            const int why = errno;
             qCWarning(lcTrash, "cannot move %s into %s: %s", qUtf8Printable(absolute), qUtf8Printable(trash),
-                      strerror(errno));
+                      strerror(why));
             ::unlink(encoded(infoPath).constData());
-            return false;
+            return refuse(why);
+        }
         }
     }
-    return false;
+    return refuse(EEXIST);
 }

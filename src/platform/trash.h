@@ -11,8 +11,9 @@ class Trash
 {
 public:
     virtual ~Trash() = default;
-    // True when `path` is now in a Trash; false leaves it where it was.
-    [[nodiscard]] virtual bool moveToTrash(const QString &path) = 0;
+    // True when `path` is now in a Trash; false leaves it where it was and
+    // puts the errno value that tells why in `error` (when given).
+    [[nodiscard]] virtual bool moveToTrash(const QString &path, int *error = nullptr) = 0;
 };
 
 // The freedesktop.org Trash, done by hand rather than with QFile::moveToTrash:
@@ -25,7 +26,8 @@ public:
 //   administrator prepared $topdir/.Trash (a real folder, not a symlink, with
 //   the sticky bit), else to $topdir/.Trash-$uid, created on demand.
 // - If neither can be used (a read-only or foreign-owned drive) the file is
-//   refused and stays where it is: copying it across drives into the home
+//   refused (EROFS, EACCES, or EXDEV when the drive simply has no Trash)
+//   and stays where it is: copying it across drives into the home
 //   Trash would be a silent, possibly huge copy the user never asked for.
 //
 // The .trashinfo file is created exclusively before the rename, as the
@@ -42,7 +44,7 @@ public:
     // `mountRoot` defaults to the system's mount table.
     explicit FreedesktopTrash(QString homeTrash = {}, MountRoot mountRoot = {}, std::function<QDateTime()> now = {});
 
-    [[nodiscard]] bool moveToTrash(const QString &path) override;
+    [[nodiscard]] bool moveToTrash(const QString &path, int *error = nullptr) override;
 
     // The Trash folder a path would go to; empty when there is none.
     QString trashFolderFor(const QString &absolutePath) const;

@@ -63,4 +63,29 @@ inline const QString distributionNotice =
     QStringLiteral("Brindlewick is distributed in the hope that it will be useful, as is and without warranty of "
                    "any kind.");
 
+// What file work could not do, in the status bar. %1: a count or a quoted
+// file name, %2: what was to be done ("moved to the Trash"), %3: why.
+inline const QString couldNotBe = QStringLiteral("%1 could not be %2: %3");
+inline const QString quotedName = QStringLiteral("\u201C%1\u201D");
+// %1: the commonest reason when the files failed for several.
+inline const QString problemAndOthers = QStringLiteral("%1, among other reasons");
+inline const QString problemReadOnly = QStringLiteral("read-only file system");
+inline const QString problemDenied = QStringLiteral("permission denied");
+inline const QString problemChanged = QStringLiteral("changed since it was shown");
+inline const QString problemNameTaken = QStringLiteral("a file with that name exists");
+inline const QString problemGone = QStringLiteral("no longer there");
+inline const QString problemDiskFull = QStringLiteral("the disk is full");
+inline const QString problemNoTrash = QStringLiteral("its drive has no Trash");
+inline const QString problemUnreadable = QStringLiteral("not an image that can be read");
+inline const QString problemBadName =
+    QStringLiteral("a name cannot contain \u201C/\u201D or be \u201C.\u201D or \u201C..\u201D");
+inline const QString problemOther = QStringLiteral("an unexpected error");
+inline const QString doneTrashed = QStringLiteral("moved to the Trash");
+inline const QString doneMoved = QStringLiteral("moved");
+inline const QString doneDuplicated = QStringLiteral("duplicated");
+inline const QString doneResized = QStringLiteral("resized");
+inline const QString doneConverted = QStringLiteral("converted to JPG");
+inline const QString doneRenamed = QStringLiteral("renamed");
+inline const QString doneCreated = QStringLiteral("created");
+
 } // namespace Texts

@@ -1,8 +1,6 @@
 #include "ui/foldercolumn.h"
 
-#include "actions/actionrunner.h"
-#include "actions/fileactions.h"
-#include "actions/folderops.h"
+#include "actions/views/filecommands.h"
 #include "model/shelf.h"
 #include "system/texts.h"
 
@@ -56,8 +54,8 @@ QString hintText()
 
 } // namespace
 
-FolderColumn::FolderColumn(Shelf *shelf, const Parts &parts, QWidget *parent)
-    : QAbstractScrollArea(parent), m_shelf(shelf), m_parts(parts)
+FolderColumn::FolderColumn(Shelf *shelf, FileCommands &commands, QWidget *parent)
+    : QAbstractScrollArea(parent), m_shelf(shelf), m_commands(&commands)
 {
     setObjectName(QStringLiteral("folderColumn"));
     setFrameShape(QFrame::NoFrame);
@@ -285,33 +283,23 @@ void FolderColumn::contextMenuEvent(QContextMenuEvent *event)
         return;
     const QUrl folder = row->folder;
     const bool isHome = row->kind == Row::homeRow;
-    QPointer<Shelf> shelf = m_shelf;
+    QPointer<FileCommands> commands = m_commands;
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    if (m_parts.fileManager) {
-        FileManager *manager = m_parts.fileManager;
-        menu->addAction(Texts::showInFileManager, this,
-                        [manager, folder] { FileActions::showInFileManager({folder}, *manager); });
-    }
+    menu->addAction(Texts::showInFileManager, this, [commands, folder] {
+        if (commands)
+            commands->showInFileManager().run({folder});
+    });
     if (!isHome) {
-        if (m_parts.prompt) {
-            menu->addAction(QStringLiteral("Rename\u2026"), this, [this, shelf, folder] {
-                if (shelf)
-                    FolderOps::renameFolder(*shelf, folder, *m_parts.prompt, m_parts.meta);
-            });
-        }
-        if (m_parts.runner) {
-            menu->addSeparator();
-            QPointer<ActionRunner> runner = m_parts.runner;
-            menu->addAction(QStringLiteral("Move Folder to Trash"), this, [shelf, runner, folder] {
-                if (shelf && runner)
-                    FolderOps::trashFolder(*shelf, folder, *runner);
-            });
-        }
-    }
-    if (menu->isEmpty()) {
-        delete menu;
-        return;
+        menu->addAction(QStringLiteral("Rename\u2026"), this, [commands, folder] {
+            if (commands)
+                commands->renameFolder(folder);
+        });
+        menu->addSeparator();
+        menu->addAction(QStringLiteral("Move Folder to Trash"), this, [commands, folder] {
+            if (commands)
+                commands->trashFolder(folder);
+        });
     }
     menu->popup(event->globalPos());
 }
@@ -326,7 +314,7 @@ void FolderColumn::setTargeted(const QUrl &folder)
 
 void FolderColumn::dragEnterEvent(QDragEnterEvent *event)
 {
-    if (!m_shelf || !m_parts.runner || localFiles(event->mimeData()).isEmpty()) {
+    if (!m_shelf || !m_commands || localFiles(event->mimeData()).isEmpty()) {
         event->ignore();
         return;
     }
@@ -339,7 +327,7 @@ void FolderColumn::dragEnterEvent(QDragEnterEvent *event)
 void FolderColumn::dragMoveEvent(QDragMoveEvent *event)
 {
     const Row *row = rowAt(event->position().toPoint());
-    if (!row || !m_shelf || !m_parts.runner || localFiles(event->mimeData()).isEmpty()) {
+    if (!row || !m_shelf || !m_commands || localFiles(event->mimeData()).isEmpty()) {
         setTargeted({});
         event->ignore();
         return;
@@ -355,7 +343,7 @@ void FolderColumn::dropEvent(QDropEvent *event)
     setTargeted({});
     const Row *row = rowAt(event->position().toPoint());
     const QList<QUrl> files = localFiles(event->mimeData());
-    if (!row || !m_shelf || !m_parts.runner || files.isEmpty()) {
+    if (!row || !m_shelf || !m_commands || files.isEmpty()) {
         event->ignore();
         return;
     }
@@ -364,5 +352,5 @@ void FolderColumn::dropEvent(QDropEvent *event)
     if (event->possibleActions() & Qt::CopyAction)
         event->setDropAction(Qt::CopyAction);
     event->accept();
-    FolderOps::dropOnFolder(*m_shelf, files, row->folder, *m_parts.runner);
+    m_commands->dropOnFolder(files, row->folder);
 }

@@ -4,11 +4,8 @@
 #include <QPointer>
 #include <QUrl>
 
-class ActionRunner;
-class FileManager;
-class MetaStore;
+class FileCommands;
 class Shelf;
-class TextPrompt;
 
 // The folder column beside the grid: Home, then Home's subfolders, each
 // with its image count. Choosing a row shows that folder; files dropped on
@@ -20,21 +17,12 @@ class FolderColumn : public QAbstractScrollArea
     Q_OBJECT
 
 public:
-    // What the rows act through. Any may be null: the action it serves is
-    // then left out (no drops without a runner, no rename without a prompt).
-    struct Parts
-    {
-        ActionRunner *runner = nullptr;
-        FileManager *fileManager = nullptr;
-        TextPrompt *prompt = nullptr;
-        MetaStore *meta = nullptr;
-    };
-
     static constexpr int minimumColumnWidth = 190;
     static constexpr int idealColumnWidth = 230;
     static constexpr int maximumColumnWidth = 320;
 
-    FolderColumn(Shelf *shelf, const Parts &parts, QWidget *parent = nullptr);
+    // The rows' menus and drops act through the shelf's file commands.
+    FolderColumn(Shelf *shelf, FileCommands &commands, QWidget *parent = nullptr);
 
     // One laid-out line of the column, in viewport coordinates (unscrolled).
     struct Row
@@ -73,7 +61,7 @@ private:
     QFont captionFont() const;
 
     QPointer<Shelf> m_shelf;
-    Parts m_parts;
+    QPointer<FileCommands> m_commands;
     QList<Row> m_rows;
     int m_contentHeight = 0;
     QUrl m_targeted;

@@ -1,8 +1,8 @@
 #include "ui/shelftoolbar.h"
 
+#include "actions/views/filecommands.h"
 #include "model/shelf.h"
 #include "system/texts.h"
-#include "ui/shelfcommands.h"
 
 #include <QAction>
 #include <QLineEdit>
@@ -18,13 +18,10 @@ constexpr int searchWidth = 260;
 
 QIcon ShelfToolbar::icon(const QStringList &themeNames, const QString &bundled)
 {
-    for (const QString &name : themeNames)
-        if (QIcon::hasThemeIcon(name))
-            return QIcon::fromTheme(name);
-    return QIcon(QStringLiteral(":/brindlewick/icons/") + bundled + QStringLiteral(".svg"));
+    return FileCommand::themedIcon(themeNames, bundled);
 }
 
-ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
+ShelfToolbar::ShelfToolbar(Shelf *shelf, FileCommands &commands, QWidget *parent)
     : QToolBar(parent), m_shelf(shelf), m_search(new QLineEdit(this)), m_menuButton(new QToolButton(this)),
       m_menu(new QMenu(this))
 {
@@ -69,35 +66,12 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
         });
     }
 
-    m_newFolder =
-        addButton(QStringLiteral("New Folder"), icon({QStringLiteral("folder-new")}, QStringLiteral("folder-new")),
-                  QStringLiteral("New folder inside Home (%1)").arg(Texts::newFolderKeyHint));
-    connect(m_newFolder, &QAction::triggered, this, [this] {
-        if (m_commands)
-            m_commands->newFolder();
-    });
-    m_preview =
-        addButton(Texts::preview,
-                  icon({QStringLiteral("view-preview"), QStringLiteral("document-preview")}, QStringLiteral("preview")),
-                  QStringLiteral("%1 (%2)").arg(Texts::preview, Texts::previewKeyHint));
-    // Unlike Space, the button leaves the selection as it is.
-    connect(m_preview, &QAction::triggered, this, [this] {
-        if (m_commands)
-            m_commands->togglePreview(false);
-    });
-    m_pin = addButton(QStringLiteral("Pin"),
-                      icon({QStringLiteral("view-pin"), QStringLiteral("pin")}, QStringLiteral("pin")),
-                      QStringLiteral("Pin to screen (%1)").arg(Texts::pinKeyHint));
-    connect(m_pin, &QAction::triggered, this, [this] {
-        if (m_commands)
-            m_commands->pinPrimary();
-    });
-    m_trash = addButton(QStringLiteral("Delete"), icon({QStringLiteral("user-trash")}, QStringLiteral("trash")),
-                        QStringLiteral("Move to Trash (%1)").arg(Texts::trashKeyHint));
-    connect(m_trash, &QAction::triggered, this, [this] {
-        if (m_commands)
-            m_commands->trash(m_commands->targets());
-    });
+    m_newFolder = commands.newFolder().action();
+    m_preview = commands.preview().action();
+    m_pin = commands.pin().action();
+    m_trash = commands.trash().action();
+    for (QAction *action : {m_newFolder, m_preview, m_pin, m_trash})
+        addButton(action);
     m_settings =
         addButton(QStringLiteral("Settings"),
                   icon({QStringLiteral("configure"), QStringLiteral("preferences-system")}, QStringLiteral("settings")),
@@ -118,11 +92,10 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, QWidget *parent)
     addWidget(m_menuButton)->setVisible(false);
 
     if (shelf) {
-        connect(shelf, &Shelf::currentChanged, this, [this] { refresh(m_anyVisible); });
-        connect(shelf, &Shelf::homeChanged, this, [this] { refresh(m_anyVisible); });
-        connect(shelf, &Shelf::selectionChanged, this, [this] { refresh(m_anyVisible); });
+        connect(shelf, &Shelf::currentChanged, this, &ShelfToolbar::refresh);
+        connect(shelf, &Shelf::homeChanged, this, &ShelfToolbar::refresh);
     }
-    refresh(false);
+    refresh();
 }
 
 void ShelfToolbar::focusSearch()
@@ -143,9 +116,16 @@ QAction *ShelfToolbar::addButton(const QString &title, const QIcon &icon, const 
 {
     QAction *action = addAction(icon, title);
     action->setToolTip(help);
+    addButton(action);
+    return action;
+}
+
+void ShelfToolbar::addButton(QAction *action)
+{
+    if (!actions().contains(action))
+        addAction(action);
     if (QWidget *button = widgetForAction(action))
         button->setFocusPolicy(Qt::NoFocus);
-    return action;
 }
 
 void ShelfToolbar::setMainMenu(const QList<QMenu *> &menus)
@@ -159,15 +139,4 @@ void ShelfToolbar::setMainMenu(const QList<QMenu *> &menus)
     }
 }
 
-void ShelfToolbar::setCommands(ShelfCommands *commands) { m_commands = commands; }
-
-void ShelfToolbar::refresh(bool anyVisible)
-{
-    m_anyVisible = anyVisible;
-    const bool home = !m_shelf || m_shelf->isHome();
-    const bool anySelected = m_shelf && !m_shelf->selection().isEmpty();
-    m_back->setEnabled(!home);
-    m_preview->setEnabled(anyVisible);
-    m_pin->setEnabled(anyVisible);
-    m_trash->setEnabled(anySelected);
-}
+void ShelfToolbar::refresh() { m_back->setEnabled(m_shelf && !m_shelf->isHome()); }

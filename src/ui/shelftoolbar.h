@@ -8,27 +8,26 @@ class QLineEdit;
 class QMenu;
 class QToolButton;
 class Shelf;
-class ShelfCommands;
+class FileCommands;
 
 // The shelf window's toolbar: back to Home, the search field (bound both
 // ways to the shelf's query), the buttons New Folder, Preview, Pin, Delete
-// and Settings, each with its title under its icon, and the menu button
-// with the application's menus. The buttons never take the keyboard focus,
-// so Space and the arrows stay with the shelf.
+// (the file commands' own actions, enabled as they are) and Settings, each
+// with its title under its icon, and the menu button with the application's
+// menus. The buttons never take the keyboard focus, so Space and the arrows
+// stay with the shelf.
 class ShelfToolbar : public QToolBar
 {
     Q_OBJECT
 
 public:
-    explicit ShelfToolbar(Shelf *shelf, QWidget *parent = nullptr);
+    ShelfToolbar(Shelf *shelf, FileCommands &commands, QWidget *parent = nullptr);
 
-    void setCommands(ShelfCommands *commands);
     // The menus the menu button offers, in order (application, Edit, View,
     // Window); the button shows once there are some.
     void setMainMenu(const QList<QMenu *> &menus);
-    // Enables the buttons for the shelf as it is: back away from Home,
-    // Preview and Pin with something in sight, Move to Trash with a selection.
-    void refresh(bool anyVisible);
+    // Enables Home away from Home.
+    void refresh();
     // Puts the keyboard focus into the search field, its text selected.
     void focusSearch();
     // Takes the keyboard focus away from the search field, if it has it.
@@ -53,9 +52,9 @@ Q_SIGNALS:
 
 private:
     QAction *addButton(const QString &title, const QIcon &icon, const QString &help);
+    void addButton(QAction *action);
 
     QPointer<Shelf> m_shelf;
-    QPointer<ShelfCommands> m_commands;
     QAction *m_back;
     QLineEdit *m_search;
     QAction *m_newFolder;
@@ -65,5 +64,4 @@ private:
     QAction *m_settings;
     QToolButton *m_menuButton;
     QMenu *m_menu;
-    bool m_anyVisible = false;
 };

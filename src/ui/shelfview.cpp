@@ -1,5 +1,6 @@
 #include "ui/shelfview.h"
 
+#include "actions/views/filecommands.h"
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "model/shelf.h"
@@ -19,6 +20,7 @@
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QStyle>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <cmath>
@@ -42,15 +44,16 @@ QPixmap themed(const char *name, const char *bundled, QWidget *widget, int side)
 
 } // namespace
 
-ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent)
-    : QWidget(parent), m_shelf(shelf), m_meta(meta), m_toolbar(new ShelfToolbar(shelf, this)),
+ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, FileCommands &commands, QWidget *parent)
+    : QWidget(parent), m_shelf(shelf), m_meta(meta), m_toolbar(new ShelfToolbar(shelf, commands, this)),
       m_split(new QSplitter(Qt::Horizontal, this)), m_stack(new QStackedWidget(this)),
       m_grid(new ShelfGrid(shelf, meta, thumbs, this)), m_emptyIcon(secondaryLabel(this)),
       m_emptyText(secondaryLabel(this)), m_emptyHint(secondaryLabel(this)),
       m_recognise(
           new QPushButton(QStringLiteral("Recognise text in unindexed screenshots to search inside them"), this)),
-      m_status(secondaryLabel(this)), m_progress(new QProgressBar(this)), m_progressText(secondaryLabel(this)),
-      m_tidyText(secondaryLabel(this)), m_tidyButton(new QPushButton(this)), m_size(new QSlider(Qt::Horizontal, this))
+      m_status(secondaryLabel(this)), m_reportTimer(new QTimer(this)), m_progress(new QProgressBar(this)),
+      m_progressText(secondaryLabel(this)), m_tidyText(secondaryLabel(this)), m_tidyButton(new QPushButton(this)),
+      m_size(new QSlider(Qt::Horizontal, this))
 {
     setObjectName(QStringLiteral("shelfView"));
 
@@ -89,7 +92,12 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     auto *barLayout = new QHBoxLayout(bar);
     barLayout->setContentsMargins(12, 5, 12, 5);
     barLayout->setSpacing(12);
+    m_status->setObjectName(QStringLiteral("statusText"));
     barLayout->addWidget(m_status);
+    m_reportTimer->setSingleShot(true);
+    m_reportTimer->setInterval(reportMs);
+    connect(m_reportTimer, &QTimer::timeout, this, [this] { showReport(QString()); });
+    connect(&commands, &FileCommands::reported, this, &ShelfView::showReport);
     m_progress->setFixedWidth(100);
     m_progress->setTextVisible(false);
     m_progress->setMaximumHeight(m_status->sizeHint().height() / 2 + 2);
@@ -220,7 +228,17 @@ void ShelfView::refreshTidy()
 
 void ShelfView::setMainMenu(const QList<QMenu *> &menus) { m_toolbar->setMainMenu(menus); }
 
-void ShelfView::setCommands(ShelfCommands *commands) { m_toolbar->setCommands(commands); }
+void ShelfView::showReport(const QString &message)
+{
+    if (message == m_report)
+        return;
+    m_report = message;
+    if (message.isEmpty())
+        m_reportTimer->stop();
+    else
+        m_reportTimer->start();
+    refresh();
+}
 
 void ShelfView::setSidebar(QWidget *sidebar)
 {
@@ -246,9 +264,12 @@ void ShelfView::refresh()
         return;
     const QList<QUrl> visible = m_grid->shownItems();
     const QString query = m_shelf->query();
-    m_status->setText(
-        statusText(visible.size(), m_shelf->items().size(), !query.isEmpty(), m_shelf->selection().size()));
-    m_toolbar->refresh(!visible.isEmpty());
+    // A report of what could not be done stands in for the counts a while,
+    // in the colour of ordinary text rather than the counts' quieter one.
+    m_status->setForegroundRole(m_report.isEmpty() ? QPalette::PlaceholderText : QPalette::WindowText);
+    m_status->setText(!m_report.isEmpty() ? m_report
+                                          : statusText(visible.size(), m_shelf->items().size(), !query.isEmpty(),
+                                                       m_shelf->selection().size()));
     {
         const QSignalBlocker quiet(m_size);
         m_size->setValue(int(std::lround(m_shelf->cellWidth())));

@@ -11,7 +11,8 @@ class QSlider;
 class QSplitter;
 class QStackedWidget;
 class Shelf;
-class ShelfCommands;
+class FileCommands;
+class QTimer;
 class ShelfGrid;
 class ShelfToolbar;
 class Thumbs;
@@ -29,12 +30,12 @@ class ShelfView : public QWidget
 
 public:
     // `meta` and `thumbs` may be null (no badges or search text, no images).
-    ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent = nullptr);
+    // The toolbar's file buttons are the commands' actions, and what the
+    // commands could not do is shown in the status bar.
+    ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, FileCommands &commands, QWidget *parent = nullptr);
 
     ShelfGrid *grid() const { return m_grid; }
     ShelfToolbar *toolbar() const { return m_toolbar; }
-    // What the toolbar's buttons do; without it they do nothing.
-    void setCommands(ShelfCommands *commands);
     // The application's menus, drawn from the toolbar's menu button.
     void setMainMenu(const QList<QMenu *> &menus);
     // The folder column goes here, leading the grid.
@@ -42,6 +43,12 @@ public:
 
     // "3 of 12 screenshots, 1 selected".
     static QString statusText(qsizetype visible, qsizetype items, bool searching, qsizetype selected);
+    // Shows `message` in place of the counts for reportMs, or until the next
+    // report (an empty one ends it at once).
+    void showReport(const QString &message);
+    static constexpr int reportMs = 6000;
+    // The status bar's text as shown.
+    QLabel *statusLabel() const { return m_status; }
 
     // The status bar follows recognition's progress and offers the tidy's
     // candidates. Either may be null (nothing shown).
@@ -69,6 +76,8 @@ private:
     QLabel *m_emptyHint;
     QPushButton *m_recognise;
     QLabel *m_status;
+    QString m_report;
+    QTimer *m_reportTimer;
     QProgressBar *m_progress;
     QLabel *m_progressText;
     QLabel *m_tidyText;

@@ -1,8 +1,7 @@
 #include "ui/shelfwindow.h"
 
+#include "actions/views/filecommands.h"
 #include "model/shelf.h"
-
-#include "ui/shelfcommands.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -157,12 +156,12 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
     const bool command = mods & Qt::ControlModifier;
     const bool shift = mods & Qt::ShiftModifier;
     Shelf *shelf = m_shelf;
-    ShelfCommands *commands = m_commands;
+    FileCommands *commands = m_commands;
 
     // Ctrl with a digit copies that cell's file, Shift or not.
     if (const std::optional<int> slot = command ? copySlot(event) : std::nullopt) {
         if (commands)
-            commands->copyItem(*slot);
+            commands->copyCell(*slot);
         return true;
     }
 
@@ -170,12 +169,12 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
     case Qt::Key_Return:
     case Qt::Key_Enter:
         if (commands)
-            commands->open(commands->targets());
+            commands->open().trigger();
         return true;
     case Qt::Key_Backspace:
     case Qt::Key_Delete:
         if (commands)
-            commands->trash(commands->targets());
+            commands->trash().trigger();
         return true;
     case Qt::Key_Escape:
         hide();
@@ -203,13 +202,13 @@ bool ShelfWindow::handleKey(QKeyEvent *event)
         if (command)
             return false;
         if (commands)
-            commands->pinPrimary();
+            commands->pin().trigger();
         return true;
     case Qt::Key_N:
         if (!command || !shift)
             return false;
         if (commands)
-            commands->newFolder();
+            commands->newFolder().trigger();
         return true;
     // Ctrl+A, Ctrl+=, Ctrl+-, Ctrl+0 and Ctrl+, are the menu's shortcuts
     // and never come here.

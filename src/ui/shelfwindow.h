@@ -1,7 +1,7 @@
 #pragma once
 
+#include "actions/views/filecommands.h"
 #include "model/shelf.h"
-#include "ui/shelfcommands.h"
 
 #include <QPointer>
 #include <QSize>
@@ -25,8 +25,10 @@ public:
 
     Shelf *shelf() const { return m_shelf; }
     void setShelf(Shelf *shelf) { m_shelf = shelf; }
-    // What the keys do to the files; without it those keys do nothing.
-    void setCommands(ShelfCommands *commands) { m_commands = commands; }
+    // What the keys do to the files. The window comes first (the prompts
+    // and the preview are placed over it), so the commands are handed in
+    // once they exist; until then those keys do nothing.
+    void setCommands(FileCommands &commands) { m_commands = &commands; }
 
     // Replaces what the window shows (the shelf view, or its placeholder).
     void setContent(QWidget *content);
@@ -67,7 +69,7 @@ protected:
 
 private:
     QPointer<Shelf> m_shelf;
-    QPointer<ShelfCommands> m_commands;
+    QPointer<FileCommands> m_commands;
     class KeyRouting;
     KeyRouting *m_routing = nullptr;
     QWidget *m_content = nullptr;
