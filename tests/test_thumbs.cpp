@@ -11,17 +11,9 @@
 #include <QTest>
 
 using TestFiles::setMtime;
+using TestFiles::writeImage;
 
 namespace {
-
-QUrl writeImage(const QString &path, QSize size, QColor color, const char *format = "PNG")
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(color);
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    image.save(path, format);
-    return QUrl::fromLocalFile(path);
-}
 
 // Asks and waits for the answer, which may come at once or later.
 QImage loadAndWait(Thumbs &thumbs, const QUrl &file, qreal size, qreal dpr = 1)

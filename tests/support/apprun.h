@@ -7,6 +7,40 @@
 
 #include <memory>
 
+// What a program run to its end left: its exit code (-1 when it did not end
+// normally in time) and its two outputs.
+struct Ran
+{
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+};
+Ran runProcess(const QProcessEnvironment &environment, const QString &program, const QStringList &arguments,
+               int timeoutMs = 20000, const QString &workingDirectory = {});
+// Ends a process the test started: asks first, then kills.
+void endProcess(QProcess &process);
+// The first line `process` writes to standard output (a display number, a
+// bus address), trimmed; empty when none comes in time.
+QString firstLine(QProcess &process, int timeoutMs = 20000);
+
+// A private D-Bus session bus in `environment`: the machine's session
+// services (`machineServices`), or only those named from its list.
+class SessionBus
+{
+public:
+    explicit SessionBus(const QProcessEnvironment &environment, const QStringList &services = {},
+                        bool machineServices = false);
+    ~SessionBus() { endProcess(m_daemon); }
+    SessionBus(const SessionBus &) = delete;
+    SessionBus &operator=(const SessionBus &) = delete;
+    QString address() const { return m_address; }
+
+private:
+    QTemporaryDir m_dir;
+    QProcess m_daemon;
+    QString m_address;
+};
+
 // A virtual X server for end-to-end tests, on a display number it picks
 // itself. Not started when Xvfb is not installed (`isRunning` is false).
 class VirtualDisplay
