@@ -60,7 +60,7 @@ struct Home
 
     Home()
     {
-        QSettings(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).setValue("folder", shots());
+        run.setPreference("folder", shots());
         QDir().mkpath(shots());
     }
     QString shots() const { return run.path("shots"); }
@@ -312,8 +312,7 @@ private Q_SLOTS:
         if (instanceRunning) {
             home.run.setVar("QT_QPA_PLATFORM", "offscreen");
             home.run.setVar("BRINDLEWICK_DEBUG");
-            home.run.start({"--login"});
-            QVERIFY2(!home.run.waitForLine("] ready").isNull(), qPrintable(home.run.lines().join('\n')));
+            QVERIFY(home.run.startReady({"--login"}));
         }
 
         const QStringList recognise{"--recognise", hello, home.shot("missing.png")};

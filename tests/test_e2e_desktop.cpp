@@ -42,7 +42,7 @@ private:
     {
         if (!m_desktop || !m_desktop->isRunning())
             QSKIP(qPrintable(QStringLiteral("no desktop to test on (%1; ./setup.sh test installs the tools)")
-                                 .arg(m_desktop ? m_desktop->problem() : QStringLiteral("not started"))));
+                                 .arg(m_desktop ? m_desktop->problem() : "not started")));
     }
 
     // Starts the program on the desktop, its Home (chosen by the preferences,
@@ -57,14 +57,11 @@ private:
             QVERIFY(TestFiles::writeImage(shots + '/' + shotName(i), {320, 200}, shotColour(i)).isValid());
             TestFiles::setMtime(shots + '/' + shotName(i), now - 60 * (i + 1));
         }
-        QSettings prefs(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat);
-        prefs.setValue("folder", shots);
-        prefs.setValue("cellWidth", 160);
-        prefs.sync();
+        run.setPreference("folder", shots);
+        run.setPreference("cellWidth", 160);
         m_desktop->enter(run);
         run.setVar("BRINDLEWICK_DEBUG");
-        run.start();
-        QVERIFY2(!run.waitForLine("] ready").isNull(), qPrintable(run.lines().join('\n')));
+        QVERIFY(run.startReady());
     }
 
     void capture(const QString &name) const { m_desktop->capture(m_captures + '/' + name); }
@@ -73,7 +70,7 @@ private:
     // "menu item <what> x,y wxh"), the latest report from line `from` on.
     static QRect placeOf(const AppRun &run, const QString &kind, const QString &what, qsizetype from = 0)
     {
-        static const QRegularExpression geometry(QStringLiteral(" (-?\\d+),(-?\\d+) (\\d+)x(\\d+)$"));
+        static const QRegularExpression geometry(" (-?\\d+),(-?\\d+) (\\d+)x(\\d+)$");
         const QString prefix = "[Brindlewick] " + kind + ' ' + what + ' ';
         const QStringList lines = run.lines();
         for (qsizetype i = lines.size() - 1; i >= from; --i) {

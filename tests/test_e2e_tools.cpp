@@ -61,8 +61,7 @@ struct ToolRun
         QDir().mkpath(run.path("home/Pictures"));
         Sandbox::writeFile(run.configHome() + "/user-dirs.dirs", "XDG_PICTURES_DIR=\"$HOME/Pictures\"\n");
         if (start != "first start")
-            QSettings(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat)
-                .setValue("folder", shelf);
+            run.setPreference("folder", shelf);
         run.setVar("BRINDLEWICK_SCREENSHOT_TOOL", tool);
         run.setVar("BRINDLEWICK_DEBUG");
         run.setVar("DBUS_SESSION_BUS_ADDRESS", bus.address());
@@ -74,8 +73,7 @@ struct ToolRun
     void captureWhileRunning(const QString &program, const QStringList &arguments)
     {
         QVERIFY(!bus.address().isEmpty());
-        run.start();
-        QVERIFY2(!run.waitForLine("] ready").isNull(), qPrintable(run.lines().join('\n')));
+        QVERIFY(run.startReady());
         QByteArray output;
         QVERIFY2(runTool(run, program, arguments, &output),
                  qPrintable(program + " did not save by itself:\n" + output));

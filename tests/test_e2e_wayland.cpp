@@ -117,18 +117,11 @@ class TestE2eWayland : public QObject
                                           QColor::fromHsv(i * 120, 200, 220))
                         .isValid());
         }
-        QSettings prefs(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat);
-        prefs.setValue("folder", shots);
-        prefs.setValue("cellWidth", 160);
+        run.setPreference("folder", shots);
+        run.setPreference("cellWidth", 160);
         run.setVar("BRINDLEWICK_DEBUG");
         if (dark)
             run.setVar("BRINDLEWICK_PALETTE", "dark");
-    }
-
-    static void start(AppRun &run)
-    {
-        run.start();
-        QVERIFY2(!run.waitForLine("] ready").isNull(), qPrintable(run.lines().join('\n')));
     }
 
 private Q_SLOTS:
@@ -164,7 +157,7 @@ private Q_SLOTS:
         AppRun run(QString{});
         prepare(run, false);
         session.enter(run);
-        start(run);
+        QVERIFY(run.startReady());
         QVERIFY(TestFiles::writeImage(run.path("shots/fresh.png"), {400, 250}, Qt::white).isValid());
         const QString shown = run.waitForLine("] flash shown fresh.png");
         QVERIFY2(!shown.isNull(), qPrintable(run.lines().join('\n')));
@@ -241,7 +234,7 @@ private Q_SLOTS:
         // Space; a pause (a token that is no key) long enough to capture the
         // preview alone; P; Right.
         run.setVar("BRINDLEWICK_KEY", "49,-,-,-,-,-,-,-,35,124");
-        start(run);
+        QVERIFY(run.startReady());
         const QString name = (sway ? "sway" : "weston");
         const QString suffix = dark ? "-dark.png" : ".png";
         const QRect output(0, 0, WaylandSession::screenWidth, WaylandSession::screenHeight);
@@ -304,7 +297,7 @@ private Q_SLOTS:
         prepare(run, false);
         session.enter(run);
         run.setVar("BRINDLEWICK_SETTINGS");
-        start(run);
+        QVERIFY(run.startReady());
         QList<quint32> windows;
         QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows("^Settings$")).size(), 1, AppRun::defaultTimeoutMs);
         bool floating = false;

@@ -276,7 +276,7 @@ private Q_SLOTS:
         const auto ask = [&](const QString &name, QObject *context) {
             const QUrl file = writeImage(box.path(name + ".png"), {300, 200}, Qt::red);
             tickets[name] = thumbs.request(file, 100, 1, context, [&order, name](const QImage &image) {
-                order << (image.isNull() ? QStringLiteral("none") : name);
+                order << (image.isNull() ? "none" : name);
             });
         };
         for (const char *name : {"a", "b", "c", "d", "e"})

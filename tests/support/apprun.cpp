@@ -6,6 +6,7 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QImage>
+#include <QSettings>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -131,6 +132,25 @@ void AppRun::start(const QStringList &arguments)
     m_process.setProcessEnvironment(m_environment);
     m_process.start(binary(), arguments);
     m_process.waitForStarted(10000);
+}
+
+bool AppRun::startReady(const QStringList &arguments)
+{
+    start(arguments);
+    if (!waitForLine("] ready").isNull())
+        return true;
+    qWarning("no ready line in:\n%s", qPrintable(m_lines.join('\n')));
+    return false;
+}
+
+void AppRun::setPreference(const QString &key, const QVariant &value) const
+{
+    QSettings(configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).setValue(key, value);
+}
+
+QVariant AppRun::preference(const QString &key) const
+{
+    return QSettings(configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).value(key);
 }
 
 int AppRun::runOnce(const QStringList &arguments, QString *output, int timeoutMs)

@@ -4,6 +4,7 @@
 #include <QProcessEnvironment>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QVariant>
 
 #include <memory>
 
@@ -81,12 +82,18 @@ public:
     static QString binary();
 
     QString path(const QString &relative) const;
-    QString home() const { return path(QStringLiteral("home")); }
-    QString configHome() const { return path(QStringLiteral("home/.config")); }
+    QString home() const { return path("home"); }
+    QString configHome() const { return path("home/.config"); }
     QProcessEnvironment &environment() { return m_environment; }
     void setVar(const QString &name, const QString &value = {}) { m_environment.insert(name, value); }
 
     void start(const QStringList &arguments = {});
+    // Starts it and waits for its ready line; false (what it wrote logged)
+    // when none comes.
+    bool startReady(const QStringList &arguments = {});
+    // One of the program's preferences, in the file it reads them from.
+    void setPreference(const QString &key, const QVariant &value) const;
+    QVariant preference(const QString &key) const;
     // Runs the binary once more in the same home and waits for it to end.
     // Returns its exit code (-1 when it did not finish); `output` gets its
     // standard output.
