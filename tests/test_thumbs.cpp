@@ -166,12 +166,7 @@ private Q_SLOTS:
                     const QRgb a = ours.pixel(x, y), b = reference.pixel(x, y);
                     // Premultiplying may round the other way.
                     QVERIFY2(ColourImages::near(a, b, shape.channels == 4 ? 1 : 0),
-                             qPrintable(QStringLiteral("%1 at %2,%3: %4 for %5")
-                                            .arg(path)
-                                            .arg(x)
-                                            .arg(y)
-                                            .arg(a, 8, 16)
-                                            .arg(b, 8, 16)));
+                             qPrintable(QString::asprintf("%s at %d,%d: %08x for %08x", qPrintable(path), x, y, a, b)));
                 }
         }
     }
