@@ -10,16 +10,12 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QFont>
-#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocalSocket>
-#include <QPainter>
 #include <QRegularExpression>
 #include <QScopeGuard>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>

@@ -9,7 +9,6 @@
 #include "support/sandbox.h"
 
 #include <QDir>
-#include <QSettings>
 #include <QStandardPaths>
 #include <QTest>
 #include <QUrl>

@@ -5,7 +5,6 @@
 #include <QColor>
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QImage>
 #include <QSettings>
 #include <QStandardPaths>
 

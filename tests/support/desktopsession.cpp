@@ -1,13 +1,10 @@
 #include "support/desktopsession.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTest>
-
-#include <cstdlib>
 
 namespace {
 

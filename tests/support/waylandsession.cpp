@@ -1,6 +1,5 @@
 #include "support/waylandsession.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
