@@ -81,23 +81,28 @@ private:
         }
         return {};
     }
-    static QRect place(const AppRun &run, const QString &what) { return placeOf(run, "place", what); }
-
-    // Waits for a menu entry to be reported after line `from` (by default,
-    // after what has come so far); logs what came instead when none does.
-    static QRect waitForMenuItem(AppRun &run, const QString &title, qsizetype from)
+    // Waits for a part ("place <what>") or a menu entry ("menu item <what>")
+    // to be reported from line `from` on; logs what came instead when none
+    // does. The program reports its parts one after another.
+    static QRect waitForPlace(AppRun &run, const QString &kind, const QString &what, qsizetype from = 0)
     {
         QRect r;
         const bool found = QTest::qWaitFor(
             [&] {
-                run.waitForLine("] menu item " + title + ' ', 1, 200);
-                r = placeOf(run, "menu item", title, from);
+                run.waitForLine("] " + kind + ' ' + what + ' ', 1, 200);
+                r = placeOf(run, kind, what, from);
                 return !r.isEmpty();
             },
             AppRun::defaultTimeoutMs);
         if (!found)
-            qWarning("no menu item %s in:\n%s", qPrintable(title), qPrintable(run.lines().mid(from).join('\n')));
+            qWarning("no %s %s in:\n%s", qPrintable(kind), qPrintable(what),
+                     qPrintable(run.lines().mid(from).join('\n')));
         return r;
+    }
+    static QRect place(AppRun &run, const QString &what) { return waitForPlace(run, "place", what); }
+    static QRect waitForMenuItem(AppRun &run, const QString &title, qsizetype from)
+    {
+        return waitForPlace(run, "menu item", title, from);
     }
     // Clicks at `at` and waits for the menu entry that opens.
     QRect openMenu(AppRun &run, QPoint at, const QString &title, int button = 1)
