@@ -83,7 +83,7 @@ struct ToolRun
             + (shelf == run.path("home/Pictures") ? QStringList() : pngsIn(run.path("home/Pictures")));
         QVERIFY2(elsewhere.isEmpty(), output.constData());
         run.terminate();
-        QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit);
+        QVERIFY2(run.waitForExit() && run.exitStatus() == QProcess::NormalExit, qPrintable(run.lines().join('\n')));
     }
 };
 
