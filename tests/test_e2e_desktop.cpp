@@ -42,7 +42,7 @@ private:
     {
         if (!m_desktop || !m_desktop->isRunning())
             QSKIP(qPrintable(QStringLiteral("no desktop to test on (%1; ./setup.sh test installs the tools)")
-                                 .arg(m_desktop ? m_desktop->problem() : QStringLiteral("not started"))));
+                                 .arg(m_desktop ? m_desktop->problem() : "not started")));
     }
 
     // Starts the program on the desktop, its Home (chosen by the preferences,
@@ -54,19 +54,14 @@ private:
         QDir().mkpath(shots + "/sub");
         const qint64 now = QDateTime::currentSecsSinceEpoch();
         for (int i = 0; i < shotCount; ++i) {
-            QImage image(320, 200, QImage::Format_RGB32);
-            image.fill(shotColour(i));
-            QVERIFY(image.save(shots + '/' + shotName(i)));
+            QVERIFY(TestFiles::writeImage(shots + '/' + shotName(i), {320, 200}, shotColour(i)).isValid());
             TestFiles::setMtime(shots + '/' + shotName(i), now - 60 * (i + 1));
         }
-        QSettings prefs(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat);
-        prefs.setValue("folder", shots);
-        prefs.setValue("cellWidth", 160);
-        prefs.sync();
+        run.setPreference("folder", shots);
+        run.setPreference("cellWidth", 160);
         m_desktop->enter(run);
         run.setVar("BRINDLEWICK_DEBUG");
-        run.start();
-        QVERIFY2(!run.waitForLine("] ready").isNull(), qPrintable(run.lines().join('\n')));
+        QVERIFY(run.startReady());
     }
 
     void capture(const QString &name) const { m_desktop->capture(m_captures + '/' + name); }
@@ -75,7 +70,7 @@ private:
     // "menu item <what> x,y wxh"), the latest report from line `from` on.
     static QRect placeOf(const AppRun &run, const QString &kind, const QString &what, qsizetype from = 0)
     {
-        static const QRegularExpression geometry(QStringLiteral(" (-?\\d+),(-?\\d+) (\\d+)x(\\d+)$"));
+        static const QRegularExpression geometry(" (-?\\d+),(-?\\d+) (\\d+)x(\\d+)$");
         const QString prefix = "[Brindlewick] " + kind + ' ' + what + ' ';
         const QStringList lines = run.lines();
         for (qsizetype i = lines.size() - 1; i >= from; --i) {
@@ -86,23 +81,28 @@ private:
         }
         return {};
     }
-    static QRect place(const AppRun &run, const QString &what) { return placeOf(run, "place", what); }
-
-    // Waits for a menu entry to be reported after line `from` (by default,
-    // after what has come so far); logs what came instead when none does.
-    static QRect waitForMenuItem(AppRun &run, const QString &title, qsizetype from)
+    // Waits for a part ("place <what>") or a menu entry ("menu item <what>")
+    // to be reported from line `from` on; logs what came instead when none
+    // does. The program reports its parts one after another.
+    static QRect waitForPlace(AppRun &run, const QString &kind, const QString &what, qsizetype from = 0)
     {
         QRect r;
         const bool found = QTest::qWaitFor(
             [&] {
-                run.waitForLine("] menu item " + title + ' ', 1, 200);
-                r = placeOf(run, "menu item", title, from);
+                run.waitForLine("] " + kind + ' ' + what + ' ', 1, 200);
+                r = placeOf(run, kind, what, from);
                 return !r.isEmpty();
             },
             AppRun::defaultTimeoutMs);
         if (!found)
-            qWarning("no menu item %s in:\n%s", qPrintable(title), qPrintable(run.lines().mid(from).join('\n')));
+            qWarning("no %s %s in:\n%s", qPrintable(kind), qPrintable(what),
+                     qPrintable(run.lines().mid(from).join('\n')));
         return r;
+    }
+    static QRect place(AppRun &run, const QString &what) { return waitForPlace(run, "place", what); }
+    static QRect waitForMenuItem(AppRun &run, const QString &title, qsizetype from)
+    {
+        return waitForPlace(run, "menu item", title, from);
     }
     // Clicks at `at` and waits for the menu entry that opens.
     QRect openMenu(AppRun &run, QPoint at, const QString &title, int button = 1)
@@ -133,7 +133,7 @@ private:
     {
         QList<int> shown;
         for (int i = 0; i < shotCount; ++i)
-            if (countPixels(screen, area, shotColour(i), 6) > 2000)
+            if (ColourImages::count(screen, area, shotColour(i), 6) > 2000)
                 shown << i;
         return shown;
     }
@@ -151,51 +151,29 @@ private Q_SLOTS:
 
     // A click on the tray icon shows the shelf, which floats above other
     // windows and has its own entry in the panel's task list, under the
-    // class the desktop entry names; a second click hides it again.
-    void trayClickShowsAndHidesTheShelf()
-    {
-        needDesktop();
-        AppRun run(QString{});
-        startApp(run);
-        const std::optional<QRect> tray = m_desktop->trayIcon(run.processId());
-        QVERIFY2(tray, "the tray icon never docked into the panel");
-
-        m_desktop->click(tray->center());
-        const quint32 shelf = m_desktop->waitForWindow(run.processId(), "^shots$");
-        QVERIFY(shelf);
-        const QStringList state = m_desktop->wmState(shelf);
-        QVERIFY2(state.contains("ABOVE") && !state.contains("SKIP_TASKBAR"), qPrintable(state.join(' ')));
-
-        const QString wmClass =
-            QSettings(BRINDLEWICK_DESKTOP_ENTRY, QSettings::IniFormat).value("Desktop Entry/StartupWMClass").toString();
-        QVERIFY2(!wmClass.isEmpty(), "the desktop entry names no window class");
-        const QString shelfClass = m_desktop->property(shelf, "WM_CLASS");
-        QVERIFY2(shelfClass.endsWith(QStringLiteral(", \"%1\"").arg(wmClass)), qPrintable(shelfClass));
-
-        // Hidden by the next click once it is the active window, as a
-        // person sees it. A little aside, so that a quick test's two clicks
-        // are not one double-click.
-        QTRY_COMPARE_WITH_TIMEOUT(m_desktop->activeWindow(), shelf, AppRun::defaultTimeoutMs);
-        m_desktop->click(tray->center() + QPoint(7, 0));
-        QTRY_VERIFY2_WITH_TIMEOUT(m_desktop->windowsOf(run.processId(), "^shots$").isEmpty(),
-                                  qPrintable(run.lines().join('\n')), AppRun::defaultTimeoutMs);
-    }
-
-    // Typing a search hides the cells it does not match; Escape, and then
-    // the field's clear button, bring every cell back, each showing its
-    // image (not a placeholder) on the screen.
-    void clearingASearchBringsBackEveryImage()
+    // class the desktop entry names. Typing a search hides the cells it does
+    // not match; Escape, and then the field's clear button, bring every cell
+    // back, each showing its image (not a placeholder) on the screen. A
+    // second click on the tray icon hides the shelf again.
+    void trayShowsTheShelfAndClearingASearchBringsBackEveryImage()
     {
         needDesktop();
         AppRun run(QString{});
         startApp(run);
         const quint32 shelf = showShelfFromTray(run);
         QVERIFY2(shelf, qPrintable(run.lines().join('\n')));
+        const QStringList state = m_desktop->wmState(shelf);
+        QVERIFY2(state.contains("ABOVE") && !state.contains("SKIP_TASKBAR"), qPrintable(state.join(' ')));
+        const QString wmClass =
+            QSettings(BRINDLEWICK_DESKTOP_ENTRY, QSettings::IniFormat).value("Desktop Entry/StartupWMClass").toString();
+        QVERIFY2(!wmClass.isEmpty(), "the desktop entry names no window class");
+        const QString shelfClass = m_desktop->property(shelf, "WM_CLASS");
+        QVERIFY2(shelfClass.endsWith(QStringLiteral(", \"%1\"").arg(wmClass)), qPrintable(shelfClass));
+
         const QRect window = m_desktop->geometry(shelf);
         QList<int> all(shotCount);
         std::iota(all.begin(), all.end(), 0);
         QTRY_COMPARE_WITH_TIMEOUT(shotsOnScreen(m_desktop->capture(), window), all, AppRun::defaultTimeoutMs);
-
         const QRect field = place(run, "search field");
         QVERIFY(!field.isEmpty());
         for (const bool withEscape : {true, false}) {
@@ -215,8 +193,16 @@ private Q_SLOTS:
             QVERIFY2(back,
                      qPrintable(QStringLiteral("shown after clearing: %1 (see %2)")
                                     .arg(QDebug::toString(shotsOnScreen(m_desktop->capture(kept), window)), kept)));
-            QVERIFY(m_desktop->windowsOf(run.processId(), "^shots$").contains(shelf));
         }
+
+        // Hidden by the next click once it is the active window, as a person
+        // sees it.
+        QTRY_COMPARE_WITH_TIMEOUT(m_desktop->activeWindow(), shelf, AppRun::defaultTimeoutMs);
+        const std::optional<QRect> tray = m_desktop->trayIcon(run.processId());
+        QVERIFY(tray);
+        m_desktop->click(tray->center());
+        QTRY_VERIFY2_WITH_TIMEOUT(m_desktop->windowsOf(run.processId(), "^shots$").isEmpty(),
+                                  qPrintable(run.lines().join('\n')), AppRun::defaultTimeoutMs);
     }
 
     // Choosing an application from the menu of a cell (right-click, Open
@@ -300,9 +286,7 @@ private Q_SLOTS:
         DesktopSession &d = *m_desktop;
         AppRun run(QString{});
         startApp(run);
-        QImage fresh(400, 250, QImage::Format_RGB32);
-        fresh.fill(Qt::white);
-        QVERIFY(fresh.save(run.path("shots/fresh.png")));
+        QVERIFY(TestFiles::writeImage(run.path("shots/fresh.png"), {400, 250}, Qt::white).isValid());
         const quint32 card = d.waitForWindow(run.processId(), "^New Screenshot$");
         QVERIFY2(card, qPrintable(run.lines().join('\n')));
         QVERIFY2(d.hasState(card, "SKIP_TASKBAR") && d.hasState(card, "SKIP_PAGER"),

@@ -9,7 +9,6 @@
 #include "support/sandbox.h"
 
 #include <QDir>
-#include <QSettings>
 #include <QStandardPaths>
 #include <QTest>
 #include <QUrl>
@@ -17,52 +16,6 @@
 #include <memory>
 
 namespace {
-
-// A session bus of the test's own: it starts only the services offered
-// (the GSettings store), in the throwaway home's environment, so no tool
-// reaches the real user's session and nothing it might start outlives the
-// test.
-class PrivateBus
-{
-public:
-    explicit PrivateBus(const QProcessEnvironment &environment, const QStringList &services = {})
-    {
-        const QString serviceDir = m_dir.path() + QStringLiteral("/services");
-        QDir().mkpath(serviceDir);
-        for (const QString &name : services)
-            QFile::copy(QStringLiteral("/usr/share/dbus-1/services/") + name, serviceDir + QLatin1Char('/') + name);
-        const QString config = m_dir.path() + QStringLiteral("/bus.conf");
-        Sandbox::writeFile(config,
-                           "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\" "
-                           "\"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-                           "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
-                           "<servicedir>"
-                               + QFile::encodeName(serviceDir)
-                               + "</servicedir>"
-                                 "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-                                 "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
-        m_daemon.setProcessEnvironment(environment);
-        m_daemon.start(QStringLiteral("dbus-daemon"),
-                       {QStringLiteral("--config-file=") + config, QStringLiteral("--nofork"),
-                        QStringLiteral("--print-address=1")});
-        while (!m_address.contains('\n') && m_daemon.waitForReadyRead(10000))
-            m_address += m_daemon.readAllStandardOutput();
-        m_address = m_address.trimmed();
-    }
-    ~PrivateBus()
-    {
-        m_daemon.terminate();
-        if (!m_daemon.waitForFinished(5000))
-            m_daemon.kill();
-        m_daemon.waitForFinished(5000);
-    }
-    QString address() const { return QString::fromUtf8(m_address); }
-
-private:
-    QTemporaryDir m_dir;
-    QProcess m_daemon;
-    QByteArray m_address;
-};
 
 // The tool's settings files as they stand: path -> bytes, "absent" marked.
 QMap<QString, QByteArray> snapshot(const QStringList &paths)
@@ -75,22 +28,14 @@ QMap<QString, QByteArray> snapshot(const QStringList &paths)
 
 QStringList pngsIn(const QString &folder) { return QDir(folder).entryList({"*.png"}, QDir::Files); }
 
-// Runs a program in `run`'s environment and waits for it to end; whether
-// it ended well, what it printed in `output`.
+// Runs a program in `run`'s environment to its end; whether it ended well,
+// what it printed in `output`.
 bool runTool(AppRun &run, const QString &program, const QStringList &arguments, QByteArray *output = nullptr)
 {
-    QProcess tool;
-    tool.setProcessEnvironment(run.environment());
-    tool.setProcessChannelMode(QProcess::MergedChannels);
-    tool.start(program, arguments);
-    const bool ended = tool.waitForFinished(20000);
-    if (!ended) {
-        tool.kill();
-        tool.waitForFinished(5000);
-    }
+    const Ran ran = runProcess(run.environment(), program, arguments);
     if (output)
-        *output = tool.readAll();
-    return ended && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
+        *output = ran.out + ran.err;
+    return ran.status == 0;
 }
 
 // Brindlewick with the tool forced, a Pictures folder, its own bus offering
@@ -101,7 +46,9 @@ bool runTool(AppRun &run, const QString &program, const QStringList &arguments, 
 struct ToolRun
 {
     AppRun run;
-    PrivateBus bus;
+    // A bus of the test's own: it starts only the services offered, so no
+    // tool reaches the real session and nothing it starts outlives the test.
+    SessionBus bus;
     QString shelf;
 
     ToolRun(const QString &display, const QString &tool, const QStringList &services = {})
@@ -113,8 +60,7 @@ struct ToolRun
         QDir().mkpath(run.path("home/Pictures"));
         Sandbox::writeFile(run.configHome() + "/user-dirs.dirs", "XDG_PICTURES_DIR=\"$HOME/Pictures\"\n");
         if (start != "first start")
-            QSettings(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat)
-                .setValue("folder", shelf);
+            run.setPreference("folder", shelf);
         run.setVar("BRINDLEWICK_SCREENSHOT_TOOL", tool);
         run.setVar("BRINDLEWICK_DEBUG");
         run.setVar("DBUS_SESSION_BUS_ADDRESS", bus.address());
@@ -126,8 +72,7 @@ struct ToolRun
     void captureWhileRunning(const QString &program, const QStringList &arguments)
     {
         QVERIFY(!bus.address().isEmpty());
-        run.start();
-        QVERIFY2(!run.waitForLine("] ready").isNull(), qPrintable(run.lines().join('\n')));
+        QVERIFY(run.startReady());
         QByteArray output;
         QVERIFY2(runTool(run, program, arguments, &output),
                  qPrintable(program + " did not save by itself:\n" + output));
@@ -138,7 +83,7 @@ struct ToolRun
             + (shelf == run.path("home/Pictures") ? QStringList() : pngsIn(run.path("home/Pictures")));
         QVERIFY2(elsewhere.isEmpty(), output.constData());
         run.terminate();
-        QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit);
+        QVERIFY2(run.waitForExit() && run.exitStatus() == QProcess::NormalExit, qPrintable(run.lines().join('\n')));
     }
 };
 

@@ -4,6 +4,8 @@
 // screen captures, sway's window tree, xwininfo for X11 windows.
 
 #include "support/apprun.h"
+#include "support/colourimages.h"
+#include "support/files.h"
 #include "support/waylandsession.h"
 
 #include <QDir>
@@ -22,26 +24,24 @@ constexpr int edgeGap = 20;
 // "flash shown fresh.png 404x282": the card's size as the program made it.
 QSize shownSize(const QString &line)
 {
-    static const QRegularExpression size(QStringLiteral(" (\\d+)x(\\d+)$"));
+    static const QRegularExpression size(" (\\d+)x(\\d+)$");
     const QRegularExpressionMatch m = size.match(line);
     return m.hasMatch() ? QSize(m.captured(1).toInt(), m.captured(2).toInt()) : QSize();
 }
 
 QRect swayRect(const QJsonObject &node)
 {
-    const QJsonObject r = node.value(QStringLiteral("rect")).toObject();
-    return QRect(r.value(QStringLiteral("x")).toInt(), r.value(QStringLiteral("y")).toInt(),
-                 r.value(QStringLiteral("width")).toInt(), r.value(QStringLiteral("height")).toInt());
+    const QJsonObject r = node.value("rect").toObject();
+    return QRect(r.value("x").toInt(), r.value("y").toInt(), r.value("width").toInt(), r.value("height").toInt());
 }
 
 // The name of the focused window in sway's tree, or the node type when a
 // workspace (nothing) has focus.
 QString swayFocus(const QJsonObject &node)
 {
-    if (node.value(QStringLiteral("focused")).toBool())
-        return node.value(QStringLiteral("type")).toString() == QLatin1String("workspace")
-                   ? QStringLiteral("(workspace)")
-                   : node.value(QStringLiteral("name")).toString();
+    if (node.value("focused").toBool())
+        return node.value("type").toString() == QLatin1String("workspace") ? "(workspace)"
+                                                                           : node.value("name").toString();
     for (const char *kind : {"nodes", "floating_nodes"}) {
         for (const QJsonValue &child : node.value(QLatin1String(kind)).toArray()) {
             const QString found = swayFocus(child.toObject());
@@ -53,19 +53,9 @@ QString swayFocus(const QJsonObject &node)
 }
 
 // Pixels of `image` inside `area` within `tolerance` of `colour`.
-int countNear(const QImage &image, const QRect &area, QColor colour, int tolerance = 12)
+int countNear(const QImage &image, const QRect &area, const QColor &colour, int tolerance = 12)
 {
-    int count = 0;
-    const QRect r = area.intersected(image.rect());
-    for (int y = r.top(); y <= r.bottom(); ++y) {
-        for (int x = r.left(); x <= r.right(); ++x) {
-            const QColor c = image.pixelColor(x, y);
-            if (qAbs(c.red() - colour.red()) <= tolerance && qAbs(c.green() - colour.green()) <= tolerance
-                && qAbs(c.blue() - colour.blue()) <= tolerance)
-                ++count;
-        }
-    }
-    return count;
+    return ColourImages::count(image, area, colour.rgb(), tolerance);
 }
 
 // The rectangle spanned by the rows and columns of `image` that hold at
@@ -119,119 +109,99 @@ class TestE2eWayland : public QObject
     // Three screenshots in a Home of the preferences; the card stays 3 s.
     static void prepare(AppRun &run, bool dark)
     {
-        const QString shots = run.path(QStringLiteral("shots"));
-        QDir().mkpath(shots);
+        const QString shots = run.path("shots");
         for (int i = 0; i < 3; ++i) {
             // shot1 larger, to be told from the others in a preview.
-            QImage image(i == 1 ? QSize(560, 350) : QSize(320, 200), QImage::Format_RGB32);
-            image.fill(QColor::fromHsv(i * 120, 200, 220));
-            QVERIFY(image.save(shots + QStringLiteral("/shot%1.png").arg(i)));
+            QVERIFY(TestFiles::writeImage(shots + QStringLiteral("/shot%1.png").arg(i),
+                                          i == 1 ? QSize(560, 350) : QSize(320, 200),
+                                          QColor::fromHsv(i * 120, 200, 220))
+                        .isValid());
         }
-        QSettings prefs(run.configHome() + QStringLiteral("/Brindlewick/Brindlewick.conf"), QSettings::IniFormat);
-        prefs.setValue(QStringLiteral("folder"), shots);
-        prefs.setValue(QStringLiteral("cellWidth"), 160);
-        run.setVar(QStringLiteral("BRINDLEWICK_DEBUG"));
+        run.setPreference("folder", shots);
+        run.setPreference("cellWidth", 160);
+        run.setVar("BRINDLEWICK_DEBUG");
         if (dark)
-            run.setVar(QStringLiteral("BRINDLEWICK_PALETTE"), QStringLiteral("dark"));
-    }
-
-    static void start(AppRun &run)
-    {
-        run.start();
-        QVERIFY2(!run.waitForLine(QStringLiteral("] ready")).isNull(), qPrintable(run.lines().join('\n')));
-    }
-
-    // A new screenshot brings the card: in the output's bottom-right corner
-    // 20 px from both edges, at the size the program gave it, drawn (the
-    // white screenshot and the dark card show in the compositor's capture),
-    // without focus; it leaves after its time.
-    void cardInTheCorner(WaylandSession::Compositor compositor, const QString &name)
-    {
-        WaylandSession session(compositor, true);
-        needSession(session);
-        AppRun run(QString{});
-        prepare(run, false);
-        session.enter(run);
-        start(run);
-        QImage fresh(400, 250, QImage::Format_RGB32);
-        fresh.fill(Qt::white);
-        QVERIFY(fresh.save(run.path(QStringLiteral("shots/fresh.png"))));
-        const QString shown = run.waitForLine(QStringLiteral("] flash shown fresh.png"));
-        QVERIFY2(!shown.isNull(), qPrintable(run.lines().join('\n')));
-        const QSize size = shownSize(shown);
-
-        const QList<quint32> cards = session.x11Windows(QStringLiteral("^New Screenshot$"));
-        QCOMPARE(cards.size(), 1);
-        const QRect card = session.x11Geometry(cards.first());
-        QCOMPARE(card.size(), size);
-        QCOMPARE(card.right() + 1, WaylandSession::screenWidth - edgeGap);
-        QCOMPARE(card.bottom() + 1, WaylandSession::screenHeight - edgeGap);
-
-        const QImage screen = session.capture(capturePath(name + QStringLiteral("-card.png")));
-        QVERIFY(!screen.isNull());
-        QCOMPARE(screen.size(), QSize(WaylandSession::screenWidth, WaylandSession::screenHeight));
-        const QRect image = card.adjusted(10, 10, -10, -32);
-        QVERIFY2(countNear(screen, image, Qt::white) > image.width() * image.height() * 9 / 10,
-                 qPrintable(capturePath(name + QStringLiteral("-card.png"))));
-        const QRect footer(card.left() + 4, card.bottom() - 8, card.width() - 8, 4);
-        QVERIFY(countNear(screen, footer, QColor::fromRgbF(0.12f, 0.12f, 0.12f), 16) > footer.width() * 2);
-
-        if (compositor == WaylandSession::Compositor::sway) {
-            // Nothing of ours in sway's tree: it manages no such window.
-            const QJsonObject tree = session.tree();
-            QVERIFY(findSwayWindow(tree, QStringLiteral("^New Screenshot$")).isEmpty());
-            QCOMPARE(swayFocus(tree), QStringLiteral("(workspace)"));
-        } else {
-            QByteArray active;
-            session.tool(QStringLiteral("xprop"), {QStringLiteral("-root"), QStringLiteral("_NET_ACTIVE_WINDOW")},
-                         &active);
-            QVERIFY2(!active.contains(QByteArray::number(cards.first(), 16)), active.constData());
-        }
-
-        QVERIFY(!run.waitForLine(QStringLiteral("] flash gone fresh.png")).isNull());
-        QTRY_VERIFY_WITH_TIMEOUT(session.x11Windows(QStringLiteral("^New Screenshot$")).isEmpty(),
-                                 AppRun::defaultTimeoutMs);
+            run.setVar("BRINDLEWICK_PALETTE", "dark");
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY2(QFileInfo(AppRun::binary()).isExecutable(), "BRINDLEWICK_BIN must name the binary");
-        m_captures = qEnvironmentVariable("BRINDLEWICK_CAPTURES",
-                                          QDir::tempPath() + QStringLiteral("/brindlewick-captures-wayland"));
+        m_captures = qEnvironmentVariable("BRINDLEWICK_CAPTURES", QDir::tempPath() + "/brindlewick-captures-wayland");
         QDir().mkpath(m_captures);
     }
 
-    void cardInTheCornerUnderWeston() { cardInTheCorner(WaylandSession::Compositor::weston, QStringLiteral("weston")); }
-    void cardInTheCornerUnderSway() { cardInTheCorner(WaylandSession::Compositor::sway, QStringLiteral("sway")); }
-
-    // Without XWayland (Qt's Wayland platform) a Wayland window cannot say
-    // where it goes: sway centres the card, but floats it at its own size
-    // instead of tiling it over the whole output.
-    void cardFloatsUnderSwayWithoutXWayland()
+    // A new screenshot brings the card. Through XWayland: in the output's
+    // bottom-right corner 20 px from both edges, at the size the program gave
+    // it, drawn (the white screenshot and the dark card show in the
+    // compositor's capture), without focus. Without XWayland (Qt's Wayland
+    // platform) a window cannot say where it goes: sway centres the card, but
+    // floats it at its own size instead of tiling it over the output. It
+    // leaves after its time.
+    void cardInTheCorner_data()
     {
-        WaylandSession session(WaylandSession::Compositor::sway, false);
+        QTest::addColumn<WaylandSession::Compositor>("compositor");
+        QTest::addColumn<bool>("xwayland");
+        QTest::newRow("weston") << WaylandSession::Compositor::weston << true;
+        QTest::newRow("sway") << WaylandSession::Compositor::sway << true;
+        QTest::newRow("sway without XWayland") << WaylandSession::Compositor::sway << false;
+    }
+    void cardInTheCorner()
+    {
+        QFETCH(WaylandSession::Compositor, compositor);
+        QFETCH(bool, xwayland);
+        const bool sway = compositor == WaylandSession::Compositor::sway;
+        WaylandSession session(compositor, xwayland);
         needSession(session);
         AppRun run(QString{});
         prepare(run, false);
         session.enter(run);
-        start(run);
-        QImage fresh(400, 250, QImage::Format_RGB32);
-        fresh.fill(Qt::white);
-        QVERIFY(fresh.save(run.path(QStringLiteral("shots/fresh.png"))));
-        const QString shown = run.waitForLine(QStringLiteral("] flash shown fresh.png"));
+        QVERIFY(run.startReady());
+        QVERIFY(TestFiles::writeImage(run.path("shots/fresh.png"), {400, 250}, Qt::white).isValid());
+        const QString shown = run.waitForLine("] flash shown fresh.png");
         QVERIFY2(!shown.isNull(), qPrintable(run.lines().join('\n')));
-        bool floating = false;
-        QJsonObject card;
-        QTRY_VERIFY_WITH_TIMEOUT(
-            !(card = findSwayWindow(session.tree(), QStringLiteral("^New Screenshot$"), &floating)).isEmpty(),
-            AppRun::defaultTimeoutMs);
-        session.capture(capturePath(QStringLiteral("sway-native-card.png")));
-        QVERIFY(floating);
-        QCOMPARE(swayRect(card).size(), shownSize(shown));
-        QVERIFY(!run.waitForLine(QStringLiteral("] flash gone fresh.png")).isNull());
-        QTRY_VERIFY_WITH_TIMEOUT(findSwayWindow(session.tree(), QStringLiteral("^New Screenshot$")).isEmpty(),
-                                 AppRun::defaultTimeoutMs);
+        const QString shot = capturePath(QString(QTest::currentDataTag()).replace(' ', '-') + "-card.png");
+        const auto cardNode = [&session](bool *floating = nullptr) {
+            return findSwayWindow(session.tree(), "^New Screenshot$", floating);
+        };
+
+        if (!xwayland) {
+            bool floating = false;
+            QJsonObject card;
+            QTRY_VERIFY_WITH_TIMEOUT(!(card = cardNode(&floating)).isEmpty(), AppRun::defaultTimeoutMs);
+            session.capture(shot);
+            QVERIFY(floating);
+            QCOMPARE(swayRect(card).size(), shownSize(shown));
+            QVERIFY(!run.waitForLine("] flash gone fresh.png").isNull());
+            QTRY_VERIFY_WITH_TIMEOUT(cardNode().isEmpty(), AppRun::defaultTimeoutMs);
+            return;
+        }
+        const QList<quint32> cards = session.x11Windows("^New Screenshot$");
+        QCOMPARE(cards.size(), 1);
+        const QRect card = session.x11Geometry(cards.first());
+        QCOMPARE(card.size(), shownSize(shown));
+        QCOMPARE(card.right() + 1, WaylandSession::screenWidth - edgeGap);
+        QCOMPARE(card.bottom() + 1, WaylandSession::screenHeight - edgeGap);
+
+        const QImage screen = session.capture(shot);
+        QCOMPARE(screen.size(), QSize(WaylandSession::screenWidth, WaylandSession::screenHeight));
+        const QRect image = card.adjusted(10, 10, -10, -32);
+        QVERIFY2(countNear(screen, image, Qt::white) > image.width() * image.height() * 9 / 10, qPrintable(shot));
+        const QRect footer(card.left() + 4, card.bottom() - 8, card.width() - 8, 4);
+        QVERIFY(countNear(screen, footer, QColor::fromRgbF(0.12f, 0.12f, 0.12f), 16) > footer.width() * 2);
+
+        if (sway) {
+            // Nothing of ours in sway's tree: it manages no such window.
+            QVERIFY(cardNode().isEmpty());
+            QCOMPARE(swayFocus(session.tree()), "(workspace)");
+        } else {
+            QByteArray active;
+            session.tool("xprop", {"-root", "_NET_ACTIVE_WINDOW"}, &active);
+            QVERIFY2(!active.contains(QByteArray::number(cards.first(), 16)), active.constData());
+        }
+        QVERIFY(!run.waitForLine("] flash gone fresh.png").isNull());
+        QTRY_VERIFY_WITH_TIMEOUT(session.x11Windows("^New Screenshot$").isEmpty(), AppRun::defaultTimeoutMs);
     }
 
     // Through XWayland the preview (Space) and a pin (P) keep their own
@@ -260,13 +230,13 @@ private Q_SLOTS:
         AppRun run(QString{});
         prepare(run, dark);
         session.enter(run);
-        run.setVar(QStringLiteral("BRINDLEWICK_OPEN"));
+        run.setVar("BRINDLEWICK_OPEN");
         // Space; a pause (a token that is no key) long enough to capture the
         // preview alone; P; Right.
-        run.setVar(QStringLiteral("BRINDLEWICK_KEY"), QStringLiteral("49,-,-,-,-,-,-,-,35,124"));
-        start(run);
-        const QString name = (sway ? QStringLiteral("sway") : QStringLiteral("weston"));
-        const QString suffix = dark ? QStringLiteral("-dark.png") : QStringLiteral(".png");
+        run.setVar("BRINDLEWICK_KEY", "49,-,-,-,-,-,-,-,35,124");
+        QVERIFY(run.startReady());
+        const QString name = (sway ? "sway" : "weston");
+        const QString suffix = dark ? "-dark.png" : ".png";
         const QRect output(0, 0, WaylandSession::screenWidth, WaylandSession::screenHeight);
 
         const QColor blue = QColor::fromHsv(240, 200, 220);
@@ -278,21 +248,20 @@ private Q_SLOTS:
         // window are not the output's), captured until drawn (a window shows
         // before its first frame).
         QList<quint32> windows;
-        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows(QStringLiteral("^shot2\\.png$"))).size(), 1,
-                                  AppRun::defaultTimeoutMs);
-        const QString previewShot = capturePath(name + QStringLiteral("-preview") + suffix);
+        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows("^shot2\\.png$")).size(), 1, AppRun::defaultTimeoutMs);
+        const QString previewShot = capturePath(name + "-preview" + suffix);
         QImage alone;
         QTRY_VERIFY2_WITH_TIMEOUT(
             nearSize(extent(alone = session.capture(previewShot), blue, 250).size(), QSize(320, 200)),
             qPrintable(previewShot), AppRun::defaultTimeoutMs);
-        QCOMPARE(session.x11Windows(QStringLiteral("^shot2\\.png$")).size(), 1); // no pin yet
+        QCOMPARE(session.x11Windows("^shot2\\.png$").size(), 1); // no pin yet
         const QRect preview = session.x11Geometry(windows.first());
         QRect expected(0, 0, WaylandSession::screenWidth * 7 / 10, WaylandSession::screenHeight * 8 / 10);
         expected.moveCenter(output.center());
         QCOMPARE(preview.size(), expected.size());
         if (sway) {
             bool floating = false;
-            const QJsonObject node = findSwayWindow(session.tree(), QStringLiteral("^shot2\\.png$"), &floating);
+            const QJsonObject node = findSwayWindow(session.tree(), "^shot2\\.png$", &floating);
             QVERIFY(floating);
             QCOMPARE(swayRect(node), preview);
         }
@@ -301,11 +270,11 @@ private Q_SLOTS:
         // preview, which now shows shot1: most of its green picture shows
         // beside or under the pin.
         quint32 pinWindow = 0;
-        QTRY_VERIFY_WITH_TIMEOUT(session.x11Windows(QStringLiteral("^shot1\\.png$")).size() == 1
-                                     && (windows = session.x11Windows(QStringLiteral("^shot2\\.png$"))).size() == 1
+        QTRY_VERIFY_WITH_TIMEOUT(session.x11Windows("^shot1\\.png$").size() == 1
+                                     && (windows = session.x11Windows("^shot2\\.png$")).size() == 1
                                      && (pinWindow = windows.first()),
                                  AppRun::defaultTimeoutMs);
-        const QString pinShot = capturePath(name + QStringLiteral("-pin") + suffix);
+        const QString pinShot = capturePath(name + "-pin" + suffix);
         QImage screen;
         QTRY_VERIFY2_WITH_TIMEOUT(nearSize(extent(screen = session.capture(pinShot), blue, 250).size(), QSize(320, 200))
                                       && countNear(screen, output, green) > 560 * 350 / 2,
@@ -313,7 +282,7 @@ private Q_SLOTS:
         QCOMPARE(session.x11Geometry(pinWindow).size(), QSize(320, 200));
         if (sway) {
             bool floating = false;
-            findSwayWindow(session.tree(), QStringLiteral("^shot2\\.png$"), &floating);
+            findSwayWindow(session.tree(), "^shot2\\.png$", &floating);
             QVERIFY(floating);
         }
     }
@@ -327,23 +296,21 @@ private Q_SLOTS:
         AppRun run(QString{});
         prepare(run, false);
         session.enter(run);
-        run.setVar(QStringLiteral("BRINDLEWICK_SETTINGS"));
-        start(run);
+        run.setVar("BRINDLEWICK_SETTINGS");
+        QVERIFY(run.startReady());
         QList<quint32> windows;
-        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows(QStringLiteral("^Settings$"))).size(), 1,
-                                  AppRun::defaultTimeoutMs);
+        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows("^Settings$")).size(), 1, AppRun::defaultTimeoutMs);
         bool floating = false;
         QJsonObject node;
-        QTRY_VERIFY_WITH_TIMEOUT(
-            !(node = findSwayWindow(session.tree(), QStringLiteral("^Settings$"), &floating)).isEmpty(),
-            AppRun::defaultTimeoutMs);
-        session.capture(capturePath(QStringLiteral("sway-settings.png")));
+        QTRY_VERIFY_WITH_TIMEOUT(!(node = findSwayWindow(session.tree(), "^Settings$", &floating)).isEmpty(),
+                                 AppRun::defaultTimeoutMs);
+        session.capture(capturePath("sway-settings.png"));
         QVERIFY(floating);
         const QRect settings = session.x11Geometry(windows.first());
         QCOMPARE(settings.width(), 540);
         QCOMPARE(swayRect(node), settings);
         bool shelfFloats = false;
-        const QJsonObject shelf = findSwayWindow(session.tree(), QStringLiteral("^shots$"), &shelfFloats);
+        const QJsonObject shelf = findSwayWindow(session.tree(), "^shots$", &shelfFloats);
         QVERIFY(shelfFloats);
         QVERIFY(swayRect(shelf).height() > settings.height());
     }

@@ -71,7 +71,7 @@ private Q_SLOTS:
     {
         ChangesRig rig;
         QVERIFY(rig.build());
-        const QString a = QStringLiteral("a.png");
+        const QString a = "a.png";
         QTRY_VERIFY(rig.cellShows(a, rig.colourOf(a)));
         rig.quickLook.show(rig.url(a), rig.shelf->visible());
         rig.pins.pin(rig.url(a));
@@ -99,7 +99,7 @@ private Q_SLOTS:
     {
         ChangesRig rig;
         QVERIFY(rig.build());
-        const QString b = QStringLiteral("b.png");
+        const QString b = "b.png";
         QTRY_VERIFY(rig.cellShows(b, rig.colourOf(b)));
         rig.shelf->select(rig.url(b));
         const QColor grey(128, 128, 128);

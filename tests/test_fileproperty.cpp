@@ -7,7 +7,6 @@
 #include "files/safefiles.h"
 #include "platform/trash.h"
 #include "support/files.h"
-#include "support/isolatedmain.h"
 
 #include <QDirIterator>
 #include <QImage>
@@ -25,16 +24,16 @@ using Contents = QHash<QByteArray, int>; // file bytes -> how many files hold th
 constexpr int kSequences = 400;
 constexpr int kStepsPerSequence = 8;
 
-const QStringList kNamePool = {QStringLiteral("a.png"),
-                               QStringLiteral("a 2.png"),
-                               QStringLiteral("a copy.png"),
-                               QStringLiteral("README"),
-                               QStringLiteral("x.jpeg"),
-                               QStringLiteral("x.jpg"),
-                               QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png"),
-                               QStringLiteral("2026-10-08 05.12.49.png"),
-                               QStringLiteral("shot 2"),
-                               QStringLiteral(".hidden.png")};
+const QStringList kNamePool = {"a.png",
+                               "a 2.png",
+                               "a copy.png",
+                               "README",
+                               "x.jpeg",
+                               "x.jpg",
+                               "Screenshot 2026-10-08 at 05.12.49.png",
+                               "2026-10-08 05.12.49.png",
+                               "shot 2",
+                               ".hidden.png"};
 
 // What `after` holds beyond `before`; nullopt when some of `before` is gone.
 std::optional<Contents> added(Contents after, const Contents &before)
@@ -146,9 +145,9 @@ private Q_SLOTS:
         // Most folders live in memory (/dev/shm) when it is a file system of
         // its own, so syncing to disk does not dominate the run; one folder
         // on the ordinary temporary folder makes moves cross file systems.
-        const QString shm = QStringLiteral("/dev/shm");
+        const QString shm = "/dev/shm";
         const bool split = QFileInfo(shm).isWritable() && deviceOf(shm) != deviceOf(QDir::tempPath());
-        const QString mainTemplate = (split ? shm : QDir::tempPath()) + QStringLiteral("/brindlewick-test-XXXXXX");
+        const QString mainTemplate = (split ? shm : QDir::tempPath()) + "/brindlewick-test-XXXXXX";
         const auto other = split ? std::make_unique<QTemporaryDir>() : nullptr;
         int crossDevice = 0;
 
@@ -158,13 +157,13 @@ private Q_SLOTS:
             folders = {dir.filePath("A"), dir.filePath("A/B")};
             roots = {dir.path()};
             if (other) {
-                folders.append(otherRoot + QStringLiteral("/C"));
+                folders.append(otherRoot + "/C");
                 roots.append(otherRoot);
             }
             for (const QString &folder : folders)
                 QDir().mkpath(folder);
             trash = std::make_unique<FreedesktopTrash>(dir.filePath("Trash"), [otherRoot](const QString &p) {
-                return !otherRoot.isEmpty() && p.startsWith(otherRoot) ? otherRoot : QStringLiteral("/");
+                return !otherRoot.isEmpty() && p.startsWith(otherRoot) ? otherRoot : "/";
             });
             for (int i = 0; i < 6; ++i)
                 makeFile(folders.at(random.bounded(2)));
@@ -181,7 +180,7 @@ private Q_SLOTS:
                 QCOMPARE(*added, reported);
             }
             if (other) {
-                QDirIterator it(otherRoot + QStringLiteral("/C"), QDir::Files);
+                QDirIterator it(otherRoot + "/C", QDir::Files);
                 crossDevice += it.hasNext() ? 1 : 0;
             }
         }
@@ -190,5 +189,5 @@ private Q_SLOTS:
     }
 };
 
-ISOLATED_GUI_TEST_MAIN(TestFileProperty)
+QTEST_MAIN(TestFileProperty)
 #include "test_fileproperty.moc"

@@ -86,7 +86,7 @@ private Q_SLOTS:
         // and a folder that cannot be read show like any other.
         const QString longName = QString(QLatin1Char('x')).repeated(251) + ".dir";
         const QString odd = "Say \"cheese\" \U0001F600 'now'";
-        for (const QString &name : {QStringLiteral("B"), odd, longName, QStringLiteral("Locked")})
+        for (const QString &name : QStringList{"B", odd, longName, "Locked"})
             QVERIFY(QDir().mkpath(rig.file(name)));
         Sandbox::writeFile(rig.file("B/c.png"));
         Sandbox::writeFile(rig.file(odd + "/d.png"));

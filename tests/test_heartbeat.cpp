@@ -37,7 +37,7 @@ public:
                     if (end < 0)
                         return;
                     const QByteArray head = buffer->left(end);
-                    const QRegularExpression lengthLine(QStringLiteral("content-length:\\s*(\\d+)"),
+                    const QRegularExpression lengthLine("content-length:\\s*(\\d+)",
                                                         QRegularExpression::CaseInsensitiveOption);
                     const qsizetype length = lengthLine.match(QString::fromLatin1(head)).captured(1).toLongLong();
                     if (buffer->size() < end + 4 + length)
@@ -72,10 +72,10 @@ private Q_SLOTS:
     void pingsOnceADayAndOnlyAnAcceptedPingCounts()
     {
         Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
+        Prefs prefs(box.path("prefs.conf"));
         PingServer server;
         qint64 now = 1'800'000'000'000;
-        Heartbeat beat(prefs, server.url(), QStringLiteral("0.1.0"), QStringLiteral("12.0"), [&] { return now; });
+        Heartbeat beat(prefs, server.url(), "0.1.0", "12.0", [&] { return now; });
         QSignalSpy answered(&beat, &Heartbeat::answered);
 
         beat.start(); // first launch: nothing stored, so it is due
@@ -84,10 +84,10 @@ private Q_SLOTS:
         QVERIFY(server.heads.first().toLower().contains("content-type: application/json"));
         const QJsonObject body = QJsonDocument::fromJson(server.bodies.first()).object();
         QCOMPARE(body.keys(), (QStringList{"id", "os", "v"}));
-        const QString id = body.value(QStringLiteral("id")).toString();
-        QVERIFY(QRegularExpression(QStringLiteral("^[0-9a-f]{8}-([0-9a-f]{4}-){3}[0-9a-f]{12}$")).match(id).hasMatch());
+        const QString id = body.value("id").toString();
+        QVERIFY(QRegularExpression("^[0-9a-f]{8}-([0-9a-f]{4}-){3}[0-9a-f]{12}$").match(id).hasMatch());
         QCOMPARE(prefs.text(PrefKey::installID), id);
-        QCOMPARE(body.value(QStringLiteral("os")).toString(), QStringLiteral("12.0"));
+        QCOMPARE(body.value("os").toString(), "12.0");
 
         now += 23 * 3600 * 1000LL; // not due yet
         beat.send(false);
@@ -108,9 +108,9 @@ private Q_SLOTS:
     void offForgetsAndOnSendsAtOnce()
     {
         Sandbox box;
-        Prefs prefs(box.path(QStringLiteral("prefs.conf")));
+        Prefs prefs(box.path("prefs.conf"));
         PingServer server;
-        Heartbeat beat(prefs, server.url(), QString(), QStringLiteral("24.04"));
+        Heartbeat beat(prefs, server.url(), QString(), "24.04");
         QSignalSpy answered(&beat, &Heartbeat::answered);
         beat.send(true);
         QVERIFY(answered.wait(10000));
@@ -127,8 +127,8 @@ private Q_SLOTS:
         QVERIFY(answered.wait(10000));
         QCOMPARE(server.bodies.size(), 2);
         const QJsonObject body = QJsonDocument::fromJson(server.bodies.last()).object();
-        QVERIFY(body.value(QStringLiteral("id")).toString() != first);
-        QCOMPARE(body.value(QStringLiteral("v")).toString(), QString());
+        QVERIFY(body.value("id").toString() != first);
+        QCOMPARE(body.value("v").toString(), QString());
     }
 
     void distributionVersionIsMajorAndMinor_data()
@@ -145,7 +145,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, file);
         QFETCH(QString, version);
         Sandbox box;
-        const QString path = box.path(QStringLiteral("os-release"));
+        const QString path = box.path("os-release");
         Sandbox::writeFile(path, file);
         QCOMPARE(Heartbeat::distributionVersion(path), version);
     }

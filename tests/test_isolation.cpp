@@ -18,7 +18,7 @@ private Q_SLOTS:
         const passwd *user = ::getpwuid(::getuid());
         QVERIFY(user);
         QVERIFY2(home != QDir(QString::fromLocal8Bit(user->pw_dir)).canonicalPath(), qPrintable(home));
-        QVERIFY2(home.startsWith(QDir::tempPath() + QStringLiteral("/brindlewick-test-")), qPrintable(home));
+        QVERIFY2(home.startsWith(QDir::tempPath() + "/brindlewick-test-"), qPrintable(home));
         QVERIFY(QFileInfo(home).isDir());
         QVERIFY(QDir(home).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden).size() <= 3);
         for (const auto location : {QStandardPaths::ConfigLocation, QStandardPaths::GenericDataLocation,

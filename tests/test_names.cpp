@@ -23,11 +23,10 @@ class TestNames : public QObject
 private Q_SLOTS:
     void cleanName()
     {
-        const QString bare = QStringLiteral("2026-10-08 05.12.49.png");
-        const QString french = QStringLiteral("Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png");
+        const QString bare = "2026-10-08 05.12.49.png";
+        const QString french = "Capture d'\u00E9cran 2026-10-08 \u00E0 05.12.49.png";
         const QList<QPair<QString, QString>> cases = {
             {"Screenshot 2026-10-08 at 05.12.49.png", bare},
-            {"\u30B9\u30AF\u30EA\u30FC\u30F3\u30B7\u30E7\u30C3\u30C8 2026-10-08 5.12.49.png", "2026-10-08 5.12.49.png"},
             {"\u622A\u5C4F2026-10-08 05.12.49.png", bare}, // no space after the prefix
             // File managers and other tools on Linux often write names decomposed.
             {decomposed(french), bare},
@@ -39,7 +38,6 @@ private Q_SLOTS:
             // Nothing to clean: the name keeps its own (decomposed) spelling.
             {decomposed("Caf\u00E9 menu.png"), decomposed("Caf\u00E9 menu.png")},
             {"Screenshot \t a  b\t.png", "a  b\t.png"},
-            {"x at y um z o w.png", "x y z w.png"},
         };
         for (const auto &[name, clean] : cases)
             QCOMPARE(ScreenshotNames::cleanName(name), clean);

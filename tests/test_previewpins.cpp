@@ -3,6 +3,7 @@
 #include "actions/views/previewwindow.h"
 #include "actions/views/quicklook.h"
 #include "support/badimages.h"
+#include "support/files.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -15,9 +16,7 @@ namespace {
 
 QUrl writeImage(const QString &path, int w, int h, const char *format = "PNG")
 {
-    QImage image(w, h, QImage::Format_RGB32);
-    image.fill(QColor(40, 120, 200));
-    return image.save(path, format) ? QUrl::fromLocalFile(path) : QUrl();
+    return TestFiles::writeImage(path, {w, h}, QColor(40, 120, 200), format);
 }
 
 // Stands in for the shelf window: records the keys it receives.

@@ -35,7 +35,7 @@ private Q_SLOTS:
         owner.show();
         DialogTextPrompt textPrompt(&owner);
         TextPromptRequest request;
-        request.text = QStringLiteral("shot.png");
+        request.text = "shot.png";
         request.selectStem = true;
         QList<std::optional<QString>> texts;
         const auto askText = [&] {
@@ -47,10 +47,10 @@ private Q_SLOTS:
         QDialog *dialog = nullptr;
         QVERIFY(dialog = openDialog<QDialog>());
         auto *field = dialog->findChild<QLineEdit *>();
-        QCOMPARE(field->selectedText(), QStringLiteral("shot"));
-        field->setText(QStringLiteral("renamed.png"));
+        QCOMPARE(field->selectedText(), "shot");
+        field->setText("renamed.png");
         QTest::keyClick(field, Qt::Key_Return);
-        QTRY_COMPARE(texts, (QList<std::optional<QString>>{QStringLiteral("renamed.png")}));
+        QTRY_COMPARE(texts, (QList<std::optional<QString>>{"renamed.png"}));
 
         askText();
         QVERIFY(dialog = openDialog<QDialog>());
@@ -59,8 +59,7 @@ private Q_SLOTS:
         QCOMPARE(texts.last(), std::nullopt); // Escape: no answer
 
         DialogConfirmPrompt confirmPrompt;
-        const ConfirmRequest confirm{
-            QStringLiteral("Clean up?"), {}, QStringLiteral("Clean Up"), QStringLiteral("Cancel")};
+        const ConfirmRequest confirm{"Clean up?", {}, "Clean Up", "Cancel"};
         QList<bool> answers;
         const auto ask = [&] { confirmPrompt.confirm(confirm, [&](bool yes) { answers.append(yes); }); };
         ask();
@@ -78,12 +77,12 @@ private Q_SLOTS:
     void theFolderChooserAnswersOnlyWithAFolder()
     {
         QTemporaryDir dir;
-        const QString file = dir.filePath(QStringLiteral("a.png"));
+        const QString file = dir.filePath("a.png");
         QFile(file).open(QIODevice::WriteOnly);
         FolderChooserDialog chooser(nullptr);
         QStringList answers;
         for (const QString &chosen : {file, dir.path()}) {
-            chooser.chooseFolder(dir.path(), QStringLiteral("Use this folder"), QString(),
+            chooser.chooseFolder(dir.path(), "Use this folder", QString(),
                                  [&](const QString &folder) { answers.append(folder); });
             QFileDialog *dialog = nullptr;
             QVERIFY(dialog = openDialog<QFileDialog>());

@@ -11,17 +11,9 @@
 #include <QTest>
 
 using TestFiles::setMtime;
+using TestFiles::writeImage;
 
 namespace {
-
-QUrl writeImage(const QString &path, QSize size, QColor color, const char *format = "PNG")
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(color);
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    image.save(path, format);
-    return QUrl::fromLocalFile(path);
-}
 
 // Asks and waits for the answer, which may come at once or later.
 QImage loadAndWait(Thumbs &thumbs, const QUrl &file, qreal size, qreal dpr = 1)
@@ -174,12 +166,7 @@ private Q_SLOTS:
                     const QRgb a = ours.pixel(x, y), b = reference.pixel(x, y);
                     // Premultiplying may round the other way.
                     QVERIFY2(ColourImages::near(a, b, shape.channels == 4 ? 1 : 0),
-                             qPrintable(QStringLiteral("%1 at %2,%3: %4 for %5")
-                                            .arg(path)
-                                            .arg(x)
-                                            .arg(y)
-                                            .arg(a, 8, 16)
-                                            .arg(b, 8, 16)));
+                             qPrintable(QString::asprintf("%s at %d,%d: %08x for %08x", qPrintable(path), x, y, a, b)));
                 }
         }
     }
@@ -284,7 +271,7 @@ private Q_SLOTS:
         const auto ask = [&](const QString &name, QObject *context) {
             const QUrl file = writeImage(box.path(name + ".png"), {300, 200}, Qt::red);
             tickets[name] = thumbs.request(file, 100, 1, context, [&order, name](const QImage &image) {
-                order << (image.isNull() ? QStringLiteral("none") : name);
+                order << (image.isNull() ? "none" : name);
             });
         };
         for (const char *name : {"a", "b", "c", "d", "e"})

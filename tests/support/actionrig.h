@@ -11,13 +11,13 @@
 // runner, the preview, pins, and a prompt that answers at once.
 struct ActionRig : ShelfRig
 {
-    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
+    FreedesktopTrash trash{box.path("Trash")};
     ActionRunner runner{trash, &meta};
     QuickLook quickLook;
     Pins pins;
     ScriptedPrompt prompt;
 
-    QString trashed(const QString &name) const { return box.path(QStringLiteral("Trash/files/")) + name; }
+    QString trashed(const QString &name) const { return box.path("Trash/files/") + name; }
     bool settle()
     {
         return QTest::qWaitFor([this] { return runner.pending() == 0; }, 10000);

@@ -1,12 +1,82 @@
 #include "support/apprun.h"
 
+#include "support/files.h"
+
 #include <QColor>
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QImage>
+#include <QSettings>
 #include <QStandardPaths>
 
 #include <algorithm>
+
+Ran runProcess(const QProcessEnvironment &environment, const QString &program, const QStringList &arguments,
+               int timeoutMs, const QString &workingDirectory)
+{
+    Ran ran;
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(workingDirectory);
+    process.start(program, arguments);
+    if (!process.waitForFinished(timeoutMs)) {
+        endProcess(process);
+        return ran;
+    }
+    ran.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    ran.out = process.readAllStandardOutput();
+    ran.err = process.readAllStandardError();
+    return ran;
+}
+
+void endProcess(QProcess &process)
+{
+    if (process.state() == QProcess::NotRunning)
+        return;
+    process.terminate();
+    if (!process.waitForFinished(5000))
+        process.kill();
+    process.waitForFinished(5000);
+}
+
+QString firstLine(QProcess &process, int timeoutMs)
+{
+    QByteArray line;
+    const QDeadlineTimer deadline(timeoutMs);
+    while (!line.contains('\n') && process.state() != QProcess::NotRunning && !deadline.hasExpired()) {
+        process.waitForReadyRead(int(std::max<qint64>(deadline.remainingTime(), 1)));
+        line += process.readAllStandardOutput();
+    }
+    return QString::fromUtf8(line.trimmed());
+}
+
+SessionBus::SessionBus(const QProcessEnvironment &environment, const QStringList &services, bool machineServices)
+{
+    QStringList arguments{"--nofork", "--print-address=1"};
+    if (machineServices) {
+        arguments << "--session";
+    } else {
+        const QString serviceDir = m_dir.filePath("services");
+        QDir().mkpath(serviceDir);
+        for (const QString &name : services)
+            QFile::copy("/usr/share/dbus-1/services/" + name, serviceDir + '/' + name);
+        const QString config = m_dir.filePath("bus.conf");
+        QFile file(config);
+        if (!file.open(QIODevice::WriteOnly))
+            return;
+        file.write("<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\" "
+                   "\"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+                   "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
+                   "<servicedir>"
+                   + QFile::encodeName(serviceDir)
+                   + "</servicedir><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
+                     "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
+        file.close();
+        arguments << "--config-file=" + config;
+    }
+    m_daemon.setProcessEnvironment(environment);
+    m_daemon.start("dbus-daemon", arguments);
+    m_address = firstLine(m_daemon);
+}
 
 VirtualDisplay::VirtualDisplay()
 {
@@ -14,50 +84,32 @@ VirtualDisplay::VirtualDisplay()
         return;
     // -displayfd 1: the server picks a free display and writes its number
     // to standard output once it accepts connections.
-    m_server.start(QStringLiteral("Xvfb"),
-                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"), QStringLiteral("0"),
-                    QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
-    if (!m_server.waitForStarted(10000))
-        return;
-    QByteArray number;
-    const QDeadlineTimer deadline(20000);
-    while (!number.contains('\n') && m_server.state() == QProcess::Running && !deadline.hasExpired()) {
-        m_server.waitForReadyRead(int(std::max<qint64>(deadline.remainingTime(), 1)));
-        number += m_server.readAllStandardOutput();
-    }
-    number = number.trimmed();
+    m_server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
+    const QString number = firstLine(m_server);
     if (!number.isEmpty() && m_server.state() == QProcess::Running)
-        m_display = QLatin1Char(':') + QString::fromLatin1(number);
+        m_display = ':' + number;
 }
 
-VirtualDisplay::~VirtualDisplay()
-{
-    if (m_server.state() == QProcess::NotRunning)
-        return;
-    m_server.terminate();
-    if (!m_server.waitForFinished(5000))
-        m_server.kill();
-    m_server.waitForFinished(5000);
-}
+VirtualDisplay::~VirtualDisplay() { endProcess(m_server); }
 
-bool VirtualDisplay::isInstalled() { return !QStandardPaths::findExecutable(QStringLiteral("Xvfb")).isEmpty(); }
+bool VirtualDisplay::isInstalled() { return !QStandardPaths::findExecutable("Xvfb").isEmpty(); }
 
 AppRun::AppRun(const QString &display)
 {
     const QString root = m_root.path();
     for (const char *folder : {"home/.config", "home/.local/share", "home/.cache", "home/Desktop", "run"})
         QDir().mkpath(root + QLatin1Char('/') + QLatin1String(folder));
-    QFile::setPermissions(root + QStringLiteral("/run"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    m_environment.insert(QStringLiteral("PATH"), qEnvironmentVariable("PATH"));
-    m_environment.insert(QStringLiteral("HOME"), root + QStringLiteral("/home"));
-    m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"), root + QStringLiteral("/home/.config"));
-    m_environment.insert(QStringLiteral("XDG_DATA_HOME"), root + QStringLiteral("/home/.local/share"));
-    m_environment.insert(QStringLiteral("XDG_CACHE_HOME"), root + QStringLiteral("/home/.cache"));
-    m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), root + QStringLiteral("/run"));
+    QFile::setPermissions(root + "/run", QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    m_environment.insert("PATH", qEnvironmentVariable("PATH"));
+    m_environment.insert("HOME", root + "/home");
+    m_environment.insert("XDG_CONFIG_HOME", root + "/home/.config");
+    m_environment.insert("XDG_DATA_HOME", root + "/home/.local/share");
+    m_environment.insert("XDG_CACHE_HOME", root + "/home/.cache");
+    m_environment.insert("XDG_RUNTIME_DIR", root + "/run");
     // No screenshot tool of the test machine is ever touched.
-    m_environment.insert(QStringLiteral("BRINDLEWICK_SCREENSHOT_TOOL"), QStringLiteral("none"));
+    m_environment.insert("BRINDLEWICK_SCREENSHOT_TOOL", "none");
     if (!display.isEmpty())
-        m_environment.insert(QStringLiteral("DISPLAY"), display);
+        m_environment.insert("DISPLAY", display);
     m_process.setProcessEnvironment(m_environment);
     // waitForReadyRead then waits for standard error.
     m_process.setReadChannel(QProcess::StandardError);
@@ -66,8 +118,6 @@ AppRun::AppRun(const QString &display)
 
 AppRun::~AppRun()
 {
-    if (m_process.state() == QProcess::NotRunning)
-        return;
     m_process.kill();
     m_process.waitForFinished(5000);
 }
@@ -83,19 +133,31 @@ void AppRun::start(const QStringList &arguments)
     m_process.waitForStarted(10000);
 }
 
+bool AppRun::startReady(const QStringList &arguments)
+{
+    start(arguments);
+    if (!waitForLine("] ready").isNull())
+        return true;
+    qWarning("no ready line in:\n%s", qPrintable(m_lines.join('\n')));
+    return false;
+}
+
+void AppRun::setPreference(const QString &key, const QVariant &value) const
+{
+    QSettings(configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).setValue(key, value);
+}
+
+QVariant AppRun::preference(const QString &key) const
+{
+    return QSettings(configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).value(key);
+}
+
 int AppRun::runOnce(const QStringList &arguments, QString *output, int timeoutMs)
 {
-    QProcess once;
-    once.setProcessEnvironment(m_environment);
-    once.start(binary(), arguments);
-    if (!once.waitForFinished(timeoutMs)) {
-        once.kill();
-        once.waitForFinished(5000);
-        return -1;
-    }
+    const Ran ran = runProcess(m_environment, binary(), arguments, timeoutMs);
     if (output)
-        *output = QString::fromUtf8(once.readAllStandardOutput());
-    return once.exitStatus() == QProcess::NormalExit ? once.exitCode() : -1;
+        *output = QString::fromUtf8(ran.out);
+    return ran.status;
 }
 
 void AppRun::readErrors()
@@ -128,7 +190,7 @@ QString AppRun::waitForLine(const QString &text, int occurrence, int timeoutMs)
 
 QStringList AppRun::diagnosticLines() const
 {
-    static const QString prefix = QStringLiteral("[Brindlewick] ");
+    static const QString prefix = "[Brindlewick] ";
     QStringList result;
     for (const QString &line : m_lines) {
         if (line.startsWith(prefix))
@@ -146,8 +208,5 @@ bool AppRun::waitForExit(int timeoutMs)
 
 void writeTestPng(const QString &path, int size)
 {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QImage image(size, size, QImage::Format_RGB32);
-    image.fill(QColor::fromHsv(int(qHash(path) % 360), 160, 220));
-    image.save(path, "PNG");
+    TestFiles::writeImage(path, QSize(size, size), QColor::fromHsv(int(qHash(path) % 360), 160, 220));
 }

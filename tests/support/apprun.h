@@ -4,8 +4,43 @@
 #include <QProcessEnvironment>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QVariant>
 
 #include <memory>
+
+// What a program run to its end left: its exit code (-1 when it did not end
+// normally in time) and its two outputs.
+struct Ran
+{
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+};
+Ran runProcess(const QProcessEnvironment &environment, const QString &program, const QStringList &arguments,
+               int timeoutMs = 20000, const QString &workingDirectory = {});
+// Ends a process the test started: asks first, then kills.
+void endProcess(QProcess &process);
+// The first line `process` writes to standard output (a display number, a
+// bus address), trimmed; empty when none comes in time.
+QString firstLine(QProcess &process, int timeoutMs = 20000);
+
+// A private D-Bus session bus in `environment`: the machine's session
+// services (`machineServices`), or only those named from its list.
+class SessionBus
+{
+public:
+    explicit SessionBus(const QProcessEnvironment &environment, const QStringList &services = {},
+                        bool machineServices = false);
+    ~SessionBus() { endProcess(m_daemon); }
+    SessionBus(const SessionBus &) = delete;
+    SessionBus &operator=(const SessionBus &) = delete;
+    QString address() const { return m_address; }
+
+private:
+    QTemporaryDir m_dir;
+    QProcess m_daemon;
+    QString m_address;
+};
 
 // A virtual X server for end-to-end tests, on a display number it picks
 // itself. Not started when Xvfb is not installed (`isRunning` is false).
@@ -47,12 +82,18 @@ public:
     static QString binary();
 
     QString path(const QString &relative) const;
-    QString home() const { return path(QStringLiteral("home")); }
-    QString configHome() const { return path(QStringLiteral("home/.config")); }
+    QString home() const { return path("home"); }
+    QString configHome() const { return path("home/.config"); }
     QProcessEnvironment &environment() { return m_environment; }
     void setVar(const QString &name, const QString &value = {}) { m_environment.insert(name, value); }
 
     void start(const QStringList &arguments = {});
+    // Starts it and waits for its ready line; false (what it wrote logged)
+    // when none comes.
+    bool startReady(const QStringList &arguments = {});
+    // One of the program's preferences, in the file it reads them from.
+    void setPreference(const QString &key, const QVariant &value) const;
+    QVariant preference(const QString &key) const;
     // Runs the binary once more in the same home and waits for it to end.
     // Returns its exit code (-1 when it did not finish); `output` gets its
     // standard output.

@@ -41,12 +41,12 @@ inline QStringList write(const QString &dir)
     for (int i = int(damaged.size()) / 3; i < damaged.size() * 2 / 3; ++i)
         damaged[i] = char(damaged[i] ^ 0x5a);
     const QList<QPair<QString, QByteArray>> files = {
-        {QStringLiteral("empty.png"), {}},
-        {QStringLiteral("notes.png"), "just some text, not a picture\n"},
-        {QStringLiteral("truncated.png"), png.left(png.size() / 2)},
-        {QStringLiteral("truncated.jpg"), jpeg.left(200)},
-        {QStringLiteral("damaged.png"), damaged},
-        {QStringLiteral("huge.png"), hugePng()},
+        {"empty.png", {}},
+        {"notes.png", "just some text, not a picture\n"},
+        {"truncated.png", png.left(png.size() / 2)},
+        {"truncated.jpg", jpeg.left(200)},
+        {"damaged.png", damaged},
+        {"huge.png", hugePng()},
     };
     QStringList paths;
     for (const auto &[name, bytes] : files) {

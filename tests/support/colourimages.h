@@ -35,6 +35,20 @@ inline bool near(QRgb a, QRgb b, int slack, int alphaSlack = 0)
 }
 inline bool sameColour(const QColor &a, const QColor &b) { return near(a.rgb(), b.rgb(), 3, 255); }
 
+// How many pixels of a 32-bit `image` inside `area` are within `slack` (per
+// channel) of `colour`, whatever their alpha.
+inline int count(const QImage &image, const QRect &area, QRgb colour, int slack)
+{
+    int count = 0;
+    const QRect inside = area.intersected(image.rect());
+    for (int y = inside.top(); y <= inside.bottom(); ++y) {
+        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        for (int x = inside.left(); x <= inside.right(); ++x)
+            count += near(line[x], colour, slack, 255);
+    }
+    return count;
+}
+
 // Whether `image` is a picture of `colour`.
 inline bool shows(const QImage &image, const QColor &colour)
 {

@@ -1,15 +1,10 @@
 #include "support/desktopsession.h"
 
-#include "support/colourimages.h"
-
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTest>
-
-#include <cstdlib>
 
 namespace {
 
@@ -62,7 +57,7 @@ QStringList words(const QString &line) { return line.split(QLatin1Char(' '), Qt:
 // Window ids in the order xprop or xdotool printed them.
 QList<quint32> windowIds(const QString &text)
 {
-    static const QRegularExpression id(QStringLiteral("(0x[0-9a-fA-F]+|\\b\\d+\\b)"));
+    static const QRegularExpression id("(0x[0-9a-fA-F]+|\\b\\d+\\b)");
     QList<quint32> ids;
     for (auto it = id.globalMatch(text); it.hasNext();)
         if (const quint32 window = parseWindowId(it.next().captured(0)))
@@ -84,56 +79,47 @@ QStringList DesktopSession::missingTools()
 DesktopSession::DesktopSession()
 {
     if (!missingTools().isEmpty()) {
-        m_problem = QStringLiteral("missing: ") + missingTools().join(QStringLiteral(", "));
+        m_problem = "missing: " + missingTools().join(", ");
         return;
     }
-    QDir().mkpath(m_home.path() + QStringLiteral("/.config/tint2"));
+    QDir().mkpath(m_home.path() + "/.config/tint2");
     m_display = std::make_unique<VirtualDisplay>();
     if (!m_display->isRunning()) {
-        m_problem = QStringLiteral("Xvfb did not start");
+        m_problem = "Xvfb did not start";
         return;
     }
 
     // The bus first: the window manager and the panel join it too.
-    m_busDaemon.setProcessEnvironment(toolEnvironment());
-    m_busDaemon.start(QStringLiteral("dbus-daemon"), words(QStringLiteral("--session --nofork --print-address=1")));
-    QByteArray address;
-    const QDeadlineTimer deadline(startTimeoutMs);
-    while (!address.contains('\n') && m_busDaemon.state() != QProcess::NotRunning && !deadline.hasExpired()) {
-        m_busDaemon.waitForReadyRead(int(std::max<qint64>(deadline.remainingTime(), 1)));
-        address += m_busDaemon.readAllStandardOutput();
-    }
-    m_bus = QString::fromUtf8(address.trimmed());
-    if (m_bus.isEmpty()) {
-        m_problem = QStringLiteral("dbus-daemon did not start");
+    m_bus = std::make_unique<SessionBus>(toolEnvironment(), QStringList(), true);
+    if (m_bus->address().isEmpty()) {
+        m_problem = "dbus-daemon did not start";
         return;
     }
 
-    if (!startProcess(m_windowManager, QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}))
+    if (!startProcess(m_windowManager, "openbox", {"--sm-disable"}))
         return;
-    const bool managed = QTest::qWaitFor(
-        [&] { return property(0, QStringLiteral("_NET_SUPPORTING_WM_CHECK")).contains(QStringLiteral("window id")); },
-        startTimeoutMs);
+    const bool managed =
+        QTest::qWaitFor([&] { return property(0, "_NET_SUPPORTING_WM_CHECK").contains("window id"); }, startTimeoutMs);
     if (!managed) {
-        m_problem = QStringLiteral("openbox did not take the screen");
+        m_problem = "openbox did not take the screen";
         return;
     }
 
-    const QString config = m_home.path() + QStringLiteral("/.config/tint2/tint2rc");
+    const QString config = m_home.path() + "/.config/tint2/tint2rc";
     QFile file(config);
     if (!file.open(QIODevice::WriteOnly) || file.write(panelConfig) < 0) {
-        m_problem = QStringLiteral("could not write the panel's settings");
+        m_problem = "could not write the panel's settings";
         return;
     }
     file.close();
-    if (!startProcess(m_panel, QStringLiteral("tint2"), {QStringLiteral("-c"), config}))
+    if (!startProcess(m_panel, "tint2", {"-c", config}))
         return;
     // The panel is there once the window manager keeps windows off it.
     const QString workArea = QStringLiteral("0, 0, %1, %2").arg(screenWidth).arg(screenHeight - panelHeight);
-    const bool panelled = QTest::qWaitFor(
-        [&] { return property(0, QStringLiteral("_NET_WORKAREA")).startsWith(workArea); }, startTimeoutMs);
+    const bool panelled =
+        QTest::qWaitFor([&] { return property(0, "_NET_WORKAREA").startsWith(workArea); }, startTimeoutMs);
     if (!panelled) {
-        m_problem = QStringLiteral("the panel did not come up");
+        m_problem = "the panel did not come up";
         return;
     }
     m_running = true;
@@ -141,9 +127,9 @@ DesktopSession::DesktopSession()
 
 DesktopSession::~DesktopSession()
 {
-    stop(m_panel);
-    stop(m_windowManager);
-    stop(m_busDaemon);
+    endProcess(m_panel);
+    endProcess(m_windowManager);
+    m_bus.reset();
     m_display.reset();
 }
 
@@ -152,70 +138,53 @@ bool DesktopSession::startProcess(QProcess &process, const QString &program, con
     process.setProcessEnvironment(toolEnvironment());
     // Their chatter is kept beside their settings, for a person who wonders.
     process.setProcessChannelMode(QProcess::MergedChannels);
-    process.setStandardOutputFile(m_home.filePath(program + QStringLiteral(".log")));
+    process.setStandardOutputFile(m_home.filePath(program + ".log"));
     process.start(program, arguments);
     if (!process.waitForStarted(startTimeoutMs)) {
-        m_problem = program + QStringLiteral(" did not start");
+        m_problem = program + " did not start";
         return false;
     }
     return true;
-}
-
-void DesktopSession::stop(QProcess &process)
-{
-    if (process.state() == QProcess::NotRunning)
-        return;
-    process.terminate();
-    if (!process.waitForFinished(5000))
-        process.kill();
-    process.waitForFinished(5000);
 }
 
 QProcessEnvironment DesktopSession::toolEnvironment() const
 {
     // Nothing of the machine's own session: its own home, display and bus.
     QProcessEnvironment environment;
-    environment.insert(QStringLiteral("PATH"), qEnvironmentVariable("PATH"));
-    environment.insert(QStringLiteral("HOME"), m_home.path());
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_home.path() + QStringLiteral("/.config"));
-    environment.insert(QStringLiteral("XDG_CACHE_HOME"), m_home.path() + QStringLiteral("/.cache"));
-    environment.insert(QStringLiteral("DISPLAY"), display());
-    if (!m_bus.isEmpty())
-        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus);
+    environment.insert("PATH", qEnvironmentVariable("PATH"));
+    environment.insert("HOME", m_home.path());
+    environment.insert("XDG_CONFIG_HOME", m_home.path() + "/.config");
+    environment.insert("XDG_CACHE_HOME", m_home.path() + "/.cache");
+    environment.insert("DISPLAY", display());
+    if (m_bus)
+        environment.insert("DBUS_SESSION_BUS_ADDRESS", m_bus->address());
     return environment;
 }
 
 void DesktopSession::enter(AppRun &run) const
 {
-    run.setVar(QStringLiteral("DISPLAY"), display());
-    run.setVar(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_bus);
+    run.setVar("DISPLAY", display());
+    run.setVar("DBUS_SESSION_BUS_ADDRESS", m_bus->address());
 }
 
 int DesktopSession::tool(const QString &program, const QStringList &arguments, QByteArray *out, int timeoutMs) const
 {
-    QProcess process;
-    process.setProcessEnvironment(toolEnvironment());
-    process.start(program, arguments);
-    if (!process.waitForFinished(timeoutMs)) {
-        process.kill();
-        process.waitForFinished(5000);
-        return -1;
-    }
+    const Ran ran = runProcess(toolEnvironment(), program, arguments, timeoutMs);
     if (out)
-        *out = process.readAllStandardOutput();
-    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        *out = ran.out;
+    return ran.status;
 }
 
 int DesktopSession::xdotool(const QStringList &arguments, QByteArray *out) const
 {
-    return tool(QStringLiteral("xdotool"), arguments, out);
+    return tool("xdotool", arguments, out);
 }
 
 QList<quint32> DesktopSession::windowsOf(qint64 pid, const QString &nameRegex) const
 {
     QStringList arguments = words(QStringLiteral("search --all --onlyvisible --pid %1").arg(pid));
     if (!nameRegex.isEmpty())
-        arguments << QStringLiteral("--name") << nameRegex;
+        arguments << "--name" << nameRegex;
     QByteArray out;
     xdotool(arguments, &out);
     return windowIds(QString::fromLatin1(out));
@@ -224,7 +193,7 @@ QList<quint32> DesktopSession::windowsOf(qint64 pid, const QString &nameRegex) c
 QList<quint32> DesktopSession::windowsNamed(const QString &nameRegex) const
 {
     QByteArray out;
-    xdotool(words(QStringLiteral("search --onlyvisible --name")) << nameRegex, &out);
+    xdotool(words("search --onlyvisible --name") << nameRegex, &out);
     return windowIds(QString::fromLatin1(out));
 }
 
@@ -252,17 +221,15 @@ QRect DesktopSession::geometry(quint32 window) const
         if (pair.size() == 2)
             values.insert(QString::fromLatin1(pair.at(0)), pair.at(1).toInt());
     }
-    return QRect(values.value(QStringLiteral("X")), values.value(QStringLiteral("Y")),
-                 values.value(QStringLiteral("WIDTH")), values.value(QStringLiteral("HEIGHT")));
+    return QRect(values.value("X"), values.value("Y"), values.value("WIDTH"), values.value("HEIGHT"));
 }
 
 QString DesktopSession::property(quint32 window, const QString &name) const
 {
     QByteArray out;
-    tool(QStringLiteral("xprop"),
-         words(window ? QStringLiteral("-id %1").arg(window) : QStringLiteral("-root")) << name, &out);
+    tool("xprop", words(window ? QStringLiteral("-id %1").arg(window) : "-root") << name, &out);
     const QString line = QString::fromUtf8(out).trimmed();
-    const qsizetype equals = line.indexOf(QStringLiteral(" = "));
+    const qsizetype equals = line.indexOf(" = ");
     if (equals >= 0)
         return line.mid(equals + 3);
     const qsizetype colon = line.indexOf(QLatin1Char(':'));
@@ -272,28 +239,22 @@ QString DesktopSession::property(quint32 window, const QString &name) const
 QStringList DesktopSession::wmState(quint32 window) const
 {
     QStringList states;
-    static const QRegularExpression atom(QStringLiteral("_NET_WM_STATE_(\\w+)"));
-    auto it = atom.globalMatch(property(window, QStringLiteral("_NET_WM_STATE")));
+    static const QRegularExpression atom("_NET_WM_STATE_(\\w+)");
+    auto it = atom.globalMatch(property(window, "_NET_WM_STATE"));
     while (it.hasNext())
         states << it.next().captured(1);
     return states;
 }
 
-QList<quint32> DesktopSession::stacking() const
-{
-    return windowIds(property(0, QStringLiteral("_NET_CLIENT_LIST_STACKING")));
-}
+QList<quint32> DesktopSession::stacking() const { return windowIds(property(0, "_NET_CLIENT_LIST_STACKING")); }
 
-quint32 DesktopSession::activeWindow() const
-{
-    return windowIds(property(0, QStringLiteral("_NET_ACTIVE_WINDOW"))).value(0);
-}
+quint32 DesktopSession::activeWindow() const { return windowIds(property(0, "_NET_ACTIVE_WINDOW")).value(0); }
 
 QImage DesktopSession::capture(const QString &savePath) const
 {
     QTemporaryDir scratch;
-    const QString path = savePath.isEmpty() ? scratch.filePath(QStringLiteral("screen.png")) : savePath;
-    if (tool(QStringLiteral("import"), words(QStringLiteral("-window root")) << QStringLiteral("png:") + path) != 0)
+    const QString path = savePath.isEmpty() ? scratch.filePath("screen.png") : savePath;
+    if (tool("import", words("-window root") << "png:" + path) != 0)
         return {};
     return QImage(path).convertToFormat(QImage::Format_RGB32);
 }
@@ -323,12 +284,12 @@ void DesktopSession::drag(QPoint from, QPoint to) const
         const QPoint p = from + (to - from) * i / steps;
         line += QStringLiteral(" sleep 0.05 mousemove %1 %2").arg(p.x()).arg(p.y());
     }
-    xdotool(words(line + QStringLiteral(" sleep 0.2 mouseup 1")));
+    xdotool(words(line + " sleep 0.2 mouseup 1"));
 }
 
-void DesktopSession::key(const QString &keys) const { xdotool(words(QStringLiteral("key --clearmodifiers")) << keys); }
+void DesktopSession::key(const QString &keys) const { xdotool(words("key --clearmodifiers") << keys); }
 
-void DesktopSession::type(const QString &text) const { xdotool(words(QStringLiteral("type --delay 40")) << text); }
+void DesktopSession::type(const QString &text) const { xdotool(words("type --delay 40") << text); }
 
 std::optional<QRect> DesktopSession::trayIcon(qint64 pid) const
 {
@@ -347,16 +308,4 @@ std::optional<QRect> DesktopSession::trayIcon(qint64 pid) const
         },
         AppRun::defaultTimeoutMs);
     return docked ? icon : std::nullopt;
-}
-
-int countPixels(const QImage &image, const QRect &area, QRgb colour, int tolerance)
-{
-    int count = 0;
-    const QRect inside = area.intersected(image.rect());
-    for (int y = inside.top(); y <= inside.bottom(); ++y) {
-        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        for (int x = inside.left(); x <= inside.right(); ++x)
-            count += ColourImages::near(line[x], colour, tolerance, 255);
-    }
-    return count;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/apprun.h"
+#include "support/colourimages.h"
 
 #include <QImage>
 #include <QList>
@@ -39,7 +40,6 @@ public:
     // What went wrong when it is not running.
     QString problem() const { return m_problem; }
     QString display() const { return m_display ? m_display->display() : QString(); }
-    QString busAddress() const { return m_bus; }
 
     // Points `run` at this desktop: its display and its session bus.
     void enter(AppRun &run) const;
@@ -88,18 +88,12 @@ public:
 private:
     bool startProcess(QProcess &process, const QString &program, const QStringList &arguments);
     QProcessEnvironment toolEnvironment() const;
-    void stop(QProcess &process);
 
     std::unique_ptr<VirtualDisplay> m_display;
     QTemporaryDir m_home;
-    QProcess m_busDaemon;
+    std::unique_ptr<SessionBus> m_bus;
     QProcess m_windowManager;
     QProcess m_panel;
-    QString m_bus;
     QString m_problem;
     bool m_running = false;
 };
-
-// How many pixels of `image` inside `area` are within `tolerance` (per
-// channel) of `colour`.
-int countPixels(const QImage &image, const QRect &area, QRgb colour, int tolerance = 24);

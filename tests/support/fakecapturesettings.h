@@ -14,7 +14,7 @@ public:
     int reloads = 0;
     bool writable = true;
 
-    QString toolName() const override { return QStringLiteral("Fake"); }
+    QString toolName() const override { return "Fake"; }
     bool canWrite(const QString &) const override { return writable; }
     std::optional<QString> readText(const QString &key) const override
     {
@@ -31,6 +31,6 @@ public:
     }
     void writeBool(const QString &key, bool value) override { values.insert(key, value); }
     void remove(const QString &key) override { values.remove(key); }
-    QString defaultFolder() const override { return QDir::homePath() + QStringLiteral("/Desktop"); }
+    QString defaultFolder() const override { return QDir::homePath() + "/Desktop"; }
     void reload() override { ++reloads; }
 };

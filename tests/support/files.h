@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QColor>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QStringList>
 #include <QUrl>
 
@@ -26,6 +28,15 @@ inline void setMtimeMs(const QString &path, qint64 msSinceEpoch)
     ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW);
 }
 inline void setMtime(const QString &path, qint64 secondsSinceEpoch) { setMtimeMs(path, secondsSinceEpoch * 1000); }
+
+// Writes a picture of one colour at `path`, making its folder.
+inline QUrl writeImage(const QString &path, QSize size, const QColor &colour = Qt::gray, const char *format = "PNG")
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(colour);
+    return image.save(path, format) ? QUrl::fromLocalFile(path) : QUrl();
+}
 
 inline QStringList names(const QList<QUrl> &urls)
 {

@@ -14,11 +14,11 @@ public:
     Sandbox()
     {
         const QString root = m_dir.path();
-        setVar("HOME", root + QStringLiteral("/home"));
-        setVar("XDG_CONFIG_HOME", root + QStringLiteral("/home/.config"));
-        setVar("XDG_DATA_HOME", root + QStringLiteral("/home/.local/share"));
-        setVar("XDG_CACHE_HOME", root + QStringLiteral("/home/.cache"));
-        QDir().mkpath(root + QStringLiteral("/home/Desktop"));
+        setVar("HOME", root + "/home");
+        setVar("XDG_CONFIG_HOME", root + "/home/.config");
+        setVar("XDG_DATA_HOME", root + "/home/.local/share");
+        setVar("XDG_CACHE_HOME", root + "/home/.cache");
+        QDir().mkpath(root + "/home/Desktop");
     }
     ~Sandbox()
     {
@@ -36,7 +36,7 @@ public:
     {
         return relative.isEmpty() ? m_dir.path() : m_dir.path() + QLatin1Char('/') + relative;
     }
-    QString home() const { return path(QStringLiteral("home")); }
+    QString home() const { return path("home"); }
 
     // Creates a file (and its folders) with the given bytes.
     static void writeFile(const QString &path, const QByteArray &bytes = "x")

@@ -16,7 +16,7 @@
 struct HomeRig
 {
     Sandbox box;
-    Prefs prefs{box.path(QStringLiteral("prefs.conf"))};
+    Prefs prefs{box.path("prefs.conf")};
     FakeCaptureSettings tool;
     CaptureLocation capture{prefs, &tool};
 };
@@ -26,12 +26,12 @@ struct HomeRig
 class ShelfRig : public HomeRig
 {
 public:
-    MetaStore meta{box.path(QStringLiteral("meta.json"))};
+    MetaStore meta{box.path("meta.json")};
     FakeFrontApp front;
     std::unique_ptr<Shelf> shelf;
     QList<QUrl> reported; // every freshScreenshot the shelf announced
 
-    QString folder() const { return box.path(QStringLiteral("shots")); }
+    QString folder() const { return box.path("shots"); }
     QString file(const QString &name) const { return folder() + QLatin1Char('/') + name; }
     QUrl url(const QString &name) const { return QUrl::fromLocalFile(file(name)); }
 

@@ -12,7 +12,7 @@ inline QImage textImage(QSize size, int pixelSize, const QStringList &lines)
     QImage image(size, QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter p(&image);
-    QFont font(QStringLiteral("DejaVu Sans"));
+    QFont font("DejaVu Sans");
     font.setPixelSize(pixelSize);
     p.setFont(font);
     p.setPen(Qt::black);
