@@ -1,5 +1,6 @@
 #include "meta/thumbs.h"
 
+#include "files/async.h"
 #include "files/decodelimits.h"
 #include "files/localpaths.h"
 #include "meta/pngscale.h"
@@ -240,14 +241,13 @@ void Thumbs::startWaiting()
         Job &job = m_jobs[key];
         job.running = true;
         ++m_inFlight;
-        m_pool.start([this, disk = m_disk, file = job.file, step = job.step, key] {
-            standBack(Background::userInitiated);
-            Made made = make(disk, file, step);
-            // Queued on us: dropped if we are gone by then.
-            QMetaObject::invokeMethod(
-                this, [this, key, made = std::move(made)]() mutable { finished(key, std::move(made)); },
-                Qt::QueuedConnection);
-        });
+        Async::run(
+            m_pool, this,
+            [disk = m_disk, file = job.file, step = job.step] {
+                standBack(Background::userInitiated);
+                return make(disk, file, step);
+            },
+            [this, key](Made made) { finished(key, std::move(made)); });
     }
 }
 

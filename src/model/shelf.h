@@ -10,6 +10,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QSet>
+#include <QThreadPool>
 #include <QUrl>
 
 #include <functional>
@@ -227,6 +228,10 @@ private:
     QTimer *m_quietCheck = nullptr;
     bool m_scanWhenWatched = false;
     Scanner m_scanner = &Shelf::runScan;
+    // Listings, and the folder watches being put in place: stopped before
+    // the shelf goes.
+    QThreadPool m_scanPool;
+    QThreadPool m_watchPool;
     quint64 m_scansStarted = 0;
     quint64 m_staleBefore = 1; // results of scans numbered below this are dropped
     QSet<QString> m_known;
