@@ -67,6 +67,7 @@ public:
 
     // Starts loading `filePath` (missing, unreadable: an empty store).
     explicit MetaStore(const QString &filePath, QObject *parent = nullptr);
+    // Waits for a load or a write under way; writes nothing itself (see flush).
     ~MetaStore() override;
 
     // $XDG_DATA_HOME/Brindlewick/meta.json. Program wiring only.

@@ -76,6 +76,7 @@ public:
     // `meta` and `frontApp` may be null (no metadata, no front application).
     Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta = nullptr, FrontApp *frontApp = nullptr,
           QObject *parent = nullptr);
+    // Waits for a listing under way; none that has not started does.
     ~Shelf() override;
     // The Home folder a shelf made now starts with.
     static QUrl homeFolder(Prefs &prefs, CaptureLocation &capture);
