@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSemaphore>
+#include <QThreadPool>
 #include <QTimer>
 
 #include <atomic>
@@ -35,7 +36,8 @@ private Q_SLOTS:
         Sandbox box;
         const QString dir = box.path("not yet/watched");
         QList<Event> seen;
-        auto watch = FolderWatch::open(dir, [&](const QList<Event> &events) { seen += events; });
+        QThreadPool arming;
+        auto watch = FolderWatch::open(dir, arming, [&](const QList<Event> &events) { seen += events; });
         QVERIFY(watch); // nothing there yet: it waits on the nearest folder that does exist
         QTRY_VERIFY_WITH_TIMEOUT(watch->ready(), 5000);
         const auto saw = [&](Event::Kind kind, const QByteArray &name) {

@@ -2,12 +2,13 @@
 
 #include <QFile>
 
+#include "files/async.h"
 #include "files/localpaths.h"
 #include "meta/metastore.h"
 #include "platform/threadpriority.h"
 
 ActionRunner::ActionRunner(Trash &trash, MetaStore *meta, QObject *parent)
-    : QObject(parent), m_trash(trash), m_meta(meta)
+    : QObject(parent), m_trash(trash), m_meta(meta), m_landed(std::make_shared<Landed>())
 {
     // One worker: jobs run in the order asked, and two jobs never race for
     // the same file.
@@ -38,25 +39,26 @@ void ActionRunner::run(Work work, QObject *requester, Done done)
     const quint64 id = ++m_nextId;
     m_jobs.insert(id, Job{requester, requester != nullptr, std::move(done)});
     Q_EMIT pendingChanged();
-    // The pool lives and dies with this object, so `this` outlives the task.
-    m_pool.start([this, id, work = std::move(work)] {
-        standBack(Background::utility);
-        FileWorkResult result = work();
-        {
-            const std::lock_guard<std::mutex> lock(m_landedLock);
-            m_landed.append({id, std::move(result)});
-        }
-        QMetaObject::invokeMethod(
-            this, [this] { deliver(true); }, Qt::QueuedConnection);
-    });
+    // Results land in a box of their own rather than through the event loop,
+    // so the destructor can still carry over the records of the jobs it
+    // waited for.
+    Async::run(
+        m_pool, this,
+        [landed = m_landed, id, work = std::move(work)] {
+            standBack(Background::utility);
+            FileWorkResult result = work();
+            const std::lock_guard<std::mutex> lock(landed->lock);
+            landed->results.append({id, std::move(result)});
+        },
+        [this] { deliver(true); });
 }
 
 void ActionRunner::deliver(bool callBack)
 {
     QList<QPair<quint64, FileWorkResult>> landed;
     {
-        const std::lock_guard<std::mutex> lock(m_landedLock);
-        landed.swap(m_landed);
+        const std::lock_guard<std::mutex> lock(m_landed->lock);
+        landed.swap(m_landed->results);
     }
     if (landed.isEmpty())
         return;

@@ -9,6 +9,7 @@
 #include <QThreadPool>
 
 #include <functional>
+#include <memory>
 #include <mutex>
 
 class MetaStore;
@@ -87,7 +88,11 @@ private:
     QPointer<MetaStore> m_meta;
     QHash<quint64, Job> m_jobs; // GUI thread only
     quint64 m_nextId = 0;
-    std::mutex m_landedLock;
-    QList<QPair<quint64, FileWorkResult>> m_landed; // filled by the worker
+    struct Landed
+    {
+        std::mutex lock;
+        QList<QPair<quint64, FileWorkResult>> results; // filled by the worker
+    };
+    std::shared_ptr<Landed> m_landed;
     QThreadPool m_pool;
 };

@@ -1,20 +1,17 @@
 #include "meta/metastore.h"
 
+#include "files/async.h"
 #include "files/localpaths.h"
 #include "files/logcategories.h"
 #include "meta/metaformat.h"
 #include "platform/threadpriority.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QPointer>
 #include <QSaveFile>
 #include <QStandardPaths>
-#include <QThreadPool>
 #include <QTimer>
-#include <QtConcurrent>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -45,28 +42,6 @@ void applyFields(FileMeta &record, const FileMeta &from, unsigned fields)
         record.textAt = from.textAt;
 }
 
-// Runs `work` on the I/O thread, then `done` on the GUI thread unless the
-// store is gone by then.
-template <typename Work, typename Done>
-void runOnIoThread(MetaStore *store, Work work, Done done)
-{
-    QPointer<MetaStore> self(store);
-    (void)QtConcurrent::run(&MetaStore::ioThread(), [self, work = std::move(work), done = std::move(done)]() mutable {
-        standBack(Background::utility);
-        work();
-        QCoreApplication *app = QCoreApplication::instance();
-        if (!app)
-            return; // the program is ending
-        QMetaObject::invokeMethod(
-            app,
-            [self = std::move(self), done = std::move(done)] {
-                if (self)
-                    done(self.data());
-            },
-            Qt::QueuedConnection);
-    });
-}
-
 bool isRegularOrAbsent(const QString &path)
 {
     struct stat st;
@@ -93,35 +68,45 @@ MetaStore::MetaStore(const QString &filePath, QObject *parent)
     m_saveWork->setSingleShot(true);
     m_saveWork->setInterval(saveDelayMs);
     connect(m_saveWork, &QTimer::timeout, this, &MetaStore::save);
+    // One thread: the load and the writes never overlap, and the GUI thread
+    // never waits for a large file.
+    m_io.setObjectName(QStringLiteral("brindlewick.meta"));
+    m_io.setMaxThreadCount(1);
+    m_io.setExpiryTimeout(-1);
     runOnIoThread(
-        this,
         [slot = m_loadResult, filePath] {
             QDir().mkpath(QFileInfo(filePath).absolutePath());
             *slot = readFile(filePath);
         },
-        [](MetaStore *self) { self->finishLoad(); });
+        &MetaStore::finishLoad);
 }
 
-MetaStore::~MetaStore() = default;
+MetaStore::~MetaStore()
+{
+    // A write under way is finished, never cut off halfway; what was not
+    // handed to it is for flush() to write before this.
+    m_io.waitForDone();
+}
+
+template <typename Work>
+void MetaStore::runOnIoThread(Work work, void (MetaStore::*finish)())
+{
+    // The result is taken from its slot, not handed over: flush() takes it
+    // too, without the event loop.
+    Async::run(
+        m_io, this,
+        [work = std::move(work)]() mutable {
+            standBack(Background::utility);
+            work();
+        },
+        [this, finish] { (this->*finish)(); });
+}
 
 QString MetaStore::defaultFilePath()
 {
     // GenericDataLocation honours XDG_DATA_HOME.
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
            + QStringLiteral("/Brindlewick/meta.json");
-}
-
-QThreadPool &MetaStore::ioThread()
-{
-    // One thread for every store: reads and writes never overlap, and the
-    // GUI thread never waits for a large file.
-    static QThreadPool *pool = [] {
-        auto *p = new QThreadPool;
-        p->setMaxThreadCount(1);
-        p->setExpiryTimeout(-1);
-        return p;
-    }();
-    return *pool;
 }
 
 MetaStore::LoadResult MetaStore::readFile(const QString &filePath)
@@ -305,12 +290,11 @@ void MetaStore::save()
     QHash<QString, FileMeta> snapshot = m_byName;
     m_writeResult = std::make_shared<std::optional<WriteResult>>();
     runOnIoThread(
-        this,
         [slot = m_writeResult, snapshot = std::move(snapshot), path = m_filePath,
          setAsideFirst = m_setAsideBeforeSave]() mutable {
             *slot = writeSnapshot(std::move(snapshot), path, setAsideFirst);
         },
-        [](MetaStore *self) { self->finishWrite(); });
+        &MetaStore::finishWrite);
 }
 
 void MetaStore::finishWrite()
@@ -336,7 +320,7 @@ void MetaStore::finishWrite()
 bool MetaStore::flush(int timeoutMs)
 {
     m_saveWork->stop();
-    if (!ioThread().waitForDone(timeoutMs))
+    if (!m_io.waitForDone(timeoutMs))
         return false; // a load or a write is stuck: writing now could drop records
     // Take in what the I/O thread finished, without starting anything new there.
     m_saveWhenLoaded = false;

@@ -7,13 +7,13 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QThreadPool>
 #include <QUrl>
 
 #include <functional>
 #include <memory>
 #include <optional>
 
-class QThreadPool;
 class QTimer;
 
 // What we know about one screenshot that the file itself does not carry.
@@ -67,12 +67,11 @@ public:
 
     // Starts loading `filePath` (missing, unreadable: an empty store).
     explicit MetaStore(const QString &filePath, QObject *parent = nullptr);
+    // Waits for a load or a write under way; writes nothing itself (see flush).
     ~MetaStore() override;
 
     // $XDG_DATA_HOME/Brindlewick/meta.json.
     static QString defaultFilePath();
-    // The one thread that reads and writes every store's file, in order.
-    static QThreadPool &ioThread();
 
     bool isLoaded() const { return m_loaded; }
 
@@ -135,6 +134,10 @@ private:
 
     static LoadResult readFile(const QString &filePath);
     static WriteResult writeSnapshot(QHash<QString, FileMeta> records, const QString &filePath, bool setAsideFirst);
+    // `work` runs on the I/O thread, `finish` on ours after it unless the
+    // store is gone.
+    template <typename Work>
+    void runOnIoThread(Work work, void (MetaStore::*finish)());
     void finishLoad();
     void finishWrite();
     void changed();
@@ -154,4 +157,6 @@ private:
     // Filled on the I/O thread, taken on ours.
     std::shared_ptr<std::optional<LoadResult>> m_loadResult;
     std::shared_ptr<std::optional<WriteResult>> m_writeResult;
+    // Reads and writes this store's file, one job at a time, in order.
+    QThreadPool m_io;
 };

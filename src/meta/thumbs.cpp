@@ -2,6 +2,7 @@
 
 #include "codec/decodelimits.h"
 #include "codec/pngscale.h"
+#include "files/async.h"
 #include "files/localpaths.h"
 #include "files/logcategories.h"
 #include "platform/threadpriority.h"
@@ -235,14 +236,13 @@ void Thumbs::startWaiting()
         Job &job = m_jobs[key];
         job.running = true;
         ++m_inFlight;
-        m_pool.start([this, disk = m_disk, file = job.file, step = job.step, key] {
-            standBack(Background::userInitiated);
-            Made made = make(disk, file, step);
-            // Queued on us: dropped if we are gone by then.
-            QMetaObject::invokeMethod(
-                this, [this, key, made = std::move(made)]() mutable { finished(key, std::move(made)); },
-                Qt::QueuedConnection);
-        });
+        Async::run(
+            m_pool, this,
+            [disk = m_disk, file = job.file, step = job.step] {
+                standBack(Background::userInitiated);
+                return make(disk, file, step);
+            },
+            [this, key](Made made) { finished(key, std::move(made)); });
     }
 }
 

@@ -1,5 +1,6 @@
 #include "model/shelf.h"
 
+#include "files/async.h"
 #include "files/localpaths.h"
 #include "meta/metastore.h"
 #include "model/listing.h"
@@ -11,9 +12,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QPointer>
-#include <QThreadPool>
 #include <QTimer>
-#include <QtConcurrent>
 
 #include <cmath>
 #include <cstdio>
@@ -21,18 +20,6 @@
 #include <unistd.h>
 
 namespace {
-
-// Listing stands back for the GUI thread: below thumbnails, above text
-// recognition.
-QThreadPool &scanPool()
-{
-    static QThreadPool *pool = [] {
-        auto *p = new QThreadPool;
-        p->setMaxThreadCount(2);
-        return p;
-    }();
-    return *pool;
-}
 
 bool existsAt(const QString &path)
 {
@@ -70,11 +57,22 @@ Shelf::Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta, FrontApp *
     m_current = m_home;
     m_cellWidth = initialCellWidth(prefs);
     m_clock.start();
+    m_scanPool.setObjectName(QStringLiteral("brindlewick.scan"));
+    m_scanPool.setMaxThreadCount(2);
+    m_watchPool.setObjectName(QStringLiteral("brindlewick.watch"));
+    m_watchPool.setMaxThreadCount(1);
     watch();
     scan();
 }
 
-Shelf::~Shelf() = default;
+Shelf::~Shelf()
+{
+    // No listing or watch arming outlives the shelf, nor starts once it is going.
+    for (QThreadPool *pool : {&m_scanPool, &m_watchPool}) {
+        pool->clear();
+        pool->waitForDone();
+    }
+}
 
 QUrl Shelf::homeFolder(Prefs &prefs, CaptureLocation &capture)
 {
@@ -164,18 +162,15 @@ void Shelf::scan()
     const QString current = m_current.toLocalFile();
     const QString home = m_home.toLocalFile();
     const quint64 serial = ++m_scansStarted;
-    QPointer<Shelf> self(this);
-    (void)QtConcurrent::run(&scanPool(), [self, scanner = m_scanner, serial, current, home] {
-        standBack(Background::utility);
-        ScanResult result = scanner(current, home);
-        QMetaObject::invokeMethod(
-            qApp,
-            [self, serial, result = std::move(result)]() mutable {
-                if (self)
-                    self->applyScan(serial, std::move(result));
-            },
-            Qt::QueuedConnection);
-    });
+    Async::run(
+        m_scanPool, this,
+        [scanner = m_scanner, current, home] {
+            // Listing stands back for the GUI thread: below thumbnails, above
+            // text recognition.
+            standBack(Background::utility);
+            return scanner(current, home);
+        },
+        [this, serial](ScanResult result) { applyScan(serial, std::move(result)); });
 }
 
 void Shelf::applyScan(quint64 serial, ScanResult result)

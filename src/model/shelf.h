@@ -10,6 +10,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QSet>
+#include <QThreadPool>
 #include <QUrl>
 
 #include <functional>
@@ -75,6 +76,7 @@ public:
     // `meta` and `frontApp` may be null (no metadata, no front application).
     Shelf(Prefs &prefs, CaptureLocation &capture, MetaStore *meta = nullptr, FrontApp *frontApp = nullptr,
           QObject *parent = nullptr);
+    // Waits for a listing under way; none that has not started does.
     ~Shelf() override;
     // The Home folder a shelf made now starts with.
     static QUrl homeFolder(Prefs &prefs, CaptureLocation &capture);
@@ -227,6 +229,10 @@ private:
     QTimer *m_quietCheck = nullptr;
     bool m_scanWhenWatched = false;
     Scanner m_scanner = &Shelf::runScan;
+    // Listings, and the folder watches being put in place: stopped before
+    // the shelf goes.
+    QThreadPool m_scanPool;
+    QThreadPool m_watchPool;
     quint64 m_scansStarted = 0;
     quint64 m_staleBefore = 1; // results of scans numbered below this are dropped
     QSet<QString> m_known;

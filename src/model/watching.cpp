@@ -63,10 +63,11 @@ void Shelf::watchCounts()
     m_countSources.clear();
     QPointer<Shelf> self(this);
     for (const QUrl &sub : std::as_const(wanted)) {
-        auto source = FolderWatch::open(sub.toLocalFile(), [self](const QList<FolderWatch::Event> &events) {
-            if (self)
-                self->countEvents(events);
-        });
+        auto source =
+            FolderWatch::open(sub.toLocalFile(), m_watchPool, [self](const QList<FolderWatch::Event> &events) {
+                if (self)
+                    self->countEvents(events);
+            });
         if (source)
             m_countSources.push_back(std::move(source));
     }
@@ -93,7 +94,7 @@ std::unique_ptr<FolderWatch> Shelf::makeSource(const QUrl &folder)
 {
     QPointer<Shelf> self(this);
     const QString path = folder.toLocalFile();
-    return FolderWatch::open(path, [self, path](const QList<FolderWatch::Event> &events) {
+    return FolderWatch::open(path, m_watchPool, [self, path](const QList<FolderWatch::Event> &events) {
         if (self)
             self->folderEvents(path, events);
     });

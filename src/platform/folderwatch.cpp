@@ -1,13 +1,12 @@
 #include "platform/folderwatch.h"
 
+#include "files/async.h"
 #include "files/logcategories.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSocketNotifier>
-#include <QThreadPool>
 
 #include <climits>
 #include <cstring>
@@ -34,18 +33,6 @@ struct Descriptor
     ~Descriptor() { ::close(fd); }
     const int fd;
 };
-
-// Adding a watch makes the kernel mark every entry of the folder it has in
-// memory: 10 ms for 100,000 entries, too long for the GUI thread.
-QThreadPool &armingThread()
-{
-    static QThreadPool *pool = [] {
-        auto *p = new QThreadPool;
-        p->setMaxThreadCount(1);
-        return p;
-    }();
-    return *pool;
-}
 
 // What one inotify event on the folder says about one of its entries.
 std::optional<Event::Kind> entryKind(uint32_t mask)
@@ -81,20 +68,18 @@ public:
 
     bool ready() const override { return !m_arming; }
 
-    void armInBackground()
+    // Adding a watch makes the kernel mark every entry of the folder it has
+    // in memory: 10 ms for 100,000 entries, too long for the GUI thread.
+    void armInBackground(QThreadPool &arming)
     {
         m_arming = true;
-        std::weak_ptr<Descriptor> alive = m_descriptor;
-        armingThread().start([this, alive, descriptor = m_descriptor, path = QFile::encodeName(m_folder)] {
-            const int wd = ::inotify_add_watch(descriptor->fd, path.constData(), folderMask);
-            QMetaObject::invokeMethod(
-                QCoreApplication::instance(),
-                [this, alive, wd] {
-                    if (!alive.expired()) // else the watch is gone, and `this` with it
-                        armed(wd);
-                },
-                Qt::QueuedConnection);
-        });
+        // The notifier goes with the watch, and the answer with it.
+        Async::run(
+            arming, &m_notifier,
+            [descriptor = m_descriptor, path = QFile::encodeName(m_folder)] {
+                return ::inotify_add_watch(descriptor->fd, path.constData(), folderMask);
+            },
+            [this](int wd) { armed(wd); });
     }
 
 private:
@@ -213,7 +198,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<FolderWatch> FolderWatch::open(const QString &folder, Handler onEvents)
+std::unique_ptr<FolderWatch> FolderWatch::open(const QString &folder, QThreadPool &arming, Handler onEvents)
 {
     if (folder.isEmpty())
         return nullptr;
@@ -223,6 +208,6 @@ std::unique_ptr<FolderWatch> FolderWatch::open(const QString &folder, Handler on
         return nullptr;
     }
     auto watch = std::make_unique<InotifyFolderWatch>(fd, QDir::cleanPath(folder), std::move(onEvents));
-    watch->armInBackground();
+    watch->armInBackground(arming);
     return watch;
 }

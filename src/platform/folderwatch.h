@@ -6,6 +6,8 @@
 #include <functional>
 #include <memory>
 
+class QThreadPool;
+
 // Change notifications for one folder's entries and for the folder itself,
 // delivered on the GUI thread in batches. A watch follows the path, not the
 // folder: while nothing is at the path (not yet made, deleted, moved away) the
@@ -39,6 +41,8 @@ public:
     // Whether the `watching` event has been delivered.
     virtual bool ready() const = 0;
 
-    // nullptr when the system gives no change notifications at all.
-    static std::unique_ptr<FolderWatch> open(const QString &folder, Handler onEvents);
+    // nullptr when the system gives no change notifications at all. The
+    // watch is put in place on `arming`, which its owner stops (clear, then
+    // wait) before it goes.
+    static std::unique_ptr<FolderWatch> open(const QString &folder, QThreadPool &arming, Handler onEvents);
 };

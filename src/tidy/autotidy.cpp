@@ -1,6 +1,7 @@
 #include "tidy/autotidy.h"
 
 #include "actions/actionrunner.h"
+#include "files/async.h"
 #include "files/localpaths.h"
 #include "files/logcategories.h"
 #include "meta/metastore.h"
@@ -14,9 +15,7 @@
 #include <QFile>
 #include <QPointer>
 #include <QRegularExpression>
-#include <QThreadPool>
 #include <QTimer>
-#include <QtConcurrent>
 
 #include <limits>
 #include <optional>
@@ -27,16 +26,6 @@ namespace {
 
 constexpr qint64 kSecondsPerDay = 86400;
 constexpr qint64 kNsPerSecond = 1000000000LL;
-
-QThreadPool &listingPool()
-{
-    static QThreadPool *pool = [] {
-        auto *p = new QThreadPool;
-        p->setMaxThreadCount(1);
-        return p;
-    }();
-    return *pool;
-}
 
 // The preferences file keeps no types, so "an integer" is text that reads
 // as one. Values below one day cannot come from the settings sheet; they
@@ -76,9 +65,16 @@ AutoTidy::AutoTidy(Prefs &prefs, MetaStore *meta, Trash &trash, Clock now, QObje
     m_enabled = prefs.flag(PrefKey::tidyEnabled, false);
     m_toTrash = prefs.flag(PrefKey::tidyToTrash, false);
     m_days = storedDays(prefs);
+    m_listing.setObjectName(QStringLiteral("brindlewick.tidy"));
+    m_listing.setMaxThreadCount(1);
 }
 
-AutoTidy::~AutoTidy() = default;
+AutoTidy::~AutoTidy()
+{
+    // No listing outlives us, nor starts once we are going.
+    m_listing.clear();
+    m_listing.waitForDone();
+}
 
 void AutoTidy::setEnabled(bool enabled)
 {
@@ -152,26 +148,24 @@ void AutoTidy::check(const QUrl &home, bool act)
     const QString folder = m_lastHome.toLocalFile();
     const qint64 days = m_days;
     const QDateTime now = m_now();
-    QPointer<AutoTidy> self(this);
     const QUrl key = m_lastHome;
-    (void)QtConcurrent::run(&listingPool(), [self, request, key, folder, days, now, act] {
-        standBack(Background::utility); // like the shelf's own listing
-        QList<QUrl> due = dueAmong(listImages(folder, listLimit), days, now);
-        QMetaObject::invokeMethod(
-            qApp,
-            [self, request, key, due = std::move(due), act] {
-                if (self)
-                    self->finishCheck(request, key, due, act);
-            },
-            Qt::QueuedConnection);
-    });
+    setChecksRunning(m_checksRunning + 1);
+    Async::run(
+        m_listing, this,
+        [folder, days, now] {
+            standBack(Background::utility); // like the shelf's own listing
+            return dueAmong(listImages(folder, listLimit), days, now);
+        },
+        [this, request, key, act](const QList<QUrl> &due) { finishCheck(request, key, due, act); });
 }
 
 void AutoTidy::finishCheck(quint64 request, const QUrl &home, const QList<QUrl> &due, bool act)
 {
     // Home changed while this was listed: the answer is about another folder.
-    if (home != m_lastHome)
+    if (home != m_lastHome) {
+        setChecksRunning(m_checksRunning - 1);
         return;
+    }
     // An older listing finishing late must not undo a newer one; an action
     // asked for still happens.
     if (request > m_lastApplied) {
@@ -182,7 +176,10 @@ void AutoTidy::finishCheck(quint64 request, const QUrl &home, const QList<QUrl> 
         // The files move off the GUI thread; `checked` follows once they have.
         qCInfo(lcTidy) << "tidying" << due.size() << "images" << (m_toTrash ? "into the trash" : "into the archive");
         ActionRunner *runner = ActionRunner::oneShot(m_trash, m_meta, this);
-        const auto moved = [this](const FileWorkResult &) { Q_EMIT checked(); };
+        const auto moved = [this](const FileWorkResult &) {
+            setChecksRunning(m_checksRunning - 1);
+            Q_EMIT checked();
+        };
         if (m_toTrash) {
             runner->trash(due, this, moved);
         } else {
@@ -193,7 +190,18 @@ void AutoTidy::finishCheck(quint64 request, const QUrl &home, const QList<QUrl> 
         setCandidates({});
         return;
     }
+    setChecksRunning(m_checksRunning - 1);
     Q_EMIT checked();
+}
+
+bool AutoTidy::ticking() const { return m_timer && m_timer->isActive(); }
+
+void AutoTidy::setChecksRunning(int running)
+{
+    const bool was = checking();
+    m_checksRunning = running;
+    if (checking() != was)
+        Q_EMIT checkingChanged();
 }
 
 void AutoTidy::start(Shelf &shelf)
@@ -205,10 +213,17 @@ void AutoTidy::start(Shelf &shelf)
 void AutoTidy::start(std::function<QUrl()> home, QObject *guard, int firstTickDelayMs, int intervalMs)
 {
     delete m_timer;
+    m_timer = new QTimer(this);
+    m_timer->setInterval(intervalMs);
     QPointer<QObject> weakGuard(guard);
-    auto tick = [this, weakGuard, home] {
-        if (!weakGuard)
+    QPointer<QTimer> timer(m_timer);
+    auto tick = [this, weakGuard, timer, home] {
+        if (!weakGuard) {
+            // The shelf is gone for good: nothing to tick for any more.
+            if (timer)
+                timer->stop();
             return;
+        }
         const QUrl folder = home();
         if (folder.isEmpty())
             return;
@@ -217,8 +232,6 @@ void AutoTidy::start(std::function<QUrl()> home, QObject *guard, int firstTickDe
         else
             refresh(folder);
     };
-    m_timer = new QTimer(this);
-    m_timer->setInterval(intervalMs);
     connect(m_timer, &QTimer::timeout, this, tick);
     m_timer->start();
     QTimer::singleShot(firstTickDelayMs, this, tick);

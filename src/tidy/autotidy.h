@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QObject>
+#include <QThreadPool>
 #include <QUrl>
 
 #include <functional>
@@ -21,7 +22,8 @@ class Trash;
 //
 // Home may hold 100,000 images, so the listing runs on a worker thread and
 // `candidates` changes when it comes back; a listing of a Home that is no
-// longer the one last asked about is dropped.
+// longer the one last asked about is dropped. Destroying the tidy waits for a
+// listing under way.
 class AutoTidy : public QObject
 {
     Q_OBJECT
@@ -55,7 +57,7 @@ public:
     void setToTrash(bool toTrash);
 
     // Starts (or restarts) the six-hour timer and the first tick 15 s later.
-    // Ticks stop doing anything once the shelf is gone.
+    // Ticks stop once the shelf is gone.
     void start(Shelf &shelf);
     // The same with any source of Home and any delays (tests).
     void start(std::function<QUrl()> home, QObject *guard, int firstTickDelayMs, int intervalMs);
@@ -64,6 +66,10 @@ public:
     // the candidates were acted on, for runNow).
     void refresh(const QUrl &home);
     void runNow(const QUrl &home);
+    // A refresh or runNow is under way (listing, or acting on what it found).
+    bool checking() const { return m_checksRunning > 0; }
+    // The ticks still come (the shelf they were started for is there).
+    bool ticking() const;
 
     // The files of `images` (modification times read again) that are due
     // with `days` at `now`. A file dated after `now` never is, whatever
@@ -78,11 +84,13 @@ Q_SIGNALS:
     void toTrashChanged();
     void candidatesChanged();
     void checked();
+    void checkingChanged();
 
 private:
     void setCandidates(const QList<QUrl> &candidates);
     void check(const QUrl &home, bool act);
     void finishCheck(quint64 request, const QUrl &home, const QList<QUrl> &due, bool act);
+    void setChecksRunning(int running);
 
     Prefs &m_prefs;
     MetaStore *m_meta;
@@ -96,4 +104,7 @@ private:
     quint64 m_lastRequest = 0;
     quint64 m_lastApplied = 0;
     QUrl m_lastHome;
+    int m_checksRunning = 0;
+    // Lists Home; stopped before we go.
+    QThreadPool m_listing;
 };

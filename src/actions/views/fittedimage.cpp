@@ -3,14 +3,12 @@
 #include "actions/fileactions.h"
 #include "codec/decodelimits.h"
 #include "codec/pngscale.h"
+#include "files/async.h"
 #include "platform/threadpriority.h"
 
 #include <QFile>
-#include <QFutureWatcher>
 #include <QImageIOHandler>
 #include <QImageReader>
-#include <QThreadPool>
-#include <QtConcurrent>
 
 #include <algorithm>
 #include <cmath>
@@ -76,37 +74,28 @@ std::optional<Decoded> decode(const QString &path, const QSize &maxPixels)
     return Decoded{image, upright};
 }
 
-namespace {
-
-QThreadPool &pool()
+Threads::Threads()
 {
-    static QThreadPool threads;
-    static const bool ready = [] {
-        threads.setMaxThreadCount(2);
-        threads.setObjectName(QStringLiteral("brindlewick.preview"));
-        return true;
-    }();
-    (void)ready;
-    return threads;
+    setMaxThreadCount(2);
+    setObjectName(QStringLiteral("brindlewick.preview"));
 }
 
-} // namespace
+Threads::~Threads()
+{
+    clear();
+    waitForDone();
+}
 
-void decodeLater(QObject *context, const QString &path, const QSize &maxPixels,
+void decodeLater(QThreadPool &threads, QObject *context, const QString &path, const QSize &maxPixels,
                  std::function<void(const std::optional<Decoded> &)> done)
 {
-    // The watcher belongs to the context: gone with it, the result is
-    // simply dropped.
-    auto *watcher = new QFutureWatcher<std::optional<Decoded>>(context);
-    QObject::connect(watcher, &QFutureWatcherBase::finished, context, [watcher, done = std::move(done)] {
-        const std::optional<Decoded> result = watcher->result();
-        watcher->deleteLater();
-        done(result);
-    });
-    watcher->setFuture(QtConcurrent::run(&pool(), [path, maxPixels] {
-        standBack(Background::userInitiated);
-        return decode(path, maxPixels);
-    }));
+    Async::run(
+        threads, context,
+        [path, maxPixels] {
+            standBack(Background::userInitiated);
+            return decode(path, maxPixels);
+        },
+        std::move(done));
 }
 
 } // namespace FittedImage

@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QSize>
 #include <QString>
+#include <QThreadPool>
 
 #include <functional>
 #include <optional>
@@ -31,10 +32,20 @@ struct Decoded
 // Safe on any thread.
 std::optional<Decoded> decode(const QString &path, const QSize &maxPixels);
 
-// decode on the preview threads (user-initiated work, apart from the
-// thumbnail and listing pools so a preview never waits behind a scan);
-// `done` runs on `context`'s thread, and not at all once `context` is gone.
-void decodeLater(QObject *context, const QString &path, const QSize &maxPixels,
+// Threads for decoding: user-initiated work, apart from the thumbnail and
+// listing pools so a preview never waits behind a scan. Each window that
+// shows pictures owns its own; destroying it drops the decodes not started
+// and waits for the ones under way.
+class Threads : public QThreadPool
+{
+public:
+    Threads();
+    ~Threads() override;
+};
+
+// decode on `threads`; `done` runs on `context`'s thread, and not at all
+// once `context` is gone.
+void decodeLater(QThreadPool &threads, QObject *context, const QString &path, const QSize &maxPixels,
                  std::function<void(const std::optional<Decoded> &)> done);
 
 } // namespace FittedImage

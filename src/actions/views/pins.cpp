@@ -34,7 +34,7 @@ void Pins::pin(const QUrl &file, QScreen *screen)
         most = (QSizeF(screen->availableGeometry().size()) * screen->devicePixelRatio()).toSize();
     QPointer<QScreen> where(screen);
     const quint64 serial = m_nextSerial++;
-    FittedImage::decodeLater(this, LocalPaths::localPath(file), most,
+    FittedImage::decodeLater(m_decoding, this, LocalPaths::localPath(file), most,
                              [this, serial, file, where](const std::optional<FittedImage::Decoded> &decoded) {
                                  if (!decoded) {
                                      Q_EMIT pinFailed(file);
@@ -85,7 +85,7 @@ void Pins::filesChanged(const QList<QUrl> &files)
         QScreen *screen = window->screen();
         const QSize most = screen ? (QSizeF(screen->availableGeometry().size()) * screen->devicePixelRatio()).toSize()
                                   : QSize(4096, 4096);
-        FittedImage::decodeLater(window, LocalPaths::localPath(file), most,
+        FittedImage::decodeLater(m_decoding, window, LocalPaths::localPath(file), most,
                                  [this, alive, reload](const std::optional<FittedImage::Decoded> &decoded) {
                                      // Only the latest of overlapping reloads lands.
                                      if (alive && decoded && m_reloads.value(alive.data()) == reload)

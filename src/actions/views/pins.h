@@ -1,5 +1,7 @@
 #pragma once
 
+#include "actions/views/fittedimage.h"
+
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -46,4 +48,5 @@ private:
     QHash<PinWindow *, quint64> m_reloads;
     quint64 m_nextReload = 0;
     quint64 m_nextSerial = 0;
+    FittedImage::Threads m_decoding;
 };

@@ -94,7 +94,7 @@ void PreviewWindow::decodeAhead()
         if (!file.isLocalFile() || file == m_file || (m_ahead.contains(file) && m_ahead.value(file).pixels == size))
             continue;
         m_ahead.insert(file, Ahead{size, false, std::nullopt});
-        FittedImage::decodeLater(this, LocalPaths::localPath(file), size,
+        FittedImage::decodeLater(m_decoding, this, LocalPaths::localPath(file), size,
                                  [this, file, size](const std::optional<FittedImage::Decoded> &result) {
                                      auto it = m_ahead.find(file);
                                      if (it == m_ahead.end() || it->pixels != size)
@@ -126,7 +126,7 @@ void PreviewWindow::decode()
         return;
     m_decodedFor = size;
     const quint64 request = ++m_request;
-    FittedImage::decodeLater(this, LocalPaths::localPath(m_file), size,
+    FittedImage::decodeLater(m_decoding, this, LocalPaths::localPath(m_file), size,
                              [this, request](const std::optional<FittedImage::Decoded> &result) {
                                  if (result)
                                      decoded(request, result->image, result->original);

@@ -88,4 +88,5 @@ private:
     QHash<QUrl, Ahead> m_ahead;
     QTimer *m_resizeSettle;
     QPointer<QWidget> m_keyTarget;
+    FittedImage::Threads m_decoding;
 };
