@@ -11,7 +11,7 @@
 #include "actions/prompts.h"
 #include "actions/views/filecommands.h"
 #include "actions/views/pins.h"
-#include "actions/views/quicklook.h"
+#include "actions/views/previewer.h"
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "meta/thumbdiskcache.h"
@@ -164,11 +164,11 @@ int main(int argc, char *argv[])
     ActionRunner runner(trash, &meta);
     IdleLauncher launcher;
     IdleFileManager fileManager;
-    QuickLook quickLook;
+    Previewer previewer;
     Pins pins;
     TextIndexer indexer(meta, [] { return std::unique_ptr<TextRecognizer>(); });
     IdlePrompt prompt;
-    FileCommands commands(shelf, runner, launcher, fileManager, quickLook, pins, indexer, prompt, &meta,
+    FileCommands commands(shelf, runner, launcher, fileManager, previewer, pins, indexer, prompt, &meta,
                           [] { return nullptr; });
 
     std::unique_ptr<Thumbs> warmer;

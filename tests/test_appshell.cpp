@@ -2,8 +2,8 @@
 // window, the settings sheet, the menu shortcuts without a menu bar,
 // the screenshot folder at launch and quit, and the diagnostic hooks.
 
+#include "actions/views/previewer.h"
 #include "actions/views/previewwindow.h"
-#include "actions/views/quicklook.h"
 #include "app/appdelegate.h"
 #include "app/appservices.h"
 #include "app/diagnostics.h"
@@ -50,7 +50,7 @@ struct Rig : HomeRig
     {
         if (!app)
             create();
-        app->applicationDidFinishLaunching();
+        app->launch();
     }
 };
 
@@ -139,7 +139,7 @@ private Q_SLOTS:
         QVERIFY2(reachable.contains("About Brindlewick"), qPrintable(reachable.join(", ")));
         QCOMPARE(reachable.size(), 16);
         QStringList tray;
-        for (QAction *item : rig.app->statusMenu()->actions())
+        for (QAction *item : rig.app->trayMenu()->actions())
             tray << item->text();
         QVERIFY(tray.contains("About Brindlewick"));
 
@@ -160,7 +160,7 @@ private Q_SLOTS:
         QTRY_VERIFY(!rig.app->settingsWindow());
         QTRY_VERIFY(window->findChild<ShelfToolbar *>()->searchField()->hasFocus());
 
-        QuickLook &preview = rig.app->quickLook();
+        Previewer &preview = rig.app->previewer();
         preview.show(QUrl::fromLocalFile(rig.shots() + QStringLiteral("/a.png")), {});
         QTRY_VERIFY(preview.isOpen());
         preview.window()->activateWindow();
@@ -184,8 +184,8 @@ private Q_SLOTS:
             rig.tool.values.insert(CaptureSettings::location, QStringLiteral("/elsewhere"));
             rig.launch();
             QCOMPARE(rig.tool.values.value(CaptureSettings::location).toString(), rig.shots());
-            rig.app->applicationWillTerminate();
-            rig.app->applicationWillTerminate();
+            rig.app->prepareToQuit();
+            rig.app->prepareToQuit();
             QCOMPARE(rig.tool.values.value(CaptureSettings::location).toString(), QStringLiteral("/elsewhere"));
         }
         Rig rig;
@@ -216,7 +216,7 @@ private Q_SLOTS:
         });
         QElapsedTimer clock;
         clock.start();
-        rig.app->applicationDidFinishLaunching();
+        rig.app->launch();
         QCOMPARE(lines, QStringList{QStringLiteral("ready")});
         // A slow step that holds the loop until both keys are due.
         QTimer::singleShot(0, &rig.app->shelf(), [&clock] {

@@ -89,9 +89,9 @@ private Q_SLOTS:
 
         // Preview opens on the first of the files, paging through all in sight.
         entry(three.get(), "Preview")->trigger();
-        QCOMPARE(rig.quickLook.currentURL(), rig.url("c.png"));
-        QCOMPARE(rig.quickLook.urls(), rig.shelf->visible());
-        rig.quickLook.close();
+        QCOMPARE(rig.previewer.currentURL(), rig.url("c.png"));
+        QCOMPARE(rig.previewer.urls(), rig.shelf->visible());
+        rig.previewer.close();
 
         const std::unique_ptr<QMenu> none(ContextMenu::build({}, *rig.commands));
         QVERIFY(none->actions().isEmpty());

@@ -49,8 +49,8 @@ struct ChangesRig : CommandsRig
     }
     bool previewShows(const QString &name, const QColor &colour) const
     {
-        return quickLook.isOpen() && quickLook.currentURL() == url(name)
-               && ColourImages::shows(quickLook.window()->image(), colour);
+        return previewer.isOpen() && previewer.currentURL() == url(name)
+               && ColourImages::shows(previewer.window()->image(), colour);
     }
     bool pinShows(const QColor &colour) const
     {
@@ -73,7 +73,7 @@ private Q_SLOTS:
         QVERIFY(rig.build());
         const QString a = "a.png";
         QTRY_VERIFY(rig.cellShows(a, rig.colourOf(a)));
-        rig.quickLook.show(rig.url(a), rig.shelf->visible());
+        rig.previewer.show(rig.url(a), rig.shelf->visible());
         rig.pins.pin(rig.url(a));
         QTRY_VERIFY(rig.previewShows(a, rig.colourOf(a)));
         QTRY_VERIFY(rig.pinShows(rig.colourOf(a)));
@@ -124,16 +124,16 @@ private Q_SLOTS:
         ChangesRig rig;
         QVERIFY(rig.build());
         const QList<QUrl> shown = rig.shelf->visible(); // c, b, a
-        rig.quickLook.show(shown.at(1), shown);
-        QTRY_VERIFY(rig.quickLook.window()->isSettled());
+        rig.previewer.show(shown.at(1), shown);
+        QTRY_VERIFY(rig.previewer.window()->isSettled());
         QVERIFY(QFile::remove(rig.file("b.png")));
-        QTRY_COMPARE(rig.quickLook.currentURL(), rig.url("a.png"));
-        QCOMPARE(rig.quickLook.urls(), rig.shelf->visible());
+        QTRY_COMPARE(rig.previewer.currentURL(), rig.url("a.png"));
+        QCOMPARE(rig.previewer.urls(), rig.shelf->visible());
         QTRY_VERIFY(rig.previewShows("a.png", rig.colourOf("a.png")));
         QVERIFY(QFile::remove(rig.file("a.png")));
-        QTRY_COMPARE(rig.quickLook.currentURL(), rig.url("c.png"));
+        QTRY_COMPARE(rig.previewer.currentURL(), rig.url("c.png"));
         QVERIFY(QFile::remove(rig.file("c.png")));
-        QTRY_VERIFY(!rig.quickLook.isOpen());
+        QTRY_VERIFY(!rig.previewer.isOpen());
     }
 };
 

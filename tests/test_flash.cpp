@@ -249,12 +249,12 @@ private Q_SLOTS:
         home.prefs.setValue(PrefKey::folder, shots);
         AppServices services(home.prefs, home.capture, home.box.path("meta.json"), home.box.path("thumbs"));
         AppDelegate app(services, nullptr);
-        app.applicationDidFinishLaunching();
+        app.launch();
         QTRY_VERIFY(!app.shelf().items().isEmpty() || !app.shelf().subfolders().isEmpty());
         Shelf &shelf = app.shelf();
 
         app.showShelf();
-        QTRY_VERIFY(app.shelfIsKey());
+        QTRY_VERIFY(app.shelfIsActive());
         Q_EMIT shelf.freshScreenshot(fresh);
         app.window()->hide();
         Q_EMIT shelf.freshScreenshot(file);

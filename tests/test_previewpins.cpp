@@ -1,7 +1,7 @@
 #include "actions/views/pins.h"
 #include "actions/views/pinwindow.h"
+#include "actions/views/previewer.h"
 #include "actions/views/previewwindow.h"
-#include "actions/views/quicklook.h"
 #include "support/badimages.h"
 #include "support/files.h"
 
@@ -87,7 +87,7 @@ private Q_SLOTS:
         for (const QString &file : bad)
             list << QUrl::fromLocalFile(file);
         list << writeImage(path("good.png"), 400, 300);
-        QuickLook look;
+        Previewer look;
         look.show(list.first(), list);
         PreviewWindow *window = look.window();
         for (int i = 0; i < list.size(); ++i) {
@@ -106,7 +106,7 @@ private Q_SLOTS:
     {
         const QUrl big = writeImage(path("wide.jpg"), 3200, 1000, "JPEG");
         const QUrl small = writeImage(path("tiny.png"), 60, 40);
-        QuickLook look;
+        Previewer look;
         look.show(big, {big, small});
         PreviewWindow *window = look.window();
         QTRY_VERIFY(window->isSettled());
@@ -131,7 +131,7 @@ private Q_SLOTS:
         QList<QUrl> list;
         for (int i = 0; i < 4; ++i)
             list << writeImage(path(QStringLiteral("p%1.png").arg(i)), 80 + 10 * i, 60);
-        QuickLook look;
+        Previewer look;
         look.show(list.at(2), list);
         look.step(1);
         look.step(1);
@@ -162,8 +162,8 @@ private Q_SLOTS:
         KeyRecorder shelf;
         shelf.resize(400, 300);
         shelf.show();
-        QuickLook look;
-        QSignalSpy open(&look, &QuickLook::openChanged);
+        Previewer look;
+        QSignalSpy open(&look, &Previewer::openChanged);
         look.toggle(std::nullopt, list, &shelf);
         QVERIFY(!look.isOpen());
         look.toggle(list.at(0), list, &shelf);

@@ -81,12 +81,12 @@ private Q_SLOTS:
         shelf.setQuery({});
         shelf.select(grid.urls[0]);
         shelf.setQuery("item 2");
-        QVERIFY(shelf.selection() == grid.at({0}) && shelf.selectedURLs().isEmpty());
+        QVERIFY(shelf.selection() == grid.at({0}) && shelf.selectedFiles().isEmpty());
         shelf.selectAll();
         QVERIFY(shelf.selection() == grid.at({2}) && shelf.base() == grid.at({2}));
         shelf.setQuery({});
         shelf.setSelection(grid.at({3, 0, 2}));
-        QCOMPARE(shelf.selectedURLs(), (QList<QUrl>{grid.urls[0], grid.urls[2], grid.urls[3]}));
+        QCOMPARE(shelf.selectedFiles(), (QList<QUrl>{grid.urls[0], grid.urls[2], grid.urls[3]}));
     }
 
     void arrowsStopAtTheEdgesAndShiftGrowsARectangle()

@@ -58,7 +58,7 @@ struct KeysRig : CommandsRig
     {
         QTest::keyClick(window->focusWidget() ? window->focusWidget() : window.get(), key, modifiers);
     }
-    QStringList selected() const { return TestFiles::names(shelf->selectedURLs()); }
+    QStringList selected() const { return TestFiles::names(shelf->selectedFiles()); }
 };
 
 } // namespace
@@ -81,17 +81,17 @@ private Q_SLOTS:
         QVERIFY(rig.field()->hasFocus());
 
         rig.key(Qt::Key_Space);
-        QCOMPARE(rig.quickLook.currentURL(), rig.url(QStringLiteral("c.png")));
+        QCOMPARE(rig.previewer.currentURL(), rig.url(QStringLiteral("c.png")));
         QCOMPARE(rig.field()->text(), QString());
         rig.key(Qt::Key_Space);
-        QVERIFY(!rig.quickLook.isOpen());
+        QVERIFY(!rig.previewer.isOpen());
         QCOMPARE(rig.selected(), QStringList{QStringLiteral("c.png")});
 
         QTest::keyClicks(rig.field(), QStringLiteral("png"));
         QCOMPARE(rig.shelf->query(), QStringLiteral("png"));
         rig.key(Qt::Key_Space);
         QCOMPARE(rig.field()->text(), QStringLiteral("png "));
-        QVERIFY(!rig.quickLook.isOpen());
+        QVERIFY(!rig.previewer.isOpen());
         rig.key(Qt::Key_Backspace);
         rig.key(Qt::Key_Return);
         QCOMPARE(rig.field()->text(), QStringLiteral("png"));
@@ -134,15 +134,15 @@ private Q_SLOTS:
         ShelfToolbar *toolbar = rig.view->toolbar();
         QVERIFY(!toolbar->trashAction()->isEnabled());
         toolbar->previewAction()->trigger();
-        QVERIFY(rig.quickLook.isOpen() && rig.selected().isEmpty());
+        QVERIFY(rig.previewer.isOpen() && rig.selected().isEmpty());
         toolbar->previewAction()->trigger();
 
         rig.key(Qt::Key_Right);
         rig.key(Qt::Key_Space);
         rig.key(Qt::Key_Right);
-        QCOMPARE(rig.quickLook.currentURL(), rig.url(QStringLiteral("b.png")));
+        QCOMPARE(rig.previewer.currentURL(), rig.url(QStringLiteral("b.png")));
         rig.key(Qt::Key_Space);
-        QVERIFY(!rig.quickLook.isOpen());
+        QVERIFY(!rig.previewer.isOpen());
 
         rig.key(Qt::Key_Return);
         QCOMPARE(rig.launcher.opened, QList<QUrl>{rig.url(QStringLiteral("b.png"))});

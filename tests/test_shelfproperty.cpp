@@ -244,7 +244,7 @@ private:
     }
     QString trash()
     {
-        const QList<QUrl> selected = m_rig.shelf->selectedURLs();
+        const QList<QUrl> selected = m_rig.shelf->selectedFiles();
         m_rig.key(Qt::Key_Delete);
         (void)m_rig.settle(); // what it left is checked below
         QStringList names;

@@ -53,7 +53,7 @@ void FileActions::showInFileManager(const QList<QUrl> &files, FileManager &manag
         manager.showItems(files);
 }
 
-void FileActions::getInfo(const QUrl &file, FileManager &manager) { manager.showItemProperties(file); }
+void FileActions::showProperties(const QUrl &file, FileManager &manager) { manager.showItemProperties(file); }
 
 void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, RenameDone done, Refused refused)
 {

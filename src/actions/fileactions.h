@@ -50,7 +50,7 @@ public:
     static void openWith(const QList<QUrl> &files, const QUrl &app, AppLauncher &launcher);
     static QList<AppChoice> applications(const QUrl &file, AppLauncher &launcher);
     static void showInFileManager(const QList<QUrl> &files, FileManager &manager);
-    static void getInfo(const QUrl &file, FileManager &manager);
+    static void showProperties(const QUrl &file, FileManager &manager);
 
     // The clipboard.
     static void copyFiles(const QList<QUrl> &files);

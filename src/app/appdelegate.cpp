@@ -7,9 +7,9 @@
 #include "actions/views/desktopwindows.h"
 #include "actions/views/filecommands.h"
 #include "actions/views/pins.h"
+#include "actions/views/previewer.h"
 #include "actions/views/previewwindow.h"
 #include "actions/views/promptdialogs.h"
-#include "actions/views/quicklook.h"
 #include "app/appservices.h"
 #include "app/commandline.h"
 #include "app/diagnostics.h"
@@ -116,12 +116,12 @@ AppDelegate::AppDelegate(AppServices &services, FrontApp *frontApp, QObject *par
 
 AppDelegate::~AppDelegate() = default;
 
-void AppDelegate::applicationDidFinishLaunching()
+void AppDelegate::launch()
 {
     // 1. The main menu.
     m_mainMenu = std::make_unique<MainMenu>(*this);
     // 2. The tray icon.
-    buildStatusItem();
+    buildTrayIcon();
     // 3-4. The hidden shelf window and its content.
     buildWindow();
     // 5. The screenshot tool saves into Home from now on, unless a folder was
@@ -139,7 +139,7 @@ void AppDelegate::applicationDidFinishLaunching()
     // 11. New screenshots: the corner card shows them unless the shelf is
     //     in front.
     connect(m_shelf.get(), &Shelf::freshScreenshot, this, [this](const QUrl &url) {
-        if (!shelfIsKey())
+        if (!shelfIsActive())
             m_flash->show(url);
     });
     // 12. main() registers the global shortcut once this has run.
@@ -151,31 +151,31 @@ void AppDelegate::applicationDidFinishLaunching()
     m_hooks->scheduleLaunchHooks();
 }
 
-void AppDelegate::applicationWillTerminate() { m_capture.restore(); }
+void AppDelegate::prepareToQuit() { m_capture.restore(); }
 
-void AppDelegate::buildStatusItem()
+void AppDelegate::buildTrayIcon()
 {
-    m_statusItem = new QSystemTrayIcon(appIcon(), this);
-    m_statusItem->setToolTip(QStringLiteral("Brindlewick"));
+    m_trayIcon = new QSystemTrayIcon(appIcon(), this);
+    m_trayIcon->setToolTip(QStringLiteral("Brindlewick"));
 
-    m_statusMenu = std::make_unique<QMenu>();
-    QAction *toggleItem = m_statusMenu->addAction(QStringLiteral("Open Shelf"));
+    m_trayMenu = std::make_unique<QMenu>();
+    QAction *toggleItem = m_trayMenu->addAction(QStringLiteral("Open Shelf"));
     connect(toggleItem, &QAction::triggered, this, &AppDelegate::toggleShelf);
-    QAction *settingsItem = m_statusMenu->addAction(QStringLiteral("Settings…"));
+    QAction *settingsItem = m_trayMenu->addAction(QStringLiteral("Settings…"));
     connect(settingsItem, &QAction::triggered, this, &AppDelegate::openSettings);
     // No menu bar is drawn here, so the tray is where the about box is found
     // without opening the shelf (the shelf's menu button holds it too).
-    QAction *aboutItem = m_statusMenu->addAction(QStringLiteral("About Brindlewick"));
+    QAction *aboutItem = m_trayMenu->addAction(QStringLiteral("About Brindlewick"));
     connect(aboutItem, &QAction::triggered, this, &AppDelegate::showAbout);
-    m_statusMenu->addSeparator();
-    QAction *quitItem = m_statusMenu->addAction(QStringLiteral("Quit Brindlewick"));
+    m_trayMenu->addSeparator();
+    QAction *quitItem = m_trayMenu->addAction(QStringLiteral("Quit Brindlewick"));
     connect(quitItem, &QAction::triggered, qApp, &quitNow, Qt::QueuedConnection);
     // Named when the menu opens, and kept current as the window comes and
     // goes for the trays that read the menu ahead of time.
-    connect(m_statusMenu.get(), &QMenu::aboutToShow, this, [this] { nameStatusToggle(); });
-    m_statusItem->setContextMenu(m_statusMenu.get());
-    connect(m_statusItem, &QSystemTrayIcon::activated, this, &AppDelegate::statusClicked);
-    m_statusItem->show();
+    connect(m_trayMenu.get(), &QMenu::aboutToShow, this, [this] { nameTrayToggle(); });
+    m_trayIcon->setContextMenu(m_trayMenu.get());
+    connect(m_trayIcon, &QSystemTrayIcon::activated, this, &AppDelegate::trayActivated);
+    m_trayIcon->show();
 }
 
 void AppDelegate::buildWindow()
@@ -185,15 +185,15 @@ void AppDelegate::buildWindow()
     m_window->setWindowIcon(appIcon());
     m_window->resize(1200, 700);
     m_runner = std::make_unique<ActionRunner>(*m_services.trash, m_meta);
-    m_quickLook = std::make_unique<QuickLook>();
+    m_previewer = std::make_unique<Previewer>();
     m_pins = std::make_unique<Pins>();
     m_folderPrompt = std::make_unique<DialogTextPrompt>(m_window.get());
     // The preview leaves the keys to the shelf only while the shelf has
     // them; opened from the corner card's menu (the shelf hidden or in the
     // background) it takes the keyboard itself.
-    m_commands = std::make_unique<FileCommands>(*m_shelf, *m_runner, *m_launcher, *m_fileManager, *m_quickLook, *m_pins,
+    m_commands = std::make_unique<FileCommands>(*m_shelf, *m_runner, *m_launcher, *m_fileManager, *m_previewer, *m_pins,
                                                 *m_services.indexer, *m_folderPrompt, m_meta,
-                                                [this] { return shelfIsKey() ? m_window.get() : nullptr; });
+                                                [this] { return shelfIsActive() ? m_window.get() : nullptr; });
     m_window->setCommands(*m_commands);
     auto *view = new ShelfView(m_shelf.get(), m_meta, m_services.thumbs.get(), *m_commands);
     m_window->setContent(view);
@@ -230,13 +230,12 @@ void AppDelegate::buildWindow()
     view->setMainMenu(m_mainMenu->menus());
     // The window commands (Ctrl+W, Ctrl+F, Ctrl+,, Ctrl+Q) work in the
     // preview as well, once it exists.
-    connect(m_quickLook.get(), &QuickLook::openChanged, this, [this](bool open) {
-        if (open && m_quickLook->window())
-            m_mainMenu->attachWindowCommandsTo(m_quickLook->window());
+    connect(m_previewer.get(), &Previewer::openChanged, this, [this](bool open) {
+        if (open && m_previewer->window())
+            m_mainMenu->attachWindowCommandsTo(m_previewer->window());
     });
-    connect(m_window.get(), &ShelfWindow::liveResizeEnded, this,
-            [this](QSize size) { windowDidEndLiveResize(QSizeF(size)); });
-    connect(m_window.get(), &ShelfWindow::shownChanged, this, [this] { nameStatusToggle(); });
+    connect(m_window.get(), &ShelfWindow::liveResizeEnded, this, [this](QSize size) { shelfResized(QSizeF(size)); });
+    connect(m_window.get(), &ShelfWindow::shownChanged, this, [this] { nameTrayToggle(); });
     // Created now (though hidden) so that events can be addressed to it.
     m_window->winId();
 }
@@ -246,7 +245,7 @@ QMenu *AppDelegate::popupFileMenu(const QList<QUrl> &files, const QPoint &global
     return ContextMenu::popup(files, *m_commands, globalPos, m_window.get());
 }
 
-void AppDelegate::statusClicked(QSystemTrayIcon::ActivationReason reason)
+void AppDelegate::trayActivated(QSystemTrayIcon::ActivationReason reason)
 {
     // The context menu path is the tray's own; a left click toggles.
     if (reason != QSystemTrayIcon::Trigger)
@@ -259,15 +258,15 @@ void AppDelegate::statusClicked(QSystemTrayIcon::ActivationReason reason)
         m_window->hide();
 }
 
-void AppDelegate::nameStatusToggle()
+void AppDelegate::nameTrayToggle()
 {
-    if (!m_statusMenu || m_statusMenu->actions().isEmpty())
+    if (!m_trayMenu || m_trayMenu->actions().isEmpty())
         return;
     const bool shown = m_window && m_window->isVisible();
-    m_statusMenu->actions().first()->setText(shown ? QStringLiteral("Hide Shelf") : QStringLiteral("Open Shelf"));
+    m_trayMenu->actions().first()->setText(shown ? QStringLiteral("Hide Shelf") : QStringLiteral("Open Shelf"));
 }
 
-bool AppDelegate::shelfIsKey() const
+bool AppDelegate::shelfIsActive() const
 {
     if (!m_window || !m_window->isVisible())
         return false;
@@ -280,7 +279,7 @@ bool AppDelegate::shelfIsKey() const
 
 void AppDelegate::toggleShelf()
 {
-    if (shelfIsKey())
+    if (shelfIsActive())
         m_window->hide();
     else
         showShelf();
@@ -400,8 +399,8 @@ void AppDelegate::closeFrontWindow()
         closeSettings();
         return;
     }
-    if (front && front == m_quickLook->window()) {
-        m_quickLook->close();
+    if (front && front == m_previewer->window()) {
+        m_previewer->close();
         return;
     }
     if (m_window)
@@ -412,7 +411,7 @@ void AppDelegate::focusSearch()
 {
     // The search field is the shelf's: the sheet over it goes.
     closeSettings();
-    if (m_window && m_window->isVisible() && !shelfIsKey()) {
+    if (m_window && m_window->isVisible() && !shelfIsActive()) {
         m_window->raise();
         m_window->activateWindow();
     }
@@ -439,7 +438,7 @@ void AppDelegate::hideApplication()
         m_window->hide();
 }
 
-void AppDelegate::windowDidEndLiveResize(QSizeF size) { ShelfPlacement::saveSize(m_prefs, size); }
+void AppDelegate::shelfResized(QSizeF size) { ShelfPlacement::saveSize(m_prefs, size); }
 
 void AppDelegate::showAbout()
 {

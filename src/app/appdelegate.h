@@ -29,7 +29,7 @@ class MetaStore;
 class Pins;
 class Prefs;
 class QMenu;
-class QuickLook;
+class Previewer;
 class Shelf;
 class FileCommands;
 class TextPrompt;
@@ -54,15 +54,15 @@ public:
     ~AppDelegate() override;
 
     // The launch sequence; run once the event loop has started.
-    void applicationDidFinishLaunching();
+    void launch();
     // The daily usage count, for its switch in the settings; may stay unset.
     void setHeartbeat(Heartbeat *heartbeat) { m_heartbeat = heartbeat; }
     // Gives the screenshot tool its own save folder back. Safe to call more
     // than once (quit, a termination signal, the session ending).
-    void applicationWillTerminate();
+    void prepareToQuit();
 
     // Gestures and menu commands.
-    void statusClicked(QSystemTrayIcon::ActivationReason reason);
+    void trayActivated(QSystemTrayIcon::ActivationReason reason);
     void toggle() { toggleShelf(); }
     void openSettingsFromMenu() { openSettings(); }
     void focusSearch();
@@ -74,7 +74,7 @@ public:
     // Ctrl+W: closes the window in front (the settings sheet, the preview)
     // or hides the shelf.
     void closeFrontWindow();
-    void windowDidEndLiveResize(QSizeF size);
+    void shelfResized(QSizeF size);
 
     void showShelf();
     void toggleShelf();
@@ -90,19 +90,19 @@ public:
     Shelf &shelf() const { return *m_shelf; }
     ShelfWindow *window() const { return m_window.get(); }
     SettingsSheetWindow *settingsWindow() const { return m_settingsWindow; }
-    QSystemTrayIcon *statusItem() const { return m_statusItem; }
-    QMenu *statusMenu() const { return m_statusMenu.get(); }
+    QSystemTrayIcon *trayIcon() const { return m_trayIcon; }
+    QMenu *trayMenu() const { return m_trayMenu.get(); }
     MainMenu &mainMenu() const { return *m_mainMenu; }
     LoginItem &loginItem() const { return *m_loginItem; }
     DiagnosticHooks &diagnostics() const { return *m_hooks; }
-    QuickLook &quickLook() const { return *m_quickLook; }
+    Previewer &previewer() const { return *m_previewer; }
     Pins &pins() const { return *m_pins; }
     // Every file operation of the shelf and its menus.
     FileCommands &fileCommands() const { return *m_commands; }
     // The corner card of new screenshots.
     Flash &flash() const { return *m_flash; }
     // Visible and holding the keyboard focus of the desktop.
-    bool shelfIsKey() const;
+    bool shelfIsActive() const;
 
 Q_SIGNALS:
     // The search field is to take the keys (Find), or to give them up (the
@@ -111,9 +111,9 @@ Q_SIGNALS:
     void searchFocusDropped();
 
 private:
-    void buildStatusItem();
+    void buildTrayIcon();
     void buildWindow();
-    void nameStatusToggle();
+    void nameTrayToggle();
     // The menu of a right-click on these files, at a global point.
     QMenu *popupFileMenu(const QList<QUrl> &files, const QPoint &globalPos);
 
@@ -128,11 +128,11 @@ private:
     // Moves files dropped on the grid.
     std::unique_ptr<ActionRunner> m_runner;
     // The one preview window and the pinned images.
-    std::unique_ptr<QuickLook> m_quickLook;
+    std::unique_ptr<Previewer> m_previewer;
     std::unique_ptr<Pins> m_pins;
     std::unique_ptr<MainMenu> m_mainMenu;
-    QPointer<QSystemTrayIcon> m_statusItem;
-    std::unique_ptr<QMenu> m_statusMenu;
+    QPointer<QSystemTrayIcon> m_trayIcon;
+    std::unique_ptr<QMenu> m_trayMenu;
     std::unique_ptr<ShelfWindow> m_window;
     // The new folder prompt over the shelf, and what the keys and the
     // toolbar do to the files.

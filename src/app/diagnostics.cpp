@@ -1,6 +1,6 @@
 #include "app/diagnostics.h"
 
-#include "actions/views/quicklook.h"
+#include "actions/views/previewer.h"
 #include "app/appdelegate.h"
 #include "app/keytable.h"
 #include "model/shelf.h"
@@ -547,7 +547,7 @@ void DiagnosticHooks::reportKey(const QString &text) const
             (fully ? QStringLiteral(" cursor cell fully visible (y ") : QStringLiteral(" cursor cell OFFSCREEN (y "))
             + QStringLiteral("%1\u2013%2 of %3)").arg(r.top()).arg(r.top() + r.height()).arg(h);
     }
-    if (m_delegate->quickLook().isOpen())
-        line += QStringLiteral(" preview ") + m_delegate->quickLook().currentURL().fileName();
+    if (m_delegate->previewer().isOpen())
+        line += QStringLiteral(" preview ") + m_delegate->previewer().currentURL().fileName();
     log(line);
 }

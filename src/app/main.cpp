@@ -139,11 +139,11 @@ int main(int argc, char *argv[])
         else
             delegate.showShelf();
     });
-    QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, &AppDelegate::applicationWillTerminate);
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, &AppDelegate::prepareToQuit);
     // The session is ending (logout): give the folder back now, in case the
     // session manager does not wait for us to quit.
     QObject::connect(&app, &QGuiApplication::commitDataRequest, &delegate,
-                     [&delegate](QSessionManager &) { delegate.applicationWillTerminate(); });
+                     [&delegate](QSessionManager &) { delegate.prepareToQuit(); });
 
     // The global shortcut toggles the shelf, from launch on (registered then).
     HotKey hotKey;
@@ -153,7 +153,7 @@ int main(int argc, char *argv[])
                         Heartbeat::distributionVersion());
     delegate.setHeartbeat(&heartbeat);
     QTimer::singleShot(0, &delegate, [&delegate, &hotKey, &services, &heartbeat, toggle] {
-        delegate.applicationDidFinishLaunching();
+        delegate.launch();
         hotKey.registerWith(makeGlobalShortcut());
         // Old screenshots go to Archive (or the Trash) when the user asked for it.
         services.tidy->start(delegate.shelf());

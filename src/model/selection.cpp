@@ -5,7 +5,7 @@
 // Positions are positions in `visible`: what the search hides cannot be
 // selected, walked over or acted on.
 
-QList<QUrl> Shelf::selectedURLs() const
+QList<QUrl> Shelf::selectedFiles() const
 {
     QList<QUrl> selected;
     if (m_selection.isEmpty())

@@ -113,7 +113,7 @@ public:
     // Derived values, computed on each read.
     bool isHome() const;
     QList<QUrl> visible() const;
-    QList<QUrl> selectedURLs() const;
+    QList<QUrl> selectedFiles() const;
     // When an item was last changed, as the last scan saw it (invalid when
     // it is not an item).
     QDateTime modified(const QUrl &url) const;

@@ -379,7 +379,7 @@ QList<QUrl> FlashPanel::carried() const
 {
     // The selection in the order shown when it holds this file; it may
     // not: a search or another folder can hide the file in the shelf.
-    const QList<QUrl> selected = m_shelf ? m_shelf->selectedURLs() : QList<QUrl>();
+    const QList<QUrl> selected = m_shelf ? m_shelf->selectedFiles() : QList<QUrl>();
     return selected.contains(m_url) ? selected : QList<QUrl>{m_url};
 }
 

@@ -63,7 +63,7 @@ void ShelfGrid::mousePressEvent(QMouseEvent *event)
         const QUrl url = m_visible.at(index);
         if (!m_shelf->selection().contains(url))
             m_shelf->select(url);
-        QList<QUrl> files = m_shelf->selectedURLs();
+        QList<QUrl> files = m_shelf->selectedFiles();
         if (files.isEmpty())
             files = {url};
         Q_EMIT contextMenuRequested(files, event->globalPosition().toPoint());
@@ -229,7 +229,7 @@ void ShelfGrid::startDrag()
     m_pressUrl.clear();
     if (!m_shelf)
         return;
-    const QList<QUrl> files = m_shelf->selection().contains(url) ? m_shelf->selectedURLs() : QList<QUrl>{url};
+    const QList<QUrl> files = m_shelf->selection().contains(url) ? m_shelf->selectedFiles() : QList<QUrl>{url};
     if (files.isEmpty())
         return;
     const qreal dpr = devicePixelRatioF();

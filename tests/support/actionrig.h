@@ -2,7 +2,7 @@
 
 #include "actions/actionrunner.h"
 #include "actions/views/pins.h"
-#include "actions/views/quicklook.h"
+#include "actions/views/previewer.h"
 #include "platform/trash.h"
 #include "support/scriptedprompts.h"
 #include "support/shelfrig.h"
@@ -13,7 +13,7 @@ struct ActionRig : ShelfRig
 {
     FreedesktopTrash trash{box.path("Trash")};
     ActionRunner runner{trash, &meta};
-    QuickLook quickLook;
+    Previewer previewer;
     Pins pins;
     ScriptedPrompt prompt;
 

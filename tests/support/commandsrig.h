@@ -42,7 +42,7 @@ struct CommandsRig : ActionRig
     // Builds the commands once the shelf has started.
     void makeCommands()
     {
-        commands = std::make_unique<FileCommands>(*shelf, runner, launcher, fileManager, quickLook, pins, indexer,
+        commands = std::make_unique<FileCommands>(*shelf, runner, launcher, fileManager, previewer, pins, indexer,
                                                   prompt, &meta, [this] { return beside.data(); });
     }
 };

@@ -4,7 +4,7 @@
 #include "actions/fileactions.h"
 #include "actions/folderops.h"
 #include "actions/views/pins.h"
-#include "actions/views/quicklook.h"
+#include "actions/views/previewer.h"
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "model/shelf.h"
@@ -33,13 +33,13 @@ QList<QUrl> FileCommand::targets() const
 {
     switch (m_reach) {
     case Reach::selection:
-        return m_shelf.selectedURLs();
+        return m_shelf.selectedFiles();
     case Reach::oneSelected: {
-        const QList<QUrl> selected = m_shelf.selectedURLs();
+        const QList<QUrl> selected = m_shelf.selectedFiles();
         return selected.size() == 1 ? selected : QList<QUrl>();
     }
     case Reach::primary: {
-        QList<QUrl> files = m_shelf.selectedURLs();
+        QList<QUrl> files = m_shelf.selectedFiles();
         if (files.isEmpty())
             files = m_shelf.visible();
         return files.mid(0, 1);
@@ -107,10 +107,10 @@ void FileCommand::setKeyHint(const QKeySequence &key)
 }
 
 FileCommands::FileCommands(Shelf &shelf, ActionRunner &runner, AppLauncher &launcher, FileManager &fileManager,
-                           QuickLook &quickLook, Pins &pins, TextIndexer &indexer, TextPrompt &prompt, MetaStore *meta,
+                           Previewer &previewer, Pins &pins, TextIndexer &indexer, TextPrompt &prompt, MetaStore *meta,
                            Beside beside, QObject *parent)
     : QObject(parent), m_shelf(shelf), m_runner(runner), m_launcher(launcher), m_fileManager(fileManager),
-      m_quickLook(quickLook), m_pins(pins), m_indexer(indexer), m_prompt(prompt), m_meta(meta),
+      m_previewer(previewer), m_pins(pins), m_indexer(indexer), m_prompt(prompt), m_meta(meta),
       m_beside(std::move(beside))
 {
     using Reach = FileCommand::Reach;
@@ -129,7 +129,7 @@ FileCommands::FileCommands(Shelf &shelf, ActionRunner &runner, AppLauncher &laun
 
     // Opened on the first file, paging through everything in sight.
     m_preview = add(Reach::primary, Texts::preview,
-                    [this](const Files &files) { m_quickLook.show(files.first(), m_shelf.visible(), m_beside()); });
+                    [this](const Files &files) { m_previewer.show(files.first(), m_shelf.visible(), m_beside()); });
     m_preview->setIcon({QStringLiteral("view-preview"), QStringLiteral("document-preview")}, QStringLiteral("preview"));
     m_preview->setKeyHint(QKeySequence(Qt::Key_Space));
     m_preview->action()->setToolTip(QStringLiteral("%1 (%2)").arg(Texts::preview, Texts::previewKeyHint));
@@ -147,7 +147,7 @@ FileCommands::FileCommands(Shelf &shelf, ActionRunner &runner, AppLauncher &laun
                  [this](const Files &files) { FileActions::showInFileManager(files, m_fileManager); });
     m_show->setIcon({QStringLiteral("system-file-manager"), QStringLiteral("folder-open")});
     m_properties = add(Reach::oneSelected, Texts::fileProperties,
-                       [this](const Files &files) { FileActions::getInfo(files.first(), m_fileManager); });
+                       [this](const Files &files) { FileActions::showProperties(files.first(), m_fileManager); });
     m_properties->setIcon({QStringLiteral("document-properties")});
 
     m_copy = add(Reach::selection, QStringLiteral("Copy"), [](const Files &files) { FileActions::copyFiles(files); });
@@ -214,11 +214,11 @@ FileCommands::FileCommands(Shelf &shelf, ActionRunner &runner, AppLauncher &laun
     // An open preview and the pins follow the list as soon as the shelf
     // learns of a change: a file deleted from outside is not shown a moment
     // longer, a file overwritten shows its new content.
-    const auto follow = [this] { m_quickLook.follow(m_shelf.visible()); };
+    const auto follow = [this] { m_previewer.follow(m_shelf.visible()); };
     connect(&shelf, &Shelf::itemsChanged, this, follow);
     connect(&shelf, &Shelf::queryChanged, this, follow);
     connect(&shelf, &Shelf::contentChanged, this, [this](const QList<QUrl> &files) {
-        m_quickLook.filesChanged(files);
+        m_previewer.filesChanged(files);
         m_pins.filesChanged(files);
     });
     for (auto signal : {&Shelf::selectionChanged, &Shelf::itemsChanged, &Shelf::queryChanged})
@@ -354,11 +354,11 @@ void FileCommands::copyCell(qsizetype index)
 
 void FileCommands::togglePreview(bool selectWhenNone)
 {
-    const bool hadSelection = !m_shelf.selectedURLs().isEmpty();
+    const bool hadSelection = !m_shelf.selectedFiles().isEmpty();
     const QList<QUrl> primary = m_preview->targets();
     const std::optional<QUrl> file = primary.isEmpty() ? std::nullopt : std::optional<QUrl>(primary.first());
-    if (m_quickLook.isOpen() || !file)
-        m_quickLook.toggle(file, m_shelf.visible(), m_beside());
+    if (m_previewer.isOpen() || !file)
+        m_previewer.toggle(file, m_shelf.visible(), m_beside());
     else
         m_preview->run(primary);
     if (selectWhenNone && !hadSelection && file)
@@ -367,7 +367,7 @@ void FileCommands::togglePreview(bool selectWhenNone)
 
 void FileCommands::previewCursor()
 {
-    if (!m_quickLook.isOpen() || m_shelf.cursor().isEmpty())
+    if (!m_previewer.isOpen() || m_shelf.cursor().isEmpty())
         return;
-    m_quickLook.show(m_shelf.cursor(), m_shelf.visible(), m_beside());
+    m_previewer.show(m_shelf.cursor(), m_shelf.visible(), m_beside());
 }

@@ -18,7 +18,7 @@ class FileManager;
 class MetaStore;
 class Pins;
 class QAction;
-class QuickLook;
+class Previewer;
 class QWidget;
 class Shelf;
 class TextIndexer;
@@ -100,7 +100,7 @@ public:
     using Beside = std::function<QWidget *()>;
 
     FileCommands(Shelf &shelf, ActionRunner &runner, AppLauncher &launcher, FileManager &fileManager,
-                 QuickLook &quickLook, Pins &pins, TextIndexer &indexer, TextPrompt &prompt, MetaStore *meta,
+                 Previewer &previewer, Pins &pins, TextIndexer &indexer, TextPrompt &prompt, MetaStore *meta,
                  Beside beside, QObject *parent = nullptr);
 
     FileCommand &open() const { return *m_open; }
@@ -170,7 +170,7 @@ private:
     ActionRunner &m_runner;
     AppLauncher &m_launcher;
     FileManager &m_fileManager;
-    QuickLook &m_quickLook;
+    Previewer &m_previewer;
     Pins &m_pins;
     TextIndexer &m_indexer;
     TextPrompt &m_prompt;

@@ -13,7 +13,7 @@ class QTimer;
 
 // The preview window: one image as large as the window allows (never
 // beyond one image pixel per screen pixel), its file name and its place in
-// the list ("3 of 12"). It draws what it is told; QuickLook decides which
+// the list ("3 of 12"). It draws what it is told; Previewer decides which
 // file and pages. The image is decoded off the GUI thread at the size it
 // is shown, again after the window is resized.
 class PreviewWindow : public QWidget

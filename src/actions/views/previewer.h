@@ -22,13 +22,13 @@ class QWidget;
 // (or it was opened on its own), its own keys page (arrows), close (Space,
 // Escape) and pass the rest on to the shelf. Paging stops at either end of
 // the list, as the shelf's cursor does. Hiding the shelf closes it.
-class QuickLook : public QObject
+class Previewer : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit QuickLook(QObject *parent = nullptr);
-    ~QuickLook() override;
+    explicit Previewer(QObject *parent = nullptr);
+    ~Previewer() override;
 
     // Pages through `list` (or just `file` when the list is empty), opened
     // on `file`, or on the first entry when `file` is not in the list.

@@ -1,4 +1,4 @@
-#include "actions/views/quicklook.h"
+#include "actions/views/previewer.h"
 
 #include "actions/views/screens.h"
 
@@ -28,22 +28,22 @@ QScreen *screenFor(QWidget *near)
 
 } // namespace
 
-QuickLook::QuickLook(QObject *parent) : QObject(parent) {}
+Previewer::Previewer(QObject *parent) : QObject(parent) {}
 
-QuickLook::~QuickLook()
+Previewer::~Previewer()
 {
     if (m_near)
         m_near->window()->removeEventFilter(this);
 }
 
-bool QuickLook::isOpen() const { return m_window && m_window->isVisible(); }
+bool Previewer::isOpen() const { return m_window && m_window->isVisible(); }
 
-QUrl QuickLook::currentURL() const
+QUrl Previewer::currentURL() const
 {
     return m_current >= 0 && m_current < m_urls.size() ? m_urls.at(m_current) : QUrl();
 }
 
-void QuickLook::show(const QUrl &file, const QList<QUrl> &list, QWidget *near)
+void Previewer::show(const QUrl &file, const QList<QUrl> &list, QWidget *near)
 {
     QList<QUrl> urls = list;
     if (urls.isEmpty() && !file.isEmpty())
@@ -73,7 +73,7 @@ void QuickLook::show(const QUrl &file, const QList<QUrl> &list, QWidget *near)
     }
 }
 
-void QuickLook::toggle(const std::optional<QUrl> &file, const QList<QUrl> &list, QWidget *near)
+void Previewer::toggle(const std::optional<QUrl> &file, const QList<QUrl> &list, QWidget *near)
 {
     if (isOpen()) {
         close();
@@ -83,13 +83,13 @@ void QuickLook::toggle(const std::optional<QUrl> &file, const QList<QUrl> &list,
         show(*file, list, near);
 }
 
-void QuickLook::close()
+void Previewer::close()
 {
     if (m_window)
         m_window->hide();
 }
 
-void QuickLook::setCurrent(int index)
+void Previewer::setCurrent(int index)
 {
     if (m_urls.isEmpty())
         return;
@@ -101,7 +101,7 @@ void QuickLook::setCurrent(int index)
     showCurrent();
 }
 
-void QuickLook::follow(const QList<QUrl> &list)
+void Previewer::follow(const QList<QUrl> &list)
 {
     if (!isOpen() || list == m_urls)
         return;
@@ -121,23 +121,23 @@ void QuickLook::follow(const QList<QUrl> &list)
     showCurrent();
 }
 
-void QuickLook::filesChanged(const QList<QUrl> &files)
+void Previewer::filesChanged(const QList<QUrl> &files)
 {
     if (m_window)
         m_window->filesChanged(files);
 }
 
-void QuickLook::ensureWindow()
+void Previewer::ensureWindow()
 {
     if (m_window)
         return;
     m_window = std::make_unique<PreviewWindow>();
-    connect(m_window.get(), &PreviewWindow::stepRequested, this, &QuickLook::step);
-    connect(m_window.get(), &PreviewWindow::closeRequested, this, &QuickLook::close);
-    connect(m_window.get(), &PreviewWindow::shownChanged, this, &QuickLook::openChanged);
+    connect(m_window.get(), &PreviewWindow::stepRequested, this, &Previewer::step);
+    connect(m_window.get(), &PreviewWindow::closeRequested, this, &Previewer::close);
+    connect(m_window.get(), &PreviewWindow::shownChanged, this, &Previewer::openChanged);
 }
 
-void QuickLook::placeNear(QWidget *near)
+void Previewer::placeNear(QWidget *near)
 {
     if (m_near)
         m_near->window()->removeEventFilter(this);
@@ -158,7 +158,7 @@ void QuickLook::placeNear(QWidget *near)
     }
 }
 
-void QuickLook::showCurrent()
+void Previewer::showCurrent()
 {
     if (!m_window || m_current < 0)
         return;
@@ -170,7 +170,7 @@ void QuickLook::showCurrent()
     m_window->showItem(m_urls.at(m_current), m_current, int(m_urls.size()), neighbours);
 }
 
-bool QuickLook::eventFilter(QObject *watched, QEvent *event)
+bool Previewer::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == m_near && event->type() == QEvent::Hide)
         close();
