@@ -4,6 +4,7 @@
 #include "meta/metastore.h"
 #include "meta/thumbs.h"
 #include "model/shelf.h"
+#include "ui/accessiblegrid.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -83,9 +84,13 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     : QAbstractScrollArea(parent), m_shelf(shelf), m_meta(meta), m_thumbs(thumbs),
       m_scroll(new QVariantAnimation(this)), m_autoScroll(new QTimer(this))
 {
+    // Before anything here asks Qt for this view's accessible interface.
+    Accessibility::installFactories();
     setObjectName(QStringLiteral("shelfGrid"));
     setFrameShape(QFrame::NoFrame);
-    setFocusPolicy(Qt::NoFocus);
+    // Reached with Tab or a click; the window's keys then walk the cells.
+    setFocusPolicy(Qt::StrongFocus);
+    setAccessibleName(QStringLiteral("Screenshots"));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setAcceptDrops(true);
@@ -107,6 +112,8 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
         connect(shelf, &Shelf::cellWidthChanged, this, &ShelfGrid::relayout);
         connect(shelf, &Shelf::currentChanged, this, &ShelfGrid::folderChanged);
         connect(shelf, &Shelf::cursorChanged, this, &ShelfGrid::scrollToCursor);
+        // The keyboard's ring moves with the cursor.
+        connect(shelf, &Shelf::cursorChanged, viewport(), qOverload<>(&QWidget::update));
         connect(shelf, &Shelf::selectionChanged, this, [this] {
             if (m_shelf && !m_shelf->hovered().isEmpty())
                 animateLift(m_shelf->hovered());
@@ -124,6 +131,8 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     if (meta)
         connect(meta, &MetaStore::byNameChanged, this, &ShelfGrid::refreshItems);
     refreshItems();
+    // Connected after the grid's own handlers, so it speaks of the new list.
+    Accessibility::watchGrid(this, shelf);
 }
 
 ShelfGrid::~ShelfGrid()
@@ -131,6 +140,10 @@ ShelfGrid::~ShelfGrid()
     if (m_thumbs)
         m_thumbs->cancel(this);
 }
+
+Shelf *ShelfGrid::shelf() const { return m_shelf; }
+
+MetaStore *ShelfGrid::meta() const { return m_meta; }
 
 int ShelfGrid::offset() const { return verticalScrollBar()->value(); }
 
@@ -453,6 +466,12 @@ void ShelfGrid::paintEvent(QPaintEvent *event)
         p.setBrush(withAlpha(accent, 0.16));
         p.drawRoundedRect(r, 3, 3);
     }
+    if (hasFocus() && !m_dropTargeted) {
+        // The grid has the keyboard: a thin ring round it, as a list has.
+        p.setPen(QPen(withAlpha(accent, 0.7), 2));
+        p.setBrush(Qt::NoBrush);
+        p.drawRect(QRectF(viewport()->rect()).adjusted(1, 1, -1, -1));
+    }
     if (m_dropTargeted) {
         p.setPen(QPen(accent, 2));
         p.setBrush(Qt::NoBrush);
@@ -538,8 +557,28 @@ void ShelfGrid::paintCell(QPainter &p, int index)
     p.drawPath(shape);
     p.restore();
 
+    if (hasFocus() && m_shelf && m_shelf->cursor() == url) {
+        // The keyboard's cell: a ring a gap outside the tile, apart from
+        // the selection's border on the tile itself.
+        p.setPen(QPen(accent, 2, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
+        p.setBrush(Qt::NoBrush);
+        p.drawRoundedRect(QRectF(tile).adjusted(-4, -4, 4, 4), tileRadius + 4, tileRadius + 4);
+    }
+
     const QRect label(tile.left(), tile.bottom() + 1 + GridLayout::labelGap, tile.width(), labelHeight());
     p.setPen(selected ? accent : pal.color(QPalette::PlaceholderText));
     p.drawText(label, Qt::AlignHCenter | Qt::AlignTop,
                fontMetrics().elidedText(url.fileName(), Qt::ElideMiddle, label.width()));
+}
+
+void ShelfGrid::focusInEvent(QFocusEvent *event)
+{
+    QAbstractScrollArea::focusInEvent(event);
+    viewport()->update();
+}
+
+void ShelfGrid::focusOutEvent(QFocusEvent *event)
+{
+    QAbstractScrollArea::focusOutEvent(event);
+    viewport()->update();
 }
