@@ -71,6 +71,8 @@ FolderColumn::FolderColumn(Shelf *shelf, const Parts &parts, QWidget *parent)
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
     // Reached with Tab; a click on a row leaves the keyboard with the grid.
     setFocusPolicy(Qt::TabFocus);
+    // The window's key routing leaves Up, Down, Home and End to the column.
+    setProperty("walksOwnRows", true);
     setAccessibleName(QStringLiteral("Folders"));
     viewport()->setBackgroundRole(QPalette::Window);
     viewport()->setAutoFillBackground(true);
@@ -223,7 +225,7 @@ void FolderColumn::paintEvent(QPaintEvent *)
             if (hasFocus()) {
                 painter.setPen(QPen(pal.color(QPalette::Highlight), 2));
                 painter.setBrush(Qt::NoBrush);
-                painter.drawRoundedRect(QRectF(inner).adjusted(-3, -2, 3, 2), 7, 7);
+                painter.drawRoundedRect(QRectF(inner).adjusted(-4, -4, 4, 4), 8, 8);
             }
         }
 
