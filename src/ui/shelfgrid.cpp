@@ -8,6 +8,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -112,8 +113,13 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
         connect(shelf, &Shelf::cellWidthChanged, this, &ShelfGrid::relayout);
         connect(shelf, &Shelf::currentChanged, this, &ShelfGrid::folderChanged);
         connect(shelf, &Shelf::cursorChanged, this, &ShelfGrid::scrollToCursor);
-        // The keyboard's ring moves with the cursor.
-        connect(shelf, &Shelf::cursorChanged, viewport(), qOverload<>(&QWidget::update));
+        // The keyboard's ring moves with the cursor; a move made without a
+        // button held is the keyboard's, and shows it.
+        connect(shelf, &Shelf::cursorChanged, this, [this] {
+            if (hasFocus() && QGuiApplication::mouseButtons() == Qt::NoButton)
+                m_focusVisible = true;
+            viewport()->update();
+        });
         connect(shelf, &Shelf::selectionChanged, this, [this] {
             if (m_shelf && !m_shelf->hovered().isEmpty())
                 animateLift(m_shelf->hovered());
@@ -466,7 +472,7 @@ void ShelfGrid::paintEvent(QPaintEvent *event)
         p.setBrush(withAlpha(accent, 0.16));
         p.drawRoundedRect(r, 3, 3);
     }
-    if (hasFocus() && !m_dropTargeted) {
+    if (hasFocus() && m_focusVisible && !m_dropTargeted) {
         // The grid has the keyboard: a thin ring round it, as a list has.
         p.setPen(QPen(withAlpha(accent, 0.7), 2));
         p.setBrush(Qt::NoBrush);
@@ -557,7 +563,7 @@ void ShelfGrid::paintCell(QPainter &p, int index)
     p.drawPath(shape);
     p.restore();
 
-    if (hasFocus() && m_shelf && m_shelf->cursor() == url) {
+    if (hasFocus() && m_focusVisible && m_shelf && m_shelf->cursor() == url) {
         // The keyboard's cell: a ring a gap outside the tile, apart from
         // the selection's border on the tile itself.
         p.setPen(QPen(accent, 2, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
@@ -573,6 +579,7 @@ void ShelfGrid::paintCell(QPainter &p, int index)
 
 void ShelfGrid::focusInEvent(QFocusEvent *event)
 {
+    m_focusVisible = event->reason() != Qt::MouseFocusReason;
     QAbstractScrollArea::focusInEvent(event);
     viewport()->update();
 }

@@ -149,4 +149,7 @@ private:
     QTimer *m_autoScroll;
 
     bool m_dropTargeted = false;
+    // The focus rings show while the keyboard works the grid, not after a
+    // click (as a browser's focus-visible).
+    bool m_focusVisible = false;
 };
