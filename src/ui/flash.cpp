@@ -87,6 +87,10 @@ FlashPanel::FlashPanel(const QUrl &url, const QImage &thumb, Shelf *shelf, const
     setObjectName(QStringLiteral("flashPanel"));
     // A plain name: where a desktop lists windows, a path reads as noise.
     setWindowTitle(cardTitle);
+    // What a screen reader says as the card appears.
+    setAccessibleName(QStringLiteral("%1: %2").arg(cardTitle, url.fileName()));
+    setAccessibleDescription(
+        QStringLiteral("Drag it into another program, open its menu, or double-click to show it in the shelf"));
     setAttribute(Qt::WA_ShowWithoutActivating);
     setFocusPolicy(Qt::NoFocus);
     setMouseTracking(true);

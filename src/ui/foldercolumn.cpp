@@ -3,12 +3,14 @@
 #include "actions/views/filecommands.h"
 #include "model/shelf.h"
 #include "system/texts.h"
+#include "ui/accessiblefolders.h"
 
 #include <QContextMenuEvent>
 #include <QDragEnterEvent>
 #include <QFileInfo>
 #include <QHelpEvent>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
@@ -57,14 +59,19 @@ QString hintText()
 FolderColumn::FolderColumn(Shelf *shelf, FileCommands &commands, QWidget *parent)
     : QAbstractScrollArea(parent), m_shelf(shelf), m_commands(&commands)
 {
+    // Before anything here asks Qt for this view's accessible interface.
+    Accessibility::installFactories();
     setObjectName(QStringLiteral("folderColumn"));
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setMinimumWidth(minimumColumnWidth);
     setMaximumWidth(maximumColumnWidth);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
-    // The grid keeps the keyboard: the column is worked with the mouse.
-    setFocusPolicy(Qt::NoFocus);
+    // Reached with Tab; a click on a row leaves the keyboard with the grid.
+    setFocusPolicy(Qt::TabFocus);
+    // The window's key routing leaves Up, Down, Home and End to the column.
+    setProperty("walksOwnRows", true);
+    setAccessibleName(QStringLiteral("Folders"));
     viewport()->setBackgroundRole(QPalette::Window);
     viewport()->setAutoFillBackground(true);
     viewport()->setMouseTracking(true);
@@ -77,6 +84,7 @@ FolderColumn::FolderColumn(Shelf *shelf, FileCommands &commands, QWidget *parent
         connect(m_shelf, &Shelf::currentChanged, viewport(), qOverload<>(&QWidget::update));
     }
     relayout();
+    Accessibility::watchFolders(this, shelf);
 }
 
 QSize FolderColumn::sizeHint() const { return {idealColumnWidth, 400}; }
@@ -211,6 +219,12 @@ void FolderColumn::paintEvent(QPaintEvent *)
             QPainterPath path;
             path.addRoundedRect(QRectF(inner), 5, 5);
             painter.fillPath(path, pal.color(QPalette::Highlight));
+            // The keyboard's ring, a gap outside the row's own fill.
+            if (hasFocus()) {
+                painter.setPen(QPen(pal.color(QPalette::Highlight), 2));
+                painter.setBrush(Qt::NoBrush);
+                painter.drawRoundedRect(QRectF(inner).adjusted(-4, -4, 4, 4), 8, 8);
+            }
         }
 
         const QRect content = inner.adjusted(8, 0, -8, 0);
@@ -353,4 +367,71 @@ void FolderColumn::dropEvent(QDropEvent *event)
         event->setDropAction(Qt::CopyAction);
     event->accept();
     m_commands->dropOnFolder(files, row->folder);
+}
+
+Shelf *FolderColumn::shelf() const { return m_shelf; }
+
+QUrl FolderColumn::currentRow() const
+{
+    if (!m_shelf)
+        return {};
+    const QUrl current = Shelf::folderKey(m_shelf->current());
+    for (const Row &row : m_rows) {
+        if ((row.kind == Row::homeRow || row.kind == Row::folderRow) && Shelf::folderKey(row.folder) == current)
+            return row.folder;
+    }
+    return {};
+}
+
+void FolderColumn::keyPressEvent(QKeyEvent *event)
+{
+    QList<QUrl> folders;
+    for (const Row &row : std::as_const(m_rows)) {
+        if (row.kind == Row::homeRow || row.kind == Row::folderRow)
+            folders << row.folder;
+    }
+    const qsizetype at = folders.indexOf(currentRow());
+    qsizetype to = -1;
+    switch (event->key()) {
+    case Qt::Key_Up:
+        to = std::max<qsizetype>(at - 1, 0);
+        break;
+    case Qt::Key_Down:
+        to = std::min(at + 1, folders.size() - 1);
+        break;
+    case Qt::Key_Home:
+        to = 0;
+        break;
+    case Qt::Key_End:
+        to = folders.size() - 1;
+        break;
+    default:
+        QAbstractScrollArea::keyPressEvent(event);
+        return;
+    }
+    event->accept();
+    if (!m_shelf || to < 0 || to == at)
+        return;
+    m_shelf->openFolder(folders.at(to));
+    for (const Row &row : std::as_const(m_rows)) {
+        if (row.folder == folders.at(to)) {
+            const int top = verticalScrollBar()->value();
+            if (row.rect.top() < top)
+                verticalScrollBar()->setValue(row.rect.top());
+            else if (row.rect.bottom() > top + viewport()->height())
+                verticalScrollBar()->setValue(row.rect.bottom() - viewport()->height());
+        }
+    }
+}
+
+void FolderColumn::focusInEvent(QFocusEvent *event)
+{
+    QAbstractScrollArea::focusInEvent(event);
+    viewport()->update();
+}
+
+void FolderColumn::focusOutEvent(QFocusEvent *event)
+{
+    QAbstractScrollArea::focusOutEvent(event);
+    viewport()->update();
 }

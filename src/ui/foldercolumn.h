@@ -38,6 +38,9 @@ public:
     const Row *rowAt(const QPoint &viewportPos) const;
     // The row a drag is hovering over (empty when none).
     QUrl targeted() const { return m_targeted; }
+    Shelf *shelf() const;
+    // The listed folder of the row on show (the keyboard's row), or none.
+    QUrl currentRow() const;
 
     QSize sizeHint() const override;
 
@@ -53,6 +56,10 @@ protected:
     bool viewportEvent(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void scrollContentsBy(int dx, int dy) override;
+    // Up and Down (Home, End) show the folder of the row above or below.
+    void keyPressEvent(QKeyEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
 
 private:
     void relayout();

@@ -5,9 +5,11 @@
 #include "meta/thumbs.h"
 #include "model/shelf.h"
 #include "platform/desktopentries.h"
+#include "ui/accessiblegrid.h"
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -66,9 +68,13 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     : QAbstractScrollArea(parent), m_shelf(shelf), m_meta(meta), m_thumbs(thumbs),
       m_scroll(new QVariantAnimation(this)), m_autoScroll(new QTimer(this))
 {
+    // Before anything here asks Qt for this view's accessible interface.
+    Accessibility::installFactories();
     setObjectName(QStringLiteral("shelfGrid"));
     setFrameShape(QFrame::NoFrame);
-    setFocusPolicy(Qt::NoFocus);
+    // Reached with Tab or a click; the window's keys then walk the cells.
+    setFocusPolicy(Qt::StrongFocus);
+    setAccessibleName(QStringLiteral("Screenshots"));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setAcceptDrops(true);
@@ -90,6 +96,13 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
         connect(shelf, &Shelf::cellWidthChanged, this, &ShelfGrid::relayout);
         connect(shelf, &Shelf::currentChanged, this, &ShelfGrid::folderChanged);
         connect(shelf, &Shelf::cursorChanged, this, &ShelfGrid::scrollToCursor);
+        // The keyboard's ring moves with the cursor; a move made without a
+        // button held is the keyboard's, and shows it.
+        connect(shelf, &Shelf::cursorChanged, this, [this] {
+            if (hasFocus() && QGuiApplication::mouseButtons() == Qt::NoButton)
+                m_focusVisible = true;
+            viewport()->update();
+        });
         connect(shelf, &Shelf::selectionChanged, this, [this] {
             if (m_shelf && !m_shelf->hovered().isEmpty())
                 animateLift(m_shelf->hovered());
@@ -107,6 +120,8 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     if (meta)
         connect(meta, &MetaStore::byNameChanged, this, &ShelfGrid::refreshItems);
     refreshItems();
+    // Connected after the grid's own handlers, so it speaks of the new list.
+    Accessibility::watchGrid(this, shelf);
 }
 
 ShelfGrid::~ShelfGrid()
@@ -114,6 +129,10 @@ ShelfGrid::~ShelfGrid()
     if (m_thumbs)
         m_thumbs->cancel(this);
 }
+
+Shelf *ShelfGrid::shelf() const { return m_shelf; }
+
+MetaStore *ShelfGrid::meta() const { return m_meta; }
 
 int ShelfGrid::offset() const { return verticalScrollBar()->value(); }
 
@@ -457,6 +476,12 @@ void ShelfGrid::paintEvent(QPaintEvent *event)
         p.setBrush(withAlpha(accent, 0.16));
         p.drawRoundedRect(r, 3, 3);
     }
+    if (hasFocus() && m_focusVisible && !m_dropTargeted) {
+        // The grid has the keyboard: a thin ring round it, as a list has.
+        p.setPen(QPen(withAlpha(accent, 0.7), 2));
+        p.setBrush(Qt::NoBrush);
+        p.drawRect(QRectF(viewport()->rect()).adjusted(1, 1, -1, -1));
+    }
     if (m_dropTargeted) {
         p.setPen(QPen(accent, 2));
         p.setBrush(Qt::NoBrush);
@@ -542,8 +567,29 @@ void ShelfGrid::paintCell(QPainter &p, int index)
     p.drawPath(shape);
     p.restore();
 
+    if (hasFocus() && m_focusVisible && m_shelf && m_shelf->cursor() == url) {
+        // The keyboard's cell: a ring a gap outside the tile, apart from
+        // the selection's border on the tile itself.
+        p.setPen(QPen(accent, 2, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
+        p.setBrush(Qt::NoBrush);
+        p.drawRoundedRect(QRectF(tile).adjusted(-4, -4, 4, 4), tileRadius + 4, tileRadius + 4);
+    }
+
     const QRect label(tile.left(), tile.bottom() + 1 + GridLayout::labelGap, tile.width(), labelHeight());
     p.setPen(selected ? accent : pal.color(QPalette::PlaceholderText));
     p.drawText(label, Qt::AlignHCenter | Qt::AlignTop,
                fontMetrics().elidedText(url.fileName(), Qt::ElideMiddle, label.width()));
+}
+
+void ShelfGrid::focusInEvent(QFocusEvent *event)
+{
+    m_focusVisible = event->reason() != Qt::MouseFocusReason;
+    QAbstractScrollArea::focusInEvent(event);
+    viewport()->update();
+}
+
+void ShelfGrid::focusOutEvent(QFocusEvent *event)
+{
+    QAbstractScrollArea::focusOutEvent(event);
+    viewport()->update();
 }

@@ -32,6 +32,8 @@ public:
     ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *parent = nullptr);
     ~ShelfGrid() override;
 
+    Shelf *shelf() const;
+    MetaStore *meta() const;
     const GridLayout::Geometry &layoutGeometry() const { return m_geometry; }
     QList<QUrl> shownItems() const { return m_visible; }
     // The tile and name of `url` in viewport coordinates; empty when it is
@@ -73,6 +75,8 @@ protected:
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dragLeaveEvent(QDragLeaveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
 
 private:
     // An image, the size step it serves and the file it was made from.
@@ -148,4 +152,7 @@ private:
     QTimer *m_autoScroll;
 
     bool m_dropTargeted = false;
+    // The focus rings show while the keyboard works the grid, not after a
+    // click (as a browser's focus-visible).
+    bool m_focusVisible = false;
 };

@@ -51,6 +51,10 @@ bool ShelfGrid::viewportEvent(QEvent *event)
 
 void ShelfGrid::mousePressEvent(QMouseEvent *event)
 {
+    if (m_focusVisible) {
+        m_focusVisible = false;
+        viewport()->update();
+    }
     Q_EMIT pressed();
     if (!m_shelf)
         return;

@@ -49,6 +49,8 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, FileCommands &commands, QWidget *parent
     m_search->setObjectName(QStringLiteral("searchField"));
     m_search->setPlaceholderText(QStringLiteral("Search names and recognised text"));
     m_search->setClearButtonEnabled(true);
+    m_search->setAccessibleName(QStringLiteral("Search"));
+    m_search->setAccessibleDescription(m_search->placeholderText());
     m_search->addAction(icon({QStringLiteral("edit-find")}, QStringLiteral("search")), QLineEdit::LeadingPosition);
     m_search->setMinimumWidth(120);
     m_search->setMaximumWidth(searchWidth);

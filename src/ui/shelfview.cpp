@@ -13,6 +13,7 @@
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -98,6 +99,7 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, FileCommands
     m_reportTimer->setInterval(reportMs);
     connect(m_reportTimer, &QTimer::timeout, this, [this] { showReport(QString()); });
     connect(&commands, &FileCommands::reported, this, &ShelfView::showReport);
+    m_progress->setAccessibleName(QStringLiteral("Text recognition"));
     m_progress->setFixedWidth(100);
     m_progress->setTextVisible(false);
     m_progress->setMaximumHeight(m_status->sizeHint().height() / 2 + 2);
@@ -105,7 +107,7 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, FileCommands
     barLayout->addWidget(m_progressText);
     barLayout->addWidget(m_tidyText);
     m_tidyButton->setAutoDefault(false);
-    m_tidyButton->setFocusPolicy(Qt::NoFocus);
+    m_tidyButton->setFocusPolicy(Qt::TabFocus);
     barLayout->addWidget(m_tidyButton);
     connect(m_tidyButton, &QPushButton::clicked, this, [this] {
         if (!m_tidy || !m_shelf)
@@ -121,8 +123,9 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, FileCommands
     largePhoto->setPixmap(themed("image-x-generic", "image", this, 18));
     m_size->setRange(int(Shelf::smallestCellWidth), int(Shelf::largestCellWidth));
     m_size->setFixedWidth(110);
-    m_size->setFocusPolicy(Qt::NoFocus);
+    m_size->setFocusPolicy(Qt::TabFocus);
     m_size->setToolTip(QStringLiteral("Thumbnail size (%1)").arg(Texts::zoomKeyHint));
+    m_size->setAccessibleName(QStringLiteral("Thumbnail size"));
     auto *sizeRow = new QHBoxLayout;
     sizeRow->setSpacing(6);
     sizeRow->addWidget(smallPhoto);
@@ -162,6 +165,13 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, FileCommands
     toolbarRule->setFrameShadow(QFrame::Sunken);
     layout->addWidget(toolbarRule);
     layout->addWidget(m_split);
+
+    // Tab walks the window as it reads: the search, the screenshots, then
+    // the status bar's controls.
+    setTabOrder(m_toolbar->searchField(), m_grid);
+    setTabOrder(m_grid, m_recognise);
+    setTabOrder(m_recognise, m_tidyButton);
+    setTabOrder(m_tidyButton, m_size);
 
     if (shelf) {
         for (auto signal :
@@ -245,6 +255,9 @@ void ShelfView::setSidebar(QWidget *sidebar)
     m_split->insertWidget(0, sidebar);
     m_split->setStretchFactor(0, 0);
     m_split->setStretchFactor(1, 1);
+    // The folders come between the search and the screenshots.
+    setTabOrder(m_toolbar->searchField(), sidebar);
+    setTabOrder(sidebar, m_grid);
 }
 
 QString ShelfView::statusText(qsizetype visible, qsizetype items, bool searching, qsizetype selected)

@@ -231,6 +231,19 @@ bool ShelfWindow::isEditableText(const QWidget *widget)
 bool ShelfWindow::routeKeyEvent(QKeyEvent *event)
 {
     QWidget *field = focusWidget();
+    // A list that walks its own rows (the folder column) keeps the keys
+    // that walk it.
+    if (field && field->property("walksOwnRows").toBool()) {
+        switch (event->key()) {
+        case Qt::Key_Up:
+        case Qt::Key_Down:
+        case Qt::Key_Home:
+        case Qt::Key_End:
+            return false;
+        default:
+            break;
+        }
+    }
     if (!isEditableText(field))
         return handleKey(event);
     if ((event->modifiers() & Qt::ControlModifier) && copySlot(event))

@@ -40,6 +40,8 @@ public:
     // What went wrong when it is not running.
     QString problem() const { return m_problem; }
     QString display() const { return m_display ? m_display->display() : QString(); }
+    // The private session bus, for tools that join it.
+    QString busAddress() const { return m_bus ? m_bus->address() : QString(); }
 
     // Points `run` at this desktop: its display and its session bus.
     void enter(AppRun &run) const;

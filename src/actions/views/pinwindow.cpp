@@ -25,6 +25,9 @@ PinWindow::PinWindow(const QImage &image, const QSizeF &imagePoints, const QStri
 {
     setObjectName(QStringLiteral("pinWindow"));
     setWindowTitle(title);
+    setAccessibleName(QStringLiteral("Pinned screenshot: %1").arg(title));
+    setAccessibleDescription(QStringLiteral(
+        "Stays above other windows; drag to move it, drag an edge to resize it, double-click or Escape to close it"));
     setAttribute(Qt::WA_DeleteOnClose);
     setAttribute(Qt::WA_TranslucentBackground);
     setMouseTracking(true);
