@@ -1,6 +1,7 @@
 #include "platform/desktopentries.h"
 
-#include <QCoreApplication>
+#include "files/async.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -208,22 +209,27 @@ QStringList DesktopEntries::defaultFolders()
 void DesktopEntries::reload()
 {
     const quint64 generation = ++m_generation;
-    QPointer<DesktopEntries> self(this);
     const QStringList folders = m_folders;
-    QThreadPool::globalInstance()->start([self, generation, folders] {
+    struct Reading
+    {
+        std::shared_ptr<const QList<DesktopEntry>> entries;
         QStringList subfolders;
-        auto entries = std::make_shared<const QList<DesktopEntry>>(readDesktopEntries(folders, &subfolders));
-        QMetaObject::invokeMethod(
-            qApp,
-            [self, generation, entries, subfolders] {
-                if (!self || generation != self->m_generation)
-                    return; // a newer reading is under way
-                self->m_entries = entries;
-                self->watch(subfolders);
-                Q_EMIT self->loaded();
-            },
-            Qt::QueuedConnection);
-    });
+    };
+    Async::run(
+        m_reads, this,
+        [folders] {
+            Reading reading;
+            reading.entries =
+                std::make_shared<const QList<DesktopEntry>>(readDesktopEntries(folders, &reading.subfolders));
+            return reading;
+        },
+        [this, generation](Reading reading) {
+            if (generation != m_generation)
+                return; // a newer reading is under way
+            m_entries = std::move(reading.entries);
+            watch(reading.subfolders);
+            Q_EMIT loaded();
+        });
 }
 
 void DesktopEntries::watch(const QStringList &subfolders)

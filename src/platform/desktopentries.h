@@ -5,6 +5,7 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
+#include <QThreadPool>
 
 #include <memory>
 #include <optional>
@@ -78,4 +79,6 @@ private:
     QTimer *m_debounce;
     QSet<QString> m_parents; // watched only for a missing folder to appear
     quint64 m_generation = 0;
+    // Reads the folders; stopped (and waited for) with the index.
+    QThreadPool m_reads;
 };

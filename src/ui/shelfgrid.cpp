@@ -1,6 +1,7 @@
 #include "ui/shelfgrid.h"
 
 #include "actions/fileactions.h"
+#include "files/async.h"
 #include "meta/metastore.h"
 #include "meta/thumbs.h"
 #include "model/shelf.h"
@@ -428,17 +429,11 @@ QIcon ShelfGrid::appIcon(const QString &desktopEntry)
     // Reading the entry takes the disk: once per application, off the GUI
     // thread; the cells repaint when it is in.
     m_appIcons.insert(desktopEntry, QIcon());
-    QPointer<ShelfGrid> self(this);
-    QThreadPool::globalInstance()->start([self, desktopEntry] {
-        const std::optional<DesktopEntryFacts> entry = readDesktopEntry(desktopEntry);
-        QMetaObject::invokeMethod(
-            qApp,
-            [self, desktopEntry, entry] {
-                if (self)
-                    self->appIconRead(desktopEntry, entry ? std::optional<QString>(entry->icon) : std::nullopt);
-            },
-            Qt::QueuedConnection);
-    });
+    Async::run(
+        m_entryReads, this, [desktopEntry] { return readDesktopEntry(desktopEntry); },
+        [this, desktopEntry](const std::optional<DesktopEntryFacts> &entry) {
+            appIconRead(desktopEntry, entry ? std::optional<QString>(entry->icon) : std::nullopt);
+        });
     return {};
 }
 

@@ -10,6 +10,7 @@
 #include <QImage>
 #include <QPointer>
 #include <QSet>
+#include <QThreadPool>
 #include <QUrl>
 
 class MetaStore;
@@ -134,6 +135,8 @@ private:
     QHash<QUrl, FileStamp> m_failed;
     quint64 m_serial = 0;
     QHash<QString, QIcon> m_appIcons; // by desktop entry; null: being read, or gone
+    // Reads desktop entries; stopped (and waited for) with the grid.
+    QThreadPool m_entryReads;
 
     QHash<QUrl, double> m_lift;
     QHash<QUrl, QVariantAnimation *> m_liftAnimations;
