@@ -156,31 +156,6 @@ int thumbnailAnswer(const QString &path, int pixels)
     return (image->width() == 1 ? 1 << 30 : 0) | (image->height() == pixels ? 1 << 29 : 0) | int(middle & 0xffffff);
 }
 
-// An interlaced RGB PNG of `image`, its seven passes laid out by hand (Qt
-// writes none).
-QByteArray interlacedPng(const QImage &image)
-{
-    static const struct
-    {
-        int x, y, dx, dy;
-    } passes[] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4}, {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
-    QByteArray rows;
-    for (const auto &pass : passes) {
-        const int columns = (image.width() - pass.x + pass.dx - 1) / pass.dx;
-        for (int y = pass.y; columns > 0 && y < image.height(); y += pass.dy) {
-            rows += '\0';
-            for (int x = pass.x; x < image.width(); x += pass.dx) {
-                const QRgb pixel = image.pixel(x, y);
-                rows += char(qRed(pixel));
-                rows += char(qGreen(pixel));
-                rows += char(qBlue(pixel));
-            }
-        }
-    }
-    return PngBytes::file(PngBytes::head(quint32(image.width()), quint32(image.height()), 8, 2, true),
-                          PngBytes::deflated(rows));
-}
-
 } // namespace
 
 class TestDecodeLimits : public QObject
@@ -277,47 +252,6 @@ private Q_SLOTS:
             const QRgb pixel = made.pixel(10, 10);
             QVERIFY2(ColourImages::near(pixel, half ? qRgba(0x80, 0x40, 0x20, 0x80) : qRgb(191, 159, 143), 3),
                      qPrintable(QString::number(pixel, 16)));
-        }
-    }
-
-    void theLessCommonKindsReadAsQtReadsThem()
-    {
-        // Palettes, grey, 16 bits and interlacing go through libspng now,
-        // for recognition as well as thumbnails; Qt's reader is the reference.
-        Sandbox box;
-        QImage colours(37, 29, QImage::Format_ARGB32);
-        for (int y = 0; y < colours.height(); ++y)
-            for (int x = 0; x < colours.width(); ++x)
-                colours.setPixel(x, y, qRgba(x * 7, y * 9, (x * y) % 256, 255 - x * 3));
-        const QImage opaque = colours.convertToFormat(QImage::Format_RGB32);
-        const QList<QPair<QString, QImage>> kinds = {{"palette.png", opaque.convertToFormat(QImage::Format_Indexed8)},
-                                                     {"grey.png", opaque.convertToFormat(QImage::Format_Grayscale8)},
-                                                     {"grey16.png", opaque.convertToFormat(QImage::Format_Grayscale16)},
-                                                     {"rgba16.png", colours.convertToFormat(QImage::Format_RGBA64)}};
-        for (const auto &[name, image] : kinds)
-            QVERIFY(image.save(box.path(name)));
-        Sandbox::writeFile(box.path("interlaced.png"), interlacedPng(opaque));
-
-        TesseractOptions viaQt;
-        viaQt.readPngRows = false;
-        for (const char *name : {"palette.png", "grey.png", "grey16.png", "rgba16.png", "interlaced.png"}) {
-            const QString path = box.path(name);
-            const QImage reference = QImage(path).convertToFormat(QImage::Format_ARGB32);
-            QVERIFY2(!reference.isNull(), name);
-            const std::optional<QImage> thumbnail = Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 256);
-            const std::optional<QImage> gray = readGrayForRecognition(path, {});
-            const std::optional<QImage> grayViaQt = readGrayForRecognition(path, viaQt);
-            QVERIFY2(thumbnail && gray && grayViaQt, name);
-            QCOMPARE(thumbnail->size(), reference.size());
-            // 16 bits come down to 8 rounded by one, truncated by the other.
-            for (int y = 0; y < reference.height(); ++y)
-                for (int x = 0; x < reference.width(); ++x) {
-                    const QRgb a = thumbnail->convertToFormat(QImage::Format_ARGB32).pixel(x, y),
-                               b = reference.pixel(x, y);
-                    QVERIFY2(ColourImages::near(a, b, qAlpha(b) < 255 ? 2 : 1, 1)
-                                 && qAbs(qGray(gray->pixel(x, y)) - qGray(grayViaQt->pixel(x, y))) <= 1,
-                             qPrintable(QStringLiteral("%1 at %2,%3").arg(name).arg(x).arg(y)));
-                }
         }
     }
 

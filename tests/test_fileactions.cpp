@@ -289,28 +289,24 @@ private Q_SLOTS:
         QCOMPARE(readAll(other + "/w.png"), QByteArray("w"));
     }
 
+    // A too-large file and transparency in a JPEG copy are the decode
+    // limits test's.
     void halfSizeAndJpegCopies()
     {
         writeImage(path("big.png"), 1441, 901);
         writeImage(path("tiny.png"), 3, 3);
         writeImage(path("x.jpg"), 10, 10, "JPEG");
-        write(path("bomb.png"), BadImages::hugePng());
-        QCOMPARE(FileActions::resizeHalf(
-                     {url(path("big.png")), url(path("tiny.png")), url(path("x.jpg")), url(path("bomb.png"))}),
+        QCOMPARE(FileActions::resizeHalf({url(path("big.png")), url(path("tiny.png")), url(path("x.jpg"))}),
                  QList<QUrl>({url(path("big @50%.png")), url(path("tiny @50%.png")), url(path("x @50%.png"))}));
         QCOMPARE(QImageReader(path("big @50%.png")).size(), QSize(720, 450));
 
         writeImage(path("y.JPG"), 4, 4, "JPEG");
         writeImage(path("z.jpeg"), 4, 4, "JPEG");
-        writeImage(path("clear.png"), 4, 4, "PNG", QImage::Format_ARGB32);
-        const QList<QUrl> jpegs = FileActions::convertToJPG(
-            {url(path("y.JPG")), url(path("z.jpeg")), url(path("clear.png")), url(path("bomb.png"))});
-        QCOMPARE(jpegs, QList<QUrl>({url(path("z.jpg")), url(path("clear.jpg"))}));
+        QCOMPARE(FileActions::convertToJPG({url(path("y.JPG")), url(path("z.jpeg")), url(path("big.png"))}),
+                 QList<QUrl>({url(path("z.jpg")), url(path("big.jpg"))}));
         QCOMPARE(FileActions::convertToJPG({url(path("z.jpeg"))}), QList<QUrl>({url(path("z 2.jpg"))}));
-        QVERIFY(QFile::exists(path("z.jpeg"))); // the source stays
-        // Transparent pixels come out white, not black.
-        QVERIFY(qGray(QImage(path("clear.jpg")).pixel(1, 1)) > 240);
-        // Nothing half-written was left behind.
+        // The sources stay; nothing half-written was left behind.
+        QVERIFY(QFile::exists(path("z.jpeg")) && QFile::exists(path("big.png")));
         for (const QString &name : entries(folder))
             QVERIFY2(!name.startsWith(QLatin1Char('.')), qPrintable(name));
 
@@ -363,7 +359,8 @@ private Q_SLOTS:
     }
 
     // What Copy and a drag carry, for names that break naive text: a line
-    // break, brackets, a percent sign, a name that is not UTF-8.
+    // break, brackets, a percent sign, a name that is not UTF-8. (The
+    // formats as another program pastes them are test_clipboard's.)
     void clipboardFormatsKeepEveryNameWhole()
     {
         writeImage(path("one.png"), 4, 4);
@@ -379,36 +376,25 @@ private Q_SLOTS:
                                          QFile::encodeName(folder) + "/raw\xFF.png"};
         QScopedPointer<QMimeData> data(FileActions::filesMimeData(files));
         QVERIFY(!data->hasFormat("image/png"));
-
         // File managers: one encoded URL per line, nothing else.
-        QByteArrayList uris = data->data("text/uri-list").split('\n');
-        QCOMPARE(uris.takeLast(), QByteArray());
-        QCOMPARE(uris.size(), files.size());
-        QByteArray copied = "copy";
+        const QByteArrayList uris = data->data("text/uri-list").split('\n');
+        QCOMPARE(uris.size(), files.size() + 1);
         for (qsizetype i = 0; i < files.size(); ++i) {
-            QVERIFY(uris[i].endsWith('\r'));
-            uris[i].chop(1);
-            QVERIFY2(QUrl::fromEncoded(uris[i], QUrl::StrictMode).isValid() && !uris[i].contains(' '),
+            const QByteArray uri = uris[i].chopped(1);
+            QVERIFY2(uris[i].endsWith('\r') && QUrl::fromEncoded(uri, QUrl::StrictMode).isValid() && !uri.contains(' '),
                      uris[i].constData());
-            QCOMPARE(QByteArray::fromPercentEncoding(uris[i]), "file://" + rawPaths[i]);
-            copied += '\n' + uris[i];
+            QCOMPARE(QByteArray::fromPercentEncoding(uri), "file://" + rawPaths[i]);
         }
-        QCOMPARE(data->data("x-special/gnome-copied-files"), copied);
 
         // Anything that takes text gets the paths, a line each: a line break
         // inside a name is written as the shell reads it back.
-        const QString text = data->text();
-        QCOMPARE(text, FileActions::pathsText(files));
-        QStringList lines = text.split(QLatin1Char('\n'));
-        QCOMPARE(lines.size(), 3);
-        QCOMPARE(lines[1], path("50% (1) [x].png"));
-        QCOMPARE(lines[2], path("raw") + QChar::ReplacementCharacter + ".png");
+        const QStringList lines = data->text().split(QLatin1Char('\n'));
+        QCOMPARE(lines,
+                 QStringList({lines[0], path("50% (1) [x].png"), path("raw") + QChar::ReplacementCharacter + ".png"}));
         QProcess shell;
         shell.start("bash", {"-c", "eval \"set -- $1\"; printf %s \"$1\"", "bash", lines[0]});
         QVERIFY(shell.waitForFinished());
         QCOMPARE(QString::fromUtf8(shell.readAllStandardOutput()), path("a\nb.png"));
-        QCOMPARE(FileActions::pathsText({url(path("x.png")), url(path("y.png"))}),
-                 path("x.png") + QLatin1Char('\n') + path("y.png"));
     }
 
     // Copy as Markdown gives one image link per file, whatever the name, as
@@ -467,8 +453,7 @@ private Q_SLOTS:
                 read.last() += xml.text();
             }
         }
-        QVERIFY(!xml.hasError());
-        QCOMPARE(paragraphs, 1);
+        QVERIFY(!xml.hasError() && paragraphs == 1);
         QCOMPARE(read, alts);
         QCOMPARE(targets.size(), files.size());
         for (qsizetype i = 0; i < files.size(); ++i)

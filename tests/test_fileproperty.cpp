@@ -24,16 +24,9 @@ using Contents = QHash<QByteArray, int>; // file bytes -> how many files hold th
 constexpr int kSequences = 400;
 constexpr int kStepsPerSequence = 8;
 
-const QStringList kNamePool = {"a.png",
-                               "a 2.png",
-                               "a copy.png",
-                               "README",
-                               "x.jpeg",
-                               "x.jpg",
-                               "Screenshot 2026-10-08 at 05.12.49.png",
-                               "2026-10-08 05.12.49.png",
-                               "shot 2",
-                               ".hidden.png"};
+const QStringList kNamePool = QStringLiteral("a.png|a 2.png|a copy.png|README|x.jpeg|x.jpg|shot 2|.hidden.png|"
+                                             "Screenshot 2026-10-08 at 05.12.49.png|2026-10-08 05.12.49.png")
+                                  .split(QLatin1Char('|'));
 
 // What `after` holds beyond `before`; nullopt when some of `before` is gone.
 std::optional<Contents> added(Contents after, const Contents &before)

@@ -89,14 +89,12 @@ private Q_SLOTS:
     // bottom edges, wherever the usable area begins.
     void placeAndSize()
     {
-        const QRect vf(0, 0, 1440, 875);
-        FlashLayout layout = FlashPanel::layoutFor(QSizeF(200, 100), vf);
-        QCOMPARE(layout.frame, QRect(1440 - 220 - 20, 875 - 142 - 20, 220, 142));
+        const QRect vf(100, 30, 1440, 875);
+        const FlashLayout layout = FlashPanel::layoutFor(QSizeF(200, 100), vf);
+        QCOMPARE(layout.frame, QRect(100 + 1440 - 220 - 20, 30 + 875 - 142 - 20, 220, 142));
         QCOMPARE(layout.image, QRect(10, 10, 200, 100));
         QCOMPARE(FlashPanel::layoutFor(QSizeF(100, 50), vf).image.size(), QSize(140, 90));
         QCOMPARE(FlashPanel::layoutFor(QSizeF(4000, 3000), vf).image.size(), QSize(400, 300));
-        layout = FlashPanel::layoutFor(QSizeF(0, 0), QRect(100, 30, 1440, 875));
-        QCOMPARE(layout.frame, QRect(100 + 1440 - 160 - 20, 30 + 875 - 132 - 20, 160, 132));
     }
 
     // Unset, the cards are on and stay 3 seconds; a stored time below 1 or
@@ -120,51 +118,46 @@ private Q_SLOTS:
     }
 
     // The card's time runs from the moment it appears, not from the end of
-    // its slide; the pointer passing over it while it slides in holds it
-    // and, once gone, leaves it its one more second.
-    void countdownStartsWhenPresented()
-    {
-        Rig rig;
-        rig.flash->showImage(rig.url("a.png"), thumb(400, 250), QGuiApplication::primaryScreen());
-        FlashPanel *card = rig.flash->current();
-        QVERIFY(card);
-        QCOMPARE(card->state(), FlashPanel::State::presenting);
-        QVERIFY(card->dismissTimer().isActive());
-        QCOMPARE(card->dismissTimer().interval(), 3000);
-        QTRY_COMPARE(card->state(), FlashPanel::State::shown);
-        QVERIFY2(card->dismissTimer().remainingTime() <= 3000 - 150,
-                 qPrintable(QString::number(card->dismissTimer().remainingTime())));
-
-        rig.flash->showImage(rig.url("b.png"), thumb(400, 250), QGuiApplication::primaryScreen());
-        card = rig.flash->current();
-        hover(card, true);
-        QVERIFY(!card->dismissTimer().isActive());
-        hover(card, false);
-        QCOMPARE(card->state(), FlashPanel::State::presenting);
-        QVERIFY(card->dismissTimer().isActive());
-        QCOMPARE(card->dismissTimer().interval(), 1000);
-    }
-
-    // The pointer on the card holds it, even when its time is up; leaving
-    // gives it one more second, then it slides out and is gone.
-    void hoverHoldsThenLeaveCountsDown()
+    // its slide. The pointer on the card holds it, even when its time is up
+    // or a new card (for the same file too) has taken its place, and also
+    // while it slides in; leaving gives it one more second, then it slides
+    // out and is gone, leaving the newer card current.
+    void countdownHoverAndReplacement()
     {
         Rig rig;
         QSignalSpy gone(rig.flash.get(), &Flash::gone);
-        FlashPanel *card = rig.show("a.png");
-        QVERIFY(card && card->isVisible());
+        rig.flash->showImage(rig.url("a.png"), thumb(400, 250), QGuiApplication::primaryScreen());
+        FlashPanel *card = rig.flash->current();
+        QVERIFY(card && card->state() == FlashPanel::State::presenting);
+        QVERIFY(card->dismissTimer().isActive() && card->dismissTimer().interval() == 3000);
+        QTRY_COMPARE(card->state(), FlashPanel::State::shown);
+        QVERIFY2(card->dismissTimer().remainingTime() <= 3000 - 150,
+                 qPrintable(QString::number(card->dismissTimer().remainingTime())));
         QCOMPARE(card->pos(), card->finalFrame().topLeft());
+
         hover(card, true);
         QVERIFY(!card->dismissTimer().isActive());
         card->dismiss();
+        FlashPanel *second = rig.show("a.png");
+        QVERIFY(second && second != card);
         QCOMPARE(card->state(), FlashPanel::State::shown);
         hover(card, false);
-        QVERIFY(card->dismissTimer().isActive());
-        QCOMPARE(card->dismissTimer().interval(), 1000);
+        QVERIFY(card->dismissTimer().isActive() && card->dismissTimer().interval() == 1000);
         card->dismiss();
         QCOMPARE(card->state(), FlashPanel::State::dismissing);
         QTRY_COMPARE(gone.size(), 1);
-        QCOMPARE(rig.flash->current(), nullptr);
+        QCOMPARE(rig.flash->current(), second);
+
+        rig.flash->showImage(rig.url("b.png"), thumb(400, 250), QGuiApplication::primaryScreen());
+        FlashPanel *third = rig.flash->current();
+        QCOMPARE(second->state(), FlashPanel::State::dismissing);
+        hover(third, true);
+        QVERIFY(!third->dismissTimer().isActive());
+        hover(third, false);
+        QCOMPARE(third->state(), FlashPanel::State::presenting);
+        QVERIFY(third->dismissTimer().isActive() && third->dismissTimer().interval() == 1000);
+        QTRY_COMPARE(gone.size(), 2);
+        QCOMPARE(rig.flash->current(), third);
     }
 
     // The image acts like a shelf cell: a click makes the file the shelf's
@@ -206,28 +199,6 @@ private Q_SLOTS:
         QVERIFY(!card->isVisible());
         QCOMPARE(rig.opened, QList<QUrl>{rig.url("b.png")});
         QCOMPARE(rig.flash->current(), nullptr);
-    }
-
-    // A new card sends the old one away; the old one going leaves the new
-    // one current, even when both show the same file. A hovered old card
-    // lingers until the pointer leaves it.
-    void newCardReplacesOld()
-    {
-        Rig rig;
-        QSignalSpy gone(rig.flash.get(), &Flash::gone);
-        FlashPanel *first = rig.show("a.png");
-        rig.flash->showImage(rig.url("a.png"), thumb(400, 250), QGuiApplication::primaryScreen());
-        FlashPanel *second = rig.flash->current();
-        QVERIFY(first != second);
-        QCOMPARE(first->state(), FlashPanel::State::dismissing);
-        QTRY_COMPARE(gone.size(), 1);
-        QCOMPARE(rig.flash->current(), second);
-
-        hover(second, true);
-        FlashPanel *third = rig.show("b.png");
-        QCOMPARE(second->state(), FlashPanel::State::shown);
-        QCOMPARE(second->dismissTimer().interval(), 1000);
-        QCOMPARE(rig.flash->current(), third);
     }
 
     // In the program: no card while the shelf is in front; a double-click on

@@ -6,7 +6,6 @@
 #include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -89,18 +88,14 @@ private Q_SLOTS:
         QCOMPARE(back.text, std::optional<QString>(readBack));
         QCOMPARE(MetaStore::encode(again->byName()), bytes);
 
-        // Written in pieces as it is made, the file is the same.
-        for (const qsizetype piece : {1, 7}) {
-            QByteArray joined;
-            QVERIFY(encodeMetaJson(again->byName(), piece, [&](QByteArrayView part) {
-                joined.append(part);
-                return true;
-            }));
-            QCOMPARE(joined, bytes);
-        }
+        // Written in pieces as it is made, the file is the same; nothing
+        // more is offered after a piece is refused.
+        QByteArray joined;
+        QVERIFY(encodeMetaJson(again->byName(), 7, [&](QByteArrayView part) { return joined.append(part), true; }));
+        QCOMPARE(joined, bytes);
         int offered = 0;
         QVERIFY(!encodeMetaJson(again->byName(), 8, [&](QByteArrayView) { return ++offered < 2; }));
-        QCOMPARE(offered, 2); // nothing more after the piece refused
+        QCOMPARE(offered, 2);
 
         // Null and unknown members read as absent; escapes of every kind,
         // a lone half of a surrogate pair as U+FFFD.
@@ -138,40 +133,6 @@ private Q_SLOTS:
             QCOMPARE(readAll(box.path(aside.first())), contents);
             QCOMPARE(loadedStore(path)->byName().size(), 2);
         }
-    }
-
-    void damagedBytesAreRefusedOrReadAsAStableStore()
-    {
-        QHash<QString, FileMeta> records;
-        records.insert("Shot \"1\".png", {QStringLiteral("Editor"), QStringLiteral("/a/e.desktop"),
-                                          QStringLiteral("Café\n\t🙂 \\ \x01"),
-                                          QDateTime(QDate(2025, 3, 1), QTime(9, 0, 0, 125), Qt::UTC)});
-        records.insert("b.png", {std::nullopt, std::nullopt, QString(), std::nullopt});
-        QByteArray good = MetaStore::encode(records); // and an unknown member in the last record
-        good.insert(good.size() - 2, ",\"x\":[null,-1e-3,{\"y\":\"\\ud83d\\ude42\"}]");
-        QVERIFY(MetaStore::decode(good));
-        const QByteArray pieces[] = {
-            "\\ud800", "\\u",          "\"",           "{",  "}",           "[",        ",", ":", "null",
-            "1e400",   "\xef\xbb\xbf", "\xed\xa0\x80", "\\", "\"textAt\":", "\"text\":"};
-        QRandomGenerator random(20011);
-        int read = 0;
-        for (int round = 0; round < 4000; ++round) {
-            QByteArray bytes = good;
-            for (int n = 1 + random.bounded(3); n > 0; --n) {
-                const auto at = random.bounded(bytes.size());
-                if (random.bounded(2))
-                    bytes.insert(at, pieces[random.bounded(qsizetype(std::size(pieces)))]);
-                else
-                    bytes.remove(at, 1 + random.bounded(3));
-            }
-            if (round % 4 == 0)
-                bytes.truncate(random.bounded(bytes.size())); // a file cut short
-            if (const auto decoded = MetaStore::decode(bytes)) {
-                ++read;
-                QCOMPARE(MetaStore::decode(MetaStore::encode(*decoded)), decoded);
-            }
-        }
-        QVERIFY(read > 0);
     }
 
     void aPipeOrFolderInItsPlaceIsNeitherWaitedForNorReplaced()

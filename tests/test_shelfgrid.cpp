@@ -41,41 +41,38 @@ private:
         QPoint centre(int i) const { return grid->tileRect(item(i)).center(); }
         QWidget *view() const { return grid->viewport(); }
         QSet<QUrl> selection() const { return shelf.shelf->selection(); }
+        // The mouse moved to `to` with the left button held.
+        void moveHeld(QPoint to, Qt::KeyboardModifiers mods = {}) const
+        {
+            QMouseEvent move(QEvent::MouseMove, QPointF(to), view()->mapToGlobal(QPointF(to)), Qt::NoButton,
+                             Qt::LeftButton, mods);
+            QApplication::sendEvent(view(), &move);
+        }
     };
 
 private Q_SLOTS:
     // Two 300-point cells and their gap fit in 615 points (one point of
-    // slack), not in 614; hit-testing misses gaps and the empty tail.
+    // slack), not in 614; hit-testing misses gaps and the empty tail. Six
+    // dragged files: five fanned 6 points apart, the sixth on the fifth,
+    // each sized to the cell (at most 220 wide, 0.62 as high).
     void columnsHitsAndDragFan()
     {
-        QCOMPARE(columnsFor(615, 300), 2);
-        QCOMPARE(columnsFor(614, 300), 1);
-        QCOMPARE(columnsFor(100, 300), 1);
-        QCOMPARE(columnsFor(3000, 160), 6);
-
+        QVERIFY(columnsFor(615, 300) == 2 && columnsFor(614, 300) == 1 && columnsFor(100, 300) == 1);
         const Geometry g = Geometry::make(1000 + 2 * pad, 300, 16, 7);
         QCOMPARE(g.indexAt(g.cellRect(4).center()), 4);
         QCOMPARE(g.indexAt(g.cellRect(6).center() + QPoint(g.cellWidth + gap, 0)), -1);
         QCOMPARE(g.indexAt(QPoint(pad + g.cellWidth + gap / 2, pad + 10)), -1);
         QCOMPARE(g.rangeIn(g.cellRect(3).top(), g.cellRect(3).top() + 1), qMakePair(3, 6));
 
-        // Six dragged files: five fanned 6 points apart, the sixth on the
-        // fifth, each sized to the cell (at most 220 wide, 0.62 as high).
         const QList<QRect> rects = fanRects(QList<QSize>(6, QSize(1600, 1000)), 300);
         QCOMPARE(rects.size(), 6);
-        for (int i = 0; i < 6; ++i) {
-            const int step = 6 * std::min(i, 4);
-            QCOMPARE(rects.at(i).topLeft() - rects.first().topLeft(), QPoint(step, step));
-            QCOMPARE(rects.at(i).size(), QSize(218, 136));
-        }
-        // An empty image does not divide by zero.
-        QVERIFY(!dragImageSize(QSize(0, 0), 100).isEmpty());
-
+        for (int i = 0; i < 6; ++i)
+            QCOMPARE(rects.at(i), QRect(rects.first().topLeft() + QPoint(6, 6) * std::min(i, 4), QSize(218, 136)));
+        QVERIFY(!dragImageSize(QSize(0, 0), 100).isEmpty()); // no division by zero
         QPoint centre;
         const QPixmap pixmap =
             ShelfGrid::dragPixmap(QList<QImage>(6, QImage(1600, 1000, QImage::Format_ARGB32)), 300, 1, &centre);
-        QCOMPARE(pixmap.size(), QSize(218 + 24, 136 + 24));
-        QCOMPARE(centre, QRect(0, 0, 218, 136).center());
+        QVERIFY(pixmap.size() == QSize(218 + 24, 136 + 24) && centre == QRect(0, 0, 218, 136).center());
     }
 
     // A plain press on one of three selected files keeps all three (a drag
@@ -121,15 +118,11 @@ private Q_SLOTS:
         const QPoint start(rig.grid->tileRect(rig.item(2)).right() + 8, first.center().y());
         const QPoint end(fifth.center().x(), fifth.top());
         QTest::mousePress(rig.view(), Qt::LeftButton, Qt::ShiftModifier, start);
-        QMouseEvent move(QEvent::MouseMove, QPointF(end), rig.view()->mapToGlobal(QPointF(end)), Qt::NoButton,
-                         Qt::LeftButton, Qt::ShiftModifier);
-        QApplication::sendEvent(rig.view(), &move);
+        rig.moveHeld(end, Qt::ShiftModifier);
         QCOMPARE(rig.selection(), (QSet<QUrl>{rig.item(2), rig.item(4), rig.item(5), rig.item(1)}));
-        QMouseEvent back(QEvent::MouseMove, QPointF(start + QPoint(-1, 1)), rig.view()->mapToGlobal(QPointF(start)),
-                         Qt::NoButton, Qt::LeftButton, Qt::ShiftModifier);
-        QApplication::sendEvent(rig.view(), &back);
+        rig.moveHeld(start + QPoint(-1, 1), Qt::ShiftModifier);
         QCOMPARE(rig.selection(), QSet<QUrl>{rig.item(5)});
-        QApplication::sendEvent(rig.view(), &move);
+        rig.moveHeld(end, Qt::ShiftModifier);
         QTest::mouseRelease(rig.view(), Qt::LeftButton, Qt::ShiftModifier, end);
         QCOMPARE(shelf.cursor(), rig.item(5));
         QCOMPARE(shelf.anchor(), rig.item(5));
@@ -161,15 +154,11 @@ private Q_SLOTS:
         // From one name to the next: no tile is touched.
         const QPoint nextName = name + QPoint(rig.grid->tileRect(rig.item(2)).center().x() - tile.center().x(), 0);
         QTest::mousePress(rig.view(), Qt::LeftButton, {}, name);
-        QMouseEvent move(QEvent::MouseMove, QPointF(nextName), rig.view()->mapToGlobal(QPointF(nextName)), Qt::NoButton,
-                         Qt::LeftButton, {});
-        QApplication::sendEvent(rig.view(), &move);
+        rig.moveHeld(nextName);
         QVERIFY(rig.selection().isEmpty());
         // Down into the next row's tiles.
         const QPoint below = rig.grid->tileRect(rig.item(5)).topLeft() + QPoint(2, 2);
-        QMouseEvent down(QEvent::MouseMove, QPointF(below), rig.view()->mapToGlobal(QPointF(below)), Qt::NoButton,
-                         Qt::LeftButton, {});
-        QApplication::sendEvent(rig.view(), &down);
+        rig.moveHeld(below);
         QTest::mouseRelease(rig.view(), Qt::LeftButton, {}, below);
         QCOMPARE(rig.selection(), (QSet<QUrl>{rig.item(4), rig.item(5)}));
     }

@@ -1,64 +1,67 @@
-// The shelf window's keys and toolbar on the offscreen platform, through the
-// real key routing: which keys the search field keeps and which act on the
-// shelf, and what the shelf's own keys do to the files (with a Trash, an
-// application launcher and a folder prompt of the test's own).
+// The shelf window on the offscreen platform, through the real key routing:
+// which keys the search field keeps and which act on the shelf, what the
+// shelf's own keys do to the files (with a Trash, an application launcher
+// and a folder prompt of the test's own), and what the status bar says when
+// file work could not be done.
 
+#include "actions/fileproblems.h"
 #include "support/apprun.h"
-#include "support/commandsrig.h"
-#include "ui/shelftoolbar.h"
-#include "ui/shelfview.h"
-#include "ui/shelfwindow.h"
+#include "support/windowrig.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QLineEdit>
+#include <QLabel>
 #include <QMimeData>
+#include <QProcess>
 #include <QTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
-// A shelf of a.png (oldest), b.png and c.png (newest, shown first) in a
-// shown and active shelf window with the keyboard on the window itself.
-struct KeysRig : CommandsRig
+// a.png (oldest), b.png and c.png (newest, shown first) in a shown and
+// active shelf window.
+struct KeysRig : WindowRig
 {
-    std::unique_ptr<ShelfWindow> window;
-    ShelfView *view = nullptr;
-
-    bool build()
+    void writeFiles()
     {
         QDir().mkpath(folder());
         double age = 30;
-        for (const char *name : {"a.png", "b.png", "c.png"}) {
-            writeTestPng(file(QString::fromLatin1(name)));
-            setAge(file(QString::fromLatin1(name)), age -= 10);
+        for (const QString name : {"a.png", "b.png", "c.png"}) {
+            writeTestPng(file(name));
+            setAge(file(name), age -= 10);
         }
-        if (!start(false))
-            return false;
-        makeCommands();
-        window = std::make_unique<ShelfWindow>();
-        window->setShelf(shelf.get());
-        window->setCommands(*commands);
-        beside = window.get();
-        view = new ShelfView(shelf.get(), &meta, nullptr, *commands);
-        window->setContent(view);
-        window->installKeyRouting();
-        window->resize(900, 600);
-        window->show();
-        window->activateWindow();
-        if (!QTest::qWaitForWindowActive(window.get()))
-            return false;
-        window->setFocus();
-        return true;
     }
-
-    QLineEdit *field() const { return view->toolbar()->searchField(); }
-    // A key as the keyboard sends it: to whatever has the focus.
-    void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const
+    bool build()
     {
-        QTest::keyClick(window->focusWidget() ? window->focusWidget() : window.get(), key, modifiers);
+        writeFiles();
+        return showWindow();
     }
     QStringList selected() const { return TestFiles::names(shelf->selectedFiles()); }
+    QString status() const { return view->findChild<QLabel *>(QStringLiteral("statusText"))->text(); }
+};
+
+bool run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    return process.waitForFinished(10000) && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+// A tmpfs mounted over `folder` (root only; unmounted again on the way out),
+// so the drive can be made read-only.
+struct OwnDrive
+{
+    QString folder;
+    bool mounted = run(QStringLiteral("mount"), {"-t", "tmpfs", "-o", "size=8m", "tmpfs", folder});
+    bool makeReadOnly() const { return run(QStringLiteral("mount"), {"-o", "remount,ro", folder}); }
+    ~OwnDrive()
+    {
+        if (mounted)
+            (void)run(QStringLiteral("umount"), {"-l", folder});
+    }
 };
 
 } // namespace
@@ -81,43 +84,41 @@ private Q_SLOTS:
         QVERIFY(rig.field()->hasFocus());
 
         rig.key(Qt::Key_Space);
-        QCOMPARE(rig.previewer.currentURL(), rig.url(QStringLiteral("c.png")));
+        QCOMPARE(rig.previewer.currentURL(), rig.url("c.png"));
         QCOMPARE(rig.field()->text(), QString());
         rig.key(Qt::Key_Space);
         QVERIFY(!rig.previewer.isOpen());
-        QCOMPARE(rig.selected(), QStringList{QStringLiteral("c.png")});
+        QCOMPARE(rig.selected(), QStringList{"c.png"});
 
-        QTest::keyClicks(rig.field(), QStringLiteral("png"));
-        QCOMPARE(rig.shelf->query(), QStringLiteral("png"));
+        QTest::keyClicks(rig.field(), "png");
+        QCOMPARE(rig.shelf->query(), "png");
         rig.key(Qt::Key_Space);
-        QCOMPARE(rig.field()->text(), QStringLiteral("png "));
+        QCOMPARE(rig.field()->text(), "png ");
         QVERIFY(!rig.previewer.isOpen());
         rig.key(Qt::Key_Backspace);
         rig.key(Qt::Key_Return);
-        QCOMPARE(rig.field()->text(), QStringLiteral("png"));
-        QVERIFY(rig.launcher.opened.isEmpty());
-        QCOMPARE(rig.runner.pending(), 0);
+        QCOMPARE(rig.field()->text(), "png");
+        QVERIFY(rig.launcher.opened.isEmpty() && rig.runner.pending() == 0);
         rig.key(Qt::Key_A, Qt::ControlModifier);
-        QCOMPARE(rig.field()->selectedText(), QStringLiteral("png"));
-        QCOMPARE(rig.selected(), QStringList{QStringLiteral("c.png")});
+        QCOMPARE(rig.field()->selectedText(), "png");
+        QCOMPARE(rig.selected(), QStringList{"c.png"});
 
         rig.key(Qt::Key_2, Qt::ControlModifier);
-        QCOMPARE(rig.selected(), QStringList{QStringLiteral("b.png")});
-        QCOMPARE(QGuiApplication::clipboard()->mimeData()->urls(), QList<QUrl>{rig.url(QStringLiteral("b.png"))});
+        QCOMPARE(rig.selected(), QStringList{"b.png"});
+        QCOMPARE(QGuiApplication::clipboard()->mimeData()->urls(), QList<QUrl>{rig.url("b.png")});
         QVERIFY(rig.field()->hasFocus());
         // With Shift the digit arrives as its symbol ("!" is Shift+1 on a
         // US keyboard); it is still the shelf's, and never typed.
         rig.key(Qt::Key_Exclam, Qt::ControlModifier | Qt::ShiftModifier);
-        QCOMPARE(rig.selected(), QStringList{QStringLiteral("c.png")});
-        QCOMPARE(rig.field()->text(), QStringLiteral("png"));
+        QCOMPARE(rig.selected(), QStringList{"c.png"});
+        QCOMPARE(rig.field()->text(), "png");
         rig.window->setFocus();
         rig.key(Qt::Key_At, Qt::ControlModifier | Qt::ShiftModifier);
-        QCOMPARE(rig.selected(), QStringList{QStringLiteral("b.png")});
+        QCOMPARE(rig.selected(), QStringList{"b.png"});
         rig.view->toolbar()->focusSearch();
 
         rig.key(Qt::Key_Escape);
-        QCOMPARE(rig.shelf->query(), QString());
-        QVERIFY(rig.window->isVisible());
+        QVERIFY(rig.shelf->query().isEmpty() && rig.window->isVisible());
         rig.key(Qt::Key_Escape);
         QVERIFY(!rig.window->isVisible());
     }
@@ -140,29 +141,97 @@ private Q_SLOTS:
         rig.key(Qt::Key_Right);
         rig.key(Qt::Key_Space);
         rig.key(Qt::Key_Right);
-        QCOMPARE(rig.previewer.currentURL(), rig.url(QStringLiteral("b.png")));
+        QCOMPARE(rig.previewer.currentURL(), rig.url("b.png"));
         rig.key(Qt::Key_Space);
         QVERIFY(!rig.previewer.isOpen());
 
         rig.key(Qt::Key_Return);
-        QCOMPARE(rig.launcher.opened, QList<QUrl>{rig.url(QStringLiteral("b.png"))});
+        QCOMPARE(rig.launcher.opened, QList<QUrl>{rig.url("b.png")});
         rig.key(Qt::Key_P);
         QTRY_COMPARE(rig.pins.windows().size(), 1);
         QVERIFY(toolbar->trashAction()->isEnabled());
         rig.key(Qt::Key_Delete);
-        QTRY_COMPARE(rig.itemNames(), (QStringList{QStringLiteral("c.png"), QStringLiteral("a.png")}));
-        QVERIFY(QFile::exists(rig.box.path(QStringLiteral("Trash/files/b.png"))));
+        QTRY_COMPARE(rig.itemNames(), (QStringList{"c.png", "a.png"}));
+        QVERIFY(QFile::exists(rig.trashed("b.png")));
 
         QKeyEvent plainN(QEvent::KeyPress, Qt::Key_N, Qt::ControlModifier);
         QVERIFY(!rig.window->handleKey(&plainN));
-        rig.prompt.answer = QStringLiteral("Receipts");
+        rig.prompt.answer = "Receipts";
         rig.key(Qt::Key_N, Qt::ControlModifier | Qt::ShiftModifier);
-        QVERIFY(QFileInfo(rig.file(QStringLiteral("Receipts"))).isDir());
+        QVERIFY(QFileInfo(rig.file("Receipts")).isDir());
         QTRY_COMPARE(rig.shelf->subfolders().size(), 1);
         QVERIFY(!toolbar->backAction()->isEnabled());
         rig.shelf->openFolder(rig.shelf->subfolders().first());
         toolbar->backAction()->trigger();
         QVERIFY(rig.shelf->isHome());
+    }
+
+    // Delete on two files of a drive that refuses the Trash leaves them in
+    // place and says why in the status bar, through a rescan; the next action
+    // brings the counts back. As root (where permissions stop nothing) the
+    // drive is a tmpfs remounted read-only; otherwise the folder loses its
+    // write bit.
+    void refusedTrashIsReported()
+    {
+        KeysRig rig;
+        QDir().mkpath(rig.folder());
+        std::unique_ptr<OwnDrive> drive;
+        QString reason = "permission denied";
+        if (::geteuid() == 0) {
+            drive = std::make_unique<OwnDrive>(rig.folder());
+            if (!drive->mounted)
+                QSKIP("running as root without the right to mount a tmpfs, so no drive can be made read-only");
+            rig.writeFiles();
+            QVERIFY(drive->makeReadOnly());
+            reason = "read-only file system";
+        } else {
+            rig.writeFiles();
+            QVERIFY(::chmod(QFile::encodeName(rig.folder()).constData(), 0555) == 0);
+        }
+        QVERIFY(rig.showWindow());
+        QTRY_COMPARE(rig.status(), "3 screenshots");
+
+        rig.shelf->setSelection({rig.url("c.png"), rig.url("b.png")});
+        rig.key(Qt::Key_Delete);
+        const QString report = "2 could not be moved to the Trash: " + reason;
+        QTRY_COMPARE(rig.status(), report);
+        QVERIFY(QFile::exists(rig.file("b.png")) && QFile::exists(rig.file("c.png")));
+        QVERIFY(rig.settle());
+        QVERIFY(rig.rescan());
+        QCOMPARE(rig.status(), report);
+
+        rig.commands->copy().trigger();
+        QCOMPARE(rig.status(), "3 screenshots, 2 selected");
+        if (::geteuid() != 0)
+            QVERIFY(::chmod(QFile::encodeName(rig.folder()).constData(), 0755) == 0);
+    }
+
+    // A file overwritten after the shelf drew it stays and is named with the
+    // reason; a name in use is neither renamed onto nor made as a folder, and
+    // is named too. Failures for different reasons name the commonest.
+    void changedFilesAndTakenNamesAreReported()
+    {
+        KeysRig rig;
+        QDir().mkpath(rig.folder() + "/Receipts");
+        QVERIFY(rig.build());
+        rig.shelf->select(rig.url("b.png"));
+        Sandbox::writeFile(rig.file("b.png"), "other bytes entirely");
+        rig.key(Qt::Key_Delete);
+        QTRY_COMPARE(rig.status(), "\u201Cb.png\u201D could not be moved to the Trash: changed since it was shown");
+        QVERIFY(QFile::exists(rig.file("b.png")) && !QFile::exists(rig.trashed("b.png")));
+
+        rig.prompt.answer = "b.png";
+        rig.commands->rename().run({rig.url("a.png")});
+        QCOMPARE(rig.status(), "\u201Ca.png\u201D could not be renamed: a file with that name exists");
+        QVERIFY(QFile::exists(rig.file("a.png")) && QFile::exists(rig.file("b.png")));
+        rig.prompt.answer = "Receipts";
+        rig.key(Qt::Key_N, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(rig.status(), "\u201CReceipts\u201D could not be created: a file with that name exists");
+
+        const QUrl a = QUrl::fromLocalFile("/x/a.png");
+        QCOMPARE(FileProblems::report(
+                     "moved", {{a, FileProblem::nameTaken}, {a, FileProblem::denied}, {a, FileProblem::denied}}),
+                 "3 could not be moved: permission denied, among other reasons");
     }
 };
 

@@ -12,61 +12,26 @@
 
 #include "meta/thumbs.h"
 #include "support/colourimages.h"
-#include "support/commandsrig.h"
+#include "support/windowrig.h"
 #include "ui/gridlayout.h"
 #include "ui/shelfgrid.h"
-#include "ui/shelftoolbar.h"
-#include "ui/shelfview.h"
-#include "ui/shelfwindow.h"
 
 #include <QApplication>
-#include <QDirIterator>
-#include <QLineEdit>
 #include <QRandomGenerator>
 #include <QScrollBar>
 #include <QTest>
 
 #include <cstdio>
-#include <sys/stat.h>
 
 namespace {
 
-constexpr int defaultSteps = 45;
-const QList<quint32> defaultSeeds{1, 2, 3};
 constexpr int settleMs = 2000;
 
-struct PropertyRig : CommandsRig
+struct PropertyRig : WindowRig
 {
     Thumbs thumbs{nullptr};
-    std::unique_ptr<ShelfWindow> window;
-    ShelfView *view = nullptr;
-
-    bool build()
-    {
-        if (!start(true))
-            return false;
-        makeCommands();
-        window = std::make_unique<ShelfWindow>();
-        window->setShelf(shelf.get());
-        window->setCommands(*commands);
-        beside = window.get();
-        view = new ShelfView(shelf.get(), &meta, &thumbs, *commands);
-        window->setContent(view);
-        window->installKeyRouting();
-        window->resize(1000, 700);
-        window->show();
-        window->activateWindow();
-        const bool active = QTest::qWaitForWindowActive(window.get());
-        window->setFocus();
-        return active;
-    }
     ShelfGrid *grid() const { return view->grid(); }
     QWidget *viewport() const { return grid()->viewport(); }
-    QLineEdit *field() const { return view->toolbar()->searchField(); }
-    void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) const
-    {
-        QTest::keyClick(window->focusWidget() ? window->focusWidget() : window.get(), key, modifiers);
-    }
 };
 
 // What the test believes is on disk: each file's content (a colour number)
@@ -155,6 +120,7 @@ private:
                 urls << url;
         return urls;
     }
+    static QString where(const QString &path) { return path.section(QLatin1Char('/'), -2); }
     QString pickFile(const QString &folder)
     {
         QStringList names = m_world.inFolder(folder);
@@ -265,16 +231,16 @@ private:
         if (kind == 0 || path.isEmpty()) {
             const QString added = folder + QStringLiteral("/shot %1.png").arg(m_world.nextContent);
             m_world.write(added);
-            return QStringLiteral("added %1").arg(added.section(QLatin1Char('/'), -2));
+            return "added " + where(added);
         }
         if (kind == 1) {
             QFile::remove(path);
             m_world.files.remove(path);
-            return QStringLiteral("removed %1").arg(path.section(QLatin1Char('/'), -2));
+            return "removed " + where(path);
         }
         if (kind == 2) {
             m_world.write(path);
-            return QStringLiteral("overwrote %1").arg(path.section(QLatin1Char('/'), -2));
+            return "overwrote " + where(path);
         }
         // Renamed, to a new name or over another file (mv a c; mv b a).
         const QString other = pickFile(folder);
@@ -283,24 +249,19 @@ private:
                                    : other;
         ::rename(QFile::encodeName(path).constData(), QFile::encodeName(target).constData());
         m_world.files.insert(target, m_world.files.take(path));
-        return QStringLiteral("renamed %1 to %2")
-            .arg(path.section(QLatin1Char('/'), -2), target.section(QLatin1Char('/'), -2));
+        return "renamed " + where(path) + " to " + where(target);
     }
 
     QString violation() const
     {
         Shelf &shelf = *m_rig.shelf;
         const QStringList expected = m_world.inFolder(current());
-        if (TestFiles::names(shelf.items()) != expected)
-            return QStringLiteral("items %1, on disk %2")
-                .arg(TestFiles::names(shelf.items()).join(QLatin1Char(',')), expected.join(QLatin1Char(',')));
+        if (m_rig.itemNames() != expected)
+            return "items " + m_rig.itemNames().join(',') + ", on disk " + expected.join(',');
         if (shelf.query().isEmpty() && TestFiles::names(shown()) != expected)
-            return QStringLiteral("the grid shows %1").arg(TestFiles::names(shown()).join(QLatin1Char(',')));
-        const qint64 homeCount = m_world.inFolder(m_world.home).size();
-        if (shelf.folderCounts().value(QUrl::fromLocalFile(m_world.home)) != homeCount)
-            return QStringLiteral("Home counts %1, holds %2")
-                .arg(shelf.folderCounts().value(QUrl::fromLocalFile(m_world.home)))
-                .arg(homeCount);
+            return "the grid shows " + TestFiles::names(shown()).join(',');
+        if (shelf.folderCounts().value(QUrl::fromLocalFile(m_world.home)) != m_world.inFolder(m_world.home).size())
+            return QStringLiteral("Home's count is not what it holds");
         const QSet<QUrl> items(shelf.items().cbegin(), shelf.items().cend());
         if (!items.contains(shelf.selection()))
             return QStringLiteral("the selection is not within the items");
@@ -362,14 +323,15 @@ private:
 QList<quint32> seeds()
 {
     const QByteArray given = qgetenv("BRINDLEWICK_PROPERTY_SEEDS");
+    if (given.isEmpty())
+        return {1, 2, 3};
     QList<quint32> out;
     if (given.contains(',') || given.startsWith('+'))
         for (const QByteArray &s : given.mid(given.startsWith('+') ? 1 : 0).split(','))
             out << s.trimmed().toUInt();
-    else
-        for (quint32 s = 1; s <= given.toUInt(); ++s)
-            out << s;
-    return given.isEmpty() ? defaultSeeds : out;
+    for (quint32 s = 1; out.isEmpty() && s <= given.toUInt(); ++s)
+        out << s;
+    return out;
 }
 
 } // namespace
@@ -381,9 +343,9 @@ class TestShelfProperty : public QObject
 private Q_SLOTS:
     void randomSequences()
     {
-        const int steps = qEnvironmentVariableIsSet("BRINDLEWICK_PROPERTY_STEPS")
-                              ? qEnvironmentVariableIntValue("BRINDLEWICK_PROPERTY_STEPS")
-                              : defaultSteps;
+        bool given = false;
+        const int chosen = qEnvironmentVariableIntValue("BRINDLEWICK_PROPERTY_STEPS", &given);
+        const int steps = given ? chosen : 45;
         for (const quint32 seed : seeds()) {
             PropertyRig rig;
             World world;
@@ -396,7 +358,7 @@ private Q_SLOTS:
                 QVERIFY(world.write(world.home + QStringLiteral("/shot %1.png").arg(world.nextContent)));
             for (int i = 0; i < 5; ++i)
                 QVERIFY(world.write(world.sub + QStringLiteral("/shot %1.png").arg(world.nextContent)));
-            QVERIFY(rig.build());
+            QVERIFY(rig.showWindow(&rig.thumbs, {1000, 700}));
             Run run(seed, rig, world);
             QString problem = run.check();
             QString last = "start";

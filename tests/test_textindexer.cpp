@@ -58,11 +58,6 @@ QList<QUrl> files(const QString &dir, int count, const QString &prefix = QString
     return out;
 }
 
-void writeHelloWorld(const QString &path)
-{
-    QVERIFY(textImage(QSize(480, 240), 40, {QStringLiteral("Hello"), QStringLiteral("World")}).save(path));
-}
-
 } // namespace
 
 class TestTextIndexer : public QObject
@@ -74,8 +69,8 @@ private Q_SLOTS:
     {
         Sandbox box;
         MetaStore store(box.path(QStringLiteral("meta.json")));
-        const QString png = box.path(QStringLiteral("hello.png"));
-        writeHelloWorld(png);
+        const QString png = box.path("hello.png");
+        QVERIFY(textImage(QSize(480, 240), 40, {"Hello", "World"}).save(png));
         // A language that is not installed is left out rather than failing.
         TextIndexer indexer(store, [] { return makeTesseractRecognizer(QStringLiteral("eng+zzz")); });
         indexer.index({QUrl::fromLocalFile(png)}, false);
@@ -98,22 +93,6 @@ private Q_SLOTS:
         blank.fill(Qt::white);
         QVERIFY(blank.save(box.path(QStringLiteral("blank.png"))));
         QCOMPARE(recognizer->recognize(box.path(QStringLiteral("blank.png"))), std::optional<QString>(QString()));
-
-        // Common PNGs are read straight to gray, as Qt's reader and our own
-        // conversion would give them, transparency over white.
-        QImage rgba(97, 41, QImage::Format_ARGB32);
-        for (int y = 0; y < rgba.height(); ++y)
-            for (int x = 0; x < rgba.width(); ++x)
-                rgba.setPixel(x, y, qRgba(x * 2, y * 6, 255 - x, (x * 7 + y * 3) % 256));
-        TesseractOptions qtReader;
-        qtReader.readPngRows = false;
-        for (const QImage &image : {rgba, rgba.convertToFormat(QImage::Format_RGB32)}) {
-            const QString path = box.path(QStringLiteral("colours%1.png").arg(image.hasAlphaChannel()));
-            QVERIFY(image.save(path));
-            const std::optional<QImage> ours = readGrayForRecognition(path, TesseractOptions());
-            QVERIFY(ours);
-            QCOMPARE(*ours, *readGrayForRecognition(path, qtReader));
-        }
 
         // Once told to give up (the program quits), it gives nothing.
         const std::atomic<bool> quitting{true};
