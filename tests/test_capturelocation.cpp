@@ -146,20 +146,7 @@ private Q_SLOTS:
         QVERIFY(readAll(rc).endsWith("\n\n[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
         capture.restore();
         QCOMPARE(readAll(rc), original);
-
-        // Spectacle rewrites its whole file after each capture, sorted: our
-        // group first, then its own. Both our keys and our group go again.
-        Sandbox::writeFile(
-            rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\nlastSaveLocation=file:///a.png\n");
-        capture.apply("/home/me/My Shots");
-        Sandbox::writeFile(rc,
-                           "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[ImageSave]\nimageSaveLocation=file:///"
-                           "home/me/My%20Shots\n\n"
-                           "[Save]\ndefaultSaveLocation=file:///home/me/My%20Shots\nlastSaveLocation=file:///b.png\n");
-        capture.restore();
-        QCOMPARE(
-            readAll(rc),
-            QByteArray("[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\nlastSaveLocation=file:///b.png\n"));
+        // Spectacle rewriting its whole file after a capture is test_e2e_tools', with the real tool.
     }
 
     // Spectacle up to 23.04 reads [Save], later ones [ImageSave]; which one is
@@ -172,9 +159,6 @@ private Q_SLOTS:
             Sandbox::writeFile(metainfo, "<component>\n  <releases>\n" + releases + "  </releases>\n</component>\n");
             return spectacleReadsImageSave(metainfo);
         };
-        QCOMPARE(readsImageSave(
-                     "    <release version=\"22.12.3\" date=\"2023-03-02\"/>\n    <release version=\"22.12.2\"/>\n"),
-                 false);
         QCOMPARE(readsImageSave("    <release version=\"23.04.3\"/>\n"), false);
         QCOMPARE(readsImageSave("    <release version=\"23.08.0\"/>\n"), true);
         QCOMPARE(readsImageSave("    <release version=\"6.3.1\"/>\n    <release version=\"24.12.0\"/>\n"), true);

@@ -224,6 +224,21 @@ private Q_SLOTS:
         QTest::newRow("stray argument") << QStringList{"stray"};
         QTest::newRow("two commands") << QStringList{"--search", "x", "--toggle"};
     }
+    // Needs no display; an entry that cannot be written is an error with its reason.
+    void loginCommand()
+    {
+        Home home;
+        const QString entry = home.run.configHome() + "/autostart/brindlewick.desktop";
+        QString out;
+        QCOMPARE(home.run.runOnce({"--login", "on"}, &out), 0);
+        QVERIFY(QFile::exists(entry));
+        QCOMPARE(home.run.runOnce({"--login", "off"}, &out), 0);
+        QVERIFY(!QFile::exists(entry));
+        QVERIFY(QDir().rmdir(home.run.configHome() + "/autostart"));
+        writeFile(home.run.configHome() + "/autostart", "a file where the folder goes");
+        QCOMPARE(home.run.runOnce({"--login", "on"}, &out), 1);
+        QVERIFY2(out.startsWith("error: "), qPrintable(out));
+    }
     void badOptionsExitTwo()
     {
         QFETCH(QStringList, arguments);

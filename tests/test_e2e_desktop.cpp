@@ -1,7 +1,8 @@
 // End-to-end on a real desktop: the binary runs under Openbox with a tint2
 // panel (tasks and tray) and its own session bus, is driven with real
-// pointer and keyboard input, and is read back from the screen and from the
-// window properties the window manager and the panel act on.
+// pointer and keyboard input, and is read back from the screen, from the
+// window properties the window manager and the panel act on, and over
+// AT-SPI as a screen reader reads it.
 
 #include "support/apprun.h"
 #include "support/desktopsession.h"
@@ -10,7 +11,11 @@
 
 #include <QDir>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTest>
@@ -26,7 +31,59 @@ constexpr int shotCount = 12;
 
 QRgb shotColour(int i) { return QColor::fromHsv(i * 360 / shotCount, 230, 230).rgb(); }
 
-QString shotName(int i) { return QStringLiteral("shot%1.png").arg(i, 2, 10, QLatin1Char('0')); }
+QString shotName(int i) { return QStringLiteral("shot%1.png").arg(i); }
+
+const char busLauncher[] = "/usr/libexec/at-spi-bus-launcher";
+// Debian's own interpreter, the one its python3-pyatspi is installed for
+// (a python3 earlier on PATH may be another).
+const char python[] = "/usr/bin/python3";
+
+// One object of the tree (or one event) as the walker printed it.
+struct Seen
+{
+    QString path, role, name, description, event;
+    QStringList states;
+    int children = 0;
+    int detail = 0;
+
+    static Seen from(const QByteArray &line)
+    {
+        const QJsonObject o = QJsonDocument::fromJson(line).object();
+        Seen seen{o.value("path").toString(),        o.value("role").toString(),  o.value("name").toString(),
+                  o.value("description").toString(), o.value("event").toString(), {},
+                  o.value("children").toInt(),       o.value("detail1").toInt()};
+        for (const QJsonValue &state : o.value("states").toArray())
+            seen.states << state.toString();
+        return seen;
+    }
+    bool has(const char *state) const { return states.contains(QLatin1String(state)); }
+};
+
+QList<Seen> childrenOf(const QList<Seen> &tree, const Seen &parent)
+{
+    QList<Seen> children;
+    for (const Seen &node : tree)
+        if (node.path.startsWith(parent.path + '/') && !node.path.mid(parent.path.size() + 1).contains('/'))
+            children << node;
+    return children;
+}
+
+std::optional<Seen> find(const QList<Seen> &tree, const QString &role, const QString &name)
+{
+    for (const Seen &node : tree)
+        if (node.role == role && node.name == name)
+            return node;
+    return std::nullopt;
+}
+
+QString dump(const QList<Seen> &tree)
+{
+    QStringList lines;
+    for (const Seen &node : tree)
+        lines << QStringLiteral("%1 %2 \"%3\" [%4] %5")
+                     .arg(node.path, node.role, node.name, node.states.join(','), node.description);
+    return lines.join('\n');
+}
 
 } // namespace
 
@@ -37,31 +94,27 @@ class TestE2eDesktop : public QObject
 private:
     std::unique_ptr<DesktopSession> m_desktop;
     QString m_captures; // where captures are kept for a person to look at
+    QString m_walker;
 
-    void needDesktop()
-    {
-        if (!m_desktop || !m_desktop->isRunning())
-            QSKIP(qPrintable(QStringLiteral("no desktop to test on (%1; ./setup.sh test installs the tools)")
-                                 .arg(m_desktop ? m_desktop->problem() : "not started")));
-    }
-
-    // Starts the program on the desktop, its Home (chosen by the preferences,
-    // with narrow cells so that all fit) holding the screenshots newest first
-    // in the order of their numbers, and waits until it is ready.
+    // Starts the program on the desktop, its Home holding the screenshots
+    // and an empty "sub", and waits until it is ready.
     void startApp(AppRun &run)
     {
-        const QString shots = run.path("shots");
-        QDir().mkpath(shots + "/sub");
-        const qint64 now = QDateTime::currentSecsSinceEpoch();
-        for (int i = 0; i < shotCount; ++i) {
-            QVERIFY(TestFiles::writeImage(shots + '/' + shotName(i), {320, 200}, shotColour(i)).isValid());
-            TestFiles::setMtime(shots + '/' + shotName(i), now - 60 * (i + 1));
-        }
-        run.setPreference("folder", shots);
-        run.setPreference("cellWidth", 160);
+        QDir().mkpath(run.useShots(shotCount, shotColour) + "/sub");
         m_desktop->enter(run);
-        run.setVar("BRINDLEWICK_DEBUG");
         QVERIFY(run.startReady());
+    }
+
+    // The program's tree as a screen reader reads it now.
+    QList<Seen> tree(const AppRun &run) const
+    {
+        QByteArray out;
+        m_desktop->tool(python, {m_walker, "tree", QString::number(run.processId())}, &out, 20000);
+        QList<Seen> seen;
+        for (const QByteArray &line : out.split('\n'))
+            if (!line.trimmed().isEmpty())
+                seen << Seen::from(line);
+        return seen;
     }
 
     void capture(const QString &name) const { m_desktop->capture(m_captures + '/' + name); }
@@ -143,6 +196,7 @@ private Q_SLOTS:
     {
         QVERIFY2(QFileInfo(AppRun::binary()).isExecutable(), "BRINDLEWICK_BIN must name the binary");
         m_desktop = std::make_unique<DesktopSession>();
+        m_walker = QFINDTESTDATA("support/atspiwalk.py");
         m_captures = qEnvironmentVariable("BRINDLEWICK_CAPTURES", QDir::tempPath() + "/brindlewick-captures");
         QDir().mkpath(m_captures);
     }
@@ -157,7 +211,7 @@ private Q_SLOTS:
     // second click on the tray icon hides the shelf again.
     void trayShowsTheShelfAndClearingASearchBringsBackEveryImage()
     {
-        needDesktop();
+        SKIP_WITHOUT_SESSION(*m_desktop);
         AppRun run(QString{});
         startApp(run);
         const quint32 shelf = showShelfFromTray(run);
@@ -212,7 +266,7 @@ private Q_SLOTS:
     // the task list.
     void openingAFileHandsOverToTheApplication()
     {
-        needDesktop();
+        SKIP_WITHOUT_SESSION(*m_desktop);
         if (QStandardPaths::findExecutable("xmessage").isEmpty())
             QSKIP("xmessage (x11-utils) is not installed");
         DesktopSession &d = *m_desktop;
@@ -227,7 +281,7 @@ private Q_SLOTS:
         startApp(run);
         const quint32 shelf = showShelfFromTray(run);
         QVERIFY2(shelf, qPrintable(run.lines().join('\n')));
-        const QRect cell = place(run, "cell shot00.png");
+        const QRect cell = place(run, "cell shot0.png");
         QVERIFY(!cell.isEmpty());
 
         const QRect openWith = openMenu(run, cell.center(), "Open With", 3);
@@ -282,7 +336,7 @@ private Q_SLOTS:
     // preview opens and takes the keyboard: Right pages on, Escape closes.
     void previewFromTheCornerCardTakesTheKeyboard()
     {
-        needDesktop();
+        SKIP_WITHOUT_SESSION(*m_desktop);
         DesktopSession &d = *m_desktop;
         AppRun run(QString{});
         startApp(run);
@@ -305,7 +359,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(d.hasState(window, "SKIP_TASKBAR"), AppRun::defaultTimeoutMs);
         capture("card-preview.png");
         d.key("Right");
-        QVERIFY(d.waitForWindow(run.processId(), "^shot00\\.png$"));
+        QVERIFY(d.waitForWindow(run.processId(), "^shot0\\.png$"));
         d.key("Escape");
         QTRY_VERIFY_WITH_TIMEOUT(d.windowsOf(run.processId(), "\\.png$").isEmpty(), AppRun::defaultTimeoutMs);
     }
@@ -314,16 +368,16 @@ private Q_SLOTS:
     // button holds the application's menus, About among them.
     void dragOntoAFolderAndTheMenuButton()
     {
-        needDesktop();
+        SKIP_WITHOUT_SESSION(*m_desktop);
         DesktopSession &d = *m_desktop;
         AppRun run(QString{});
         startApp(run);
         QVERIFY(showShelfFromTray(run));
-        const QRect cell = place(run, "cell shot03.png"), folder = place(run, "folder sub");
+        const QRect cell = place(run, "cell shot3.png"), folder = place(run, "folder sub");
         QVERIFY(!cell.isEmpty() && !folder.isEmpty());
         d.drag(cell.center(), folder.center());
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(run.path("shots/sub/shot03.png")), AppRun::defaultTimeoutMs);
-        QVERIFY(!QFile::exists(run.path("shots/shot03.png")));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(run.path("shots/sub/shot3.png")), AppRun::defaultTimeoutMs);
+        QVERIFY(!QFile::exists(run.path("shots/shot3.png")));
 
         const QRect button = place(run, "menu button");
         QVERIFY(!button.isEmpty());
@@ -336,6 +390,138 @@ private Q_SLOTS:
         d.click(about.center());
         QVERIFY(d.waitForWindow(run.processId(), "^About Brindlewick$"));
         capture("about.png");
+    }
+
+    // A screen reader reaches every cell of the grid and every folder row
+    // by name, every control it can focus is named, and the keys that walk
+    // the window (Tab, then an arrow in the grid) move what it announces.
+    void aScreenReaderWalksTheShelf()
+    {
+        constexpr int readShots = 3;
+        SKIP_WITHOUT_SESSION(*m_desktop);
+        if (!QFileInfo(busLauncher).isExecutable())
+            QSKIP("no AT-SPI bus launcher (the at-spi2-core package)");
+        if (m_walker.isEmpty() || m_desktop->tool(python, {"-c", "import pyatspi"}) != 0)
+            QSKIP("no pyatspi (the python3-pyatspi package; ./setup.sh test installs it)");
+
+        AppRun run(QString{});
+        QProcessEnvironment busEnvironment;
+        busEnvironment.insert("PATH", qEnvironmentVariable("PATH"));
+        busEnvironment.insert("HOME", run.home());
+        busEnvironment.insert("DISPLAY", m_desktop->display());
+        busEnvironment.insert("DBUS_SESSION_BUS_ADDRESS", m_desktop->busAddress());
+        // The accessibility bus of this desktop, with its registry; last of
+        // the tests, as the programs after it would find it.
+        QProcess launcher;
+        const auto endLauncher = qScopeGuard([&launcher] { endProcess(launcher); });
+        launcher.setProcessEnvironment(busEnvironment);
+        launcher.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        launcher.start(busLauncher, {"--launch-immediately"});
+        QVERIFY(launcher.waitForStarted());
+        // Asked without starting it: a call to the bus itself would have the
+        // session bus start a second launcher that outlives the test.
+        const auto launched = [&] {
+            QByteArray out;
+            m_desktop->tool("dbus-send",
+                            {"--session", "--print-reply", "--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
+                             "org.freedesktop.DBus.NameHasOwner", "string:org.a11y.Bus"},
+                            &out);
+            return out.contains("boolean true");
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(launched(), AppRun::defaultTimeoutMs);
+
+        writeTestPng(run.useShots(readShots, shotColour) + "/Archive/old.png");
+        m_desktop->enter(run);
+        run.setVar("BRINDLEWICK_OPEN");
+        run.setVar("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
+        QVERIFY(run.startReady());
+        const quint32 shelf = m_desktop->waitForWindow(run.processId(), "^shots$");
+        QVERIFY(shelf);
+        QTRY_COMPARE_WITH_TIMEOUT(m_desktop->activeWindow(), shelf, AppRun::defaultTimeoutMs);
+
+        // The cells, newest first, each named by its file and told by its date.
+        QList<Seen> seen;
+        std::optional<Seen> grid;
+        // Waited for once, not retried as QTRY would: each look is a walk.
+        const auto gridListed = [&] {
+            grid = find(seen = tree(run), "list", "Screenshots");
+            return grid && grid->children == readShots;
+        };
+        const bool listed = QTest::qWaitFor(gridListed, AppRun::defaultTimeoutMs);
+        QVERIFY2(listed, qPrintable(dump(seen)));
+        const QList<Seen> cells = childrenOf(seen, *grid);
+        QCOMPARE(cells.size(), readShots);
+        for (int i = 0; i < readShots; ++i) {
+            QCOMPARE(cells.at(i).role, QStringLiteral("list item"));
+            QCOMPARE(cells.at(i).name, shotName(i));
+            QVERIFY2(cells.at(i).has("selectable") && cells.at(i).has("focusable"), qPrintable(dump(cells)));
+            QVERIFY2(cells.at(i).description.contains(QString::number(QDate::currentDate().year())),
+                     qPrintable(cells.at(i).description));
+        }
+        // The folders, each with its count.
+        const std::optional<Seen> folders = find(seen, "list", "Folders");
+        QVERIFY2(folders, qPrintable(dump(seen)));
+        QStringList rows;
+        for (const Seen &row : childrenOf(seen, *folders))
+            rows << row.name;
+        QCOMPARE(rows, (QStringList{"Home, 3 screenshots", "Archive, 1 screenshot"}));
+        // Nothing a person can tab to is left nameless.
+        for (const Seen &node : std::as_const(seen))
+            if (node.has("focusable") && node.has("showing") && node.role != "frame")
+                QVERIFY2(!node.name.isEmpty(),
+                         qPrintable(QStringLiteral("unnamed %1 at %2\n%3").arg(node.role, node.path, dump(seen))));
+
+        // What a screen reader hears as the keyboard moves.
+        QProcess listener;
+        listener.setProcessEnvironment(busEnvironment);
+        listener.start(python, {m_walker, "events", QString::number(run.processId())});
+        QVERIFY(listener.waitForStarted());
+        QByteArray heard;
+        QTRY_VERIFY_WITH_TIMEOUT((heard += listener.readAllStandardOutput()).contains("listening\n"),
+                                 AppRun::defaultTimeoutMs);
+        const auto focusedAfter = [&](qsizetype from) -> std::optional<Seen> {
+            std::optional<Seen> last;
+            for (const QByteArray &line : heard.mid(from).split('\n')) {
+                const Seen event = Seen::from(line);
+                if (event.event == "object:state-changed:focused" && event.detail == 1)
+                    last = event;
+            }
+            return last;
+        };
+        const auto press = [&](const QString &key, const QString &role, const QString &name) {
+            const qsizetype from = heard.size();
+            m_desktop->key(key);
+            std::optional<Seen> focused;
+            const bool arrived = QTest::qWaitFor(
+                [&] {
+                    heard += listener.readAllStandardOutput();
+                    focused = focusedAfter(from);
+                    return focused && focused->role == role && focused->name == name;
+                },
+                AppRun::defaultTimeoutMs);
+            if (!arrived)
+                qWarning("after %s heard:\n%s", qPrintable(key), heard.mid(from).constData());
+            return arrived ? focused : std::nullopt;
+        };
+
+        // Into the search field, then Tab: the folders, then the grid.
+        m_desktop->key("ctrl+f");
+        QVERIFY(press("Tab", "list item", "Home, 3 screenshots"));
+        // The column walks its own rows: each shows its folder.
+        QVERIFY(press("Down", "list item", "Archive, 1 screenshot"));
+        QVERIFY(press("Up", "list item", "Home, 3 screenshots"));
+        QVERIFY(press("Tab", "list", "Screenshots"));
+        // An arrow moves the keyboard's cell, selected, and says so.
+        QVERIFY(press("Right", "list item", shotName(0)));
+        const std::optional<Seen> next = press("Right", "list item", shotName(1));
+        QVERIFY(next);
+        QVERIFY2(next->has("selected") && next->has("focused"), qPrintable(next->states.join(',')));
+        seen = tree(run);
+        const QList<Seen> after = childrenOf(seen, *find(seen, "list", "Screenshots"));
+        QVERIFY2(!after.at(0).has("selected") && after.at(1).has("selected") && after.at(1).has("focused"),
+                 qPrintable(dump(after)));
+
+        endProcess(listener);
     }
 };
 

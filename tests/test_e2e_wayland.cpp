@@ -99,29 +99,16 @@ class TestE2eWayland : public QObject
 
     QString capturePath(const QString &name) const { return m_captures + QLatin1Char('/') + name; }
 
-    static void needSession(const WaylandSession &session)
+    // Three screenshots in Home: red shot0 the newest, green shot1 larger
+    // (to be told from the others in a preview), blue shot2; the program
+    // started in the session.
+    static bool start(const WaylandSession &session, AppRun &run)
     {
-        if (!session.isRunning())
-            QSKIP(qPrintable(
-                QStringLiteral("no compositor to test on (%1; ./setup.sh test installs them)").arg(session.problem())));
-    }
-
-    // Three screenshots in a Home of the preferences; the card stays 3 s.
-    static void prepare(AppRun &run, bool dark)
-    {
-        const QString shots = run.path("shots");
-        for (int i = 0; i < 3; ++i) {
-            // shot1 larger, to be told from the others in a preview.
-            QVERIFY(TestFiles::writeImage(shots + QStringLiteral("/shot%1.png").arg(i),
-                                          i == 1 ? QSize(560, 350) : QSize(320, 200),
-                                          QColor::fromHsv(i * 120, 200, 220))
-                        .isValid());
-        }
-        run.setPreference("folder", shots);
-        run.setPreference("cellWidth", 160);
-        run.setVar("BRINDLEWICK_DEBUG");
-        if (dark)
-            run.setVar("BRINDLEWICK_PALETTE", "dark");
+        run.useShots(
+            3, [](int i) { return QColor::fromHsv(i * 120, 200, 220); },
+            [](int i) { return i == 1 ? QSize(560, 350) : QSize(320, 200); });
+        session.enter(run);
+        return run.startReady();
     }
 
 private Q_SLOTS:
@@ -153,11 +140,9 @@ private Q_SLOTS:
         QFETCH(bool, xwayland);
         const bool sway = compositor == WaylandSession::Compositor::sway;
         WaylandSession session(compositor, xwayland);
-        needSession(session);
+        SKIP_WITHOUT_SESSION(session);
         AppRun run(QString{});
-        prepare(run, false);
-        session.enter(run);
-        QVERIFY(run.startReady());
+        QVERIFY(start(session, run));
         QVERIFY(TestFiles::writeImage(run.path("shots/fresh.png"), {400, 250}, Qt::white).isValid());
         const QString shown = run.waitForLine("] flash shown fresh.png");
         QVERIFY2(!shown.isNull(), qPrintable(run.lines().join('\n')));
@@ -209,7 +194,7 @@ private Q_SLOTS:
     // preview is drawn above the shelf and the pin above the preview. Where
     // they go is the compositor's choice: sway centres both, weston puts
     // both near the top-left corner. Right then moves the preview on to the
-    // larger, green shot1, so that the blue pin and the preview can be told
+    // larger, green shot1, so that the red pin and the preview can be told
     // apart in the capture. Light and dark.
     void pinAndPreview_data()
     {
@@ -226,78 +211,77 @@ private Q_SLOTS:
         QFETCH(bool, dark);
         const bool sway = compositor == WaylandSession::Compositor::sway;
         WaylandSession session(compositor, true);
-        needSession(session);
+        SKIP_WITHOUT_SESSION(session);
         AppRun run(QString{});
-        prepare(run, dark);
-        session.enter(run);
+        if (dark)
+            run.setVar("BRINDLEWICK_PALETTE", "dark");
         run.setVar("BRINDLEWICK_OPEN");
         // Space; a pause (a token that is no key) long enough to capture the
         // preview alone; P; Right.
         run.setVar("BRINDLEWICK_KEY", "49,-,-,-,-,-,-,-,35,124");
-        QVERIFY(run.startReady());
+        QVERIFY(start(session, run));
         const QString name = (sway ? "sway" : "weston");
         const QString suffix = dark ? "-dark.png" : ".png";
         const QRect output(0, 0, WaylandSession::screenWidth, WaylandSession::screenHeight);
 
-        const QColor blue = QColor::fromHsv(240, 200, 220);
+        const QColor red = QColor::fromHsv(0, 200, 220);
         const QColor green = QColor::fromHsv(120, 200, 220);
 
-        // The preview of the newest, blue shot2, 70 % x 80 % of the output,
+        // The preview of the newest, red shot0, 70 % x 80 % of the output,
         // above the shelf: its picture whole in the capture, at its own size.
         // Found in the capture itself (weston's X11 coordinates of a managed
         // window are not the output's), captured until drawn (a window shows
         // before its first frame).
         QList<quint32> windows;
-        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows("^shot2\\.png$")).size(), 1, AppRun::defaultTimeoutMs);
+        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows("^shot0\\.png$")).size(), 1, AppRun::defaultTimeoutMs);
         const QString previewShot = capturePath(name + "-preview" + suffix);
         QImage alone;
         QTRY_VERIFY2_WITH_TIMEOUT(
-            nearSize(extent(alone = session.capture(previewShot), blue, 250).size(), QSize(320, 200)),
+            nearSize(extent(alone = session.capture(previewShot), red, 250).size(), QSize(320, 200)),
             qPrintable(previewShot), AppRun::defaultTimeoutMs);
-        QCOMPARE(session.x11Windows("^shot2\\.png$").size(), 1); // no pin yet
+        QCOMPARE(session.x11Windows("^shot0\\.png$").size(), 1); // no pin yet
         const QRect preview = session.x11Geometry(windows.first());
         QRect expected(0, 0, WaylandSession::screenWidth * 7 / 10, WaylandSession::screenHeight * 8 / 10);
         expected.moveCenter(output.center());
         QCOMPARE(preview.size(), expected.size());
         if (sway) {
             bool floating = false;
-            const QJsonObject node = findSwayWindow(session.tree(), "^shot2\\.png$", &floating);
+            const QJsonObject node = findSwayWindow(session.tree(), "^shot0\\.png$", &floating);
             QVERIFY(floating);
             QCOMPARE(swayRect(node), preview);
         }
 
-        // The pin of shot2 (320 x 200, the picture's size) whole above the
+        // The pin of shot0 (320 x 200, the picture's size) whole above the
         // preview, which now shows shot1: most of its green picture shows
         // beside or under the pin.
         quint32 pinWindow = 0;
         QTRY_VERIFY_WITH_TIMEOUT(session.x11Windows("^shot1\\.png$").size() == 1
-                                     && (windows = session.x11Windows("^shot2\\.png$")).size() == 1
+                                     && (windows = session.x11Windows("^shot0\\.png$")).size() == 1
                                      && (pinWindow = windows.first()),
                                  AppRun::defaultTimeoutMs);
         const QString pinShot = capturePath(name + "-pin" + suffix);
         QImage screen;
-        QTRY_VERIFY2_WITH_TIMEOUT(nearSize(extent(screen = session.capture(pinShot), blue, 250).size(), QSize(320, 200))
+        QTRY_VERIFY2_WITH_TIMEOUT(nearSize(extent(screen = session.capture(pinShot), red, 250).size(), QSize(320, 200))
                                       && countNear(screen, output, green) > 560 * 350 / 2,
                                   qPrintable(pinShot), AppRun::defaultTimeoutMs);
         QCOMPARE(session.x11Geometry(pinWindow).size(), QSize(320, 200));
         if (sway) {
             bool floating = false;
-            findSwayWindow(session.tree(), "^shot2\\.png$", &floating);
+            findSwayWindow(session.tree(), "^shot0\\.png$", &floating);
             QVERIFY(floating);
         }
     }
 
     // Under sway through XWayland the settings float as a dialog at their
-    // own size, over the shelf, instead of being tiled beside it.
+    // own size, over the shelf (shown first), instead of being tiled beside
+    // it; a termination signal quits even with the sheet open.
     void settingsFloatUnderSway()
     {
         WaylandSession session(WaylandSession::Compositor::sway, true);
-        needSession(session);
+        SKIP_WITHOUT_SESSION(session);
         AppRun run(QString{});
-        prepare(run, false);
-        session.enter(run);
         run.setVar("BRINDLEWICK_SETTINGS");
-        QVERIFY(run.startReady());
+        QVERIFY(start(session, run));
         QList<quint32> windows;
         QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows("^Settings$")).size(), 1, AppRun::defaultTimeoutMs);
         bool floating = false;
@@ -313,6 +297,8 @@ private Q_SLOTS:
         const QJsonObject shelf = findSwayWindow(session.tree(), "^shots$", &shelfFloats);
         QVERIFY(shelfFloats);
         QVERIFY(swayRect(shelf).height() > settings.height());
+        run.terminate();
+        QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit);
     }
 };
 

@@ -137,7 +137,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("version");
         QTest::newRow("three parts") << QByteArray("NAME=\"Ubuntu\"\nVERSION_ID=\"22.04.3\"\n") << "22.04";
         QTest::newRow("major only, unquoted") << QByteArray("VERSION_ID=12\nID=debian\n") << "12.0";
-        QTest::newRow("major only, last line") << QByteArray("ID=fedora\nVERSION_ID=39\n") << "39.0";
         QTest::newRow("none") << QByteArray("NAME=Arch Linux\n") << "";
     }
     void distributionVersionIsMajorAndMinor()

@@ -152,6 +152,21 @@ QVariant AppRun::preference(const QString &key) const
     return QSettings(configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).value(key);
 }
 
+QString AppRun::useShots(int count, const std::function<QColor(int)> &colour, const std::function<QSize(int)> &size)
+{
+    const QString shots = path("shots");
+    const qint64 now = QDateTime::currentSecsSinceEpoch();
+    for (int i = 0; i < count; ++i) {
+        const QString file = shots + QStringLiteral("/shot%1.png").arg(i);
+        TestFiles::writeImage(file, size ? size(i) : QSize(320, 200), colour(i));
+        TestFiles::setMtime(file, now - 60 * (i + 1));
+    }
+    setPreference("folder", shots);
+    setPreference("cellWidth", 160);
+    setVar("BRINDLEWICK_DEBUG");
+    return shots;
+}
+
 int AppRun::runOnce(const QStringList &arguments, QString *output, int timeoutMs)
 {
     const Ran ran = runProcess(m_environment, binary(), arguments, timeoutMs);

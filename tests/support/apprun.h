@@ -1,10 +1,14 @@
 #pragma once
 
+#include <QColor>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QSize>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QVariant>
+
+#include <functional>
 
 #include <memory>
 
@@ -94,6 +98,12 @@ public:
     // One of the program's preferences, in the file it reads them from.
     void setPreference(const QString &key, const QVariant &value) const;
     QVariant preference(const QString &key) const;
+    // Home (by the preferences) is "shots", holding `count` screenshots
+    // shot0.png, shot1.png, ... newest first in the order of their numbers,
+    // each one plain `colour(i)` at `size(i)` (320 × 200 when not given);
+    // cells narrow enough that all fit; its scans and parts reported
+    // (BRINDLEWICK_DEBUG). Returns the folder.
+    QString useShots(int count, const std::function<QColor(int)> &colour, const std::function<QSize(int)> &size = {});
     // Runs the binary once more in the same home and waits for it to end.
     // Returns its exit code (-1 when it did not finish); `output` gets its
     // standard output.

@@ -1,52 +1,22 @@
 #include "support/desktopsession.h"
 
-#include <QDir>
 #include <QFile>
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <QTest>
 
 namespace {
 
 constexpr int startTimeoutMs = 20000;
 
-// A panel that is the same on every machine: tasks on the left, the tray on
-// the right, no clock or launcher, no theme of the machine it runs on.
-const char panelConfig[] = R"(# Background 1: the panel; background 2: a task.
-rounded = 0
-border_width = 0
-background_color = #202020 100
-border_color = #000000 0
-rounded = 0
-border_width = 1
-background_color = #404040 100
-border_color = #808080 100
-panel_items = TS
+// A panel that is the same on every machine: tasks and the tray along the
+// bottom, kept clear of windows, no clock or launcher; tint2's own defaults
+// for the rest, not the machine's theme.
+const char panelConfig[] = R"(panel_items = TS
 panel_size = 100% 32
-panel_margin = 0 0
-panel_padding = 2 0 2
-panel_background_id = 1
 panel_position = bottom center horizontal
 panel_layer = top
-panel_monitor = all
-panel_dock = 0
-wm_menu = 0
-autohide = 0
 strut_policy = follow_size
-taskbar_mode = single_desktop
-taskbar_padding = 0 0 2
-task_text = 1
-task_icon = 1
-task_centered = 1
-task_maximum_size = 180 30
-task_padding = 2 2 4
-task_background_id = 2
-task_active_background_id = 2
-task_font_color = #ffffff 100
-systray_padding = 0 4 2
-systray_sort = ascending
 systray_icon_size = 24
-systray_monitor = 1
 )";
 
 quint32 parseWindowId(const QString &text) { return text.trimmed().toUInt(nullptr, 0); }
@@ -67,62 +37,39 @@ QList<quint32> windowIds(const QString &text)
 
 } // namespace
 
-QStringList DesktopSession::missingTools()
-{
-    QStringList missing;
-    for (const char *name : {"Xvfb", "openbox", "tint2", "dbus-daemon", "xdotool", "xprop", "import"})
-        if (QStandardPaths::findExecutable(QLatin1String(name)).isEmpty())
-            missing << QLatin1String(name);
-    return missing;
-}
+DesktopSession::DesktopSession() { m_running = start(); }
 
-DesktopSession::DesktopSession()
+bool DesktopSession::start()
 {
-    if (!missingTools().isEmpty()) {
-        m_problem = "missing: " + missingTools().join(", ");
-        return;
-    }
-    QDir().mkpath(m_home.path() + "/.config/tint2");
+    if (!haveTools({"Xvfb", "openbox", "tint2", "dbus-daemon", "xdotool", "xprop", "import"}))
+        return false;
     m_display = std::make_unique<VirtualDisplay>();
-    if (!m_display->isRunning()) {
-        m_problem = "Xvfb did not start";
-        return;
-    }
-
+    if (!m_display->isRunning())
+        return fail("Xvfb did not start");
     // The bus first: the window manager and the panel join it too.
-    m_bus = std::make_unique<SessionBus>(toolEnvironment(), QStringList(), true);
-    if (m_bus->address().isEmpty()) {
-        m_problem = "dbus-daemon did not start";
-        return;
-    }
+    m_bus = std::make_unique<SessionBus>(environment(), QStringList(), true);
+    if (m_bus->address().isEmpty())
+        return fail("dbus-daemon did not start");
 
-    if (!startProcess(m_windowManager, "openbox", {"--sm-disable"}))
-        return;
+    if (!startLogged(m_windowManager, "openbox", {"--sm-disable"}, environment()))
+        return false;
     const bool managed =
         QTest::qWaitFor([&] { return property(0, "_NET_SUPPORTING_WM_CHECK").contains("window id"); }, startTimeoutMs);
-    if (!managed) {
-        m_problem = "openbox did not take the screen";
-        return;
-    }
+    if (!managed)
+        return fail("openbox did not take the screen");
 
-    const QString config = m_home.path() + "/.config/tint2/tint2rc";
+    const QString config = m_root.filePath("tint2rc");
     QFile file(config);
-    if (!file.open(QIODevice::WriteOnly) || file.write(panelConfig) < 0) {
-        m_problem = "could not write the panel's settings";
-        return;
-    }
+    if (!file.open(QIODevice::WriteOnly) || file.write(panelConfig) < 0)
+        return fail("could not write the panel's settings");
     file.close();
-    if (!startProcess(m_panel, "tint2", {"-c", config}))
-        return;
+    if (!startLogged(m_panel, "tint2", {"-c", config}, environment()))
+        return false;
     // The panel is there once the window manager keeps windows off it.
     const QString workArea = QStringLiteral("0, 0, %1, %2").arg(screenWidth).arg(screenHeight - panelHeight);
     const bool panelled =
         QTest::qWaitFor([&] { return property(0, "_NET_WORKAREA").startsWith(workArea); }, startTimeoutMs);
-    if (!panelled) {
-        m_problem = "the panel did not come up";
-        return;
-    }
-    m_running = true;
+    return panelled || fail("the panel did not come up");
 }
 
 DesktopSession::~DesktopSession()
@@ -133,28 +80,9 @@ DesktopSession::~DesktopSession()
     m_display.reset();
 }
 
-bool DesktopSession::startProcess(QProcess &process, const QString &program, const QStringList &arguments)
+QProcessEnvironment DesktopSession::environment() const
 {
-    process.setProcessEnvironment(toolEnvironment());
-    // Their chatter is kept beside their settings, for a person who wonders.
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.setStandardOutputFile(m_home.filePath(program + ".log"));
-    process.start(program, arguments);
-    if (!process.waitForStarted(startTimeoutMs)) {
-        m_problem = program + " did not start";
-        return false;
-    }
-    return true;
-}
-
-QProcessEnvironment DesktopSession::toolEnvironment() const
-{
-    // Nothing of the machine's own session: its own home, display and bus.
-    QProcessEnvironment environment;
-    environment.insert("PATH", qEnvironmentVariable("PATH"));
-    environment.insert("HOME", m_home.path());
-    environment.insert("XDG_CONFIG_HOME", m_home.path() + "/.config");
-    environment.insert("XDG_CACHE_HOME", m_home.path() + "/.cache");
+    QProcessEnvironment environment = ScreenSession::environment();
     environment.insert("DISPLAY", display());
     if (m_bus)
         environment.insert("DBUS_SESSION_BUS_ADDRESS", m_bus->address());
@@ -165,14 +93,6 @@ void DesktopSession::enter(AppRun &run) const
 {
     run.setVar("DISPLAY", display());
     run.setVar("DBUS_SESSION_BUS_ADDRESS", m_bus->address());
-}
-
-int DesktopSession::tool(const QString &program, const QStringList &arguments, QByteArray *out, int timeoutMs) const
-{
-    const Ran ran = runProcess(toolEnvironment(), program, arguments, timeoutMs);
-    if (out)
-        *out = ran.out;
-    return ran.status;
 }
 
 int DesktopSession::xdotool(const QStringList &arguments, QByteArray *out) const
@@ -254,9 +174,7 @@ QImage DesktopSession::capture(const QString &savePath) const
 {
     QTemporaryDir scratch;
     const QString path = savePath.isEmpty() ? scratch.filePath("screen.png") : savePath;
-    if (tool("import", words("-window root") << "png:" + path) != 0)
-        return {};
-    return QImage(path).convertToFormat(QImage::Format_RGB32);
+    return tool("import", words("-window root") << "png:" + path) == 0 ? loaded(path) : QImage();
 }
 
 void DesktopSession::moveTo(QPoint at) const
@@ -267,11 +185,6 @@ void DesktopSession::moveTo(QPoint at) const
 void DesktopSession::click(QPoint at, int button) const
 {
     xdotool(words(QStringLiteral("mousemove %1 %2 click %3").arg(at.x()).arg(at.y()).arg(button)));
-}
-
-void DesktopSession::doubleClick(QPoint at) const
-{
-    xdotool(words(QStringLiteral("mousemove %1 %2 click --repeat 2 --delay 80 1").arg(at.x()).arg(at.y())));
 }
 
 void DesktopSession::drag(QPoint from, QPoint to) const

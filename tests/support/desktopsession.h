@@ -1,7 +1,7 @@
 #pragma once
 
-#include "support/apprun.h"
 #include "support/colourimages.h"
+#include "support/screensession.h"
 
 #include <QImage>
 #include <QList>
@@ -21,24 +21,16 @@
 // read back from the screen (`import -window root`) and from the window
 // properties the window manager and the panel act on (xprop).
 //
-// Nothing starts when a tool is missing: `missingTools` names them, so the
-// test can skip with a reason.
-class DesktopSession
+// Nothing starts when a tool is missing: `problem` names them, so the test
+// can skip with a reason.
+class DesktopSession : public ScreenSession
 {
 public:
-    static constexpr int screenWidth = 1280;
-    static constexpr int screenHeight = 800;
     static constexpr int panelHeight = 32;
 
     DesktopSession();
-    ~DesktopSession();
-    DesktopSession(const DesktopSession &) = delete;
-    DesktopSession &operator=(const DesktopSession &) = delete;
+    ~DesktopSession() override;
 
-    static QStringList missingTools();
-    bool isRunning() const { return m_running; }
-    // What went wrong when it is not running.
-    QString problem() const { return m_problem; }
     QString display() const { return m_display ? m_display->display() : QString(); }
     // The private session bus, for tools that join it.
     QString busAddress() const { return m_bus ? m_bus->address() : QString(); }
@@ -46,10 +38,6 @@ public:
     // Points `run` at this desktop: its display and its session bus.
     void enter(AppRun &run) const;
 
-    // Runs a tool on this desktop; its exit code (-1 when it did not
-    // finish), its standard output in `out`.
-    int tool(const QString &program, const QStringList &arguments, QByteArray *out = nullptr,
-             int timeoutMs = 15000) const;
     int xdotool(const QStringList &arguments, QByteArray *out = nullptr) const;
 
     // The mapped windows that process `pid` owns (by _NET_WM_PID), those
@@ -77,7 +65,6 @@ public:
     // Real pointer and keyboard input.
     void moveTo(QPoint at) const;
     void click(QPoint at, int button = 1) const;
-    void doubleClick(QPoint at) const;
     // Presses at `from`, moves there in steps (as a hand would) and releases.
     void drag(QPoint from, QPoint to) const;
     void key(const QString &keys) const;
@@ -88,14 +75,11 @@ public:
     std::optional<QRect> trayIcon(qint64 pid) const;
 
 private:
-    bool startProcess(QProcess &process, const QString &program, const QStringList &arguments);
-    QProcessEnvironment toolEnvironment() const;
+    bool start();
+    QProcessEnvironment environment() const override;
 
     std::unique_ptr<VirtualDisplay> m_display;
-    QTemporaryDir m_home;
     std::unique_ptr<SessionBus> m_bus;
     QProcess m_windowManager;
     QProcess m_panel;
-    QString m_problem;
-    bool m_running = false;
 };

@@ -5,7 +5,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <QTest>
 
 #include <unistd.h>
@@ -22,40 +21,23 @@ default_floating_border none
 xwayland %3
 )";
 
-bool missing(const char *tool) { return QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty(); }
-
 } // namespace
 
 WaylandSession::WaylandSession(Compositor compositor, bool xwayland) : m_compositor(compositor)
 {
-    QStringList absent;
-    QList<const char *> tools = {"xwininfo", "xhost"};
-    if (compositor == Compositor::weston)
-        tools << "weston"
-              << "weston-screenshooter";
-    else
-        tools << "sway"
-              << "swaymsg"
-              << "grim"
-              << "setpriv";
+    QStringList tools = {"xwininfo", "xhost"};
+    tools << (compositor == Compositor::weston ? QStringList{"weston", "weston-screenshooter"}
+                                               : QStringList{"sway", "swaymsg", "grim", "setpriv"});
     if (xwayland)
         tools << "Xwayland";
-    for (const char *tool : tools) {
-        if (missing(tool))
-            absent << QLatin1String(tool);
-    }
-    if (!absent.isEmpty()) {
-        m_problem = "missing: " + absent.join(", ");
+    if (!haveTools(tools))
         return;
-    }
     // Others (sway's user) pass through to the runtime folder below.
     QFile::setPermissions(m_root.path(), QFile::permissions(m_root.path()) | QFile::ExeGroup | QFile::ExeOther
                                              | QFile::ReadGroup | QFile::ReadOther);
     m_runtime = m_root.filePath("run");
     QDir().mkpath(m_runtime);
     QFile::setPermissions(m_runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    m_server.setProcessChannelMode(QProcess::MergedChannels);
-    m_server.setStandardOutputFile(m_root.filePath("compositor.log"));
     m_running = compositor == Compositor::weston ? startWeston(xwayland) : startSway(xwayland);
 }
 
@@ -63,9 +45,7 @@ WaylandSession::~WaylandSession() { endProcess(m_server); }
 
 QProcessEnvironment WaylandSession::environment() const
 {
-    QProcessEnvironment environment;
-    environment.insert("PATH", qEnvironmentVariable("PATH"));
-    environment.insert("HOME", m_root.path());
+    QProcessEnvironment environment = ScreenSession::environment();
     environment.insert("XDG_RUNTIME_DIR", m_runtime);
     if (!m_socket.isEmpty())
         environment.insert("WAYLAND_DISPLAY", m_socket);
@@ -88,10 +68,10 @@ bool WaylandSession::startWeston(bool xwayland)
                              "--debug"};
     if (xwayland)
         arguments << "--xwayland";
-    m_server.setProcessEnvironment(environment());
-    m_server.start("weston", arguments);
+    if (!startLogged(m_server, "weston", arguments, environment()))
+        return false;
     const QString socket = m_runtime + "/brindlewick";
-    const QString log = m_root.filePath("compositor.log");
+    const QString log = m_root.filePath("weston.log");
     static const QRegularExpression listening("xserver listening on display (:\\d+)");
     const bool up = QTest::qWaitFor(
         [&] {
@@ -107,10 +87,8 @@ bool WaylandSession::startWeston(bool xwayland)
             return m.hasMatch();
         },
         startTimeoutMs);
-    if (!up) {
-        m_problem = QStringLiteral("weston did not start (see %1)").arg(log);
-        return false;
-    }
+    if (!up)
+        return fail(QStringLiteral("weston did not start (see %1)").arg(log));
     m_socket = socket;
     return true;
 }
@@ -125,10 +103,8 @@ bool WaylandSession::startSway(bool xwayland)
                           .arg(screenHeight)
                           .arg(xwayland ? "force" : "disable")
                           .toUtf8())
-               < 0) {
-        m_problem = "could not write sway's settings";
-        return false;
-    }
+               < 0)
+        return fail("could not write sway's settings");
     file.close();
     QFile::setPermissions(config, QFile::permissions(config) | QFile::ReadOther);
 
@@ -136,19 +112,16 @@ bool WaylandSession::startSway(bool xwayland)
     env.insert("WLR_BACKENDS", "headless");
     env.insert("WLR_LIBINPUT_NO_DEVICES", "1");
     env.insert("WLR_RENDERER", "pixman");
-    m_server.setProcessEnvironment(env);
     const bool root = ::geteuid() == 0;
-    if (root) {
-        // sway will not run as root: as nobody, in a runtime folder of its own.
-        if (QProcess::execute("chown", {"nobody:", m_runtime}) != 0) {
-            m_problem = "could not hand the runtime folder to nobody";
-            return false;
-        }
-        m_server.start("setpriv", {"--reuid=nobody", "--regid=nogroup", "--clear-groups", "sway", "-c", config});
-    } else {
-        m_server.start("sway", {"-c", config});
-    }
-    const QString log = m_root.filePath("compositor.log");
+    // sway will not run as root: as nobody, in a runtime folder of its own.
+    if (root && QProcess::execute("chown", {"nobody:", m_runtime}) != 0)
+        return fail("could not hand the runtime folder to nobody");
+    const QStringList sway = {"sway", "-c", config};
+    if (!(root ? startLogged(m_server, "setpriv",
+                             QStringList{"--reuid=nobody", "--regid=nogroup", "--clear-groups"} + sway, env)
+               : startLogged(m_server, "sway", sway.mid(1), env)))
+        return false;
+    const QString log = m_root.filePath(root ? "setpriv.log" : "sway.log");
     const bool up = QTest::qWaitFor(
         [&] {
             if (m_server.state() == QProcess::NotRunning)
@@ -165,10 +138,8 @@ bool WaylandSession::startSway(bool xwayland)
             return !m_socket.isEmpty() && !m_swaySocket.isEmpty();
         },
         startTimeoutMs);
-    if (!up) {
-        m_problem = QStringLiteral("sway did not start (see %1)").arg(log);
-        return false;
-    }
+    if (!up)
+        return fail(QStringLiteral("sway did not start (see %1)").arg(log));
     if (!xwayland)
         return true;
     // XWayland's display is known to sway's children; XWayland lets in only
@@ -186,11 +157,7 @@ bool WaylandSession::startSway(bool xwayland)
             return !m_x11Display.isEmpty();
         },
         startTimeoutMs);
-    if (!known) {
-        m_problem = QStringLiteral("sway's XWayland did not come up (see %1)").arg(log);
-        return false;
-    }
-    return true;
+    return known || fail(QStringLiteral("sway's XWayland did not come up (see %1)").arg(log));
 }
 
 void WaylandSession::enter(AppRun &run) const
@@ -204,21 +171,10 @@ void WaylandSession::enter(AppRun &run) const
         run.environment().remove("DISPLAY");
 }
 
-int WaylandSession::tool(const QString &program, const QStringList &arguments, QByteArray *out) const
-{
-    const Ran ran = runProcess(environment(), program, arguments, 15000, m_root.path());
-    if (out)
-        *out = ran.out;
-    return ran.status;
-}
-
 QImage WaylandSession::capture(const QString &savePath) const
 {
-    if (m_compositor == Compositor::sway) {
-        if (tool("grim", {savePath}) != 0)
-            return {};
-        return QImage(savePath).convertToFormat(QImage::Format_RGB32);
-    }
+    if (m_compositor == Compositor::sway)
+        return tool("grim", {savePath}) == 0 ? loaded(savePath) : QImage();
     // The screenshooter writes wayland-screenshot-<time>.png where it runs.
     const QDir folder(m_root.path());
     for (const QString &old : folder.entryList({"wayland-screenshot-*.png"}))
@@ -230,7 +186,7 @@ QImage WaylandSession::capture(const QString &savePath) const
         return {};
     QFile::remove(savePath);
     QFile::copy(folder.filePath(shots.first()), savePath);
-    return QImage(savePath).convertToFormat(QImage::Format_RGB32);
+    return loaded(savePath);
 }
 
 QJsonObject WaylandSession::tree() const

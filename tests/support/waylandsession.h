@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/apprun.h"
+#include "support/screensession.h"
 
 #include <QImage>
 #include <QJsonObject>
@@ -20,30 +20,17 @@
 //
 // Nothing starts when a tool is missing: `problem` says which, so the test
 // can skip with a reason.
-class WaylandSession
+class WaylandSession : public ScreenSession
 {
 public:
     enum class Compositor { weston, sway };
-    static constexpr int screenWidth = 1280;
-    static constexpr int screenHeight = 800;
 
     WaylandSession(Compositor compositor, bool xwayland);
-    ~WaylandSession();
-    WaylandSession(const WaylandSession &) = delete;
-    WaylandSession &operator=(const WaylandSession &) = delete;
-
-    bool isRunning() const { return m_running; }
-    QString problem() const { return m_problem; }
-    // The X display of XWayland (":3"), empty without it.
-    QString x11Display() const { return m_x11Display; }
+    ~WaylandSession() override;
 
     // Points `run` at this session: a Wayland session whose desktop is the
     // compositor, with XWayland's display when there is one.
     void enter(AppRun &run) const;
-
-    // Runs a tool in the session; its exit code (-1 when it did not
-    // finish), its standard output in `out`.
-    int tool(const QString &program, const QStringList &arguments, QByteArray *out = nullptr) const;
 
     // The whole output as the compositor shows it; kept at `savePath`.
     QImage capture(const QString &savePath) const;
@@ -59,17 +46,14 @@ public:
 private:
     bool startWeston(bool xwayland);
     bool startSway(bool xwayland);
-    QProcessEnvironment environment() const;
+    QProcessEnvironment environment() const override;
 
     Compositor m_compositor;
-    QTemporaryDir m_root;
     QString m_runtime;
     QProcess m_server;
     QString m_socket;     // the Wayland socket's full path
     QString m_swaySocket; // sway's command socket
-    QString m_x11Display;
-    QString m_problem;
-    bool m_running = false;
+    QString m_x11Display; // XWayland's (":3"), empty without it
 };
 
 // The floating window (a sway tree node) whose name matches `nameRegex`,

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "support/apprun.h"
+
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+// What the desktop and the Wayland sessions share: a private home for their
+// tools, a 1280 × 800 screen, the tools run in it, and a reason when they did
+// not start (a tool missing, a server that did not come up).
+class ScreenSession
+{
+public:
+    static constexpr int screenWidth = 1280;
+    static constexpr int screenHeight = 800;
+
+    virtual ~ScreenSession() = default;
+    ScreenSession(const ScreenSession &) = delete;
+    ScreenSession &operator=(const ScreenSession &) = delete;
+
+    bool isRunning() const { return m_running; }
+    // What went wrong when it is not running.
+    QString problem() const { return m_problem; }
+
+    // Runs a tool in the session; its exit code (-1 when it did not
+    // finish), its standard output in `out`.
+    int tool(const QString &program, const QStringList &arguments, QByteArray *out = nullptr,
+             int timeoutMs = 15000) const;
+
+protected:
+    ScreenSession() = default;
+    // False, with the missing ones as the problem, unless all are installed.
+    bool haveTools(const QStringList &tools);
+    bool fail(const QString &problem)
+    {
+        m_problem = problem;
+        return false;
+    }
+    // Starts a server of the session, its chatter kept in its home.
+    bool startLogged(QProcess &process, const QString &program, const QStringList &arguments,
+                     const QProcessEnvironment &environment);
+    // Only the session's own home, display and bus; nothing of the machine's.
+    virtual QProcessEnvironment environment() const;
+    // `path`, written by a capture tool, as a 32-bit image.
+    static QImage loaded(const QString &path) { return QImage(path).convertToFormat(QImage::Format_RGB32); }
+
+    QTemporaryDir m_root;
+    bool m_running = false;
+
+private:
+    QString m_problem;
+};
+
+// Skips the calling test, with the session's reason, when it did not start.
+#define SKIP_WITHOUT_SESSION(session)                                                                                  \
+    do {                                                                                                               \
+        if (!(session).isRunning())                                                                                    \
+            QSKIP(qPrintable("no session to test on (" + (session).problem()                                           \
+                             + "; ./setup.sh test installs the tools)"));                                              \
+    } while (false)
