@@ -75,7 +75,7 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     setFrameShape(QFrame::NoFrame);
     // Reached with Tab or a click; the window's keys then walk the cells.
     setFocusPolicy(Qt::StrongFocus);
-    setAccessibleName(QStringLiteral("Screenshots"));
+    setAccessibleName(tr("Screenshots"));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setAcceptDrops(true);
