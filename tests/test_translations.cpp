@@ -37,7 +37,7 @@ private Q_SLOTS:
         QCOMPARE(Texts::emptyShelfHint(),
                  QStringLiteral("Machen Sie ein Bildschirmfoto mit der Druck-Taste, dann erscheint es hier."));
         QCOMPARE(QCoreApplication::translate("ShelfToolbar", "Search names and recognised text"),
-                 QStringLiteral("Namen und erkannten Text durchsuchen"));
+                 QStringLiteral("In Namen und Texten suchen"));
     }
 };
 

@@ -548,7 +548,7 @@
     </message>
     <message>
         <source>Search names and recognised text</source>
-        <translation>Namen und erkannten Text durchsuchen</translation>
+        <translation>In Namen und Texten suchen</translation>
     </message>
     <message>
         <source>Search</source>

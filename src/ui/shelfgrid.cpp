@@ -6,6 +6,7 @@
 #include "meta/thumbs.h"
 #include "model/shelf.h"
 #include "platform/desktopentries.h"
+#include "system/texts.h"
 #include "ui/accessiblegrid.h"
 
 #include <QApplication>
@@ -537,7 +538,7 @@ void ShelfGrid::paintCell(QPainter &p, int index)
         small.setFamily(QStringLiteral("monospace"));
         small.setStyleHint(QFont::Monospace);
         small.setPointSizeF(font().pointSizeF() * 0.8);
-        const QString label = QStringLiteral("Ctrl+%1").arg(index + 1);
+        const QString label = Texts::cellSlotKeyHint().arg(index + 1);
         const QFontMetrics fm(small);
         const QRect badge(tile.right() + 1 - badgeInset - fm.horizontalAdvance(label) - 10, tile.top() + badgeInset,
                           fm.horizontalAdvance(label) + 10, fm.height() + 4);
