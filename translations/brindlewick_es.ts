@@ -5,16 +5,16 @@
     <name>AccessibleFolders</name>
     <message numerus="yes">
         <source>%1, %Ln screenshot</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%1, %Ln captura de pantalla</numerusform>
+            <numerusform>%1, %Ln capturas de pantalla</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%1, %Ln screenshots</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%1, %Ln captura de pantalla</numerusform>
+            <numerusform>%1, %Ln capturas de pantalla</numerusform>
         </translation>
     </message>
 </context>
@@ -22,477 +22,477 @@
     <name>AccessibleGrid</name>
     <message>
         <source>taken in %1</source>
-        <translation type="unfinished"></translation>
+        <translation>hecha en %1</translation>
     </message>
     <message>
         <source>text recognised</source>
-        <translation type="unfinished"></translation>
+        <translation>texto reconocido</translation>
     </message>
 </context>
 <context>
     <name>AppDelegate</name>
     <message>
         <source>Open Shelf</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir el estante</translation>
     </message>
     <message>
         <source>Settings…</source>
-        <translation type="unfinished"></translation>
+        <translation>Configuración…</translation>
     </message>
     <message>
         <source>About Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Acerca de Brindlewick</translation>
     </message>
     <message>
         <source>Quit Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Salir de Brindlewick</translation>
     </message>
     <message>
         <source>Hide Shelf</source>
-        <translation type="unfinished"></translation>
+        <translation>Ocultar el estante</translation>
     </message>
     <message>
         <source>&lt;b&gt;Brindlewick&lt;/b&gt;&lt;br&gt;Version %1 (%2)</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;b&gt;Brindlewick&lt;/b&gt;&lt;br&gt;Versión %1 (%2)</translation>
     </message>
     <message>
         <source>Made by Merrowind · &lt;a href=&quot;%1&quot;&gt;%1&lt;/a&gt;&lt;br&gt;%2</source>
-        <translation type="unfinished"></translation>
+        <translation>Creado por Merrowind · &lt;a href=&quot;%1&quot;&gt;%1&lt;/a&gt;&lt;br&gt;%2</translation>
     </message>
 </context>
 <context>
     <name>ContextMenu</name>
     <message>
         <source>Home (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Inicio (%1)</translation>
     </message>
 </context>
 <context>
     <name>FileCommands</name>
     <message>
         <source>Open</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir</translation>
     </message>
     <message numerus="yes">
         <source>Open %Ln Items</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>Abrir %Ln elemento</numerusform>
+            <numerusform>Abrir %Ln elementos</numerusform>
         </translation>
     </message>
     <message>
         <source>Open With</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir con</translation>
     </message>
     <message>
         <source>%1 (%2)</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 (%2)</translation>
     </message>
     <message>
         <source>Pin to Screen</source>
-        <translation type="unfinished"></translation>
+        <translation>Fijar en la pantalla</translation>
     </message>
     <message>
         <source>Pin</source>
-        <translation type="unfinished"></translation>
+        <translation>Fijar</translation>
     </message>
     <message>
         <source>Pin to screen (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Fijar en la pantalla (%1)</translation>
     </message>
     <message>
         <source>Copy</source>
-        <translation type="unfinished"></translation>
+        <translation>Copiar</translation>
     </message>
     <message>
         <source>Copy Path</source>
-        <translation type="unfinished"></translation>
+        <translation>Copiar ruta</translation>
     </message>
     <message>
         <source>Copy as Markdown</source>
-        <translation type="unfinished"></translation>
+        <translation>Copiar como Markdown</translation>
     </message>
     <message>
         <source>Rename…</source>
-        <translation type="unfinished"></translation>
+        <translation>Renombrar…</translation>
     </message>
     <message>
         <source>Duplicate</source>
-        <translation type="unfinished"></translation>
+        <translation>Duplicar</translation>
     </message>
     <message>
         <source>Resize to 50%</source>
-        <translation type="unfinished"></translation>
+        <translation>Reducir al 50 %</translation>
     </message>
     <message>
         <source>Convert to JPG</source>
-        <translation type="unfinished"></translation>
+        <translation>Convertir a JPG</translation>
     </message>
     <message>
         <source>Recognize Text</source>
-        <translation type="unfinished"></translation>
+        <translation>Reconocer texto</translation>
     </message>
     <message>
         <source>Move to</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover a</translation>
     </message>
     <message>
         <source>Move to Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover a la papelera</translation>
     </message>
     <message numerus="yes">
         <source>Move %Ln Items to Trash</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>Mover %Ln elemento a la papelera</numerusform>
+            <numerusform>Mover %Ln elementos a la papelera</numerusform>
         </translation>
     </message>
     <message>
         <source>Delete</source>
-        <translation type="unfinished"></translation>
+        <translation>Eliminar</translation>
     </message>
     <message>
         <source>Move to Trash (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover a la papelera (%1)</translation>
     </message>
     <message>
         <source>New Folder…</source>
-        <translation type="unfinished"></translation>
+        <translation>Carpeta nueva…</translation>
     </message>
     <message>
         <source>New Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Carpeta nueva</translation>
     </message>
     <message>
         <source>New folder inside Home (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Carpeta nueva dentro de Inicio (%1)</translation>
     </message>
 </context>
 <context>
     <name>FlashPanel</name>
     <message>
         <source>drag me</source>
-        <translation type="unfinished"></translation>
+        <translation>arrástrame</translation>
     </message>
     <message>
         <source>New Screenshot</source>
-        <translation type="unfinished"></translation>
+        <translation>Captura de pantalla nueva</translation>
     </message>
     <message>
         <source>%1: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: %2</translation>
     </message>
     <message>
         <source>Drag it into another program, open its menu, or double-click to show it in the shelf</source>
-        <translation type="unfinished"></translation>
+        <translation>Arrástrela a otro programa, abra su menú o haga doble clic para mostrarla en el estante</translation>
     </message>
 </context>
 <context>
     <name>FolderColumn</name>
     <message>
         <source>Drop a screenshot on a folder to move it there. Make one with %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Suelte una captura de pantalla sobre una carpeta para moverla allí. Cree una con %1.</translation>
     </message>
     <message>
         <source>Folders</source>
-        <translation type="unfinished"></translation>
+        <translation>Carpetas</translation>
     </message>
     <message>
         <source>Screenshots</source>
-        <translation type="unfinished"></translation>
+        <translation>Capturas de pantalla</translation>
     </message>
     <message>
         <source>Home</source>
-        <translation type="unfinished"></translation>
+        <translation>Inicio</translation>
     </message>
     <message>
         <source>Rename…</source>
-        <translation type="unfinished"></translation>
+        <translation>Renombrar…</translation>
     </message>
     <message>
         <source>Move Folder to Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover la carpeta a la papelera</translation>
     </message>
 </context>
 <context>
     <name>MainMenu</name>
     <message>
         <source>Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Brindlewick</translation>
     </message>
     <message>
         <source>Edit</source>
-        <translation type="unfinished"></translation>
+        <translation>Editar</translation>
     </message>
     <message>
         <source>View</source>
-        <translation type="unfinished"></translation>
+        <translation>Ver</translation>
     </message>
     <message>
         <source>Window</source>
-        <translation type="unfinished"></translation>
+        <translation>Ventana</translation>
     </message>
     <message>
         <source>About Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Acerca de Brindlewick</translation>
     </message>
     <message>
         <source>Settings…</source>
-        <translation type="unfinished"></translation>
+        <translation>Configuración…</translation>
     </message>
     <message>
         <source>Hide Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Ocultar Brindlewick</translation>
     </message>
     <message>
         <source>Quit Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Salir de Brindlewick</translation>
     </message>
     <message>
         <source>Undo</source>
-        <translation type="unfinished"></translation>
+        <translation>Deshacer</translation>
     </message>
     <message>
         <source>Redo</source>
-        <translation type="unfinished"></translation>
+        <translation>Rehacer</translation>
     </message>
     <message>
         <source>Cut</source>
-        <translation type="unfinished"></translation>
+        <translation>Cortar</translation>
     </message>
     <message>
         <source>Copy</source>
-        <translation type="unfinished"></translation>
+        <translation>Copiar</translation>
     </message>
     <message>
         <source>Paste</source>
-        <translation type="unfinished"></translation>
+        <translation>Pegar</translation>
     </message>
     <message>
         <source>Select All</source>
-        <translation type="unfinished"></translation>
+        <translation>Seleccionar todo</translation>
     </message>
     <message>
         <source>Find</source>
-        <translation type="unfinished"></translation>
+        <translation>Buscar</translation>
     </message>
     <message>
         <source>Bigger Thumbnails</source>
-        <translation type="unfinished"></translation>
+        <translation>Miniaturas más grandes</translation>
     </message>
     <message>
         <source>Smaller Thumbnails</source>
-        <translation type="unfinished"></translation>
+        <translation>Miniaturas más pequeñas</translation>
     </message>
     <message>
         <source>Default Thumbnail Size</source>
-        <translation type="unfinished"></translation>
+        <translation>Tamaño de miniatura predeterminado</translation>
     </message>
     <message>
         <source>Close</source>
-        <translation type="unfinished"></translation>
+        <translation>Cerrar</translation>
     </message>
     <message>
         <source>Minimize</source>
-        <translation type="unfinished"></translation>
+        <translation>Minimizar</translation>
     </message>
 </context>
 <context>
     <name>PinWindow</name>
     <message>
         <source>Pinned screenshot: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Captura de pantalla fijada: %1</translation>
     </message>
 </context>
 <context>
     <name>PreviewWindow</name>
     <message>
         <source>%1 of %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 de %2</translation>
     </message>
 </context>
 <context>
     <name>ScreenshotNames</name>
     <message>
         <source>Clean up the names of %L1 screenshots?</source>
-        <translation type="unfinished"></translation>
+        <translation>¿Limpiar los nombres de %L1 capturas de pantalla?</translation>
     </message>
     <message>
         <source>Clean Up</source>
-        <translation type="unfinished"></translation>
+        <translation>Limpiar</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>Cancelar</translation>
     </message>
     <message>
         <source>Renamed %L1</source>
-        <translation type="unfinished"></translation>
+        <translation>Renombrados: %L1</translation>
     </message>
     <message>
         <source>“Screenshot 2026-10-08 at 05.12.49.png” becomes “2026-10-08 05.12.49.png”. Only files in the current folder are renamed.</source>
-        <translation type="unfinished"></translation>
+        <translation>«Screenshot 2026-10-08 at 05.12.49.png» pasa a ser «2026-10-08 05.12.49.png». Solo se renombran los archivos de la carpeta actual.</translation>
     </message>
 </context>
 <context>
     <name>SettingsForm</name>
     <message>
         <source>General</source>
-        <translation type="unfinished"></translation>
+        <translation>General</translation>
     </message>
     <message>
         <source>Open at Login</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir al iniciar sesión</translation>
     </message>
     <message>
         <source>Keyboard Shortcut</source>
-        <translation type="unfinished"></translation>
+        <translation>Atajo de teclado</translation>
     </message>
     <message>
         <source>Change…</source>
-        <translation type="unfinished"></translation>
+        <translation>Cambiar…</translation>
     </message>
     <message>
         <source>Screenshots Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Carpeta de capturas</translation>
     </message>
     <message>
         <source>The shortcut opens or hides the shelf from any app. New screenshots are saved to the folder above while Brindlewick is running.</source>
-        <translation type="unfinished"></translation>
+        <translation>El atajo abre u oculta el estante desde cualquier aplicación. Las capturas de pantalla nuevas se guardan en la carpeta de arriba mientras Brindlewick esté en marcha.</translation>
     </message>
     <message>
         <source>Corner Preview</source>
-        <translation type="unfinished"></translation>
+        <translation>Vista previa de esquina</translation>
     </message>
     <message>
         <source>Show Preview After Taking a Screenshot</source>
-        <translation type="unfinished"></translation>
+        <translation>Mostrar una vista previa tras hacer una captura</translation>
     </message>
     <message>
         <source>second</source>
-        <translation type="unfinished"></translation>
+        <translation>segundo</translation>
     </message>
     <message>
         <source>seconds</source>
-        <translation type="unfinished"></translation>
+        <translation>segundos</translation>
     </message>
     <message>
         <source>Stays on Screen</source>
-        <translation type="unfinished"></translation>
+        <translation>Permanece en pantalla</translation>
     </message>
     <message>
         <source>Tidy Up</source>
-        <translation type="unfinished"></translation>
+        <translation>Ordenar</translation>
     </message>
     <message>
         <source>Tidy Up Automatically</source>
-        <translation type="unfinished"></translation>
+        <translation>Ordenar automáticamente</translation>
     </message>
     <message>
         <source>day</source>
-        <translation type="unfinished"></translation>
+        <translation>día</translation>
     </message>
     <message>
         <source>days</source>
-        <translation type="unfinished"></translation>
+        <translation>días</translation>
     </message>
     <message>
         <source>Older Than</source>
-        <translation type="unfinished"></translation>
+        <translation>Con más de</translation>
     </message>
     <message>
         <source>Archive folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Carpeta Archivo</translation>
     </message>
     <message>
         <source>Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>Papelera</translation>
     </message>
     <message>
         <source>Move Them To</source>
-        <translation type="unfinished"></translation>
+        <translation>Moverlas a</translation>
     </message>
     <message>
         <source>Refresh</source>
-        <translation type="unfinished"></translation>
+        <translation>Actualizar</translation>
     </message>
     <message>
         <source>Matching Now</source>
-        <translation type="unfinished"></translation>
+        <translation>Afectadas ahora</translation>
     </message>
     <message>
         <source>Applies to screenshots in the Home folder only. The Archive folder is created inside it and stays visible in the folder column.</source>
-        <translation type="unfinished"></translation>
+        <translation>Solo afecta a las capturas de pantalla de la carpeta Inicio. La carpeta Archivo se crea dentro de ella y sigue visible en la columna de carpetas.</translation>
     </message>
     <message>
         <source>Search &amp; Names</source>
-        <translation type="unfinished"></translation>
+        <translation>Búsqueda y nombres</translation>
     </message>
     <message>
         <source>Stop</source>
-        <translation type="unfinished"></translation>
+        <translation>Detener</translation>
     </message>
     <message>
         <source>Text Recognition</source>
-        <translation type="unfinished"></translation>
+        <translation>Reconocimiento de texto</translation>
     </message>
     <message>
         <source>Clean Up Names…</source>
-        <translation type="unfinished"></translation>
+        <translation>Limpiar nombres…</translation>
     </message>
     <message>
         <source>File Names</source>
-        <translation type="unfinished"></translation>
+        <translation>Nombres de archivo</translation>
     </message>
     <message>
         <source>Privacy</source>
-        <translation type="unfinished"></translation>
+        <translation>Privacidad</translation>
     </message>
     <message>
         <source>Share an Anonymous Usage Count</source>
-        <translation type="unfinished"></translation>
+        <translation>Compartir un recuento de uso anónimo</translation>
     </message>
     <message>
         <source>About</source>
-        <translation type="unfinished"></translation>
+        <translation>Acerca de</translation>
     </message>
     <message>
         <source>Version</source>
-        <translation type="unfinished"></translation>
+        <translation>Versión</translation>
     </message>
     <message>
         <source>Made by</source>
-        <translation type="unfinished"></translation>
+        <translation>Creado por</translation>
     </message>
     <message>
         <source>Support the Project</source>
-        <translation type="unfinished"></translation>
+        <translation>Apoyar el proyecto</translation>
     </message>
     <message>
         <source>Buy me a coffee</source>
-        <translation type="unfinished"></translation>
+        <translation>Invítame a un café</translation>
     </message>
     <message>
         <source>Trash Now</source>
-        <translation type="unfinished"></translation>
+        <translation>A la papelera ya</translation>
     </message>
     <message>
         <source>Archive Now</source>
-        <translation type="unfinished"></translation>
+        <translation>Archivar ya</translation>
     </message>
     <message>
         <source>%L1 of %L2</source>
-        <translation type="unfinished"></translation>
+        <translation>%L1 de %L2</translation>
     </message>
     <message>
         <source>Up to Date</source>
-        <translation type="unfinished"></translation>
+        <translation>Al día</translation>
     </message>
     <message numerus="yes">
         <source>Recognize Text in %Ln Screenshots</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>Reconocer texto en %Ln captura</numerusform>
+            <numerusform>Reconocer texto en %Ln capturas</numerusform>
         </translation>
     </message>
 </context>
@@ -500,342 +500,344 @@
     <name>SettingsSheet</name>
     <message>
         <source>Done</source>
-        <translation type="unfinished"></translation>
+        <translation>Hecho</translation>
     </message>
 </context>
 <context>
     <name>SettingsSheetWindow</name>
     <message>
         <source>Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>Configuración</translation>
     </message>
 </context>
 <context>
     <name>Shelf</name>
     <message>
         <source>Use this folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Usar esta carpeta</translation>
     </message>
     <message>
         <source>Screenshots will be shown from, and saved to, this folder.</source>
-        <translation type="unfinished"></translation>
+        <translation>Las capturas de pantalla se mostrarán desde esta carpeta y se guardarán en ella.</translation>
     </message>
 </context>
 <context>
     <name>ShelfGrid</name>
     <message>
         <source>Screenshots</source>
-        <translation type="unfinished"></translation>
+        <translation>Capturas de pantalla</translation>
     </message>
     <message>
         <source>Text recognised, searchable</source>
-        <translation type="unfinished"></translation>
+        <translation>Texto reconocido, se puede buscar</translation>
     </message>
     <message>
         <source>Taken while %1 was in front</source>
-        <translation type="unfinished"></translation>
+        <translation>Hecha mientras %1 estaba en primer plano</translation>
     </message>
 </context>
 <context>
     <name>ShelfToolbar</name>
     <message>
         <source>Home</source>
-        <translation type="unfinished"></translation>
+        <translation>Inicio</translation>
     </message>
     <message>
         <source>Back to Home</source>
-        <translation type="unfinished"></translation>
+        <translation>Volver a Inicio</translation>
     </message>
     <message>
         <source>Search names and recognised text</source>
-        <translation type="unfinished"></translation>
+        <translation>Buscar en nombres y texto</translation>
     </message>
     <message>
         <source>Search</source>
-        <translation type="unfinished"></translation>
+        <translation>Buscar</translation>
     </message>
     <message>
         <source>Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>Configuración</translation>
     </message>
     <message>
         <source>Settings (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Configuración (%1)</translation>
     </message>
     <message>
         <source>Menu</source>
-        <translation type="unfinished"></translation>
+        <translation>Menú</translation>
     </message>
 </context>
 <context>
     <name>ShelfView</name>
     <message>
         <source>Recognise text in unindexed screenshots to search inside them</source>
-        <translation type="unfinished"></translation>
+        <translation>Reconocer el texto de las capturas sin indexar para buscar en ellas</translation>
     </message>
     <message>
         <source>Text recognition</source>
-        <translation type="unfinished"></translation>
+        <translation>Reconocimiento de texto</translation>
     </message>
     <message>
         <source>Thumbnail size (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Tamaño de las miniaturas (%1)</translation>
     </message>
     <message>
         <source>Thumbnail size</source>
-        <translation type="unfinished"></translation>
+        <translation>Tamaño de las miniaturas</translation>
     </message>
     <message>
         <source>recognising %L1/%L2</source>
-        <translation type="unfinished"></translation>
+        <translation>reconociendo %L1/%L2</translation>
     </message>
     <message numerus="yes">
         <source>older than %n day</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>con más de %n día</numerusform>
+            <numerusform>con más de %n días</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>older than %n days</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>con más de %n día</numerusform>
+            <numerusform>con más de %n días</numerusform>
         </translation>
     </message>
     <message>
         <source>· %L1 %2</source>
-        <translation type="unfinished"></translation>
+        <translation>· %L1 %2</translation>
     </message>
     <message>
         <source>Trash now</source>
-        <translation type="unfinished"></translation>
+        <translation>A la papelera ya</translation>
     </message>
     <message>
         <source>Archive now</source>
-        <translation type="unfinished"></translation>
+        <translation>Archivar ya</translation>
     </message>
     <message numerus="yes">
         <source>%Ln of %L1 screenshots</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%Ln de %L1 capturas de pantalla</numerusform>
+            <numerusform>%Ln de %L1 capturas de pantalla</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%Ln screenshots</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%Ln captura de pantalla</numerusform>
+            <numerusform>%Ln capturas de pantalla</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%1, %Ln selected</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%1, %Ln seleccionada</numerusform>
+            <numerusform>%1, %Ln seleccionadas</numerusform>
         </translation>
     </message>
     <message>
         <source>Nothing matches “%1”.</source>
-        <translation type="unfinished"></translation>
+        <translation>Nada coincide con «%1».</translation>
     </message>
     <message>
         <source>No images in this folder yet.</source>
-        <translation type="unfinished"></translation>
+        <translation>Aún no hay imágenes en esta carpeta.</translation>
     </message>
 </context>
 <context>
     <name>Texts</name>
     <message>
         <source>Alt+Shift+S</source>
-        <translation type="unfinished"></translation>
+        <translation>Alt+Mayús+S</translation>
     </message>
     <message>
         <source>Ctrl+Shift+N</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+Mayús+N</translation>
     </message>
     <message>
         <source>Space</source>
-        <translation type="unfinished"></translation>
+        <translation>Espacio</translation>
     </message>
     <message>
         <source>P</source>
-        <translation type="unfinished"></translation>
+        <translation>P</translation>
     </message>
     <message>
         <source>Delete</source>
-        <translation type="unfinished"></translation>
+        <translation>Supr</translation>
     </message>
     <message>
         <source>Ctrl+,</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+,</translation>
     </message>
     <message>
         <source>Ctrl++ / Ctrl+−</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl++ / Ctrl+−</translation>
     </message>
     <message>
         <source>Ctrl+%1</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+%1</translation>
     </message>
     <message>
         <source>Take a screenshot with Print Screen and it will appear here.</source>
-        <translation type="unfinished"></translation>
+        <translation>Haga una captura de pantalla con Impr Pant y aparecerá aquí.</translation>
     </message>
     <message>
         <source>Show in File Manager</source>
-        <translation type="unfinished"></translation>
+        <translation>Mostrar en el gestor de archivos</translation>
     </message>
     <message>
         <source>Properties</source>
-        <translation type="unfinished"></translation>
+        <translation>Propiedades</translation>
     </message>
     <message>
         <source>Preview</source>
-        <translation type="unfinished"></translation>
+        <translation>Vista previa</translation>
     </message>
     <message>
         <source>Brindlewick could not register itself to start at login</source>
-        <translation type="unfinished"></translation>
+        <translation>Brindlewick no pudo registrarse para iniciarse al iniciar sesión</translation>
     </message>
     <message>
         <source>The start-up entry %1 could not be written: %2.</source>
-        <translation type="unfinished"></translation>
+        <translation>No se pudo escribir la entrada de inicio %1: %2.</translation>
     </message>
     <message>
         <source>Open Autostart Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir la carpeta de inicio automático</translation>
     </message>
     <message>
         <source>Let Brindlewick start when you log in</source>
-        <translation type="unfinished"></translation>
+        <translation>Deje que Brindlewick se inicie al iniciar sesión</translation>
     </message>
     <message>
         <source>Brindlewick has added itself to your desktop&apos;s autostart entries, but your desktop keeps it switched off.
 
 Click “Open Autostart Folder”, or open your desktop&apos;s start-up settings, and switch Brindlewick on. That&apos;s it — Brindlewick will then be in your tray every time you log in.</source>
-        <translation type="unfinished"></translation>
+        <translation>Brindlewick se ha añadido a las entradas de inicio automático de su escritorio, pero su escritorio lo mantiene desactivado.
+
+Pulse «Abrir la carpeta de inicio automático», o abra la configuración de inicio de su escritorio, y active Brindlewick. Eso es todo: Brindlewick estará en su bandeja del sistema cada vez que inicie sesión.</translation>
     </message>
     <message>
         <source>Not now</source>
-        <translation type="unfinished"></translation>
+        <translation>Ahora no</translation>
     </message>
     <message>
         <source>Never start at login</source>
-        <translation type="unfinished"></translation>
+        <translation>No iniciar nunca al iniciar sesión</translation>
     </message>
     <message>
         <source>Hide %1’s Notification</source>
-        <translation type="unfinished"></translation>
+        <translation>Ocultar la notificación de %1</translation>
     </message>
     <message>
         <source>Hide the Screenshot Tool’s Notification</source>
-        <translation type="unfinished"></translation>
+        <translation>Ocultar la notificación de la herramienta de captura</translation>
     </message>
     <message>
         <source>%1 has no notification of its own to hide.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 no tiene una notificación propia que ocultar.</translation>
     </message>
     <message>
         <source>No supported screenshot tool was found on this desktop.</source>
-        <translation type="unfinished"></translation>
+        <translation>No se encontró ninguna herramienta de captura compatible en este escritorio.</translation>
     </message>
     <message>
         <source>The preview slides into the bottom-right corner and stays for the time above, longer while you hover. Drag it anywhere, double-click to open it in the shelf, right-click for more. Hiding the screenshot tool’s own notification leaves the preview as the only one.</source>
-        <translation type="unfinished"></translation>
+        <translation>La vista previa se desliza a la esquina inferior derecha y permanece el tiempo indicado arriba, más mientras el puntero esté encima. Arrástrela a cualquier sitio, haga doble clic para abrirla en el estante o clic derecho para ver más. Al ocultar la notificación de la herramienta de captura, la vista previa queda como la única.</translation>
     </message>
     <message>
         <source>Text is recognized on this computer, only when you ask, and cached so that searching stays instant. Nothing runs in the background.</source>
-        <translation type="unfinished"></translation>
+        <translation>El texto se reconoce en este equipo, solo cuando usted lo pide, y se guarda en caché para que la búsqueda sea instantánea. Nada se ejecuta en segundo plano.</translation>
     </message>
     <message>
         <source>Once a day Brindlewick tells %1 that one copy is in use: a random identifier, the app version and the Linux distribution’s version. No file names, no personal data, and the address is not kept.</source>
-        <translation type="unfinished"></translation>
+        <translation>Una vez al día, Brindlewick comunica a %1 que hay una copia en uso: un identificador aleatorio, la versión de la aplicación y la de la distribución Linux. Sin nombres de archivo ni datos personales, y la dirección no se guarda.</translation>
     </message>
     <message>
         <source>Brindlewick is distributed in the hope that it will be useful, as is and without warranty of any kind.</source>
-        <translation type="unfinished"></translation>
+        <translation>Brindlewick se distribuye con la esperanza de que sea útil, tal cual y sin garantía de ningún tipo.</translation>
     </message>
     <message>
         <source>%1 could not be %2: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>No se pudo %2 %1: %3</translation>
     </message>
     <message>
         <source>“%1”</source>
-        <translation type="unfinished"></translation>
+        <translation>«%1»</translation>
     </message>
     <message>
         <source>%1, among other reasons</source>
-        <translation type="unfinished"></translation>
+        <translation>%1, entre otros motivos</translation>
     </message>
     <message>
         <source>read-only file system</source>
-        <translation type="unfinished"></translation>
+        <translation>sistema de archivos de solo lectura</translation>
     </message>
     <message>
         <source>permission denied</source>
-        <translation type="unfinished"></translation>
+        <translation>permiso denegado</translation>
     </message>
     <message>
         <source>changed since it was shown</source>
-        <translation type="unfinished"></translation>
+        <translation>ha cambiado desde que se mostró</translation>
     </message>
     <message>
         <source>a file with that name exists</source>
-        <translation type="unfinished"></translation>
+        <translation>ya existe un archivo con ese nombre</translation>
     </message>
     <message>
         <source>no longer there</source>
-        <translation type="unfinished"></translation>
+        <translation>ya no existe</translation>
     </message>
     <message>
         <source>the disk is full</source>
-        <translation type="unfinished"></translation>
+        <translation>el disco está lleno</translation>
     </message>
     <message>
         <source>its drive has no Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>su unidad no tiene papelera</translation>
     </message>
     <message>
         <source>not an image that can be read</source>
-        <translation type="unfinished"></translation>
+        <translation>no es una imagen legible</translation>
     </message>
     <message>
         <source>a name cannot contain “/” or be “.” or “..”</source>
-        <translation type="unfinished"></translation>
+        <translation>un nombre no puede contener «/» ni ser «.» o «..»</translation>
     </message>
     <message>
         <source>an unexpected error</source>
-        <translation type="unfinished"></translation>
+        <translation>un error inesperado</translation>
     </message>
     <message>
         <source>moved to the Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>mover a la papelera</translation>
     </message>
     <message>
         <source>moved</source>
-        <translation type="unfinished"></translation>
+        <translation>mover</translation>
     </message>
     <message>
         <source>duplicated</source>
-        <translation type="unfinished"></translation>
+        <translation>duplicar</translation>
     </message>
     <message>
         <source>resized</source>
-        <translation type="unfinished"></translation>
+        <translation>redimensionar</translation>
     </message>
     <message>
         <source>converted to JPG</source>
-        <translation type="unfinished"></translation>
+        <translation>convertir a JPG</translation>
     </message>
     <message>
         <source>renamed</source>
-        <translation type="unfinished"></translation>
+        <translation>renombrar</translation>
     </message>
     <message>
         <source>created</source>
-        <translation type="unfinished"></translation>
+        <translation>crear</translation>
     </message>
 </context>
 </TS>
