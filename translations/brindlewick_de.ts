@@ -68,6 +68,21 @@
     </message>
 </context>
 <context>
+    <name>FileActions</name>
+    <message>
+        <source>Rename “%1”</source>
+        <translation>„%1“ umbenennen</translation>
+    </message>
+    <message>
+        <source>Rename</source>
+        <translation>Umbenennen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
     <name>FileCommands</name>
     <message>
         <source>Open</source>
@@ -212,6 +227,29 @@
     <message>
         <source>Move Folder to Trash</source>
         <translation>Ordner in den Papierkorb verschieben</translation>
+    </message>
+</context>
+<context>
+    <name>FolderOps</name>
+    <message>
+        <source>New Folder</source>
+        <translation>Neuer Ordner</translation>
+    </message>
+    <message>
+        <source>Created inside %1.</source>
+        <translation>Wird in %1 angelegt.</translation>
+    </message>
+    <message>
+        <source>Folder name</source>
+        <translation>Ordnername</translation>
+    </message>
+    <message>
+        <source>Create</source>
+        <translation>Anlegen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
     </message>
 </context>
 <context>

@@ -68,6 +68,21 @@
     </message>
 </context>
 <context>
+    <name>FileActions</name>
+    <message>
+        <source>Rename “%1”</source>
+        <translation>Renombrar «%1»</translation>
+    </message>
+    <message>
+        <source>Rename</source>
+        <translation>Renombrar</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancelar</translation>
+    </message>
+</context>
+<context>
     <name>FileCommands</name>
     <message>
         <source>Open</source>
@@ -212,6 +227,29 @@
     <message>
         <source>Move Folder to Trash</source>
         <translation>Mover la carpeta a la papelera</translation>
+    </message>
+</context>
+<context>
+    <name>FolderOps</name>
+    <message>
+        <source>New Folder</source>
+        <translation>Carpeta nueva</translation>
+    </message>
+    <message>
+        <source>Created inside %1.</source>
+        <translation>Se creará dentro de %1.</translation>
+    </message>
+    <message>
+        <source>Folder name</source>
+        <translation>Nombre de la carpeta</translation>
+    </message>
+    <message>
+        <source>Create</source>
+        <translation>Crear</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Cancelar</translation>
     </message>
 </context>
 <context>

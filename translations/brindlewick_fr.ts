@@ -68,6 +68,21 @@
     </message>
 </context>
 <context>
+    <name>FileActions</name>
+    <message>
+        <source>Rename “%1”</source>
+        <translation>Renommer « %1 »</translation>
+    </message>
+    <message>
+        <source>Rename</source>
+        <translation>Renommer</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Annuler</translation>
+    </message>
+</context>
+<context>
     <name>FileCommands</name>
     <message>
         <source>Open</source>
@@ -212,6 +227,29 @@
     <message>
         <source>Move Folder to Trash</source>
         <translation>Mettre le dossier à la corbeille</translation>
+    </message>
+</context>
+<context>
+    <name>FolderOps</name>
+    <message>
+        <source>New Folder</source>
+        <translation>Nouveau dossier</translation>
+    </message>
+    <message>
+        <source>Created inside %1.</source>
+        <translation>Créé dans %1.</translation>
+    </message>
+    <message>
+        <source>Folder name</source>
+        <translation>Nom du dossier</translation>
+    </message>
+    <message>
+        <source>Create</source>
+        <translation>Créer</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Annuler</translation>
     </message>
 </context>
 <context>
