@@ -5,16 +5,16 @@
     <name>AccessibleFolders</name>
     <message numerus="yes">
         <source>%1, %Ln screenshot</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%1, %Ln captura de tela</numerusform>
+            <numerusform>%1, %Ln capturas de tela</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%1, %Ln screenshots</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%1, %Ln captura de tela</numerusform>
+            <numerusform>%1, %Ln capturas de tela</numerusform>
         </translation>
     </message>
 </context>
@@ -22,515 +22,515 @@
     <name>AccessibleGrid</name>
     <message>
         <source>taken in %1</source>
-        <translation type="unfinished"></translation>
+        <translation>feita em %1</translation>
     </message>
     <message>
         <source>text recognised</source>
-        <translation type="unfinished"></translation>
+        <translation>texto reconhecido</translation>
     </message>
 </context>
 <context>
     <name>AppDelegate</name>
     <message>
         <source>Open Shelf</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir a estante</translation>
     </message>
     <message>
         <source>Settings…</source>
-        <translation type="unfinished"></translation>
+        <translation>Configurações…</translation>
     </message>
     <message>
         <source>About Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Sobre o Brindlewick</translation>
     </message>
     <message>
         <source>Quit Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Sair do Brindlewick</translation>
     </message>
     <message>
         <source>Hide Shelf</source>
-        <translation type="unfinished"></translation>
+        <translation>Ocultar a estante</translation>
     </message>
     <message>
         <source>&lt;b&gt;Brindlewick&lt;/b&gt;&lt;br&gt;Version %1 (%2)</source>
-        <translation type="unfinished"></translation>
+        <translation>&lt;b&gt;Brindlewick&lt;/b&gt;&lt;br&gt;Versão %1 (%2)</translation>
     </message>
     <message>
         <source>Made by Merrowind · &lt;a href=&quot;%1&quot;&gt;%1&lt;/a&gt;&lt;br&gt;%2</source>
-        <translation type="unfinished"></translation>
+        <translation>Feito por Merrowind · &lt;a href=&quot;%1&quot;&gt;%1&lt;/a&gt;&lt;br&gt;%2</translation>
     </message>
 </context>
 <context>
     <name>ContextMenu</name>
     <message>
         <source>Home (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Início (%1)</translation>
     </message>
 </context>
 <context>
     <name>FileActions</name>
     <message>
         <source>Rename “%1”</source>
-        <translation type="unfinished"></translation>
+        <translation>Renomear “%1”</translation>
     </message>
     <message>
         <source>Rename</source>
-        <translation type="unfinished"></translation>
+        <translation>Renomear</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>Cancelar</translation>
     </message>
 </context>
 <context>
     <name>FileCommands</name>
     <message>
         <source>Open</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir</translation>
     </message>
     <message numerus="yes">
         <source>Open %Ln Items</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>Abrir %Ln item</numerusform>
+            <numerusform>Abrir %Ln itens</numerusform>
         </translation>
     </message>
     <message>
         <source>Open With</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir com</translation>
     </message>
     <message>
         <source>%1 (%2)</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 (%2)</translation>
     </message>
     <message>
         <source>Pin to Screen</source>
-        <translation type="unfinished"></translation>
+        <translation>Fixar na tela</translation>
     </message>
     <message>
         <source>Pin</source>
-        <translation type="unfinished"></translation>
+        <translation>Fixar</translation>
     </message>
     <message>
         <source>Pin to screen (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Fixar na tela (%1)</translation>
     </message>
     <message>
         <source>Copy</source>
-        <translation type="unfinished"></translation>
+        <translation>Copiar</translation>
     </message>
     <message>
         <source>Copy Path</source>
-        <translation type="unfinished"></translation>
+        <translation>Copiar caminho</translation>
     </message>
     <message>
         <source>Copy as Markdown</source>
-        <translation type="unfinished"></translation>
+        <translation>Copiar como Markdown</translation>
     </message>
     <message>
         <source>Rename…</source>
-        <translation type="unfinished"></translation>
+        <translation>Renomear…</translation>
     </message>
     <message>
         <source>Duplicate</source>
-        <translation type="unfinished"></translation>
+        <translation>Duplicar</translation>
     </message>
     <message>
         <source>Resize to 50%</source>
-        <translation type="unfinished"></translation>
+        <translation>Reduzir para 50%</translation>
     </message>
     <message>
         <source>Convert to JPG</source>
-        <translation type="unfinished"></translation>
+        <translation>Converter para JPG</translation>
     </message>
     <message>
         <source>Recognize Text</source>
-        <translation type="unfinished"></translation>
+        <translation>Reconhecer texto</translation>
     </message>
     <message>
         <source>Move to</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover para</translation>
     </message>
     <message>
         <source>Move to Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover para a lixeira</translation>
     </message>
     <message numerus="yes">
         <source>Move %Ln Items to Trash</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>Mover %Ln item para a lixeira</numerusform>
+            <numerusform>Mover %Ln itens para a lixeira</numerusform>
         </translation>
     </message>
     <message>
         <source>Delete</source>
-        <translation type="unfinished"></translation>
+        <translation>Excluir</translation>
     </message>
     <message>
         <source>Move to Trash (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover para a lixeira (%1)</translation>
     </message>
     <message>
         <source>New Folder…</source>
-        <translation type="unfinished"></translation>
+        <translation>Nova pasta…</translation>
     </message>
     <message>
         <source>New Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Nova pasta</translation>
     </message>
     <message>
         <source>New folder inside Home (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Nova pasta dentro de Início (%1)</translation>
     </message>
 </context>
 <context>
     <name>FlashPanel</name>
     <message>
         <source>drag me</source>
-        <translation type="unfinished"></translation>
+        <translation>arraste-me</translation>
     </message>
     <message>
         <source>New Screenshot</source>
-        <translation type="unfinished"></translation>
+        <translation>Nova captura de tela</translation>
     </message>
     <message>
         <source>%1: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1: %2</translation>
     </message>
     <message>
         <source>Drag it into another program, open its menu, or double-click to show it in the shelf</source>
-        <translation type="unfinished"></translation>
+        <translation>Arraste-a para outro programa, abra o menu dela ou clique duas vezes para mostrá-la na estante</translation>
     </message>
 </context>
 <context>
     <name>FolderColumn</name>
     <message>
         <source>Drop a screenshot on a folder to move it there. Make one with %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Solte uma captura de tela sobre uma pasta para movê-la para lá. Crie uma com %1.</translation>
     </message>
     <message>
         <source>Folders</source>
-        <translation type="unfinished"></translation>
+        <translation>Pastas</translation>
     </message>
     <message>
         <source>Screenshots</source>
-        <translation type="unfinished"></translation>
+        <translation>Capturas de tela</translation>
     </message>
     <message>
         <source>Home</source>
-        <translation type="unfinished"></translation>
+        <translation>Início</translation>
     </message>
     <message>
         <source>Rename…</source>
-        <translation type="unfinished"></translation>
+        <translation>Renomear…</translation>
     </message>
     <message>
         <source>Move Folder to Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover pasta para a lixeira</translation>
     </message>
 </context>
 <context>
     <name>FolderOps</name>
     <message>
         <source>New Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Nova pasta</translation>
     </message>
     <message>
         <source>Created inside %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>Será criada dentro de %1.</translation>
     </message>
     <message>
         <source>Folder name</source>
-        <translation type="unfinished"></translation>
+        <translation>Nome da pasta</translation>
     </message>
     <message>
         <source>Create</source>
-        <translation type="unfinished"></translation>
+        <translation>Criar</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>Cancelar</translation>
     </message>
 </context>
 <context>
     <name>MainMenu</name>
     <message>
         <source>Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Brindlewick</translation>
     </message>
     <message>
         <source>Edit</source>
-        <translation type="unfinished"></translation>
+        <translation>Editar</translation>
     </message>
     <message>
         <source>View</source>
-        <translation type="unfinished"></translation>
+        <translation>Exibir</translation>
     </message>
     <message>
         <source>Window</source>
-        <translation type="unfinished"></translation>
+        <translation>Janela</translation>
     </message>
     <message>
         <source>About Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Sobre o Brindlewick</translation>
     </message>
     <message>
         <source>Settings…</source>
-        <translation type="unfinished"></translation>
+        <translation>Configurações…</translation>
     </message>
     <message>
         <source>Hide Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Ocultar o Brindlewick</translation>
     </message>
     <message>
         <source>Quit Brindlewick</source>
-        <translation type="unfinished"></translation>
+        <translation>Sair do Brindlewick</translation>
     </message>
     <message>
         <source>Undo</source>
-        <translation type="unfinished"></translation>
+        <translation>Desfazer</translation>
     </message>
     <message>
         <source>Redo</source>
-        <translation type="unfinished"></translation>
+        <translation>Refazer</translation>
     </message>
     <message>
         <source>Cut</source>
-        <translation type="unfinished"></translation>
+        <translation>Recortar</translation>
     </message>
     <message>
         <source>Copy</source>
-        <translation type="unfinished"></translation>
+        <translation>Copiar</translation>
     </message>
     <message>
         <source>Paste</source>
-        <translation type="unfinished"></translation>
+        <translation>Colar</translation>
     </message>
     <message>
         <source>Select All</source>
-        <translation type="unfinished"></translation>
+        <translation>Selecionar tudo</translation>
     </message>
     <message>
         <source>Find</source>
-        <translation type="unfinished"></translation>
+        <translation>Localizar</translation>
     </message>
     <message>
         <source>Bigger Thumbnails</source>
-        <translation type="unfinished"></translation>
+        <translation>Miniaturas maiores</translation>
     </message>
     <message>
         <source>Smaller Thumbnails</source>
-        <translation type="unfinished"></translation>
+        <translation>Miniaturas menores</translation>
     </message>
     <message>
         <source>Default Thumbnail Size</source>
-        <translation type="unfinished"></translation>
+        <translation>Tamanho padrão das miniaturas</translation>
     </message>
     <message>
         <source>Close</source>
-        <translation type="unfinished"></translation>
+        <translation>Fechar</translation>
     </message>
     <message>
         <source>Minimize</source>
-        <translation type="unfinished"></translation>
+        <translation>Minimizar</translation>
     </message>
 </context>
 <context>
     <name>PinWindow</name>
     <message>
         <source>Pinned screenshot: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Captura de tela fixada: %1</translation>
     </message>
 </context>
 <context>
     <name>PreviewWindow</name>
     <message>
         <source>%1 of %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 de %2</translation>
     </message>
 </context>
 <context>
     <name>ScreenshotNames</name>
     <message>
         <source>Clean up the names of %L1 screenshots?</source>
-        <translation type="unfinished"></translation>
+        <translation>Limpar os nomes de %L1 capturas de tela?</translation>
     </message>
     <message>
         <source>Clean Up</source>
-        <translation type="unfinished"></translation>
+        <translation>Limpar</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>Cancelar</translation>
     </message>
     <message>
         <source>Renamed %L1</source>
-        <translation type="unfinished"></translation>
+        <translation>Renomeados: %L1</translation>
     </message>
     <message>
         <source>“Screenshot 2026-10-08 at 05.12.49.png” becomes “2026-10-08 05.12.49.png”. Only files in the current folder are renamed.</source>
-        <translation type="unfinished"></translation>
+        <translation>“Screenshot 2026-10-08 at 05.12.49.png” passa a ser “2026-10-08 05.12.49.png”. Só os arquivos da pasta atual são renomeados.</translation>
     </message>
 </context>
 <context>
     <name>SettingsForm</name>
     <message>
         <source>General</source>
-        <translation type="unfinished"></translation>
+        <translation>Geral</translation>
     </message>
     <message>
         <source>Open at Login</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir ao iniciar a sessão</translation>
     </message>
     <message>
         <source>Keyboard Shortcut</source>
-        <translation type="unfinished"></translation>
+        <translation>Atalho de teclado</translation>
     </message>
     <message>
         <source>Change…</source>
-        <translation type="unfinished"></translation>
+        <translation>Alterar…</translation>
     </message>
     <message>
         <source>Screenshots Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Pasta de capturas</translation>
     </message>
     <message>
         <source>The shortcut opens or hides the shelf from any app. New screenshots are saved to the folder above while Brindlewick is running.</source>
-        <translation type="unfinished"></translation>
+        <translation>O atalho abre ou oculta a estante em qualquer aplicativo. Novas capturas de tela são salvas na pasta acima enquanto o Brindlewick estiver em execução.</translation>
     </message>
     <message>
         <source>Corner Preview</source>
-        <translation type="unfinished"></translation>
+        <translation>Prévia no canto</translation>
     </message>
     <message>
         <source>Show Preview After Taking a Screenshot</source>
-        <translation type="unfinished"></translation>
+        <translation>Mostrar prévia depois de uma captura</translation>
     </message>
     <message>
         <source>second</source>
-        <translation type="unfinished"></translation>
+        <translation>segundo</translation>
     </message>
     <message>
         <source>seconds</source>
-        <translation type="unfinished"></translation>
+        <translation>segundos</translation>
     </message>
     <message>
         <source>Stays on Screen</source>
-        <translation type="unfinished"></translation>
+        <translation>Fica na tela</translation>
     </message>
     <message>
         <source>Tidy Up</source>
-        <translation type="unfinished"></translation>
+        <translation>Organizar</translation>
     </message>
     <message>
         <source>Tidy Up Automatically</source>
-        <translation type="unfinished"></translation>
+        <translation>Organizar automaticamente</translation>
     </message>
     <message>
         <source>day</source>
-        <translation type="unfinished"></translation>
+        <translation>dia</translation>
     </message>
     <message>
         <source>days</source>
-        <translation type="unfinished"></translation>
+        <translation>dias</translation>
     </message>
     <message>
         <source>Older Than</source>
-        <translation type="unfinished"></translation>
+        <translation>Com mais de</translation>
     </message>
     <message>
         <source>Archive folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Pasta Arquivo</translation>
     </message>
     <message>
         <source>Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>Lixeira</translation>
     </message>
     <message>
         <source>Move Them To</source>
-        <translation type="unfinished"></translation>
+        <translation>Mover para</translation>
     </message>
     <message>
         <source>Refresh</source>
-        <translation type="unfinished"></translation>
+        <translation>Atualizar</translation>
     </message>
     <message>
         <source>Matching Now</source>
-        <translation type="unfinished"></translation>
+        <translation>Afetadas agora</translation>
     </message>
     <message>
         <source>Applies to screenshots in the Home folder only. The Archive folder is created inside it and stays visible in the folder column.</source>
-        <translation type="unfinished"></translation>
+        <translation>Vale só para as capturas de tela da pasta Início. A pasta Arquivo é criada dentro dela e continua visível na coluna de pastas.</translation>
     </message>
     <message>
         <source>Search &amp; Names</source>
-        <translation type="unfinished"></translation>
+        <translation>Pesquisa e nomes</translation>
     </message>
     <message>
         <source>Stop</source>
-        <translation type="unfinished"></translation>
+        <translation>Parar</translation>
     </message>
     <message>
         <source>Text Recognition</source>
-        <translation type="unfinished"></translation>
+        <translation>Reconhecimento de texto</translation>
     </message>
     <message>
         <source>Clean Up Names…</source>
-        <translation type="unfinished"></translation>
+        <translation>Limpar nomes…</translation>
     </message>
     <message>
         <source>File Names</source>
-        <translation type="unfinished"></translation>
+        <translation>Nomes de arquivo</translation>
     </message>
     <message>
         <source>Privacy</source>
-        <translation type="unfinished"></translation>
+        <translation>Privacidade</translation>
     </message>
     <message>
         <source>Share an Anonymous Usage Count</source>
-        <translation type="unfinished"></translation>
+        <translation>Compartilhar uma contagem de uso anônima</translation>
     </message>
     <message>
         <source>About</source>
-        <translation type="unfinished"></translation>
+        <translation>Sobre</translation>
     </message>
     <message>
         <source>Version</source>
-        <translation type="unfinished"></translation>
+        <translation>Versão</translation>
     </message>
     <message>
         <source>Made by</source>
-        <translation type="unfinished"></translation>
+        <translation>Feito por</translation>
     </message>
     <message>
         <source>Support the Project</source>
-        <translation type="unfinished"></translation>
+        <translation>Apoie o projeto</translation>
     </message>
     <message>
         <source>Buy me a coffee</source>
-        <translation type="unfinished"></translation>
+        <translation>Me pague um café</translation>
     </message>
     <message>
         <source>Trash Now</source>
-        <translation type="unfinished"></translation>
+        <translation>Para a lixeira agora</translation>
     </message>
     <message>
         <source>Archive Now</source>
-        <translation type="unfinished"></translation>
+        <translation>Arquivar agora</translation>
     </message>
     <message>
         <source>%L1 of %L2</source>
-        <translation type="unfinished"></translation>
+        <translation>%L1 de %L2</translation>
     </message>
     <message>
         <source>Up to Date</source>
-        <translation type="unfinished"></translation>
+        <translation>Em dia</translation>
     </message>
     <message numerus="yes">
         <source>Recognize Text in %Ln Screenshots</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>Reconhecer texto em %Ln captura</numerusform>
+            <numerusform>Reconhecer texto em %Ln capturas</numerusform>
         </translation>
     </message>
 </context>
@@ -538,342 +538,344 @@
     <name>SettingsSheet</name>
     <message>
         <source>Done</source>
-        <translation type="unfinished"></translation>
+        <translation>Concluído</translation>
     </message>
 </context>
 <context>
     <name>SettingsSheetWindow</name>
     <message>
         <source>Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>Configurações</translation>
     </message>
 </context>
 <context>
     <name>Shelf</name>
     <message>
         <source>Use this folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Usar esta pasta</translation>
     </message>
     <message>
         <source>Screenshots will be shown from, and saved to, this folder.</source>
-        <translation type="unfinished"></translation>
+        <translation>As capturas de tela serão mostradas a partir desta pasta e salvas nela.</translation>
     </message>
 </context>
 <context>
     <name>ShelfGrid</name>
     <message>
         <source>Screenshots</source>
-        <translation type="unfinished"></translation>
+        <translation>Capturas de tela</translation>
     </message>
     <message>
         <source>Text recognised, searchable</source>
-        <translation type="unfinished"></translation>
+        <translation>Texto reconhecido, pesquisável</translation>
     </message>
     <message>
         <source>Taken while %1 was in front</source>
-        <translation type="unfinished"></translation>
+        <translation>Feita enquanto %1 estava em primeiro plano</translation>
     </message>
 </context>
 <context>
     <name>ShelfToolbar</name>
     <message>
         <source>Home</source>
-        <translation type="unfinished"></translation>
+        <translation>Início</translation>
     </message>
     <message>
         <source>Back to Home</source>
-        <translation type="unfinished"></translation>
+        <translation>Voltar para Início</translation>
     </message>
     <message>
         <source>Search names and recognised text</source>
-        <translation type="unfinished"></translation>
+        <translation>Pesquisar nomes e texto</translation>
     </message>
     <message>
         <source>Search</source>
-        <translation type="unfinished"></translation>
+        <translation>Pesquisar</translation>
     </message>
     <message>
         <source>Settings</source>
-        <translation type="unfinished"></translation>
+        <translation>Configurações</translation>
     </message>
     <message>
         <source>Settings (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Configurações (%1)</translation>
     </message>
     <message>
         <source>Menu</source>
-        <translation type="unfinished"></translation>
+        <translation>Menu</translation>
     </message>
 </context>
 <context>
     <name>ShelfView</name>
     <message>
         <source>Recognise text in unindexed screenshots to search inside them</source>
-        <translation type="unfinished"></translation>
+        <translation>Reconhecer o texto das capturas não indexadas para pesquisar nelas</translation>
     </message>
     <message>
         <source>Text recognition</source>
-        <translation type="unfinished"></translation>
+        <translation>Reconhecimento de texto</translation>
     </message>
     <message>
         <source>Thumbnail size (%1)</source>
-        <translation type="unfinished"></translation>
+        <translation>Tamanho das miniaturas (%1)</translation>
     </message>
     <message>
         <source>Thumbnail size</source>
-        <translation type="unfinished"></translation>
+        <translation>Tamanho das miniaturas</translation>
     </message>
     <message>
         <source>recognising %L1/%L2</source>
-        <translation type="unfinished"></translation>
+        <translation>reconhecendo %L1/%L2</translation>
     </message>
     <message numerus="yes">
         <source>older than %n day</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>com mais de %n dia</numerusform>
+            <numerusform>com mais de %n dias</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>older than %n days</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>com mais de %n dia</numerusform>
+            <numerusform>com mais de %n dias</numerusform>
         </translation>
     </message>
     <message>
         <source>· %L1 %2</source>
-        <translation type="unfinished"></translation>
+        <translation>· %L1 %2</translation>
     </message>
     <message>
         <source>Trash now</source>
-        <translation type="unfinished"></translation>
+        <translation>Para a lixeira agora</translation>
     </message>
     <message>
         <source>Archive now</source>
-        <translation type="unfinished"></translation>
+        <translation>Arquivar agora</translation>
     </message>
     <message numerus="yes">
         <source>%Ln of %L1 screenshots</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%Ln de %L1 capturas de tela</numerusform>
+            <numerusform>%Ln de %L1 capturas de tela</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%Ln screenshots</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%Ln captura de tela</numerusform>
+            <numerusform>%Ln capturas de tela</numerusform>
         </translation>
     </message>
     <message numerus="yes">
         <source>%1, %Ln selected</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>%1, %Ln selecionada</numerusform>
+            <numerusform>%1, %Ln selecionadas</numerusform>
         </translation>
     </message>
     <message>
         <source>Nothing matches “%1”.</source>
-        <translation type="unfinished"></translation>
+        <translation>Nada corresponde a “%1”.</translation>
     </message>
     <message>
         <source>No images in this folder yet.</source>
-        <translation type="unfinished"></translation>
+        <translation>Ainda não há imagens nesta pasta.</translation>
     </message>
 </context>
 <context>
     <name>Texts</name>
     <message>
         <source>Alt+Shift+S</source>
-        <translation type="unfinished"></translation>
+        <translation>Alt+Shift+S</translation>
     </message>
     <message>
         <source>Ctrl+Shift+N</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+Shift+N</translation>
     </message>
     <message>
         <source>Space</source>
-        <translation type="unfinished"></translation>
+        <translation>Espaço</translation>
     </message>
     <message>
         <source>P</source>
-        <translation type="unfinished"></translation>
+        <translation>P</translation>
     </message>
     <message>
         <source>Delete</source>
-        <translation type="unfinished"></translation>
+        <translation>Delete</translation>
     </message>
     <message>
         <source>Ctrl+,</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+,</translation>
     </message>
     <message>
         <source>Ctrl++ / Ctrl+−</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl++ / Ctrl+−</translation>
     </message>
     <message>
         <source>Ctrl+%1</source>
-        <translation type="unfinished"></translation>
+        <translation>Ctrl+%1</translation>
     </message>
     <message>
         <source>Take a screenshot with Print Screen and it will appear here.</source>
-        <translation type="unfinished"></translation>
+        <translation>Faça uma captura de tela com a tecla Print Screen e ela aparecerá aqui.</translation>
     </message>
     <message>
         <source>Show in File Manager</source>
-        <translation type="unfinished"></translation>
+        <translation>Mostrar no gerenciador de arquivos</translation>
     </message>
     <message>
         <source>Properties</source>
-        <translation type="unfinished"></translation>
+        <translation>Propriedades</translation>
     </message>
     <message>
         <source>Preview</source>
-        <translation type="unfinished"></translation>
+        <translation>Prévia</translation>
     </message>
     <message>
         <source>Brindlewick could not register itself to start at login</source>
-        <translation type="unfinished"></translation>
+        <translation>O Brindlewick não conseguiu se registrar para iniciar com a sessão</translation>
     </message>
     <message>
         <source>The start-up entry %1 could not be written: %2.</source>
-        <translation type="unfinished"></translation>
+        <translation>Não foi possível gravar a entrada de inicialização %1: %2.</translation>
     </message>
     <message>
         <source>Open Autostart Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Abrir pasta de inicialização automática</translation>
     </message>
     <message>
         <source>Let Brindlewick start when you log in</source>
-        <translation type="unfinished"></translation>
+        <translation>Deixe o Brindlewick iniciar com a sessão</translation>
     </message>
     <message>
         <source>Brindlewick has added itself to your desktop&apos;s autostart entries, but your desktop keeps it switched off.
 
 Click “Open Autostart Folder”, or open your desktop&apos;s start-up settings, and switch Brindlewick on. That&apos;s it — Brindlewick will then be in your tray every time you log in.</source>
-        <translation type="unfinished"></translation>
+        <translation>O Brindlewick se adicionou às entradas de inicialização automática do seu ambiente, mas o ambiente o mantém desativado.
+
+Clique em “Abrir pasta de inicialização automática”, ou abra as configurações de inicialização do seu ambiente, e ative o Brindlewick. Pronto: o Brindlewick estará na bandeja do sistema sempre que você iniciar a sessão.</translation>
     </message>
     <message>
         <source>Not now</source>
-        <translation type="unfinished"></translation>
+        <translation>Agora não</translation>
     </message>
     <message>
         <source>Never start at login</source>
-        <translation type="unfinished"></translation>
+        <translation>Nunca iniciar com a sessão</translation>
     </message>
     <message>
         <source>Hide %1’s Notification</source>
-        <translation type="unfinished"></translation>
+        <translation>Ocultar a notificação do %1</translation>
     </message>
     <message>
         <source>Hide the Screenshot Tool’s Notification</source>
-        <translation type="unfinished"></translation>
+        <translation>Ocultar a notificação da ferramenta de captura</translation>
     </message>
     <message>
         <source>%1 has no notification of its own to hide.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 não tem notificação própria para ocultar.</translation>
     </message>
     <message>
         <source>No supported screenshot tool was found on this desktop.</source>
-        <translation type="unfinished"></translation>
+        <translation>Nenhuma ferramenta de captura compatível foi encontrada neste ambiente.</translation>
     </message>
     <message>
         <source>The preview slides into the bottom-right corner and stays for the time above, longer while you hover. Drag it anywhere, double-click to open it in the shelf, right-click for more. Hiding the screenshot tool’s own notification leaves the preview as the only one.</source>
-        <translation type="unfinished"></translation>
+        <translation>A prévia desliza para o canto inferior direito e fica pelo tempo acima, mais enquanto o ponteiro estiver sobre ela. Arraste-a para qualquer lugar, clique duas vezes para abri-la na estante ou clique com o botão direito para mais opções. Ocultar a notificação da ferramenta de captura deixa a prévia como a única.</translation>
     </message>
     <message>
         <source>Text is recognized on this computer, only when you ask, and cached so that searching stays instant. Nothing runs in the background.</source>
-        <translation type="unfinished"></translation>
+        <translation>O texto é reconhecido neste computador, só quando você pede, e fica em cache para que a pesquisa seja instantânea. Nada roda em segundo plano.</translation>
     </message>
     <message>
         <source>Once a day Brindlewick tells %1 that one copy is in use: a random identifier, the app version and the Linux distribution’s version. No file names, no personal data, and the address is not kept.</source>
-        <translation type="unfinished"></translation>
+        <translation>Uma vez por dia o Brindlewick informa a %1 que uma cópia está em uso: um identificador aleatório, a versão do aplicativo e a da distribuição Linux. Nenhum nome de arquivo, nenhum dado pessoal, e o endereço não é guardado.</translation>
     </message>
     <message>
         <source>Brindlewick is distributed in the hope that it will be useful, as is and without warranty of any kind.</source>
-        <translation type="unfinished"></translation>
+        <translation>O Brindlewick é distribuído na esperança de ser útil, como está e sem garantia de qualquer tipo.</translation>
     </message>
     <message>
         <source>%1 could not be %2: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>Não foi possível %2 %1: %3</translation>
     </message>
     <message>
         <source>“%1”</source>
-        <translation type="unfinished"></translation>
+        <translation>“%1”</translation>
     </message>
     <message>
         <source>%1, among other reasons</source>
-        <translation type="unfinished"></translation>
+        <translation>%1, entre outros motivos</translation>
     </message>
     <message>
         <source>read-only file system</source>
-        <translation type="unfinished"></translation>
+        <translation>sistema de arquivos somente leitura</translation>
     </message>
     <message>
         <source>permission denied</source>
-        <translation type="unfinished"></translation>
+        <translation>permissão negada</translation>
     </message>
     <message>
         <source>changed since it was shown</source>
-        <translation type="unfinished"></translation>
+        <translation>alterado desde que foi mostrado</translation>
     </message>
     <message>
         <source>a file with that name exists</source>
-        <translation type="unfinished"></translation>
+        <translation>já existe um arquivo com esse nome</translation>
     </message>
     <message>
         <source>no longer there</source>
-        <translation type="unfinished"></translation>
+        <translation>não existe mais</translation>
     </message>
     <message>
         <source>the disk is full</source>
-        <translation type="unfinished"></translation>
+        <translation>o disco está cheio</translation>
     </message>
     <message>
         <source>its drive has no Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>a unidade não tem lixeira</translation>
     </message>
     <message>
         <source>not an image that can be read</source>
-        <translation type="unfinished"></translation>
+        <translation>não é uma imagem legível</translation>
     </message>
     <message>
         <source>a name cannot contain “/” or be “.” or “..”</source>
-        <translation type="unfinished"></translation>
+        <translation>um nome não pode conter “/” nem ser “.” ou “..”</translation>
     </message>
     <message>
         <source>an unexpected error</source>
-        <translation type="unfinished"></translation>
+        <translation>um erro inesperado</translation>
     </message>
     <message>
         <source>moved to the Trash</source>
-        <translation type="unfinished"></translation>
+        <translation>mover para a lixeira</translation>
     </message>
     <message>
         <source>moved</source>
-        <translation type="unfinished"></translation>
+        <translation>mover</translation>
     </message>
     <message>
         <source>duplicated</source>
-        <translation type="unfinished"></translation>
+        <translation>duplicar</translation>
     </message>
     <message>
         <source>resized</source>
-        <translation type="unfinished"></translation>
+        <translation>redimensionar</translation>
     </message>
     <message>
         <source>converted to JPG</source>
-        <translation type="unfinished"></translation>
+        <translation>converter para JPG</translation>
     </message>
     <message>
         <source>renamed</source>
-        <translation type="unfinished"></translation>
+        <translation>renomear</translation>
     </message>
     <message>
         <source>created</source>
-        <translation type="unfinished"></translation>
+        <translation>criar</translation>
     </message>
 </context>
 </TS>
