@@ -525,7 +525,7 @@
     <message numerus="yes">
         <source>Recognize Text in %Ln Screenshots</source>
         <translation>
-            <numerusform>%Ln 件のスクリーンショットの文字を認識</numerusform>
+            <numerusform>%Ln 件の文字を認識</numerusform>
         </translation>
     </message>
 </context>
