@@ -18,6 +18,7 @@ cd "$(dirname "$0")"
 PACKAGES=(
   g++ cmake ninja-build pkg-config
   qt6-base-dev qt6-base-dev-tools qt6-qpa-plugins qt6-image-formats-plugins libqt6svg6
+  qt6-tools-dev qt6-l10n-tools
   libglib2.0-dev
   libtesseract-dev libleptonica-dev tesseract-ocr-eng
   libxcb1-dev

@@ -5,6 +5,7 @@
 #include "files/safefiles.h"
 #include "meta/metastore.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QPointer>
@@ -24,9 +25,12 @@ QString withExtension(const QString &stem, const QString &extension)
 }
 
 // The rename dialog's texts.
-QString renameMessage(const QString &name) { return QStringLiteral("Rename \u201C%1\u201D").arg(name); }
-const QString renameButton = QStringLiteral("Rename");
-const QString cancelButton = QStringLiteral("Cancel");
+QString renameMessage(const QString &name)
+{
+    return QCoreApplication::translate("FileActions", "Rename \u201C%1\u201D").arg(name);
+}
+QString renameButton() { return QCoreApplication::translate("FileActions", "Rename"); }
+QString cancelButton() { return QCoreApplication::translate("FileActions", "Cancel"); }
 
 } // namespace
 
@@ -61,8 +65,8 @@ void FileActions::rename(const QUrl &file, TextPrompt &prompt, MetaStore *meta, 
     TextPromptRequest request;
     request.message = renameMessage(current);
     request.text = current;
-    request.confirmButton = renameButton;
-    request.cancelButton = cancelButton;
+    request.confirmButton = renameButton();
+    request.cancelButton = cancelButton();
     request.fieldWidth = 360;
     request.fieldHeight = 24;
     request.selectStem = true;

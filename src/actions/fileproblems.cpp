@@ -34,27 +34,27 @@ QString reason(FileProblem problem)
 {
     switch (problem) {
     case FileProblem::readOnly:
-        return Texts::problemReadOnly;
+        return Texts::problemReadOnly();
     case FileProblem::denied:
-        return Texts::problemDenied;
+        return Texts::problemDenied();
     case FileProblem::changed:
-        return Texts::problemChanged;
+        return Texts::problemChanged();
     case FileProblem::nameTaken:
-        return Texts::problemNameTaken;
+        return Texts::problemNameTaken();
     case FileProblem::gone:
-        return Texts::problemGone;
+        return Texts::problemGone();
     case FileProblem::diskFull:
-        return Texts::problemDiskFull;
+        return Texts::problemDiskFull();
     case FileProblem::noTrash:
-        return Texts::problemNoTrash;
+        return Texts::problemNoTrash();
     case FileProblem::unreadable:
-        return Texts::problemUnreadable;
+        return Texts::problemUnreadable();
     case FileProblem::badName:
-        return Texts::problemBadName;
+        return Texts::problemBadName();
     case FileProblem::other:
         break;
     }
-    return Texts::problemOther;
+    return Texts::problemOther();
 }
 
 QString report(const QString &done, const FileFailures &failures)
@@ -71,10 +71,10 @@ QString report(const QString &done, const FileFailures &failures)
     }
     QString why = reason(commonest);
     if (tally.size() > 1)
-        why = Texts::problemAndOthers.arg(why);
-    const QString who = failures.size() == 1 ? Texts::quotedName.arg(failures.first().file.fileName())
+        why = Texts::problemAndOthers().arg(why);
+    const QString who = failures.size() == 1 ? Texts::quotedName().arg(failures.first().file.fileName())
                                              : QString::number(failures.size());
-    return Texts::couldNotBe.arg(who, done, why);
+    return Texts::couldNotBe().arg(who, done, why);
 }
 
 } // namespace FileProblems

@@ -5,6 +5,7 @@
 #include "files/safefiles.h"
 #include "model/shelf.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QPointer>
@@ -18,11 +19,12 @@ namespace FolderOps {
 TextPromptRequest newFolderRequest(const QUrl &home)
 {
     TextPromptRequest request;
-    request.message = QStringLiteral("New Folder");
-    request.informativeText = QStringLiteral("Created inside %1.").arg(QFileInfo(home.toLocalFile()).fileName());
-    request.placeholder = QStringLiteral("Folder name");
-    request.confirmButton = QStringLiteral("Create");
-    request.cancelButton = QStringLiteral("Cancel");
+    request.message = QCoreApplication::translate("FolderOps", "New Folder");
+    request.informativeText =
+        QCoreApplication::translate("FolderOps", "Created inside %1.").arg(QFileInfo(home.toLocalFile()).fileName());
+    request.placeholder = QCoreApplication::translate("FolderOps", "Folder name");
+    request.confirmButton = QCoreApplication::translate("FolderOps", "Create");
+    request.cancelButton = QCoreApplication::translate("FolderOps", "Cancel");
     request.fieldWidth = 300;
     request.fieldHeight = 24;
     return request;

@@ -7,6 +7,7 @@
 #include "model/shelf.h"
 #include "model/whitespace.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QPointer>
 
@@ -108,12 +109,15 @@ void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, ActionRunner &run
     ConfirmRequest request;
     // Always "screenshots": the count is of the listing, not of the names
     // that will change.
-    request.message = QStringLiteral("Clean up the names of %1 screenshots?").arg(items.size());
-    request.informativeText =
-        QStringLiteral("\u201CScreenshot 2026-10-08 at 05.12.49.png\u201D becomes \u201C2026-10-08 05.12.49.png\u201D. "
-                       "Only files in the current folder are renamed.");
-    request.confirmButton = QStringLiteral("Clean Up");
-    request.cancelButton = QStringLiteral("Cancel");
+    request.message =
+        QCoreApplication::translate("ScreenshotNames", "Clean up the names of %L1 screenshots?").arg(items.size());
+    // Split after the quote mark: lupdate reads hex digits after \u201C as part of the escape.
+    request.informativeText = QCoreApplication::translate(
+        "ScreenshotNames", "\u201CScreenshot 2026-10-08 at 05.12.49.png\u201D becomes \u201C"
+                           "2026-10-08 05.12.49.png\u201D. "
+                           "Only files in the current folder are renamed.");
+    request.confirmButton = QCoreApplication::translate("ScreenshotNames", "Clean Up");
+    request.cancelButton = QCoreApplication::translate("ScreenshotNames", "Cancel");
     QPointer<const Shelf> source(&shelf);
     QPointer<ActionRunner> worker(&runner);
     QPointer<QObject> asker(requester);
@@ -138,6 +142,9 @@ void confirmCleanUp(const Shelf &shelf, ConfirmPrompt &prompt, ActionRunner &run
     });
 }
 
-QString resultText(qint64 renamed) { return QStringLiteral("Renamed %1").arg(renamed); }
+QString resultText(qint64 renamed)
+{
+    return QCoreApplication::translate("ScreenshotNames", "Renamed %L1").arg(renamed);
+}
 
 } // namespace ScreenshotNames

@@ -159,16 +159,16 @@ void AppDelegate::buildTrayIcon()
     m_trayIcon->setToolTip(QStringLiteral("Brindlewick"));
 
     m_trayMenu = std::make_unique<QMenu>();
-    QAction *toggleItem = m_trayMenu->addAction(QStringLiteral("Open Shelf"));
+    QAction *toggleItem = m_trayMenu->addAction(tr("Open Shelf"));
     connect(toggleItem, &QAction::triggered, this, &AppDelegate::toggleShelf);
-    QAction *settingsItem = m_trayMenu->addAction(QStringLiteral("Settings…"));
+    QAction *settingsItem = m_trayMenu->addAction(tr("Settings…"));
     connect(settingsItem, &QAction::triggered, this, &AppDelegate::openSettings);
     // No menu bar is drawn here, so the tray is where the about box is found
     // without opening the shelf (the shelf's menu button holds it too).
-    QAction *aboutItem = m_trayMenu->addAction(QStringLiteral("About Brindlewick"));
+    QAction *aboutItem = m_trayMenu->addAction(tr("About Brindlewick"));
     connect(aboutItem, &QAction::triggered, this, &AppDelegate::showAbout);
     m_trayMenu->addSeparator();
-    QAction *quitItem = m_trayMenu->addAction(QStringLiteral("Quit Brindlewick"));
+    QAction *quitItem = m_trayMenu->addAction(tr("Quit Brindlewick"));
     connect(quitItem, &QAction::triggered, qApp, &quitNow, Qt::QueuedConnection);
     // Named when the menu opens, and kept current as the window comes and
     // goes for the trays that read the menu ahead of time.
@@ -263,7 +263,7 @@ void AppDelegate::nameTrayToggle()
     if (!m_trayMenu || m_trayMenu->actions().isEmpty())
         return;
     const bool shown = m_window && m_window->isVisible();
-    m_trayMenu->actions().first()->setText(shown ? QStringLiteral("Hide Shelf") : QStringLiteral("Open Shelf"));
+    m_trayMenu->actions().first()->setText(shown ? tr("Hide Shelf") : tr("Open Shelf"));
 }
 
 bool AppDelegate::shelfIsActive() const
@@ -449,13 +449,13 @@ void AppDelegate::showAbout()
     }
     auto *box = new QMessageBox(m_window && m_window->isVisible() ? m_window.get() : nullptr);
     box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowTitle(QStringLiteral("About Brindlewick"));
+    box->setWindowTitle(tr("About Brindlewick"));
     box->setIconPixmap(appIcon().pixmap(64, 64));
     box->setTextFormat(Qt::RichText);
-    box->setText(QStringLiteral("<b>Brindlewick</b><br>Version %1 (%2)")
+    box->setText(tr("<b>Brindlewick</b><br>Version %1 (%2)")
                      .arg(QStringLiteral(BRINDLEWICK_VERSION), QStringLiteral(BRINDLEWICK_BUILD_NUMBER)));
-    box->setInformativeText(QStringLiteral("Made by Merrowind \u00b7 <a href=\"%1\">%1</a><br>%2")
-                                .arg(projectPage.toHtmlEscaped(), Texts::distributionNotice.toHtmlEscaped()));
+    box->setInformativeText(tr("Made by Merrowind \u00b7 <a href=\"%1\">%1</a><br>%2")
+                                .arg(projectPage.toHtmlEscaped(), Texts::distributionNotice().toHtmlEscaped()));
     box->setStandardButtons(QMessageBox::Ok);
     box->setWindowModality(Qt::NonModal);
     m_about = box;

@@ -27,7 +27,7 @@ void DialogLoginPrompts::showRegistrationError(const QString &title, const QStri
                                                std::function<void(bool)> answer)
 {
     QMessageBox *box = makeBox(QMessageBox::Warning, title, detail);
-    QPushButton *open = box->addButton(Texts::openLoginItems, QMessageBox::AcceptRole);
+    QPushButton *open = box->addButton(Texts::openLoginItems(), QMessageBox::AcceptRole);
     QPushButton *ok = box->addButton(QMessageBox::Ok);
     box->setDefaultButton(ok);
     QObject::connect(box, &QMessageBox::finished, box, [box, open, answer] { answer(box->clickedButton() == open); });
@@ -36,10 +36,10 @@ void DialogLoginPrompts::showRegistrationError(const QString &title, const QStri
 
 void DialogLoginPrompts::showGuide(std::function<void(GuideChoice)> answer)
 {
-    QMessageBox *box = makeBox(QMessageBox::Information, Texts::loginGuideTitle, Texts::loginGuideText);
-    QPushButton *open = box->addButton(Texts::openLoginItems, QMessageBox::AcceptRole);
-    QPushButton *later = box->addButton(Texts::loginGuideLater, QMessageBox::RejectRole);
-    QPushButton *never = box->addButton(Texts::loginGuideNever, QMessageBox::DestructiveRole);
+    QMessageBox *box = makeBox(QMessageBox::Information, Texts::loginGuideTitle(), Texts::loginGuideText());
+    QPushButton *open = box->addButton(Texts::openLoginItems(), QMessageBox::AcceptRole);
+    QPushButton *later = box->addButton(Texts::loginGuideLater(), QMessageBox::RejectRole);
+    QPushButton *never = box->addButton(Texts::loginGuideNever(), QMessageBox::DestructiveRole);
     box->setDefaultButton(open);
     QObject::connect(box, &QMessageBox::finished, box, [box, open, later, never, answer] {
         const QAbstractButton *clicked = box->clickedButton();

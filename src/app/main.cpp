@@ -3,6 +3,7 @@
 #include "app/commandline.h"
 #include "app/quitsignals.h"
 #include "app/singleinstance.h"
+#include "app/translations.h"
 #include "meta/metastore.h"
 #include "meta/textindexer.h"
 #include "model/shelf.h"
@@ -80,6 +81,9 @@ int main(int argc, char *argv[])
     if (!platform.isEmpty())
         qunsetenv("QT_QPA_PLATFORM");
     app.setApplicationName(QStringLiteral("Brindlewick"));
+    // The windows speak the desktop's language; the command line's output
+    // above, the log and the files we write stay in English.
+    Translations::install(app, QLocale::system());
     app.setApplicationVersion(QStringLiteral(BRINDLEWICK_VERSION));
     // Wayland and the portals match our windows to the installed desktop entry by it.
     app.setDesktopFileName(QStringLiteral(BRINDLEWICK_APP_ID));

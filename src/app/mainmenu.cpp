@@ -44,46 +44,53 @@ QAction *addItem(QMenu *menu, const QString &title, const QList<QKeySequence> &k
 } // namespace
 
 MainMenu::MainMenu(AppDelegate &delegate)
-    : m_application(std::make_unique<QMenu>(QStringLiteral("Brindlewick"))),
-      m_edit(std::make_unique<QMenu>(QStringLiteral("Edit"))), m_view(std::make_unique<QMenu>(QStringLiteral("View"))),
-      m_window(std::make_unique<QMenu>(QStringLiteral("Window")))
+    : m_application(std::make_unique<QMenu>(QCoreApplication::translate("MainMenu", "Brindlewick"))),
+      m_edit(std::make_unique<QMenu>(QCoreApplication::translate("MainMenu", "Edit"))),
+      m_view(std::make_unique<QMenu>(QCoreApplication::translate("MainMenu", "View"))),
+      m_window(std::make_unique<QMenu>(QCoreApplication::translate("MainMenu", "Window")))
 {
     AppDelegate *app = &delegate;
-    QObject::connect(addItem(m_application.get(), QStringLiteral("About Brindlewick")), &QAction::triggered, app,
-                     &AppDelegate::showAbout);
+    QObject::connect(addItem(m_application.get(), QCoreApplication::translate("MainMenu", "About Brindlewick")),
+                     &QAction::triggered, app, &AppDelegate::showAbout);
     m_application->addSeparator();
-    QAction *settings =
-        addItem(m_application.get(), QStringLiteral("Settings…"), {QKeySequence(Qt::CTRL | Qt::Key_Comma)});
+    QAction *settings = addItem(m_application.get(), QCoreApplication::translate("MainMenu", "Settings…"),
+                                {QKeySequence(Qt::CTRL | Qt::Key_Comma)});
     QObject::connect(settings, &QAction::triggered, app, &AppDelegate::openSettingsFromMenu);
     m_application->addSeparator();
-    QAction *hide =
-        addItem(m_application.get(), QStringLiteral("Hide Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_H)});
+    QAction *hide = addItem(m_application.get(), QCoreApplication::translate("MainMenu", "Hide Brindlewick"),
+                            {QKeySequence(Qt::CTRL | Qt::Key_H)});
     QObject::connect(hide, &QAction::triggered, app, &AppDelegate::hideApplication);
-    QAction *quit =
-        addItem(m_application.get(), QStringLiteral("Quit Brindlewick"), {QKeySequence(Qt::CTRL | Qt::Key_Q)});
+    QAction *quit = addItem(m_application.get(), QCoreApplication::translate("MainMenu", "Quit Brindlewick"),
+                            {QKeySequence(Qt::CTRL | Qt::Key_Q)});
     QObject::connect(quit, &QAction::triggered, qApp, &quitNow, Qt::QueuedConnection);
 
-    QObject::connect(addItem(m_edit.get(), QStringLiteral("Undo"), {QKeySequence(Qt::CTRL | Qt::Key_Z)}),
-                     &QAction::triggered, app, [] { editCommand("undo"); });
-    QObject::connect(addItem(m_edit.get(), QStringLiteral("Redo"), {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z)}),
+    QObject::connect(
+        addItem(m_edit.get(), QCoreApplication::translate("MainMenu", "Undo"), {QKeySequence(Qt::CTRL | Qt::Key_Z)}),
+        &QAction::triggered, app, [] { editCommand("undo"); });
+    QObject::connect(addItem(m_edit.get(), QCoreApplication::translate("MainMenu", "Redo"),
+                             {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z)}),
                      &QAction::triggered, app, [] { editCommand("redo"); });
     m_edit->addSeparator();
-    QObject::connect(addItem(m_edit.get(), QStringLiteral("Cut"), {QKeySequence(Qt::CTRL | Qt::Key_X)}),
-                     &QAction::triggered, app, [] { editCommand("cut"); });
+    QObject::connect(
+        addItem(m_edit.get(), QCoreApplication::translate("MainMenu", "Cut"), {QKeySequence(Qt::CTRL | Qt::Key_X)}),
+        &QAction::triggered, app, [] { editCommand("cut"); });
     // In a text field it copies the text; elsewhere in the shelf it copies
     // the selected files, as a file manager does.
-    QObject::connect(addItem(m_edit.get(), QStringLiteral("Copy"), {QKeySequence(Qt::CTRL | Qt::Key_C)}),
-                     &QAction::triggered, app, [app] {
-                         if (editedTextField())
-                             editCommand("copy");
-                         else
-                             app->fileCommands().copy().trigger();
-                     });
-    QObject::connect(addItem(m_edit.get(), QStringLiteral("Paste"), {QKeySequence(Qt::CTRL | Qt::Key_V)}),
-                     &QAction::triggered, app, [] { editCommand("paste"); });
+    QObject::connect(
+        addItem(m_edit.get(), QCoreApplication::translate("MainMenu", "Copy"), {QKeySequence(Qt::CTRL | Qt::Key_C)}),
+        &QAction::triggered, app, [app] {
+            if (editedTextField())
+                editCommand("copy");
+            else
+                app->fileCommands().copy().trigger();
+        });
+    QObject::connect(
+        addItem(m_edit.get(), QCoreApplication::translate("MainMenu", "Paste"), {QKeySequence(Qt::CTRL | Qt::Key_V)}),
+        &QAction::triggered, app, [] { editCommand("paste"); });
     // In a text field it selects the text; elsewhere in the shelf it selects
     // every item, as the shelf's own Ctrl+A does.
-    QObject::connect(addItem(m_edit.get(), QStringLiteral("Select All"), {QKeySequence(Qt::CTRL | Qt::Key_A)}),
+    QObject::connect(addItem(m_edit.get(), QCoreApplication::translate("MainMenu", "Select All"),
+                             {QKeySequence(Qt::CTRL | Qt::Key_A)}),
                      &QAction::triggered, app, [app] {
                          if (editedTextField())
                              editCommand("selectAll");
@@ -91,27 +98,30 @@ MainMenu::MainMenu(AppDelegate &delegate)
                              app->shelf().selectAll();
                      });
     m_edit->addSeparator();
-    QAction *find = addItem(m_edit.get(), QStringLiteral("Find"), {QKeySequence(Qt::CTRL | Qt::Key_F)});
+    QAction *find =
+        addItem(m_edit.get(), QCoreApplication::translate("MainMenu", "Find"), {QKeySequence(Qt::CTRL | Qt::Key_F)});
     QObject::connect(find, &QAction::triggered, app, &AppDelegate::focusSearch);
 
     // Ctrl+= is where "+" sits without Shift on most layouts.
-    QObject::connect(addItem(m_view.get(), QStringLiteral("Bigger Thumbnails"),
+    QObject::connect(addItem(m_view.get(), QCoreApplication::translate("MainMenu", "Bigger Thumbnails"),
                              {QKeySequence(Qt::CTRL | Qt::Key_Plus), QKeySequence(Qt::CTRL | Qt::Key_Equal)}),
                      &QAction::triggered, app, &AppDelegate::zoomIn);
-    QObject::connect(
-        addItem(m_view.get(), QStringLiteral("Smaller Thumbnails"), {QKeySequence(Qt::CTRL | Qt::Key_Minus)}),
-        &QAction::triggered, app, &AppDelegate::zoomOut);
-    QObject::connect(
-        addItem(m_view.get(), QStringLiteral("Default Thumbnail Size"), {QKeySequence(Qt::CTRL | Qt::Key_0)}),
-        &QAction::triggered, app, &AppDelegate::zoomReset);
+    QObject::connect(addItem(m_view.get(), QCoreApplication::translate("MainMenu", "Smaller Thumbnails"),
+                             {QKeySequence(Qt::CTRL | Qt::Key_Minus)}),
+                     &QAction::triggered, app, &AppDelegate::zoomOut);
+    QObject::connect(addItem(m_view.get(), QCoreApplication::translate("MainMenu", "Default Thumbnail Size"),
+                             {QKeySequence(Qt::CTRL | Qt::Key_0)}),
+                     &QAction::triggered, app, &AppDelegate::zoomReset);
 
     // Closing the shelf only hides it (it is never destroyed).
-    QAction *close = addItem(m_window.get(), QStringLiteral("Close"), {QKeySequence(Qt::CTRL | Qt::Key_W)});
+    QAction *close =
+        addItem(m_window.get(), QCoreApplication::translate("MainMenu", "Close"), {QKeySequence(Qt::CTRL | Qt::Key_W)});
     QObject::connect(close, &QAction::triggered, app, &AppDelegate::closeFrontWindow);
     m_windowCommands = {settings, hide, quit, find, close};
     // The shelf cannot be minimised (it has no taskbar entry to come back
     // from), so the item stands disabled, as it would for any such window.
-    QAction *minimize = addItem(m_window.get(), QStringLiteral("Minimize"), {QKeySequence(Qt::CTRL | Qt::Key_M)});
+    QAction *minimize = addItem(m_window.get(), QCoreApplication::translate("MainMenu", "Minimize"),
+                                {QKeySequence(Qt::CTRL | Qt::Key_M)});
     minimize->setEnabled(false);
 }
 

@@ -100,7 +100,7 @@ bool LoginItem::registerEntry(QString *error)
     }
     qCWarning(lcLogin) << "cannot write the start-up entry" << m_entryPath << reason;
     if (error)
-        *error = Texts::loginErrorDetail.arg(m_entryPath, reason);
+        *error = Texts::loginErrorDetail().arg(m_entryPath, reason);
     return false;
 }
 
@@ -140,7 +140,7 @@ void LoginItem::checkRegistration(bool userInitiated)
         return;
     const QString folder = QFileInfo(m_entryPath).absolutePath();
     LoginPrompts *prompts = m_prompts;
-    m_prompts->showRegistrationError(Texts::loginErrorTitle, error, [prompts, folder](bool open) {
+    m_prompts->showRegistrationError(Texts::loginErrorTitle(), error, [prompts, folder](bool open) {
         if (open)
             prompts->openLoginItems(folder);
     });

@@ -3,6 +3,7 @@
 #include "model/shelf.h"
 #include "ui/foldercolumn.h"
 
+#include <QCoreApplication>
 #include <QEvent>
 #include <QScrollBar>
 
@@ -100,8 +101,10 @@ FolderColumn *AccessibleFolderRow::column() const { return static_cast<FolderCol
 
 QString AccessibleFolderRow::spoken(const QString &title, qint64 count)
 {
-    return count == 1 ? QStringLiteral("%1, 1 screenshot").arg(title)
-                      : QStringLiteral("%1, %2 screenshots").arg(title).arg(count);
+    return count == 1
+               ? QCoreApplication::translate("AccessibleFolders", "%1, %Ln screenshot", nullptr, int(count)).arg(title)
+               : QCoreApplication::translate("AccessibleFolders", "%1, %Ln screenshots", nullptr, int(count))
+                     .arg(title);
 }
 
 QString AccessibleFolderRow::text(QAccessible::Text t) const

@@ -4,6 +4,7 @@
 #include "model/shelf.h"
 #include "ui/shelfgrid.h"
 
+#include <QCoreApplication>
 #include <QEvent>
 #include <QLocale>
 #include <QPointer>
@@ -141,9 +142,9 @@ QString AccessibleCell::text(QAccessible::Text t) const
         }
         const std::optional<FileMeta> record = owner->meta() ? owner->meta()->meta(entry()) : std::nullopt;
         if (record && record->app && !record->app->isEmpty())
-            parts << QStringLiteral("taken in %1").arg(*record->app);
+            parts << QCoreApplication::translate("AccessibleGrid", "taken in %1").arg(*record->app);
         if (record && record->hasTextFor(modified))
-            parts << QStringLiteral("text recognised");
+            parts << QCoreApplication::translate("AccessibleGrid", "text recognised");
         return parts.join(QStringLiteral(", "));
     }
     default:

@@ -10,6 +10,7 @@
 #include "ui/shelfgrid.h"
 
 #include <QBitmap>
+#include <QCoreApplication>
 #include <QDrag>
 #include <QEasingCurve>
 #include <QEnterEvent>
@@ -48,8 +49,8 @@ constexpr double imageRadius = 8;
 // It slides this far beyond its own width, off the screen's edge.
 constexpr int slideMargin = 40;
 
-const QString hintText = QStringLiteral("drag me");
-const QString cardTitle = QStringLiteral("New Screenshot");
+QString hintText() { return QCoreApplication::translate("FlashPanel", "drag me"); }
+QString cardTitle() { return QCoreApplication::translate("FlashPanel", "New Screenshot"); }
 
 QColor cardColour() { return QColor::fromRgbF(0.12f, 0.12f, 0.12f, 0.96f); }
 QColor borderColour() { return QColor::fromRgbF(1, 1, 1, 0.14f); }
@@ -86,11 +87,11 @@ FlashPanel::FlashPanel(const QUrl &url, const QImage &thumb, Shelf *shelf, const
 {
     setObjectName(QStringLiteral("flashPanel"));
     // A plain name: where a desktop lists windows, a path reads as noise.
-    setWindowTitle(cardTitle);
+    setWindowTitle(cardTitle());
     // What a screen reader says as the card appears.
-    setAccessibleName(QStringLiteral("%1: %2").arg(cardTitle, url.fileName()));
+    setAccessibleName(tr("%1: %2").arg(cardTitle(), url.fileName()));
     setAccessibleDescription(
-        QStringLiteral("Drag it into another program, open its menu, or double-click to show it in the shelf"));
+        tr("Drag it into another program, open its menu, or double-click to show it in the shelf"));
     setAttribute(Qt::WA_ShowWithoutActivating);
     setFocusPolicy(Qt::NoFocus);
     setMouseTracking(true);
@@ -298,7 +299,7 @@ void FlashPanel::paintEvent(QPaintEvent *)
     painter.setFont(labelFont(font(), QFont::Medium));
     painter.setPen(hintColour());
     painter.drawText(QRect(width() - padding - hintWidth, labelTop, hintWidth, labelHeight),
-                     Qt::AlignRight | Qt::AlignVCenter, hintText);
+                     Qt::AlignRight | Qt::AlignVCenter, hintText());
 }
 
 void FlashPanel::mousePressEvent(QMouseEvent *event)

@@ -6,6 +6,7 @@
 #include "ui/accessiblefolders.h"
 
 #include <QContextMenuEvent>
+#include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QFileInfo>
 #include <QHelpEvent>
@@ -50,8 +51,9 @@ QPixmap tinted(QPixmap pixmap, const QColor &color)
 
 QString hintText()
 {
-    return QStringLiteral("Drop a screenshot on a folder to move it there. Make one with %1.")
-        .arg(Texts::newFolderKeyHint);
+    return QCoreApplication::translate("FolderColumn",
+                                       "Drop a screenshot on a folder to move it there. Make one with %1.")
+        .arg(Texts::newFolderKeyHint());
 }
 
 } // namespace
@@ -71,7 +73,7 @@ FolderColumn::FolderColumn(Shelf *shelf, FileCommands &commands, QWidget *parent
     setFocusPolicy(Qt::TabFocus);
     // The window's key routing leaves Up, Down, Home and End to the column.
     setProperty("walksOwnRows", true);
-    setAccessibleName(QStringLiteral("Folders"));
+    setAccessibleName(tr("Folders"));
     viewport()->setBackgroundRole(QPalette::Window);
     viewport()->setAutoFillBackground(true);
     viewport()->setMouseTracking(true);
@@ -124,11 +126,11 @@ void FolderColumn::relayout()
         return counts.value(Shelf::folderKey(folder), 0);
     };
 
-    add(Row::headerRow, {}, QStringLiteral("Screenshots"), 0, headerHeight);
+    add(Row::headerRow, {}, tr("Screenshots"), 0, headerHeight);
     if (m_shelf)
-        add(Row::homeRow, m_shelf->home(), QStringLiteral("Home"), countOf(m_shelf->home()), rowHeight);
+        add(Row::homeRow, m_shelf->home(), tr("Home"), countOf(m_shelf->home()), rowHeight);
     y += 8;
-    add(Row::headerRow, {}, QStringLiteral("Folders"), 0, headerHeight);
+    add(Row::headerRow, {}, tr("Folders"), 0, headerHeight);
     const QList<QUrl> subfolders = m_shelf ? m_shelf->subfolders() : QList<QUrl>{};
     if (subfolders.isEmpty()) {
         const QRect room(0, 0, std::max(1, width - 2 * sideMargin), 100000);
@@ -300,17 +302,17 @@ void FolderColumn::contextMenuEvent(QContextMenuEvent *event)
     QPointer<FileCommands> commands = m_commands;
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->addAction(Texts::showInFileManager, this, [commands, folder] {
+    menu->addAction(Texts::showInFileManager(), this, [commands, folder] {
         if (commands)
             commands->showInFileManager().run({folder});
     });
     if (!isHome) {
-        menu->addAction(QStringLiteral("Rename\u2026"), this, [commands, folder] {
+        menu->addAction(tr("Rename\u2026"), this, [commands, folder] {
             if (commands)
                 commands->renameFolder(folder);
         });
         menu->addSeparator();
-        menu->addAction(QStringLiteral("Move Folder to Trash"), this, [commands, folder] {
+        menu->addAction(tr("Move Folder to Trash"), this, [commands, folder] {
             if (commands)
                 commands->trashFolder(folder);
         });

@@ -16,6 +16,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QLabel>
+#include <QLocale>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
@@ -127,34 +128,34 @@ SettingsForm::SettingsForm(const SettingsParts &parts, QWidget *parent)
 
 QWidget *SettingsForm::buildGeneral()
 {
-    auto *group = new SettingsGroup(QStringLiteral("General"));
+    auto *group = new SettingsGroup(tr("General"));
     LoginItem *login = m_parts.loginItem;
     auto *atLogin = toggle(login && login->autoRegister(), "openAtLogin");
     atLogin->setEnabled(login != nullptr);
     connect(atLogin, &ToggleSwitch::toggled, this, &SettingsForm::setLaunchAtLogin);
-    group->addRow(QStringLiteral("Open at Login"), {atLogin});
+    group->addRow(tr("Open at Login"), {atLogin});
 
-    auto *shortcut = new QLabel(Texts::globalShortcutHint);
-    group->addRow(QStringLiteral("Keyboard Shortcut"), {shortcut});
+    auto *shortcut = new QLabel(Texts::globalShortcutHint());
+    group->addRow(tr("Keyboard Shortcut"), {shortcut});
 
     m_homeName = new ElidedLabel;
-    m_changeHome = button(QStringLiteral("Change\u2026"), "changeHome");
+    m_changeHome = button(tr("Change\u2026"), "changeHome");
     m_changeHome->setEnabled(m_shelf && m_parts.folderChooser);
     connect(m_changeHome, &QPushButton::clicked, this, [this] {
         if (m_shelf && m_parts.folderChooser)
             m_shelf->chooseHome(*m_parts.folderChooser);
     });
-    group->addRow(QStringLiteral("Screenshots Folder"), {m_homeName, m_changeHome});
+    group->addRow(tr("Screenshots Folder"), {m_homeName, m_changeHome});
     // Linux has no approval step for starting at login, so this footer is
     // the only one.
-    group->setFooter(QStringLiteral("The shortcut opens or hides the shelf from any app. New screenshots are "
-                                    "saved to the folder above while Brindlewick is running."));
+    group->setFooter(tr("The shortcut opens or hides the shelf from any app. New screenshots are "
+                        "saved to the folder above while Brindlewick is running."));
     return group;
 }
 
 QWidget *SettingsForm::buildPreview()
 {
-    auto *group = new SettingsGroup(QStringLiteral("Corner Preview"));
+    auto *group = new SettingsGroup(tr("Corner Preview"));
     Prefs *prefs = m_parts.prefs;
     auto *enabled = toggle(prefs && FlashSettings::enabled(*prefs), "flashEnabled");
     enabled->setEnabled(prefs != nullptr);
@@ -162,17 +163,16 @@ QWidget *SettingsForm::buildPreview()
         if (prefs)
             FlashSettings::setEnabled(*prefs, on);
     });
-    group->addRow(QStringLiteral("Show Preview After Taking a Screenshot"), {enabled});
+    group->addRow(tr("Show Preview After Taking a Screenshot"), {enabled});
 
-    auto *seconds = stepper(1, 30, prefs ? int(FlashSettings::seconds(*prefs)) : 3, QStringLiteral("second"),
-                            QStringLiteral("seconds"));
+    auto *seconds = stepper(1, 30, prefs ? int(FlashSettings::seconds(*prefs)) : 3, tr("second"), tr("seconds"));
     seconds->setObjectName(QStringLiteral("flashSeconds"));
     seconds->setEnabled(prefs != nullptr);
     connect(seconds, &QSpinBox::valueChanged, this, [prefs](int value) {
         if (prefs)
             FlashSettings::setSeconds(*prefs, value);
     });
-    group->addRow(QStringLiteral("Stays on Screen"), {seconds});
+    group->addRow(tr("Stays on Screen"), {seconds});
 
     // Only a tool with a switch of its own gets one here; otherwise the row
     // says why there is nothing to switch.
@@ -185,49 +185,49 @@ QWidget *SettingsForm::buildPreview()
         if (thumb)
             thumb->setShown(!on);
     });
-    QWidget *row =
-        group->addRow(tool.isEmpty() ? Texts::hideAnyToolNotification : Texts::hideToolNotification.arg(tool), {hide});
+    QWidget *row = group->addRow(
+        tool.isEmpty() ? Texts::hideAnyToolNotification() : Texts::hideToolNotification().arg(tool), {hide});
     if (!available) {
-        const QString reason = tool.isEmpty() ? Texts::noKnownScreenshotTool : Texts::toolHasNoNotification.arg(tool);
+        const QString reason =
+            tool.isEmpty() ? Texts::noKnownScreenshotTool() : Texts::toolHasNoNotification().arg(tool);
         SettingsGroup::setSubtitle(row, reason);
         hide->setToolTip(reason);
     }
-    group->setFooter(Texts::previewFooter);
+    group->setFooter(Texts::previewFooter());
     return group;
 }
 
 QWidget *SettingsForm::buildTidy()
 {
-    auto *group = new SettingsGroup(QStringLiteral("Tidy Up"));
+    auto *group = new SettingsGroup(tr("Tidy Up"));
     m_tidyEnabled = toggle(m_tidy && m_tidy->enabled(), "tidyEnabled");
     connect(m_tidyEnabled, &ToggleSwitch::toggled, this, [this](bool on) {
         if (m_tidy)
             m_tidy->setEnabled(on);
     });
-    group->addRow(QStringLiteral("Tidy Up Automatically"), {m_tidyEnabled});
+    group->addRow(tr("Tidy Up Automatically"), {m_tidyEnabled});
 
-    m_tidyDays =
-        stepper(1, 365, m_tidy ? m_tidy->days() : AutoTidy::defaultDays, QStringLiteral("day"), QStringLiteral("days"));
+    m_tidyDays = stepper(1, 365, m_tidy ? m_tidy->days() : AutoTidy::defaultDays, tr("day"), tr("days"));
     m_tidyDays->setObjectName(QStringLiteral("tidyDays"));
     connect(m_tidyDays, &QSpinBox::valueChanged, this, [this](int days) {
         if (m_tidy)
             m_tidy->setDays(days);
     });
-    group->addRow(QStringLiteral("Older Than"), {m_tidyDays});
+    group->addRow(tr("Older Than"), {m_tidyDays});
 
     m_tidyTarget = new QComboBox;
     m_tidyTarget->setObjectName(QStringLiteral("tidyTarget"));
-    m_tidyTarget->addItem(QStringLiteral("Archive folder"), false);
-    m_tidyTarget->addItem(QStringLiteral("Trash"), true);
+    m_tidyTarget->addItem(tr("Archive folder"), false);
+    m_tidyTarget->addItem(tr("Trash"), true);
     connect(m_tidyTarget, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (m_tidy && index >= 0)
             m_tidy->setToTrash(m_tidyTarget->itemData(index).toBool());
     });
-    group->addRow(QStringLiteral("Move Them To"), {m_tidyTarget});
+    group->addRow(tr("Move Them To"), {m_tidyTarget});
 
     m_matching = secondaryLabel(QString(), nullptr, false);
     m_matching->setObjectName(QStringLiteral("tidyMatching"));
-    auto *refresh = button(QStringLiteral("Refresh"), "tidyRefresh");
+    auto *refresh = button(tr("Refresh"), "tidyRefresh");
     connect(refresh, &QPushButton::clicked, this, [this] {
         if (m_tidy && m_shelf)
             m_tidy->refresh(m_shelf->home());
@@ -240,17 +240,17 @@ QWidget *SettingsForm::buildTidy()
         m_rescanAfterTidy = true;
         m_tidy->runNow(m_shelf->home());
     });
-    group->addRow(QStringLiteral("Matching Now"), {m_matching, refresh, m_tidyNow});
+    group->addRow(tr("Matching Now"), {m_matching, refresh, m_tidyNow});
     for (QWidget *w : std::initializer_list<QWidget *>{m_tidyEnabled, m_tidyDays, m_tidyTarget, refresh})
         w->setEnabled(m_tidy != nullptr);
-    group->setFooter(QStringLiteral("Applies to screenshots in the Home folder only. The Archive folder is created "
-                                    "inside it and stays visible in the folder column."));
+    group->setFooter(tr("Applies to screenshots in the Home folder only. The Archive folder is created "
+                        "inside it and stays visible in the folder column."));
     return group;
 }
 
 QWidget *SettingsForm::buildSearch()
 {
-    auto *group = new SettingsGroup(QStringLiteral("Search & Names"));
+    auto *group = new SettingsGroup(tr("Search & Names"));
     m_recognise = button(QString(), "recognise");
     connect(m_recognise, &QPushButton::clicked, this, [this] {
         if (m_indexer && m_shelf)
@@ -262,27 +262,27 @@ QWidget *SettingsForm::buildSearch()
     m_progress->setTextVisible(false);
     m_progressText = secondaryLabel(QString(), nullptr, false);
     m_progressText->setObjectName(QStringLiteral("recogniseProgressText"));
-    m_stop = button(QStringLiteral("Stop"), "recogniseStop");
+    m_stop = button(tr("Stop"), "recogniseStop");
     connect(m_stop, &QPushButton::clicked, this, [this] {
         if (m_indexer)
             m_indexer->cancel();
     });
-    group->addRow(QStringLiteral("Text Recognition"), {m_progress, m_progressText, m_stop, m_recognise});
+    group->addRow(tr("Text Recognition"), {m_progress, m_progressText, m_stop, m_recognise});
 
     m_renamed = secondaryLabel(QString(), nullptr, false);
     m_renamed->setObjectName(QStringLiteral("renamed"));
     m_renamed->hide();
-    m_cleanUp = button(QStringLiteral("Clean Up Names\u2026"), "cleanUp");
+    m_cleanUp = button(tr("Clean Up Names\u2026"), "cleanUp");
     m_cleanUp->setEnabled(m_shelf && m_parts.confirm && m_parts.runner);
     connect(m_cleanUp, &QPushButton::clicked, this, &SettingsForm::cleanUpNames);
-    group->addRow(QStringLiteral("File Names"), {m_renamed, m_cleanUp});
-    group->setFooter(Texts::recognitionFooter);
+    group->addRow(tr("File Names"), {m_renamed, m_cleanUp});
+    group->setFooter(Texts::recognitionFooter());
     return group;
 }
 
 QWidget *SettingsForm::buildPrivacy()
 {
-    auto *group = new SettingsGroup(QStringLiteral("Privacy"));
+    auto *group = new SettingsGroup(tr("Privacy"));
     Heartbeat *heartbeat = m_parts.heartbeat;
     auto *share = toggle(heartbeat && heartbeat->enabled(), "heartbeat");
     share->setEnabled(heartbeat != nullptr);
@@ -291,22 +291,20 @@ QWidget *SettingsForm::buildPrivacy()
         if (heartbeat)
             heartbeat->setEnabled(on);
     });
-    group->addRow(QStringLiteral("Share an Anonymous Usage Count"), {share});
-    group->setFooter(Texts::privacyFooter.arg(QUrl(QStringLiteral(BRINDLEWICK_PING_ENDPOINT)).host()));
+    group->addRow(tr("Share an Anonymous Usage Count"), {share});
+    group->setFooter(Texts::privacyFooter().arg(QUrl(QStringLiteral(BRINDLEWICK_PING_ENDPOINT)).host()));
     return group;
 }
 
 QWidget *SettingsForm::buildAbout()
 {
-    auto *group = new SettingsGroup(QStringLiteral("About"));
+    auto *group = new SettingsGroup(tr("About"));
     auto *version = new QLabel(versionText());
     version->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    group->addRow(QStringLiteral("Version"), {version});
-    group->addRow(QStringLiteral("Made by"),
-                  {link(QStringLiteral("Merrowind"), QStringLiteral(BRINDLEWICK_WEBSITE_URL))});
-    group->addRow(QStringLiteral("Support the Project"),
-                  {link(QStringLiteral("Buy me a coffee"), QStringLiteral(BRINDLEWICK_SUPPORT_URL))});
-    group->setFooter(Texts::distributionNotice);
+    group->addRow(tr("Version"), {version});
+    group->addRow(tr("Made by"), {link(QStringLiteral("Merrowind"), QStringLiteral(BRINDLEWICK_WEBSITE_URL))});
+    group->addRow(tr("Support the Project"), {link(tr("Buy me a coffee"), QStringLiteral(BRINDLEWICK_SUPPORT_URL))});
+    group->setFooter(Texts::distributionNotice());
     return group;
 }
 
@@ -345,8 +343,8 @@ void SettingsForm::showTidy()
         showUnit(m_tidyDays);
         m_tidyTarget->setCurrentIndex(toTrash ? 1 : 0);
     }
-    m_matching->setText(QString::number(count));
-    m_tidyNow->setText(toTrash ? QStringLiteral("Trash Now") : QStringLiteral("Archive Now"));
+    m_matching->setText(QLocale().toString(count));
+    m_tidyNow->setText(toTrash ? tr("Trash Now") : tr("Archive Now"));
     m_tidyNow->setEnabled(m_tidy && m_shelf && count > 0);
 }
 
@@ -373,13 +371,12 @@ void SettingsForm::showRecognition()
     if (running) {
         m_progress->setRange(0, std::max(m_indexer->total(), 1));
         m_progress->setValue(std::min(m_indexer->done(), m_progress->maximum()));
-        m_progressText->setText(QStringLiteral("%1 of %2").arg(m_indexer->done()).arg(m_indexer->total()));
+        m_progressText->setText(tr("%L1 of %L2").arg(m_indexer->done()).arg(m_indexer->total()));
         return;
     }
     const qsizetype count = unindexedCount();
     // The word stays plural for one, as the button has always read.
-    m_recognise->setText(count == 0 ? QStringLiteral("Up to Date")
-                                    : QStringLiteral("Recognize Text in %1 Screenshots").arg(count));
+    m_recognise->setText(count == 0 ? tr("Up to Date") : tr("Recognize Text in %Ln Screenshots", nullptr, int(count)));
     m_recognise->setEnabled(count > 0 && m_indexer);
 }
 

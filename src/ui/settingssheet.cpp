@@ -11,7 +11,7 @@
 
 SettingsSheetWindow::SettingsSheetWindow(QWidget *shelfWindow) : QDialog(shelfWindow, Qt::Sheet)
 {
-    setWindowTitle(QStringLiteral("Settings"));
+    setWindowTitle(tr("Settings"));
     setObjectName(QStringLiteral("settingsSheet"));
     setWindowModality(Qt::WindowModal);
     auto *layout = new QVBoxLayout(this);
@@ -84,7 +84,7 @@ SettingsSheet::SettingsSheet(const SettingsParts &parts, std::function<void()> d
     rule->setFrameShadow(QFrame::Plain);
     rule->setForegroundRole(QPalette::Mid);
 
-    auto *doneButton = new QPushButton(QStringLiteral("Done"), m_bar);
+    auto *doneButton = new QPushButton(tr("Done"), m_bar);
     m_done = doneButton;
     doneButton->setObjectName(QStringLiteral("done"));
     doneButton->setMinimumWidth(88);

@@ -6,6 +6,7 @@
 #include "meta/thumbs.h"
 #include "model/shelf.h"
 #include "platform/desktopentries.h"
+#include "system/texts.h"
 #include "ui/accessiblegrid.h"
 
 #include <QApplication>
@@ -75,7 +76,7 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     setFrameShape(QFrame::NoFrame);
     // Reached with Tab or a click; the window's keys then walk the cells.
     setFocusPolicy(Qt::StrongFocus);
-    setAccessibleName(QStringLiteral("Screenshots"));
+    setAccessibleName(tr("Screenshots"));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     setAcceptDrops(true);
@@ -537,7 +538,7 @@ void ShelfGrid::paintCell(QPainter &p, int index)
         small.setFamily(QStringLiteral("monospace"));
         small.setStyleHint(QFont::Monospace);
         small.setPointSizeF(font().pointSizeF() * 0.8);
-        const QString label = QStringLiteral("Ctrl+%1").arg(index + 1);
+        const QString label = Texts::cellSlotKeyHint().arg(index + 1);
         const QFontMetrics fm(small);
         const QRect badge(tile.right() + 1 - badgeInset - fm.horizontalAdvance(label) - 10, tile.top() + badgeInset,
                           fm.horizontalAdvance(label) + 10, fm.height() + 4);

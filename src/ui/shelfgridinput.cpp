@@ -37,10 +37,10 @@ bool ShelfGrid::viewportEvent(QEvent *event)
         QString tip = url.fileName();
         if (record && record->hasTextFor(m_shelf ? m_shelf->modified(url) : QDateTime())
             && textBadgeRect(tile).contains(help->pos()))
-            tip = QStringLiteral("Text recognised, searchable");
+            tip = tr("Text recognised, searchable");
         else if (record && record->appPath && QFileInfo::exists(*record->appPath)
                  && appBadgeRect(tile).contains(help->pos()))
-            tip = QStringLiteral("Taken while %1 was in front").arg(record->app.value_or(QString()));
+            tip = tr("Taken while %1 was in front").arg(record->app.value_or(QString()));
         QToolTip::showText(help->globalPos(), tip, viewport());
         return true;
     }

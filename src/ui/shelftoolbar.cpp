@@ -32,9 +32,9 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, FileCommands &commands, QWidget *parent
     // Icons with their titles: a person need not guess what a symbol does.
     setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
 
-    m_back = addButton(QStringLiteral("Home"),
-                       icon({QStringLiteral("go-home"), QStringLiteral("go-previous")}, QStringLiteral("home")),
-                       QStringLiteral("Back to Home"));
+    m_back =
+        addButton(tr("Home"), icon({QStringLiteral("go-home"), QStringLiteral("go-previous")}, QStringLiteral("home")),
+                  tr("Back to Home"));
     if (auto *button = qobject_cast<QToolButton *>(widgetForAction(m_back)))
         button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     connect(m_back, &QAction::triggered, this, [this] {
@@ -47,9 +47,9 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, FileCommands &commands, QWidget *parent
     addWidget(spacer);
 
     m_search->setObjectName(QStringLiteral("searchField"));
-    m_search->setPlaceholderText(QStringLiteral("Search names and recognised text"));
+    m_search->setPlaceholderText(tr("Search names and recognised text"));
     m_search->setClearButtonEnabled(true);
-    m_search->setAccessibleName(QStringLiteral("Search"));
+    m_search->setAccessibleName(tr("Search"));
     m_search->setAccessibleDescription(m_search->placeholderText());
     m_search->addAction(icon({QStringLiteral("edit-find")}, QStringLiteral("search")), QLineEdit::LeadingPosition);
     m_search->setMinimumWidth(120);
@@ -75,17 +75,17 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, FileCommands &commands, QWidget *parent
     for (QAction *action : {m_newFolder, m_preview, m_pin, m_trash})
         addButton(action);
     m_settings =
-        addButton(QStringLiteral("Settings"),
+        addButton(tr("Settings"),
                   icon({QStringLiteral("configure"), QStringLiteral("preferences-system")}, QStringLiteral("settings")),
-                  QStringLiteral("Settings (%1)").arg(Texts::settingsKeyHint));
+                  tr("Settings (%1)").arg(Texts::settingsKeyHint()));
     connect(m_settings, &QAction::triggered, this, &ShelfToolbar::settingsRequested);
 
     // The application's menus: no menu bar is drawn on this desktop.
     m_menuButton->setObjectName(QStringLiteral("menuButton"));
     m_menuButton->setIcon(
         icon({QStringLiteral("open-menu"), QStringLiteral("application-menu")}, QStringLiteral("menu")));
-    m_menuButton->setText(QStringLiteral("Menu"));
-    m_menuButton->setToolTip(QStringLiteral("Menu"));
+    m_menuButton->setText(tr("Menu"));
+    m_menuButton->setToolTip(tr("Menu"));
     m_menuButton->setToolButtonStyle(Qt::ToolButtonIconOnly);
     m_menuButton->setPopupMode(QToolButton::InstantPopup);
     m_menuButton->setMenu(m_menu);

@@ -50,8 +50,7 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, FileCommands
       m_split(new QSplitter(Qt::Horizontal, this)), m_stack(new QStackedWidget(this)),
       m_grid(new ShelfGrid(shelf, meta, thumbs, this)), m_emptyIcon(secondaryLabel(this)),
       m_emptyText(secondaryLabel(this)), m_emptyHint(secondaryLabel(this)),
-      m_recognise(
-          new QPushButton(QStringLiteral("Recognise text in unindexed screenshots to search inside them"), this)),
+      m_recognise(new QPushButton(tr("Recognise text in unindexed screenshots to search inside them"), this)),
       m_status(secondaryLabel(this)), m_reportTimer(new QTimer(this)), m_progress(new QProgressBar(this)),
       m_progressText(secondaryLabel(this)), m_tidyText(secondaryLabel(this)), m_tidyButton(new QPushButton(this)),
       m_size(new QSlider(Qt::Horizontal, this))
@@ -99,7 +98,7 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, FileCommands
     m_reportTimer->setInterval(reportMs);
     connect(m_reportTimer, &QTimer::timeout, this, [this] { showReport(QString()); });
     connect(&commands, &FileCommands::reported, this, &ShelfView::showReport);
-    m_progress->setAccessibleName(QStringLiteral("Text recognition"));
+    m_progress->setAccessibleName(tr("Text recognition"));
     m_progress->setFixedWidth(100);
     m_progress->setTextVisible(false);
     m_progress->setMaximumHeight(m_status->sizeHint().height() / 2 + 2);
@@ -124,8 +123,8 @@ ShelfView::ShelfView(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, FileCommands
     m_size->setRange(int(Shelf::smallestCellWidth), int(Shelf::largestCellWidth));
     m_size->setFixedWidth(110);
     m_size->setFocusPolicy(Qt::TabFocus);
-    m_size->setToolTip(QStringLiteral("Thumbnail size (%1)").arg(Texts::zoomKeyHint));
-    m_size->setAccessibleName(QStringLiteral("Thumbnail size"));
+    m_size->setToolTip(tr("Thumbnail size (%1)").arg(Texts::zoomKeyHint()));
+    m_size->setAccessibleName(tr("Thumbnail size"));
     auto *sizeRow = new QHBoxLayout;
     sizeRow->setSpacing(6);
     sizeRow->addWidget(smallPhoto);
@@ -218,7 +217,7 @@ void ShelfView::refreshProgress()
         return;
     m_progress->setRange(0, std::max(m_indexer->total(), 1));
     m_progress->setValue(m_indexer->done());
-    m_progressText->setText(QStringLiteral("recognising %1/%2").arg(m_indexer->done()).arg(m_indexer->total()));
+    m_progressText->setText(tr("recognising %L1/%L2").arg(m_indexer->done()).arg(m_indexer->total()));
 }
 
 void ShelfView::refreshTidy()
@@ -229,11 +228,10 @@ void ShelfView::refreshTidy()
     if (due == 0)
         return;
     const int days = m_tidy->days();
-    m_tidyText->setText(QStringLiteral("\u00b7 %1 older than %2 %3")
-                            .arg(due)
-                            .arg(days)
-                            .arg(days == 1 ? QStringLiteral("day") : QStringLiteral("days")));
-    m_tidyButton->setText(m_tidy->toTrash() ? QStringLiteral("Trash now") : QStringLiteral("Archive now"));
+    // "· 3 older than 30 days": the count of screenshots, then the age.
+    const QString age = days == 1 ? tr("older than %n day", nullptr, days) : tr("older than %n days", nullptr, days);
+    m_tidyText->setText(tr("\u00b7 %L1 %2").arg(due).arg(age));
+    m_tidyButton->setText(m_tidy->toTrash() ? tr("Trash now") : tr("Archive now"));
 }
 
 void ShelfView::setMainMenu(const QList<QMenu *> &menus) { m_toolbar->setMainMenu(menus); }
@@ -262,12 +260,12 @@ void ShelfView::setSidebar(QWidget *sidebar)
 
 QString ShelfView::statusText(qsizetype visible, qsizetype items, bool searching, qsizetype selected)
 {
-    QString text = QString::number(visible);
-    if (searching)
-        text += QStringLiteral(" of ") + QString::number(items);
-    text += QStringLiteral(" screenshots");
+    // The English "1 screenshots" is kept as it always was; the catalogues
+    // give each language its plural forms through %n.
+    QString text = searching ? tr("%Ln of %L1 screenshots", nullptr, int(visible)).arg(items)
+                             : tr("%Ln screenshots", nullptr, int(visible));
     if (selected > 0)
-        text += QStringLiteral(", %1 selected").arg(selected);
+        text = tr("%1, %Ln selected", nullptr, int(selected)).arg(text);
     return text;
 }
 
@@ -295,9 +293,9 @@ void ShelfView::refresh()
     const bool searching = !query.isEmpty();
     m_emptyIcon->setPixmap(searching ? themed("edit-find", "search", this, 48)
                                      : themed("image-x-generic", "image", this, 48));
-    m_emptyText->setText(searching ? QStringLiteral("Nothing matches \u201c%1\u201d.").arg(query)
-                                   : QStringLiteral("No images in this folder yet."));
-    m_emptyHint->setText(Texts::emptyShelfHint);
+    m_emptyText->setText(searching ? tr("Nothing matches \u201c%1\u201d.").arg(query)
+                                   : tr("No images in this folder yet."));
+    m_emptyHint->setText(Texts::emptyShelfHint());
     m_emptyHint->setVisible(!searching);
     bool unindexed = false;
     if (searching) {

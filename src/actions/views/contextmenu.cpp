@@ -49,7 +49,8 @@ void addMoveTo(QMenu *menu, const QList<QUrl> &files, FileCommands &commands)
         const bool isHome = Shelf::folderKey(folder) == home;
         QAction *action =
             sub->addAction(isHome ? homeIcon : folderIcon,
-                           isHome ? QStringLiteral("Home (%1)").arg(folderName(home)) : folderName(folder));
+                           isHome ? QCoreApplication::translate("ContextMenu", "Home (%1)").arg(folderName(home))
+                                  : folderName(folder));
         QObject::connect(action, &QAction::triggered, action, [guarded, files, folder] {
             if (guarded)
                 guarded->moveTo(files, folder);

@@ -118,47 +118,44 @@ FileCommands::FileCommands(Shelf &shelf, ActionRunner &runner, AppLauncher &laun
 
     // The counted titles: "Open 3 Items", "Move 3 Items to Trash".
     m_open = add(
-        Reach::selection,
-        [](qsizetype n) { return n == 1 ? QStringLiteral("Open") : QStringLiteral("Open %1 Items").arg(n); },
+        Reach::selection, [](qsizetype n) { return n == 1 ? tr("Open") : tr("Open %Ln Items", nullptr, int(n)); },
         [this](const Files &files) { FileActions::open(files, m_launcher); });
     m_open->setIcon({QStringLiteral("document-open")});
     m_open->setKeyHint(QKeySequence(Qt::Key_Return));
 
     // Only its submenu acts (openWith with the chosen application).
-    m_openWith = add(Reach::selection, QStringLiteral("Open With"), {});
+    m_openWith = add(Reach::selection, tr("Open With"), {});
 
     // Opened on the first file, paging through everything in sight.
-    m_preview = add(Reach::primary, Texts::preview,
+    m_preview = add(Reach::primary, Texts::preview(),
                     [this](const Files &files) { m_previewer.show(files.first(), m_shelf.visible(), m_beside()); });
     m_preview->setIcon({QStringLiteral("view-preview"), QStringLiteral("document-preview")}, QStringLiteral("preview"));
     m_preview->setKeyHint(QKeySequence(Qt::Key_Space));
-    m_preview->action()->setToolTip(QStringLiteral("%1 (%2)").arg(Texts::preview, Texts::previewKeyHint));
+    m_preview->action()->setToolTip(tr("%1 (%2)").arg(Texts::preview(), Texts::previewKeyHint()));
     // Unlike Space, the button leaves the selection as it is.
     m_preview->setTrigger([this] { togglePreview(false); });
 
-    m_pin =
-        add(Reach::primary, QStringLiteral("Pin to Screen"), [this](const Files &files) { m_pins.pin(files.first()); });
+    m_pin = add(Reach::primary, tr("Pin to Screen"), [this](const Files &files) { m_pins.pin(files.first()); });
     m_pin->setIcon({QStringLiteral("view-pin"), QStringLiteral("pin")}, QStringLiteral("pin"));
     m_pin->setKeyHint(QKeySequence(Qt::Key_P));
-    m_pin->action()->setIconText(QStringLiteral("Pin"));
-    m_pin->action()->setToolTip(QStringLiteral("Pin to screen (%1)").arg(Texts::pinKeyHint));
+    m_pin->action()->setIconText(tr("Pin"));
+    m_pin->action()->setToolTip(tr("Pin to screen (%1)").arg(Texts::pinKeyHint()));
 
-    m_show = add(Reach::selection, Texts::showInFileManager,
+    m_show = add(Reach::selection, Texts::showInFileManager(),
                  [this](const Files &files) { FileActions::showInFileManager(files, m_fileManager); });
     m_show->setIcon({QStringLiteral("system-file-manager"), QStringLiteral("folder-open")});
-    m_properties = add(Reach::oneSelected, Texts::fileProperties,
+    m_properties = add(Reach::oneSelected, Texts::fileProperties(),
                        [this](const Files &files) { FileActions::showProperties(files.first(), m_fileManager); });
     m_properties->setIcon({QStringLiteral("document-properties")});
 
-    m_copy = add(Reach::selection, QStringLiteral("Copy"), [](const Files &files) { FileActions::copyFiles(files); });
+    m_copy = add(Reach::selection, tr("Copy"), [](const Files &files) { FileActions::copyFiles(files); });
     m_copy->setIcon({QStringLiteral("edit-copy")});
     m_copy->setKeyHint(QKeySequence(Qt::CTRL | Qt::Key_C));
-    m_copyPath =
-        add(Reach::selection, QStringLiteral("Copy Path"), [](const Files &files) { FileActions::copyPaths(files); });
-    m_copyMarkdown = add(Reach::selection, QStringLiteral("Copy as Markdown"),
-                         [](const Files &files) { FileActions::copyMarkdown(files); });
+    m_copyPath = add(Reach::selection, tr("Copy Path"), [](const Files &files) { FileActions::copyPaths(files); });
+    m_copyMarkdown =
+        add(Reach::selection, tr("Copy as Markdown"), [](const Files &files) { FileActions::copyMarkdown(files); });
 
-    m_rename = add(Reach::oneSelected, QStringLiteral("Rename\u2026"), [this](const Files &files) {
+    m_rename = add(Reach::oneSelected, tr("Rename\u2026"), [this](const Files &files) {
         QPointer<Shelf> shelf = &m_shelf;
         FileActions::rename(
             files.first(), m_prompt, m_meta.data(),
@@ -166,50 +163,49 @@ FileCommands::FileCommands(Shelf &shelf, ActionRunner &runner, AppLauncher &laun
                 if (shelf && renamed)
                     shelf->scan();
             },
-            refusal(Texts::doneRenamed));
+            refusal(Texts::doneRenamed()));
     });
     m_rename->setIcon({QStringLiteral("edit-rename")});
-    m_duplicate = add(Reach::selection, QStringLiteral("Duplicate"), [this](const Files &files) {
-        m_runner.duplicate(files, &m_shelf, landed(Texts::doneDuplicated));
+    m_duplicate = add(Reach::selection, tr("Duplicate"), [this](const Files &files) {
+        m_runner.duplicate(files, &m_shelf, landed(Texts::doneDuplicated()));
     });
     m_duplicate->setIcon({QStringLiteral("edit-duplicate")});
-    m_resizeHalf = add(Reach::selection, QStringLiteral("Resize to 50%"), [this](const Files &files) {
-        m_runner.resizeHalf(files, &m_shelf, landed(Texts::doneResized));
+    m_resizeHalf = add(Reach::selection, tr("Resize to 50%"), [this](const Files &files) {
+        m_runner.resizeHalf(files, &m_shelf, landed(Texts::doneResized()));
     });
     m_resizeHalf->setIcon({QStringLiteral("transform-scale")});
-    m_convert = add(Reach::selection, QStringLiteral("Convert to JPG"), [this](const Files &files) {
-        m_runner.convertToJPG(files, &m_shelf, landed(Texts::doneConverted));
+    m_convert = add(Reach::selection, tr("Convert to JPG"), [this](const Files &files) {
+        m_runner.convertToJPG(files, &m_shelf, landed(Texts::doneConverted()));
     });
     // Again, even for files that already carry text.
-    m_recognise = add(Reach::selection, QStringLiteral("Recognize Text"),
-                      [this](const Files &files) { m_indexer.index(files, true); });
+    m_recognise =
+        add(Reach::selection, tr("Recognize Text"), [this](const Files &files) { m_indexer.index(files, true); });
     m_recognise->setIcon({QStringLiteral("scanner")});
 
     // Only its submenu acts (moveTo with the chosen folder).
-    m_moveTo = add(Reach::selection, QStringLiteral("Move to"), {});
+    m_moveTo = add(Reach::selection, tr("Move to"), {});
     m_moveTo->setIcon({QStringLiteral("folder-move")});
 
     // Only the content the person saw goes (see ActionRunner::trash).
     m_trash = add(
         Reach::selection,
-        [](qsizetype n) {
-            return n == 1 ? QStringLiteral("Move to Trash") : QStringLiteral("Move %1 Items to Trash").arg(n);
-        },
+        [](qsizetype n) { return n == 1 ? tr("Move to Trash") : tr("Move %Ln Items to Trash", nullptr, int(n)); },
         [this](const Files &files) {
-            m_runner.trash(files, m_shelf.stamps(files), &m_shelf, landed(Texts::doneTrashed));
+            m_runner.trash(files, m_shelf.stamps(files), &m_shelf, landed(Texts::doneTrashed()));
         });
     m_trash->setIcon({QStringLiteral("user-trash")}, QStringLiteral("trash"));
     m_trash->setKeyHint(QKeySequence(Qt::Key_Delete));
-    m_trash->action()->setIconText(QStringLiteral("Delete"));
-    m_trash->action()->setToolTip(QStringLiteral("Move to Trash (%1)").arg(Texts::trashKeyHint));
+    m_trash->action()->setIconText(tr("Delete"));
+    m_trash->action()->setToolTip(tr("Move to Trash (%1)").arg(Texts::trashKeyHint()));
 
     // Inside Home, also while a subfolder is shown; the files stay.
-    m_newFolder = add(Reach::nothing, QStringLiteral("New Folder\u2026"),
-                      [this](const Files &) { FolderOps::newFolder(m_shelf, m_prompt, refusal(Texts::doneCreated)); });
+    m_newFolder = add(Reach::nothing, tr("New Folder\u2026"), [this](const Files &) {
+        FolderOps::newFolder(m_shelf, m_prompt, refusal(Texts::doneCreated()));
+    });
     m_newFolder->setIcon({QStringLiteral("folder-new")}, QStringLiteral("folder-new"));
     m_newFolder->setKeyHint(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N));
-    m_newFolder->action()->setIconText(QStringLiteral("New Folder"));
-    m_newFolder->action()->setToolTip(QStringLiteral("New folder inside Home (%1)").arg(Texts::newFolderKeyHint));
+    m_newFolder->action()->setIconText(tr("New Folder"));
+    m_newFolder->action()->setToolTip(tr("New folder inside Home (%1)").arg(Texts::newFolderKeyHint()));
 
     // An open preview and the pins follow the list as soon as the shelf
     // learns of a change: a file deleted from outside is not shown a moment
@@ -289,25 +285,25 @@ std::function<void(const FileFailure &)> FileCommands::refusal(const QString &do
 void FileCommands::renameFolder(const QUrl &folder)
 {
     Q_EMIT reported(QString());
-    FolderOps::renameFolder(m_shelf, folder, m_prompt, m_meta.data(), refusal(Texts::doneRenamed));
+    FolderOps::renameFolder(m_shelf, folder, m_prompt, m_meta.data(), refusal(Texts::doneRenamed()));
 }
 
 void FileCommands::trashFolder(const QUrl &folder)
 {
     Q_EMIT reported(QString());
-    FolderOps::trashFolder(m_shelf, folder, m_runner, reporter(Texts::doneTrashed));
+    FolderOps::trashFolder(m_shelf, folder, m_runner, reporter(Texts::doneTrashed()));
 }
 
 void FileCommands::dropOnFolder(const QList<QUrl> &files, const QUrl &folder)
 {
     Q_EMIT reported(QString());
-    FolderOps::dropOnFolder(m_shelf, files, folder, m_runner, reporter(Texts::doneMoved));
+    FolderOps::dropOnFolder(m_shelf, files, folder, m_runner, reporter(Texts::doneMoved()));
 }
 
 void FileCommands::dropOnGrid(const QList<QUrl> &files)
 {
     Q_EMIT reported(QString());
-    FolderOps::dropOnGrid(m_shelf, files, m_runner, reporter(Texts::doneMoved));
+    FolderOps::dropOnGrid(m_shelf, files, m_runner, reporter(Texts::doneMoved()));
 }
 
 QList<AppChoice> FileCommands::applications(const QUrl &file) const
@@ -340,7 +336,7 @@ void FileCommands::moveTo(const QList<QUrl> &files, const QUrl &folder)
     if (files.isEmpty())
         return;
     Q_EMIT reported(QString());
-    m_runner.move(files, folder, &m_shelf, landed(Texts::doneMoved));
+    m_runner.move(files, folder, &m_shelf, landed(Texts::doneMoved()));
 }
 
 void FileCommands::copyCell(qsizetype index)

@@ -25,7 +25,7 @@ PinWindow::PinWindow(const QImage &image, const QSizeF &imagePoints, const QStri
 {
     setObjectName(QStringLiteral("pinWindow"));
     setWindowTitle(title);
-    setAccessibleName(QStringLiteral("Pinned screenshot: %1").arg(title));
+    setAccessibleName(tr("Pinned screenshot: %1").arg(title));
     setAccessibleDescription(QStringLiteral(
         "Stays above other windows; drag to move it, drag an edge to resize it, double-click or Escape to close it"));
     setAttribute(Qt::WA_DeleteOnClose);

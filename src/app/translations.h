@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QLocale>
+
+class QCoreApplication;
+
+namespace Translations {
+
+// Installs the program's catalogue for `locale` (embedded at build time) and
+// Qt's own for its dialogs' buttons, where Debian's qt6-translations-l10n
+// has one. English needs neither. Returns whether ours was found.
+bool install(QCoreApplication &app, const QLocale &locale);
+
+} // namespace Translations
