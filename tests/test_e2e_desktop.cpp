@@ -443,9 +443,10 @@ private Q_SLOTS:
         QList<Seen> seen;
         std::optional<Seen> grid;
         // Waited for once, not retried as QTRY would: each look is a walk.
+        // Shown, the grid holds the keys at once, so there is something to announce.
         const auto gridListed = [&] {
             grid = find(seen = tree(run), "list", "Screenshots");
-            return grid && grid->children == readShots;
+            return grid && grid->children == readShots && grid->has("focused");
         };
         const bool listed = QTest::qWaitFor(gridListed, AppRun::defaultTimeoutMs);
         QVERIFY2(listed, qPrintable(dump(seen)));

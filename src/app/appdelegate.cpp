@@ -37,6 +37,7 @@
 #include "ui/shelfview.h"
 #include "ui/shelfwindow.h"
 
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QFileInfo>
@@ -308,6 +309,11 @@ void AppDelegate::showShelf()
             // not hand the keys to the first field of the toolbar.
             window->setFocus(Qt::OtherFocusReason);
             Q_EMIT searchFocusDropped();
+            // With a screen reader the grid takes the keys instead: a window
+            // that holds them itself gives it nothing to announce.
+            if (QAccessible::isActive())
+                if (auto *view = qobject_cast<ShelfView *>(window->content()))
+                    view->grid()->setFocus(Qt::OtherFocusReason);
         },
         Qt::QueuedConnection);
     m_hooks->afterShow();
