@@ -184,7 +184,9 @@ private Q_SLOTS:
         QCOMPARE(savePath(ini), run.path("shots"));
         display.reset();
         QVERIFY(run.waitForExit());
-        QCOMPARE(savePath(ini), run.path("home/Pictures"));
+        QVERIFY2(savePath(ini) == run.path("home/Pictures"),
+                 qPrintable(QStringLiteral("exit %1 status %2\n").arg(run.exitCode()).arg(run.exitStatus())
+                            + run.lines().join('\n')));
     }
 };
 

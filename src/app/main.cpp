@@ -49,6 +49,21 @@ void restoreCaptureLocationAtExit()
         captureToRestoreAtExit->restore();
 }
 
+// Qt says the display connection broke just before it calls exit(). The exit
+// hook alone comes too late: static destruction runs first for whatever was
+// made after it was registered, and can crash under a worker thread (a host
+// lookup of the usage ping, on a loaded machine) so the hook never runs. The
+// folder goes back as soon as Qt says so.
+QtMessageHandler nextMessageHandler = nullptr;
+
+void restoreWhenDisplayBreaks(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtWarningMsg && message.contains(QLatin1String("connection broke")))
+        restoreCaptureLocationAtExit();
+    if (nextMessageHandler)
+        nextMessageHandler(type, context, message);
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -123,6 +138,7 @@ int main(int argc, char *argv[])
     captureToRestoreAtExit = &capture;
     const auto forgetCapture = qScopeGuard([] { captureToRestoreAtExit = nullptr; });
     std::atexit(restoreCaptureLocationAtExit);
+    nextMessageHandler = qInstallMessageHandler(restoreWhenDisplayBreaks);
     quitOnTerminationSignals();
     AppServices services(prefs, capture);
     // Unsaved records and recognised text are written at quit.
