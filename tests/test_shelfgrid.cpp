@@ -231,6 +231,24 @@ private Q_SLOTS:
         QVERIFY(redraws({rig.item(4)}, 1, 4));
     }
 
+    // A record that changes what a search matches brings its cell in or
+    // takes it out; the grid lays the cells out again only then.
+    void recordChangesFollowTheSearch()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        const QUrl first = rig.item(0);
+        const QUrl second = rig.item(2);
+        rig.shelf.shelf->setQuery(QStringLiteral("invoice"));
+        QVERIFY(rig.grid->shownItems().isEmpty());
+        rig.shelf.meta.update(second, [](FileMeta &m) { m.text = QStringLiteral("Invoice 12"); });
+        QCOMPARE(rig.grid->shownItems(), QList<QUrl>{second});
+        rig.shelf.meta.update(first, [](FileMeta &m) { m.app = QStringLiteral("Editor"); });
+        QCOMPARE(rig.grid->shownItems(), QList<QUrl>{second});
+        rig.shelf.meta.update(second, [](FileMeta &m) { m.text = QStringLiteral("Receipt"); });
+        QVERIFY(rig.grid->shownItems().isEmpty());
+    }
+
     // Cells a search hid get their images back when it is cleared, and a
     // file that cannot be read stays
     // shown as such rather than as a loading ring that never ends.

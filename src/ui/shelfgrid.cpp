@@ -115,7 +115,7 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     }
     // The search text lands after the background load and changes what matches.
     if (meta)
-        connect(meta, &MetaStore::byNameChanged, this, &ShelfGrid::refreshItems);
+        connect(meta, &MetaStore::byNameChanged, this, &ShelfGrid::recordsChanged);
     refreshItems();
     // Connected after the grid's own handlers, so it speaks of the new list.
     Accessibility::watchGrid(this, shelf);
@@ -186,6 +186,18 @@ void ShelfGrid::refreshItems()
     for (auto it = m_labels.begin(); it != m_labels.end();)
         it = m_index.contains(it.key()) ? std::next(it) : m_labels.erase(it);
     relayout();
+}
+
+void ShelfGrid::recordsChanged()
+{
+    // Records change one at a time (a tidy of 1,000 is 1,000 changes): the
+    // cells are laid out again only when a search now matches other files;
+    // otherwise their badges are drawn again.
+    if (m_shelf && m_shelf->visible() == m_visible) {
+        viewport()->update();
+        return;
+    }
+    refreshItems();
 }
 
 void ShelfGrid::relayout()

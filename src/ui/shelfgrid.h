@@ -99,6 +99,7 @@ private:
     };
 
     void refreshItems();
+    void recordsChanged();
     void relayout();
     void loadThumbs();
     void folderChanged();
@@ -119,6 +120,8 @@ private:
     // copied: stroking the rounded border was most of a cell's paint.
     enum class Look { plain, hovered, selected };
     const QPixmap &tileFrame(QSize tile, Look look, const QRectF &image, bool loading);
+    // The same, drawn with `p` at its origin.
+    void drawFrame(QPainter &p, QSize tile, Look look, const QRectF &image, bool loading) const;
     // A cell's name, elided to the label's width and laid out once.
     const QStaticText &labelText(const QUrl &url, int width);
     void dropPaintCaches();

@@ -43,8 +43,6 @@ const QPixmap &ShelfGrid::tileFrame(QSize tile, Look look, const QRectF &image, 
         m_frames.clear();
     m_framesTile = tile;
 
-    const QPalette &pal = palette();
-    const QColor text = pal.color(QPalette::WindowText);
     const QSize outer = tile + QSize(2 * frameMargin, 2 * frameMargin);
     QPixmap frame(outer * dpr);
     frame.setDevicePixelRatio(dpr);
@@ -52,6 +50,15 @@ const QPixmap &ShelfGrid::tileFrame(QSize tile, Look look, const QRectF &image, 
     QPainter p(&frame);
     p.setRenderHint(QPainter::Antialiasing);
     p.translate(frameMargin, frameMargin);
+    drawFrame(p, tile, look, image, loading);
+    p.end();
+    return *m_frames.insert(key, frame);
+}
+
+void ShelfGrid::drawFrame(QPainter &p, QSize tile, Look look, const QRectF &image, bool loading) const
+{
+    const QPalette &pal = palette();
+    const QColor text = pal.color(QPalette::WindowText);
     const QRectF rect{QPointF(), QSizeF(tile)};
     QPainterPath shape;
     shape.addRoundedRect(rect, tileRadius, tileRadius);
@@ -79,8 +86,6 @@ const QPixmap &ShelfGrid::tileFrame(QSize tile, Look look, const QRectF &image, 
         p.setPen(
             QPen(withAlpha(text, look == Look::hovered ? 0.28 : 0.10), 1, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
     p.drawPath(shape);
-    p.end();
-    return *m_frames.insert(key, frame);
 }
 
 const QStaticText &ShelfGrid::labelText(const QUrl &url, int width)
