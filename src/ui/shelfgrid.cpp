@@ -541,7 +541,8 @@ void ShelfGrid::paintCell(QPainter &p, int index)
         target.moveCenter(box.center());
     }
     const Look look = selected ? Look::selected : hovered ? Look::hovered : Look::plain;
-    p.drawPixmap(tile.topLeft() - QPoint(2, 2), tileFrame(tile.size(), look, target, state == Shows::loading));
+    p.drawPixmap(tile.topLeft() - QPoint(frameMargin, frameMargin),
+                 tileFrame(tile.size(), look, target, state == Shows::loading));
     if (state == Shows::image)
         p.drawImage(target.translated(tile.topLeft()), image);
 

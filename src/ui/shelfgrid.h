@@ -119,6 +119,8 @@ private:
     // empty for none) and the loading ring. Drawn once per look and size, then
     // copied: stroking the rounded border was most of a cell's paint.
     enum class Look { plain, hovered, selected };
+    // The frame reaches this far outside the tile: half the selected border.
+    static constexpr int frameMargin = 2;
     const QPixmap &tileFrame(QSize tile, Look look, const QRectF &image, bool loading);
     // The same, drawn with `p` at its origin.
     void drawFrame(QPainter &p, QSize tile, Look look, const QRectF &image, bool loading) const;

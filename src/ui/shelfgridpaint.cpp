@@ -10,8 +10,6 @@
 namespace {
 
 constexpr int tileRadius = 10;
-// The selected border is 3 px wide on the tile's edge: half of it lies outside.
-constexpr int frameMargin = 2;
 // Images of other proportions each add a frame; past this many they are drawn again.
 constexpr int maxFrames = 24;
 
