@@ -219,11 +219,18 @@ private Q_SLOTS:
         QVERIFY(store->isSaving()); // until the event loop hears back from the writer
         store->update(file("late.png"), [](FileMeta &m) { m.app = "first"; });
         store->save();
+        // Changes made while the writer holds the records read back at once.
+        store->moveRecord(file("early.png"), file("moved.png"));
+        QCOMPARE(store->metaForName("late.png")->app, std::optional<QString>("first"));
+        QVERIFY(!store->metaForName("early.png") && store->metaForName("moved.png"));
+        QVERIFY(!store->byName().contains("early.png") && store->byName().contains("moved.png"));
         store->update(file("late.png"), [](FileMeta &m) { m.app = "last"; });
         store->save();
         QTRY_COMPARE_WITH_TIMEOUT(writes.size(), 2, 30000); // the two waiting saves became one
         QVERIFY(!store->isSaving());
-        QCOMPARE(loadedStore(path)->metaForName("late.png")->app, std::optional<QString>("last"));
+        const auto reread = loadedStore(path);
+        QCOMPARE(reread->metaForName("late.png")->app, std::optional<QString>("last"));
+        QVERIFY(!reread->metaForName("early.png") && reread->metaForName("moved.png"));
     }
 };
 

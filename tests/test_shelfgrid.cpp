@@ -9,9 +9,27 @@
 #include "ui/shelfgrid.h"
 
 #include <QApplication>
+#include <QPaintEvent>
 #include <QTest>
 
 using namespace GridLayout;
+
+namespace {
+
+// Collects what the widget it watches was asked to paint.
+class PaintedRegion : public QObject
+{
+public:
+    QRegion region;
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            region += static_cast<QPaintEvent *>(event)->region();
+        return false;
+    }
+};
+
+} // namespace
 
 class TestShelfGrid : public QObject
 {
@@ -188,6 +206,47 @@ private Q_SLOTS:
         };
         QTRY_COMPARE(badgeColour(0), QColor(Qt::red));
         QVERIFY(badgeColour(1) != QColor(Qt::red));
+    }
+
+    // A change of selection draws again the cells whose state changed, and
+    // only them: redrawing every cell made selecting all a slow frame.
+    void selectionRedrawsChangedCells()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        PaintedRegion painted;
+        rig.view()->installEventFilter(&painted);
+        // Whatever was still to paint is painted first.
+        rig.view()->update();
+        QTRY_VERIFY(!painted.region.isEmpty());
+        const auto redraws = [&](const QSet<QUrl> &selection, int changed, int unchanged) {
+            painted.region = {};
+            rig.shelf.shelf->setSelection(selection);
+            if (!QTest::qWaitFor([&] { return painted.region.contains(rig.grid->cellRect(rig.item(changed))); }))
+                return false;
+            return !painted.region.intersects(rig.grid->tileRect(rig.item(unchanged)));
+        };
+        QVERIFY(redraws({rig.item(1)}, 1, 4));
+        QVERIFY(redraws({rig.item(1), rig.item(4)}, 4, 1));
+        QVERIFY(redraws({rig.item(4)}, 1, 4));
+    }
+
+    // A record that changes what a search matches brings its cell in or
+    // takes it out; the grid lays the cells out again only then.
+    void recordChangesFollowTheSearch()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        const QUrl first = rig.item(0);
+        const QUrl second = rig.item(2);
+        rig.shelf.shelf->setQuery(QStringLiteral("invoice"));
+        QVERIFY(rig.grid->shownItems().isEmpty());
+        rig.shelf.meta.update(second, [](FileMeta &m) { m.text = QStringLiteral("Invoice 12"); });
+        QCOMPARE(rig.grid->shownItems(), QList<QUrl>{second});
+        rig.shelf.meta.update(first, [](FileMeta &m) { m.app = QStringLiteral("Editor"); });
+        QCOMPARE(rig.grid->shownItems(), QList<QUrl>{second});
+        rig.shelf.meta.update(second, [](FileMeta &m) { m.text = QStringLiteral("Receipt"); });
+        QVERIFY(rig.grid->shownItems().isEmpty());
     }
 
     // Cells a search hid get their images back when it is cleared, and a

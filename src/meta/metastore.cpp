@@ -225,6 +225,8 @@ std::optional<FileMeta> MetaStore::meta(const QUrl &file) const { return metaFor
 
 std::optional<FileMeta> MetaStore::metaForName(const QString &fileName) const
 {
+    if (const auto changed = m_whileWriting.constFind(fileName); changed != m_whileWriting.cend())
+        return *changed;
     const auto it = m_byName.constFind(fileName);
     if (it == m_byName.cend())
         return std::nullopt;
@@ -238,10 +240,10 @@ void MetaStore::update(const QUrl &file, const std::function<void(FileMeta &)> &
 
 void MetaStore::updateName(const QString &name, const std::function<void(FileMeta &)> &change)
 {
-    const FileMeta before = m_byName.value(name);
+    const FileMeta before = metaForName(name).value_or(FileMeta());
     FileMeta record = before;
     change(record);
-    m_byName.insert(name, record);
+    put(name, record);
     if (!m_loaded)
         m_early.append({name, QString(), record, alteredFields(before, record)});
     changed();
@@ -254,13 +256,46 @@ void MetaStore::moveRecord(const QUrl &from, const QUrl &to)
         m_early.append({fileNameOf(from), fileNameOf(to), {}, 0});
         scheduleSave();
     }
-    const auto it = m_byName.find(fileNameOf(from));
-    if (it == m_byName.end())
+    const std::optional<FileMeta> record = metaForName(fileNameOf(from));
+    if (!record)
         return;
-    FileMeta record = *it;
-    m_byName.erase(it);
-    m_byName.insert(fileNameOf(to), record);
+    put(fileNameOf(from), std::nullopt);
+    put(fileNameOf(to), record);
     changed();
+}
+
+void MetaStore::put(const QString &name, const std::optional<FileMeta> &record)
+{
+    if (m_writing)
+        m_whileWriting.insert(name, record);
+    else if (record)
+        m_byName.insert(name, *record);
+    else
+        m_byName.remove(name);
+}
+
+void MetaStore::takeInChangesMadeWhileWriting()
+{
+    // The writer has let go of its snapshot: nothing is copied.
+    for (auto it = m_whileWriting.cbegin(); it != m_whileWriting.cend(); ++it) {
+        if (it.value())
+            m_byName.insert(it.key(), *it.value());
+        else
+            m_byName.remove(it.key());
+    }
+    m_whileWriting.clear();
+}
+
+QHash<QString, FileMeta> MetaStore::byName() const
+{
+    QHash<QString, FileMeta> records = m_byName;
+    for (auto it = m_whileWriting.cbegin(); it != m_whileWriting.cend(); ++it) {
+        if (it.value())
+            records.insert(it.key(), *it.value());
+        else
+            records.remove(it.key());
+    }
+    return records;
 }
 
 void MetaStore::changed()
@@ -285,8 +320,8 @@ void MetaStore::save()
     }
     m_writing = true;
     m_unsaved = false;
-    // Implicitly shared: the copy is cheap. A change made while the writer
-    // still holds it detaches, copying the records once.
+    // Implicitly shared: the copy is cheap. Changes made while the writer
+    // holds it wait beside the records (see put()).
     QHash<QString, FileMeta> snapshot = m_byName;
     m_writeResult = std::make_shared<std::optional<WriteResult>>();
     runOnIoThread(
@@ -304,6 +339,7 @@ void MetaStore::finishWrite()
     const WriteResult result = **m_writeResult;
     m_writeResult.reset();
     m_writing = false;
+    takeInChangesMadeWhileWriting();
     if (result.setAside)
         m_setAsideBeforeSave = false;
     qCDebug(lcMeta) << (result.written ? "wrote" : "could not write") << m_filePath

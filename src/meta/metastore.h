@@ -97,7 +97,8 @@ public:
     // thread. False when something is left unwritten.
     [[nodiscard]] bool flush(int timeoutMs = 3000);
 
-    const QHash<QString, FileMeta> &byName() const { return m_byName; }
+    // Every record, the changes made while a write is under way included.
+    QHash<QString, FileMeta> byName() const;
     QString filePath() const { return m_filePath; }
 
     // The JSON form of the records, and back. decode() fails on anything but
@@ -141,9 +142,17 @@ private:
     void finishLoad();
     void finishWrite();
     void changed();
+    // Sets (or, with nullopt, removes) one record.
+    void put(const QString &name, const std::optional<FileMeta> &record);
+    void takeInChangesMadeWhileWriting();
 
     QString m_filePath;
     QHash<QString, FileMeta> m_byName;
+    // While a write holds a snapshot shared with m_byName, a change there
+    // would copy every record on this thread (14 ms for 100,000): changes
+    // wait here instead, read before m_byName, and go in once the writer is
+    // done (nullopt: removed).
+    QHash<QString, std::optional<FileMeta>> m_whileWriting;
     QTimer *m_saveWork = nullptr;
     bool m_loaded = false;
     QList<Early> m_early;

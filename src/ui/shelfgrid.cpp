@@ -105,11 +105,7 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
                 m_focusVisible = true;
             viewport()->update();
         });
-        connect(shelf, &Shelf::selectionChanged, this, [this] {
-            if (m_shelf && !m_shelf->hovered().isEmpty())
-                animateLift(m_shelf->hovered());
-            viewport()->update();
-        });
+        connect(shelf, &Shelf::selectionChanged, this, &ShelfGrid::selectionChanged);
         connect(shelf, &Shelf::hoveredChanged, this, [this, previous = QUrl()]() mutable {
             if (!previous.isEmpty())
                 animateLift(previous);
@@ -120,7 +116,7 @@ ShelfGrid::ShelfGrid(Shelf *shelf, MetaStore *meta, Thumbs *thumbs, QWidget *par
     }
     // The search text lands after the background load and changes what matches.
     if (meta)
-        connect(meta, &MetaStore::byNameChanged, this, &ShelfGrid::refreshItems);
+        connect(meta, &MetaStore::byNameChanged, this, &ShelfGrid::recordsChanged);
     refreshItems();
     // Connected after the grid's own handlers, so it speaks of the new list.
     Accessibility::watchGrid(this, shelf);
@@ -188,7 +184,21 @@ void ShelfGrid::refreshItems()
         it = m_index.contains(it.key()) ? std::next(it) : m_images.erase(it);
     for (auto it = m_failed.begin(); it != m_failed.end();)
         it = m_index.contains(it.key()) ? std::next(it) : m_failed.erase(it);
+    for (auto it = m_labels.begin(); it != m_labels.end();)
+        it = m_index.contains(it.key()) ? std::next(it) : m_labels.erase(it);
     relayout();
+}
+
+void ShelfGrid::recordsChanged()
+{
+    // Records change one at a time (a tidy of 1,000 is 1,000 changes): the
+    // cells are laid out again only when a search now matches other files;
+    // otherwise their badges are drawn again.
+    if (m_shelf && m_shelf->visible() == m_visible) {
+        viewport()->update();
+        return;
+    }
+    refreshItems();
 }
 
 void ShelfGrid::relayout()
@@ -347,6 +357,24 @@ void ShelfGrid::loadThumbs()
     }
 }
 
+void ShelfGrid::selectionChanged()
+{
+    if (!m_shelf)
+        return;
+    if (!m_shelf->hovered().isEmpty())
+        animateLift(m_shelf->hovered());
+    // Only the cells on screen whose state changed are drawn again; the
+    // others are drawn as they are when they scroll in.
+    const QSet<QUrl> &now = m_shelf->selection();
+    const auto inView = m_geometry.rangeIn(offset(), offset() + viewport()->height());
+    for (int i = inView.first; i < inView.second; ++i) {
+        const QUrl &url = m_visible.at(i);
+        if (now.contains(url) != m_shownSelection.contains(url))
+            updateCell(url);
+    }
+    m_shownSelection = now;
+}
+
 void ShelfGrid::updateCell(const QUrl &url)
 {
     const QRect r = cellRect(url);
@@ -502,33 +530,22 @@ void ShelfGrid::paintCell(QPainter &p, int index)
         p.scale(scale, scale);
         p.translate(-QRectF(tile).center());
     }
-    QPainterPath shape;
-    shape.addRoundedRect(QRectF(tile), tileRadius, tileRadius);
-    p.fillPath(shape, hovered && !selected ? withAlpha(text, 0.10) : pal.color(QPalette::Base));
-
     QImage image;
     const Shows state = shows(url, &image);
+    // Where the image goes, relative to the tile.
+    QRectF target;
     if (state == Shows::image) {
-        const QRectF box = QRectF(tile).adjusted(6, 6, -6, -6);
+        const QRectF box = QRectF(QPointF(), QSizeF(tile.size())).adjusted(6, 6, -6, -6);
         QSizeF size = image.deviceIndependentSize();
         size.scale(box.size(), Qt::KeepAspectRatio);
-        QRectF target(QPointF(), size);
+        target = QRectF(QPointF(), size);
         target.moveCenter(box.center());
-        // A soft shadow under the image, one point down.
-        p.setPen(Qt::NoPen);
-        for (int k = 3; k >= 1; --k) {
-            p.setBrush(QColor(0, 0, 0, int(255 * 0.18 / 3)));
-            p.drawRoundedRect(target.translated(0, 1).adjusted(-k * 0.5, -k * 0.5, k * 0.5, k * 0.5), k, k);
-        }
-        p.drawImage(target, image);
-    } else if (state == Shows::loading) {
-        // Still loading: a faint ring where the image will be.
-        const qreal side = 18;
-        const QRectF ring(QRectF(tile).center() - QPointF(side / 2, side / 2), QSizeF(side, side));
-        p.setPen(QPen(withAlpha(text, 0.25), 2, Qt::SolidLine, Qt::RoundCap));
-        p.setBrush(Qt::NoBrush);
-        p.drawArc(ring, 90 * 16, -270 * 16);
     }
+    const Look look = selected ? Look::selected : hovered ? Look::hovered : Look::plain;
+    p.drawPixmap(tile.topLeft() - QPoint(frameMargin, frameMargin),
+                 tileFrame(tile.size(), look, target, state == Shows::loading));
+    if (state == Shows::image)
+        p.drawImage(target.translated(tile.topLeft()), image);
 
     const std::optional<FileMeta> record = m_meta ? m_meta->meta(url) : std::nullopt;
     if (const QIcon app = record && record->appPath ? appIcon(*record->appPath) : QIcon(); !app.isNull())
@@ -555,12 +572,6 @@ void ShelfGrid::paintCell(QPainter &p, int index)
     if (record && record->hasTextFor(m_shelf ? m_shelf->modified(url) : QDateTime()))
         drawTextMark(p, QRectF(textBadgeRect(tile)).adjusted(2, 2, -2, -2), withAlpha(text, 0.6));
 
-    p.setBrush(Qt::NoBrush);
-    if (selected)
-        p.setPen(QPen(accent, 3, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
-    else
-        p.setPen(QPen(withAlpha(text, hovered ? 0.28 : 0.10), 1, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
-    p.drawPath(shape);
     p.restore();
 
     if (hasFocus() && m_focusVisible && m_shelf && m_shelf->cursor() == url) {
@@ -573,8 +584,8 @@ void ShelfGrid::paintCell(QPainter &p, int index)
 
     const QRect label(tile.left(), tile.bottom() + 1 + GridLayout::labelGap, tile.width(), labelHeight());
     p.setPen(selected ? accent : pal.color(QPalette::PlaceholderText));
-    p.drawText(label, Qt::AlignHCenter | Qt::AlignTop,
-               fontMetrics().elidedText(url.fileName(), Qt::ElideMiddle, label.width()));
+    const QStaticText &name = labelText(url, label.width());
+    p.drawStaticText(QPointF(label.left() + (label.width() - name.size().width()) / 2, label.top()), name);
 }
 
 void ShelfGrid::focusInEvent(QFocusEvent *event)

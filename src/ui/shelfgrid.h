@@ -8,8 +8,10 @@
 #include <QHash>
 #include <QIcon>
 #include <QImage>
+#include <QPixmap>
 #include <QPointer>
 #include <QSet>
+#include <QStaticText>
 #include <QThreadPool>
 #include <QUrl>
 
@@ -78,6 +80,7 @@ protected:
     void dropEvent(QDropEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     // An image, the size step it serves and the file it was made from.
@@ -96,6 +99,7 @@ private:
     };
 
     void refreshItems();
+    void recordsChanged();
     void relayout();
     void loadThumbs();
     void folderChanged();
@@ -109,6 +113,20 @@ private:
     int labelHeight() const;
     QPoint toContent(const QPoint &viewportPoint) const;
     void paintCell(QPainter &p, int index);
+    void selectionChanged();
+    // What a tile draws under its image: its background, its border, the
+    // image's shadow (`image` is where the image goes, relative to the tile;
+    // empty for none) and the loading ring. Drawn once per look and size, then
+    // copied: stroking the rounded border was most of a cell's paint.
+    enum class Look { plain, hovered, selected };
+    // The frame reaches this far outside the tile: half the selected border.
+    static constexpr int frameMargin = 2;
+    const QPixmap &tileFrame(QSize tile, Look look, const QRectF &image, bool loading);
+    // The same, drawn with `p` at its origin.
+    void drawFrame(QPainter &p, QSize tile, Look look, const QRectF &image, bool loading) const;
+    // A cell's name, elided to the label's width and laid out once.
+    const QStaticText &labelText(const QUrl &url, int width);
+    void dropPaintCaches();
     // The badge of an application's desktop entry; null while it is being
     // read or when the entry is gone.
     QIcon appIcon(const QString &desktopEntry);
@@ -153,6 +171,14 @@ private:
     QRect m_marquee;      // content coordinates; empty until the first move
     QSet<QUrl> m_base;
     QTimer *m_autoScroll;
+
+    // Painting caches, dropped with a change of palette, font or scale.
+    QHash<QString, QPixmap> m_frames;
+    QSize m_framesTile;
+    QHash<QUrl, QStaticText> m_labels;
+    int m_labelsWidth = -1;
+    // The selection the cells on screen were last asked to show.
+    QSet<QUrl> m_shownSelection;
 
     bool m_dropTargeted = false;
     // The focus rings show while the keyboard works the grid, not after a
