@@ -63,7 +63,8 @@ QImage onOwnPages(const QImage &image)
 
 } // namespace
 
-Thumbs::Thumbs(std::shared_ptr<ThumbDiskCache> disk, QObject *parent) : QObject(parent), m_disk(std::move(disk))
+Thumbs::Thumbs(std::shared_ptr<ThumbDiskCache> disk, std::shared_ptr<SharedThumbs> shared, QObject *parent)
+    : QObject(parent), m_disk(std::move(disk)), m_shared(std::move(shared))
 {
     m_pool.setObjectName(QStringLiteral("brindlewick.thumbs"));
     m_pool.setMaxThreadCount(std::max(2, QThread::idealThreadCount()));
@@ -238,15 +239,16 @@ void Thumbs::startWaiting()
         ++m_inFlight;
         Async::run(
             m_pool, this,
-            [disk = m_disk, file = job.file, step = job.step] {
+            [disk = m_disk, shared = m_shared, file = job.file, step = job.step] {
                 standBack(Background::userInitiated);
-                return make(disk, file, step);
+                return make(disk, shared, file, step);
             },
             [this, key](Made made) { finished(key, std::move(made)); });
     }
 }
 
-Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUrl &file, int step)
+Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const std::shared_ptr<SharedThumbs> &shared,
+                          const QUrl &file, int step)
 {
     Made made;
     const QString path = LocalPaths::localPath(file);
@@ -260,14 +262,32 @@ Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUr
             return made;
         }
     }
+    // A file manager's thumbnail costs a small PNG's decode instead of the
+    // screenshot's; a file nobody could decode is not tried again until it changes.
+    const bool sharing = shared && shared->covers(path);
+    if (sharing) {
+        if (auto image = shared->read(path, step, *stamp)) {
+            made.image = onOwnPages(*image);
+            made.stamp = stamp;
+            return made;
+        }
+        if (shared->failed(path, *stamp))
+            return made;
+    }
     made.image = makeThumbnail(file, step);
     if (made.image)
         made.image = onOwnPages(*made.image);
     // A file that changed while we decoded it is not recorded as unchanged.
-    if (made.image && ThumbDiskCache::stampOf(path) == stamp) {
+    if (ThumbDiskCache::stampOf(path) != stamp)
+        return made;
+    if (made.image) {
         made.stamp = stamp;
         if (disk)
             disk->write(path, step, *stamp, *made.image);
+        if (sharing)
+            shared->write(path, *stamp, *made.image, std::max(made.image->width(), made.image->height()) < step);
+    } else if (sharing) {
+        shared->writeFailure(path, *stamp);
     }
     return made;
 }
