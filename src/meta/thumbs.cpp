@@ -68,12 +68,15 @@ Thumbs::Thumbs(std::shared_ptr<ThumbDiskCache> disk, std::shared_ptr<SharedThumb
 {
     m_pool.setObjectName(QStringLiteral("brindlewick.thumbs"));
     m_pool.setMaxThreadCount(std::max(2, QThread::idealThreadCount()));
+    m_shareWrites.setObjectName(QStringLiteral("brindlewick.sharedthumbs"));
+    m_shareWrites.setMaxThreadCount(1);
 }
 
 Thumbs::~Thumbs()
 {
     m_pool.clear();
     m_pool.waitForDone();
+    m_shareWrites.waitForDone();
 }
 
 int Thumbs::stepFor(qreal logicalSize, qreal dpr)
@@ -284,8 +287,7 @@ Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const std
         made.stamp = stamp;
         if (disk)
             disk->write(path, step, *stamp, *made.image);
-        if (sharing)
-            shared->write(path, *stamp, *made.image, std::max(made.image->width(), made.image->height()) < step);
+        made.share = sharing;
     } else if (sharing) {
         shared->writeFailure(path, *stamp);
     }
@@ -312,13 +314,32 @@ void Thumbs::finished(const QString &key, Made made)
     QImage image = made.image ? std::move(*made.image) : QImage();
     if (!image.isNull() && !job.waiters.isEmpty())
         image.setDevicePixelRatio(job.waiters.first().dpr); // stored as most will want it
+    const bool whole = std::max(image.width(), image.height()) < job.step;
     if (!image.isNull() && made.stamp)
-        insert(key, image, *made.stamp, std::max(image.width(), image.height()) < job.step);
+        insert(key, image, *made.stamp, whole);
+    if (!image.isNull() && made.stamp && made.share)
+        share(LocalPaths::localPath(job.file), *made.stamp, image, whole);
     for (const Waiter &waiter : job.waiters) {
         if (waiter.alive)
             waiter.completion(withRatio(image, waiter.dpr));
     }
     startWaiting();
+}
+
+void Thumbs::share(const QString &path, const Stamp &stamp, const QImage &image, bool whole)
+{
+    // Encoding a PNG takes a fifth of a decode's time: the cells are served
+    // first. Past two screens' worth waiting, a thumbnail goes unshared
+    // rather than hold up quitting.
+    constexpr int maxPending = 48;
+    if (!m_shared || m_sharesPending >= maxPending)
+        return;
+    ++m_sharesPending;
+    m_shareWrites.start([this, shared = m_shared, path, stamp, image, whole] {
+        standBack(Background::utility);
+        shared->write(path, stamp, image, whole);
+        --m_sharesPending;
+    });
 }
 
 void Thumbs::insert(const QString &key, const QImage &image, Stamp stamp, bool whole)

@@ -9,6 +9,7 @@
 #include <QUrl>
 
 #include <array>
+#include <atomic>
 #include <functional>
 #include <list>
 #include <memory>
@@ -118,6 +119,7 @@ private:
     {
         std::optional<QImage> image;
         std::optional<Stamp> stamp;
+        bool share = false; // decoded here: worth a shared thumbnail
     };
 
     static QString entryKey(const QString &path, int step);
@@ -129,6 +131,7 @@ private:
     void trimQueue();
     void startWaiting();
     void finished(const QString &key, Made made);
+    void share(const QString &path, const Stamp &stamp, const QImage &image, bool whole);
     void insert(const QString &key, const QImage &image, Stamp stamp, bool whole);
     void evict();
 
@@ -145,4 +148,8 @@ private:
     Ticket m_lastTicket = 0;
     int m_inFlight = 0;
     QThreadPool m_pool;
+    // Shared thumbnails are written after the image is handed over, on a
+    // thread of their own, and finished before the service goes.
+    QThreadPool m_shareWrites;
+    std::atomic<int> m_sharesPending{0};
 };
