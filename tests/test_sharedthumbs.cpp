@@ -94,14 +94,18 @@ private Q_SLOTS:
         factory({"save", "large", green, uri, "1700000000"});
         SharedThumbs shared(root);
         QVERIFY(QFile::exists(shared.entryPath(path, SharedThumbs::levels[1])));
+        const QString ours = box.path("ours");
         {
-            Thumbs thumbs(nullptr, std::make_shared<SharedThumbs>(root));
+            Thumbs thumbs(std::make_shared<ThumbDiskCache>(ours), std::make_shared<SharedThumbs>(root));
             const QImage cell = loadAndWait(thumbs, file, 200); // the 256 step: the large level serves it
             QCOMPARE(cell.size(), QSize(256, 160));
             QVERIFY(isGreen(cell.pixel(100, 80)));
             // Too small for a larger cell, which is decoded.
             QVERIFY(isRed(loadAndWait(thumbs, file, 500).pixel(100, 80)));
         }
+        // What it served is kept in our own cache too, which reads faster.
+        const auto kept = ThumbDiskCache(ours).read(path, 256, *ThumbDiskCache::stampOf(path));
+        QVERIFY(kept && isGreen(kept->pixel(100, 80)));
         // Edited since: the thumbnail is stale, the file is decoded and the
         // entry replaced with one the factory accepts for the new time.
         setMtime(path, 1700000100);

@@ -272,6 +272,7 @@ Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const std
         if (auto image = shared->read(path, step, *stamp)) {
             made.image = onOwnPages(*image);
             made.stamp = stamp;
+            made.keep = disk != nullptr;
             return made;
         }
         if (shared->failed(path, *stamp))
@@ -317,8 +318,8 @@ void Thumbs::finished(const QString &key, Made made)
     const bool whole = std::max(image.width(), image.height()) < job.step;
     if (!image.isNull() && made.stamp)
         insert(key, image, *made.stamp, whole);
-    if (!image.isNull() && made.stamp && made.share)
-        share(LocalPaths::localPath(job.file), *made.stamp, image, whole);
+    if (!image.isNull() && made.stamp && (made.share || made.keep))
+        writeLater(LocalPaths::localPath(job.file), job.step, *made.stamp, image, whole, made);
     for (const Waiter &waiter : job.waiters) {
         if (waiter.alive)
             waiter.completion(withRatio(image, waiter.dpr));
@@ -326,18 +327,23 @@ void Thumbs::finished(const QString &key, Made made)
     startWaiting();
 }
 
-void Thumbs::share(const QString &path, const Stamp &stamp, const QImage &image, bool whole)
+void Thumbs::writeLater(const QString &path, int step, const Stamp &stamp, const QImage &image, bool whole,
+                        const Made &made)
 {
     // Encoding a PNG takes a fifth of a decode's time: the cells are served
-    // first. Past two screens' worth waiting, a thumbnail goes unshared
+    // first. Past two screens' worth waiting, a thumbnail goes unwritten
     // rather than hold up quitting.
     constexpr int maxPending = 48;
-    if (!m_shared || m_sharesPending >= maxPending)
+    if (m_sharesPending >= maxPending)
         return;
     ++m_sharesPending;
-    m_shareWrites.start([this, shared = m_shared, path, stamp, image, whole] {
+    m_shareWrites.start([this, disk = made.keep ? m_disk : nullptr, shared = made.share ? m_shared : nullptr, path,
+                         step, stamp, image, whole] {
         standBack(Background::utility);
-        shared->write(path, stamp, image, whole);
+        if (disk)
+            disk->write(path, step, stamp, image);
+        if (shared)
+            shared->write(path, stamp, image, whole);
         --m_sharesPending;
     });
 }

@@ -47,7 +47,8 @@
 // time and size are what they were when it was made, so an edited file is
 // made again. In memory at most `countLimit` images and a byte budget.
 // Behind memory come our disk cache, then the desktop's shared thumbnails,
-// then decoding; what is decoded goes to both caches.
+// then decoding; what is decoded goes to both caches, what a shared one served
+// to ours (it reads twice as fast).
 class Thumbs : public QObject
 {
     Q_OBJECT
@@ -120,6 +121,7 @@ private:
         std::optional<QImage> image;
         std::optional<Stamp> stamp;
         bool share = false; // decoded here: worth a shared thumbnail
+        bool keep = false;  // read from a shared one: worth our own entry, which reads faster
     };
 
     static QString entryKey(const QString &path, int step);
@@ -131,7 +133,8 @@ private:
     void trimQueue();
     void startWaiting();
     void finished(const QString &key, Made made);
-    void share(const QString &path, const Stamp &stamp, const QImage &image, bool whole);
+    void writeLater(const QString &path, int step, const Stamp &stamp, const QImage &image, bool whole,
+                    const Made &made);
     void insert(const QString &key, const QImage &image, Stamp stamp, bool whole);
     void evict();
 
@@ -148,8 +151,9 @@ private:
     Ticket m_lastTicket = 0;
     int m_inFlight = 0;
     QThreadPool m_pool;
-    // Shared thumbnails are written after the image is handed over, on a
-    // thread of their own, and finished before the service goes.
+    // Shared thumbnails, and our entries for what they served, are written
+    // after the image is handed over, on a thread of their own, and finished
+    // before the service goes.
     QThreadPool m_shareWrites;
     std::atomic<int> m_sharesPending{0};
 };
