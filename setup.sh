@@ -36,7 +36,7 @@ TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream
   openbox tint2 x11-utils imagemagick
   flameshot gnome-screenshot kde-spectacle dconf-cli cmark xclip
   weston sway grim xwayland qt6-wayland x11-xserver-utils
-  at-spi2-core python3-pyatspi)
+  at-spi2-core python3-pyatspi python3-gi gir1.2-gnomedesktop-3.0)
 # Only for the Debian package: dpkg-shlibdeps computes its dependencies,
 # dpkg-buildflags the hardening flags; lintian checks the result.
 PACKAGE_PACKAGES=(dpkg-dev file lintian)

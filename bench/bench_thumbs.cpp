@@ -2,11 +2,13 @@
 // become 768 px thumbnails, single-threaded and on the pool, against
 // `vipsthumbnail -s 768` over the same files in the same go; peak resident
 // memory; the time to fill a first screen of 24 cells from a cold and a warm
-// disk cache; and the memory a 400-image folder's thumbnails take.
+// disk cache; the same first screen from the desktop's shared thumbnails;
+// and the memory a 400-image folder's thumbnails take.
 //
 //   bench_thumbs DATA_DIR [png|jpeg]   (images are generated into DATA_DIR
 //   once; naming a kind times only that kind's rates, for quick comparisons)
 
+#include "meta/sharedthumbs.h"
 #include "meta/thumbdiskcache.h"
 #include "meta/thumbs.h"
 
@@ -273,6 +275,42 @@ int main(int argc, char **argv)
         const Result warm = runPool(thumbs, screen);
         std::printf("first screen of 24 cells, warm disk cache (new process state, round %d): %.0f ms\n", round + 1,
                     warm.seconds * 1000);
+    }
+
+    // The same cold first screen three ways, at the steps whose shared level
+    // we write (large and x-large): decoding (which also writes both caches),
+    // reading the desktop's shared thumbnails, reading our own cache.
+    std::printf("\n");
+    for (const int step : {256, 512}) {
+        const QString dir = scratch.path() + QStringLiteral("/share-%1").arg(step);
+        const auto shared = std::make_shared<SharedThumbs>(dir + QStringLiteral("/thumbnails"));
+        const QString ours = dir + QStringLiteral("/ours");
+        const auto run = [&](const QString &disk, const std::shared_ptr<SharedThumbs> &share) {
+            Thumbs thumbs(std::make_shared<ThumbDiskCache>(disk), share);
+            return runPool(thumbs, screen, step).seconds * 1000;
+        };
+        const double bare = [&] {
+            Thumbs thumbs(nullptr);
+            return runPool(thumbs, screen, step).seconds * 1000;
+        }();
+        const double oursOnly = run(dir + QStringLiteral("/ours-only"), nullptr);
+        const double decode = run(ours, shared);
+        double sharedBest = 1e9, oursBest = 1e9, sharedSum = 0, oursSum = 0;
+        for (int round = 0; round < 5; ++round) {
+            // An empty cache of our own each time, so the shared thumbnails serve.
+            const double s = run(dir + QStringLiteral("/empty-%1").arg(round), shared);
+            const double o = run(ours, shared);
+            sharedBest = std::min(sharedBest, s);
+            oursBest = std::min(oursBest, o);
+            sharedSum += s;
+            oursSum += o;
+        }
+        std::printf("first screen of 24 cells at %d px, cold: decode %.0f ms (%.0f ms writing neither cache, %.0f ms "
+                    "ours only); "
+                    "shared thumbnails %.1f ms (best; mean %.1f) = %.1f× faster; our cache %.1f ms (best; mean %.1f) "
+                    "= %.1f× faster\n",
+                    step, decode, bare, oursOnly, sharedBest, sharedSum / 5, decode / sharedBest, oursBest, oursSum / 5,
+                    decode / oursBest);
     }
 
     // What a folder of 400 costs in memory, with and without the byte budget.

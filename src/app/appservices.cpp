@@ -17,7 +17,8 @@ AppServices::AppServices(Prefs &prefs, CaptureLocation &capture, const QString &
                                             [languages = recognitionLanguages(prefs.text(PrefKey::ocrLanguages))] {
                                                 return makeTesseractRecognizer(languages);
                                             })),
-      thumbs(std::make_unique<Thumbs>(std::make_shared<ThumbDiskCache>(thumbCacheDir))),
+      thumbs(std::make_unique<Thumbs>(std::make_shared<ThumbDiskCache>(thumbCacheDir),
+                                      std::make_shared<SharedThumbs>(SharedThumbs::defaultRoot()))),
       trash(std::make_unique<FreedesktopTrash>()), tidy(std::make_unique<AutoTidy>(prefs, meta.get(), *trash)),
       launcher(makeAppLauncher()), fileManager(makeFileManager())
 {}

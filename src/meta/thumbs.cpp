@@ -63,16 +63,20 @@ QImage onOwnPages(const QImage &image)
 
 } // namespace
 
-Thumbs::Thumbs(std::shared_ptr<ThumbDiskCache> disk, QObject *parent) : QObject(parent), m_disk(std::move(disk))
+Thumbs::Thumbs(std::shared_ptr<ThumbDiskCache> disk, std::shared_ptr<SharedThumbs> shared, QObject *parent)
+    : QObject(parent), m_disk(std::move(disk)), m_shared(std::move(shared))
 {
     m_pool.setObjectName(QStringLiteral("brindlewick.thumbs"));
     m_pool.setMaxThreadCount(std::max(2, QThread::idealThreadCount()));
+    m_shareWrites.setObjectName(QStringLiteral("brindlewick.sharedthumbs"));
+    m_shareWrites.setMaxThreadCount(1);
 }
 
 Thumbs::~Thumbs()
 {
     m_pool.clear();
     m_pool.waitForDone();
+    m_shareWrites.waitForDone();
 }
 
 int Thumbs::stepFor(qreal logicalSize, qreal dpr)
@@ -238,15 +242,16 @@ void Thumbs::startWaiting()
         ++m_inFlight;
         Async::run(
             m_pool, this,
-            [disk = m_disk, file = job.file, step = job.step] {
+            [disk = m_disk, shared = m_shared, file = job.file, step = job.step] {
                 standBack(Background::userInitiated);
-                return make(disk, file, step);
+                return make(disk, shared, file, step);
             },
             [this, key](Made made) { finished(key, std::move(made)); });
     }
 }
 
-Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUrl &file, int step)
+Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const std::shared_ptr<SharedThumbs> &shared,
+                          const QUrl &file, int step)
 {
     Made made;
     const QString path = LocalPaths::localPath(file);
@@ -260,14 +265,32 @@ Thumbs::Made Thumbs::make(const std::shared_ptr<ThumbDiskCache> &disk, const QUr
             return made;
         }
     }
+    // A file manager's thumbnail costs a small PNG's decode instead of the
+    // screenshot's; a file nobody could decode is not tried again until it changes.
+    const bool sharing = shared && shared->covers(path);
+    if (sharing) {
+        if (auto image = shared->read(path, step, *stamp)) {
+            made.image = onOwnPages(*image);
+            made.stamp = stamp;
+            made.keep = disk != nullptr;
+            return made;
+        }
+        if (shared->failed(path, *stamp))
+            return made;
+    }
     made.image = makeThumbnail(file, step);
     if (made.image)
         made.image = onOwnPages(*made.image);
     // A file that changed while we decoded it is not recorded as unchanged.
-    if (made.image && ThumbDiskCache::stampOf(path) == stamp) {
+    if (ThumbDiskCache::stampOf(path) != stamp)
+        return made;
+    if (made.image) {
         made.stamp = stamp;
         if (disk)
             disk->write(path, step, *stamp, *made.image);
+        made.share = sharing;
+    } else if (sharing) {
+        shared->writeFailure(path, *stamp);
     }
     return made;
 }
@@ -292,13 +315,37 @@ void Thumbs::finished(const QString &key, Made made)
     QImage image = made.image ? std::move(*made.image) : QImage();
     if (!image.isNull() && !job.waiters.isEmpty())
         image.setDevicePixelRatio(job.waiters.first().dpr); // stored as most will want it
+    const bool whole = std::max(image.width(), image.height()) < job.step;
     if (!image.isNull() && made.stamp)
-        insert(key, image, *made.stamp, std::max(image.width(), image.height()) < job.step);
+        insert(key, image, *made.stamp, whole);
+    if (!image.isNull() && made.stamp && (made.share || made.keep))
+        writeLater(LocalPaths::localPath(job.file), job.step, *made.stamp, image, whole, made);
     for (const Waiter &waiter : job.waiters) {
         if (waiter.alive)
             waiter.completion(withRatio(image, waiter.dpr));
     }
     startWaiting();
+}
+
+void Thumbs::writeLater(const QString &path, int step, const Stamp &stamp, const QImage &image, bool whole,
+                        const Made &made)
+{
+    // Encoding a PNG takes a fifth of a decode's time: the cells are served
+    // first. Past two screens' worth waiting, a thumbnail goes unwritten
+    // rather than hold up quitting.
+    constexpr int maxPending = 48;
+    if (m_sharesPending >= maxPending)
+        return;
+    ++m_sharesPending;
+    m_shareWrites.start([this, disk = made.keep ? m_disk : nullptr, shared = made.share ? m_shared : nullptr, path,
+                         step, stamp, image, whole] {
+        standBack(Background::utility);
+        if (disk)
+            disk->write(path, step, stamp, image);
+        if (shared)
+            shared->write(path, stamp, image, whole);
+        --m_sharesPending;
+    });
 }
 
 void Thumbs::insert(const QString &key, const QImage &image, Stamp stamp, bool whole)

@@ -9,11 +9,13 @@
 #include <QUrl>
 
 #include <array>
+#include <atomic>
 #include <functional>
 #include <list>
 #include <memory>
 #include <optional>
 
+#include "meta/sharedthumbs.h"
 #include "meta/thumbdiskcache.h"
 
 // Small images of screenshot files for the grid cells, their drag images and
@@ -44,6 +46,9 @@
 // An image in memory or on disk counts only while the file's modification
 // time and size are what they were when it was made, so an edited file is
 // made again. In memory at most `countLimit` images and a byte budget.
+// Behind memory come our disk cache, then the desktop's shared thumbnails,
+// then decoding; what is decoded goes to both caches, what a shared one served
+// to ours (it reads twice as fast).
 class Thumbs : public QObject
 {
     Q_OBJECT
@@ -61,8 +66,9 @@ public:
     // few milliseconds. At 1x the same budget keeps about 350.
     static constexpr qint64 defaultByteBudget = 128LL * 1024 * 1024;
 
-    // `disk` may be null: no disk cache.
-    explicit Thumbs(std::shared_ptr<ThumbDiskCache> disk, QObject *parent = nullptr);
+    // `disk` and `shared` may be null: no such cache.
+    explicit Thumbs(std::shared_ptr<ThumbDiskCache> disk, std::shared_ptr<SharedThumbs> shared = {},
+                    QObject *parent = nullptr);
     ~Thumbs() override;
 
     // The step that serves `logicalSize` at `dpr` (the largest step beyond).
@@ -114,20 +120,26 @@ private:
     {
         std::optional<QImage> image;
         std::optional<Stamp> stamp;
+        bool share = false; // decoded here: worth a shared thumbnail
+        bool keep = false;  // read from a shared one: worth our own entry, which reads faster
     };
 
     static QString entryKey(const QString &path, int step);
-    static Made make(const std::shared_ptr<ThumbDiskCache> &disk, const QUrl &file, int step);
+    static Made make(const std::shared_ptr<ThumbDiskCache> &disk, const std::shared_ptr<SharedThumbs> &shared,
+                     const QUrl &file, int step);
     const Entry *lookup(const QString &path, int step, const Stamp &stamp) const;
     void watch(QObject *context);
     void forget(const Job &job);
     void trimQueue();
     void startWaiting();
     void finished(const QString &key, Made made);
+    void writeLater(const QString &path, int step, const Stamp &stamp, const QImage &image, bool whole,
+                    const Made &made);
     void insert(const QString &key, const QImage &image, Stamp stamp, bool whole);
     void evict();
 
     std::shared_ptr<ThumbDiskCache> m_disk;
+    std::shared_ptr<SharedThumbs> m_shared;
     QHash<QString, Entry> m_entries;       // by path and step
     mutable std::list<QString> m_useOrder; // least recently used first
     qint64 m_bytes = 0;
@@ -139,4 +151,9 @@ private:
     Ticket m_lastTicket = 0;
     int m_inFlight = 0;
     QThreadPool m_pool;
+    // Shared thumbnails, and our entries for what they served, are written
+    // after the image is handed over, on a thread of their own, and finished
+    // before the service goes.
+    QThreadPool m_shareWrites;
+    std::atomic<int> m_sharesPending{0};
 };
