@@ -66,12 +66,9 @@ void FileCommand::trigger()
 
 QAction *FileCommand::entryFor(const QList<QUrl> &files, QObject *parent)
 {
+    // A right-click menu shows no keys: its entries act on the files clicked,
+    // which need not be what the keys act on.
     auto *entry = new QAction(m_action->icon(), m_title(files.size()), parent);
-    if (!m_action->shortcut().isEmpty()) {
-        entry->setShortcut(m_action->shortcut());
-        entry->setShortcutContext(Qt::WidgetShortcut);
-        entry->setShortcutVisibleInContextMenu(true);
-    }
     QPointer<FileCommand> self = this;
     connect(entry, &QAction::triggered, entry, [self, files] {
         if (self)
