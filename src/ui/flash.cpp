@@ -15,7 +15,7 @@
 #include <QEasingCurve>
 #include <QEnterEvent>
 #include <QFileInfo>
-#include <QFontMetrics>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QHelpEvent>
 #include <QMenu>
@@ -294,8 +294,9 @@ void FlashPanel::paintEvent(QPaintEvent *)
     const int labelTop = height() - labelBottom - labelHeight;
     const int inner = width() - 2 * padding;
     const QFont hintFont = labelFont(font(), QFont::Medium);
-    const QFontMetrics hintMetrics(hintFont);
-    const int hintW = std::min(hintMetrics.horizontalAdvance(hintText()), inner / 2);
+    // Measured in fractions: a rounded width can be a hair short and elide it.
+    const QFontMetricsF hintMetrics(hintFont, this);
+    const int hintW = std::min(int(std::ceil(hintMetrics.horizontalAdvance(hintText()))), inner / 2);
     painter.setFont(labelFont(font(), QFont::Normal));
     painter.setPen(nameColour());
     const QRect nameRect(padding, labelTop, std::max(inner - hintW - labelGap, 0), labelHeight);
