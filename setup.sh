@@ -31,12 +31,15 @@ PACKAGES=(
 # clipboard client to read what the program copies. Two Wayland compositors
 # run headless (weston, sway) with XWayland, their screen capture (grim;
 # weston brings its own), Qt's Wayland platform and xhost to let the tests
-# into the XWayland of sway's user.
+# into the XWayland of sway's user. Python makes the pseudo catalogue
+# (tools/pseudo-translate); a Japanese font draws the windows in Japanese
+# on a bare X server (tools/snapshots-i18n).
 TEST_PACKAGES=(xvfb xauth xdotool dbus-x11 desktop-file-utils appstream
   openbox tint2 x11-utils imagemagick
   flameshot gnome-screenshot kde-spectacle dconf-cli cmark xclip
   weston sway grim xwayland qt6-wayland x11-xserver-utils
-  at-spi2-core python3-pyatspi python3-gi gir1.2-gnomedesktop-3.0)
+  at-spi2-core python3-pyatspi python3-gi gir1.2-gnomedesktop-3.0
+  python3 fonts-ipafont-gothic)
 # Only for the Debian package: dpkg-shlibdeps computes its dependencies,
 # dpkg-buildflags the hardening flags; lintian checks the result.
 PACKAGE_PACKAGES=(dpkg-dev file lintian)

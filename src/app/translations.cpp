@@ -8,6 +8,16 @@ namespace Translations {
 
 bool install(QCoreApplication &app, const QLocale &locale)
 {
+    // A developer's run in the pseudo catalogue (accented, longer texts):
+    // never picked by a language name, so no desktop can ask for it.
+    if (qEnvironmentVariableIntValue("BRINDLEWICK_PSEUDO_LOCALE") == 1) {
+        auto *pseudo = new QTranslator(&app);
+        if (pseudo->load(QStringLiteral(":/brindlewick/pseudo/brindlewick_pseudo.qm"))) {
+            QCoreApplication::installTranslator(pseudo);
+            return true;
+        }
+        delete pseudo;
+    }
     // The UI languages in the person's order (LANGUAGE first, then
     // LC_MESSAGES/LANG); English is built in, so one before any catalogue
     // of ours wins. load() also tries the shorter name: de_AT, then de.

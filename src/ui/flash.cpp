@@ -15,6 +15,7 @@
 #include <QEasingCurve>
 #include <QEnterEvent>
 #include <QFileInfo>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QHelpEvent>
 #include <QMenu>
@@ -42,8 +43,7 @@ constexpr int footer = 32;  // below it: the name and the hint
 constexpr int edgeGap = 20; // from the screen's right and bottom edges
 constexpr int labelHeight = 18;
 constexpr int labelBottom = 4;
-constexpr int hintWidth = 66;
-constexpr int nameReserve = 70; // of the image width, left to the hint
+constexpr int labelGap = 8; // between the name and the hint
 constexpr double cardRadius = 14;
 constexpr double imageRadius = 8;
 // It slides this far beyond its own width, off the screen's edge.
@@ -289,17 +289,24 @@ void FlashPanel::paintEvent(QPaintEvent *)
         painter.restore();
     }
 
+    // The hint takes what its words need, up to half the width (a longer
+    // language elides it); the name, elided in the middle, the rest.
     const int labelTop = height() - labelBottom - labelHeight;
+    const int inner = width() - 2 * padding;
+    const QFont hintFont = labelFont(font(), QFont::Medium);
+    // Measured in fractions: a rounded width can be a hair short and elide it.
+    const QFontMetricsF hintMetrics(hintFont, this);
+    const int hintW = std::min(int(std::ceil(hintMetrics.horizontalAdvance(hintText()))), inner / 2);
     painter.setFont(labelFont(font(), QFont::Normal));
     painter.setPen(nameColour());
-    const QRect nameRect(padding, labelTop, std::max(m_layout.image.width() - nameReserve, 0), labelHeight);
+    const QRect nameRect(padding, labelTop, std::max(inner - hintW - labelGap, 0), labelHeight);
     const QString name = QFileInfo(m_url.toLocalFile()).fileName();
     painter.drawText(nameRect, Qt::AlignLeft | Qt::AlignVCenter,
                      painter.fontMetrics().elidedText(name, Qt::ElideMiddle, nameRect.width()));
-    painter.setFont(labelFont(font(), QFont::Medium));
+    painter.setFont(hintFont);
     painter.setPen(hintColour());
-    painter.drawText(QRect(width() - padding - hintWidth, labelTop, hintWidth, labelHeight),
-                     Qt::AlignRight | Qt::AlignVCenter, hintText());
+    painter.drawText(QRect(width() - padding - hintW, labelTop, hintW, labelHeight), Qt::AlignRight | Qt::AlignVCenter,
+                     hintMetrics.elidedText(hintText(), Qt::ElideRight, hintW));
 }
 
 void FlashPanel::mousePressEvent(QMouseEvent *event)

@@ -51,6 +51,7 @@ ShelfToolbar::ShelfToolbar(Shelf *shelf, FileCommands &commands, QWidget *parent
     m_search->setClearButtonEnabled(true);
     m_search->setAccessibleName(tr("Search"));
     m_search->setAccessibleDescription(m_search->placeholderText());
+    m_search->setToolTip(m_search->placeholderText()); // where a narrow window cuts the hint
     m_search->addAction(icon({QStringLiteral("edit-find")}, QStringLiteral("search")), QLineEdit::LeadingPosition);
     m_search->setMinimumWidth(120);
     m_search->setMaximumWidth(searchWidth);
