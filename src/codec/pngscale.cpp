@@ -1,6 +1,7 @@
 #include "codec/pngscale.h"
 
 #include "codec/decodelimits.h"
+#include "codec/pagedimage.h"
 #include "codec/pngsource.h"
 
 #if defined(__SSE2__)
@@ -168,7 +169,7 @@ Result decode(PngSource &source, QSize target)
     }
 
     Result result;
-    result.image = QImage(target, C == 4 ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    result.image = PagedImage::create(target, C == 4 ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
     if (result.image.isNull()) {
         result.outcome = Outcome::Failed;
         return result;
@@ -250,7 +251,7 @@ Result decodeOpaque(PngSource &source, QSize target)
     }
 
     Result result;
-    result.image = QImage(target, QImage::Format_RGB32);
+    result.image = PagedImage::create(target, QImage::Format_RGB32);
     if (result.image.isNull()) {
         result.outcome = Outcome::Failed;
         return result;

@@ -136,7 +136,8 @@ private:
     void writeLater(const QString &path, int step, const Stamp &stamp, const QImage &image, bool whole,
                     const Made &made);
     void insert(const QString &key, const QImage &image, Stamp stamp, bool whole);
-    void evict();
+    // Down to the limits, leaving room for `coming` bytes more in one entry.
+    void evict(qint64 coming = 0);
 
     std::shared_ptr<ThumbDiskCache> m_disk;
     std::shared_ptr<SharedThumbs> m_shared;
