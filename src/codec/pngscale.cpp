@@ -1,7 +1,12 @@
 #include "codec/pngscale.h"
 
 #include "codec/decodelimits.h"
+#include "codec/pagedimage.h"
 #include "codec/pngsource.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include <algorithm>
 #include <cstring>
@@ -164,7 +169,7 @@ Result decode(PngSource &source, QSize target)
     }
 
     Result result;
-    result.image = QImage(target, C == 4 ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    result.image = PagedImage::create(target, C == 4 ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
     if (result.image.isNull()) {
         result.outcome = Outcome::Failed;
         return result;
@@ -224,6 +229,105 @@ Result decode(PngSource &source, QSize target)
     return result;
 }
 
+#if defined(__SSE2__)
+// decode<3, uint32_t, float> with a pixel's channels in the lanes of one
+// register, in the same integer and float steps, so the result is the same
+// to the bit: a screenshot's rows are folded in well under half the time.
+// The row sums go straight into the target rows, four lanes a pixel (the
+// fourth unused). A cover is at most 251 pixels, so its whole pixels sum in
+// 16-bit lanes.
+Result decodeOpaque(PngSource &source, QSize target)
+{
+    const uint32_t srcW = source.width(), srcH = source.height();
+    const auto dstW = uint32_t(target.width()), dstH = uint32_t(target.height());
+    const std::vector<Cover> columns = coversFor(srcW, dstW);
+    Spans rows(srcH, dstH);
+    std::vector<float> columnScale(dstW);
+    for (uint32_t d = 0; d < dstW; ++d) {
+        const Cover &c = columns[d];
+        const uint32_t weight =
+            c.end - c.begin == 1 ? c.firstWeight : c.firstWeight + c.lastWeight + 256 * (c.end - c.begin - 2);
+        columnScale[d] = 1.0f / float(weight);
+    }
+
+    Result result;
+    result.image = PagedImage::create(target, QImage::Format_RGB32);
+    if (result.image.isNull()) {
+        result.outcome = Outcome::Failed;
+        return result;
+    }
+    std::vector<float> current(size_t(dstW) * 4, 0), next(size_t(dstW) * 4, 0);
+    float currentWeight = 0, nextWeight = 0;
+    uint32_t currentRow = 0;
+    const __m128i zero = _mm_setzero_si128();
+    // A pixel's three bytes in 16-bit lanes (and the next pixel's first byte).
+    const auto load = [zero](const uint8_t *p) {
+        int32_t v;
+        std::memcpy(&v, p, 4);
+        return _mm_unpacklo_epi8(_mm_cvtsi32_si128(v), zero);
+    };
+
+    const auto finishRow = [&](uint32_t y) {
+        auto *out = reinterpret_cast<QRgb *>(result.image.scanLine(int(y)));
+        const float rowScale = currentWeight > 0 ? 1 / currentWeight : 0;
+        const __m128 half = _mm_set1_ps(0.5f), top = _mm_set1_ps(255.0f), none = _mm_setzero_ps();
+        for (uint32_t x = 0; x < dstW; ++x) {
+            const __m128 v =
+                _mm_mul_ps(_mm_loadu_ps(current.data() + size_t(x) * 4), _mm_set1_ps(columnScale[x] * rowScale));
+            const __m128i bytes = _mm_cvttps_epi32(_mm_min_ps(_mm_max_ps(_mm_add_ps(v, half), none), top));
+            // r g b in lanes 0 1 2 become b g r of a QRgb.
+            const __m128i bgr = _mm_shufflelo_epi16(_mm_packs_epi32(bytes, bytes), _MM_SHUFFLE(3, 0, 1, 2));
+            out[x] = (uint32_t(_mm_cvtsi128_si32(_mm_packus_epi16(bgr, bgr))) & 0xffffffu) | 0xff000000u;
+        }
+    };
+
+    for (uint32_t y = 0; y < srcH; ++y) {
+        const uint8_t *row = source.row(y);
+        if (!row) {
+            result.outcome = Outcome::Failed;
+            result.image = QImage();
+            return result;
+        }
+        const Span span = rows.next();
+        if (span.to != currentRow) {
+            finishRow(currentRow);
+            current.swap(next);
+            std::fill(next.begin(), next.end(), 0.0f);
+            currentWeight = nextWeight;
+            nextWeight = 0;
+            currentRow = span.to;
+        }
+        const float a = float(span.weight) / 256, b = 1 - a;
+        const __m128 wa = _mm_set1_ps(a), wb = _mm_set1_ps(b);
+        float *into = current.data(), *spill = next.data();
+        for (const Cover &c : columns) {
+            const uint8_t *p = row + size_t(c.begin) * 3;
+            const uint8_t *last = row + size_t(c.end - 1) * 3;
+            __m128i whole = zero;
+            for (const uint8_t *q = p + 3; q < last; q += 3)
+                whole = _mm_add_epi16(whole, load(q));
+            __m128i sum =
+                _mm_add_epi32(_mm_unpacklo_epi16(_mm_mullo_epi16(load(p), _mm_set1_epi16(short(c.firstWeight))), zero),
+                              _mm_slli_epi32(_mm_unpacklo_epi16(whole, zero), 8));
+            if (last > p)
+                sum = _mm_add_epi32(
+                    sum, _mm_unpacklo_epi16(_mm_mullo_epi16(load(last), _mm_set1_epi16(short(c.lastWeight))), zero));
+            const __m128 folded = _mm_cvtepi32_ps(sum);
+            _mm_storeu_ps(into, _mm_add_ps(_mm_loadu_ps(into), _mm_mul_ps(folded, wa)));
+            if (span.weight < 256)
+                _mm_storeu_ps(spill, _mm_add_ps(_mm_loadu_ps(spill), _mm_mul_ps(folded, wb)));
+            into += 4;
+            spill += 4;
+        }
+        currentWeight += a;
+        nextWeight += b;
+    }
+    finishRow(currentRow);
+    result.outcome = Outcome::Done;
+    return result;
+}
+#endif
+
 template <int C>
 Result decodeWith(PngSource &source, QSize target)
 {
@@ -231,6 +335,12 @@ Result decodeWith(PngSource &source, QSize target)
     // enough of.
     const bool wide =
         source.width() / uint32_t(target.width()) > 250 || source.height() / uint32_t(target.height()) > 250;
+#if defined(__SSE2__)
+    if constexpr (C == 3) {
+        if (!wide)
+            return decodeOpaque(source, target);
+    }
+#endif
     return wide ? decode<C, uint64_t, double>(source, target) : decode<C, uint32_t, float>(source, target);
 }
 

@@ -90,14 +90,14 @@ PngRows::Status PngSource::openGeneral()
                    m_header.height);
             return failed;
         }
-        m_buffer.resize(rowBytes * m_header.height);
-        return spng_decode_image(context, m_buffer.data(), m_buffer.size(), format, SPNG_DECODE_TRNS) == 0
+        m_buffer.resize(rowBytes * m_header.height + rowPadding);
+        return spng_decode_image(context, m_buffer.data(), rowBytes * m_header.height, format, SPNG_DECODE_TRNS) == 0
                    ? PngRows::Status::Ready
                    : failed;
     }
     if (spng_decode_image(context, nullptr, 0, format, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE) != 0)
         return failed;
-    m_buffer.resize(rowBytes);
+    m_buffer.resize(rowBytes + rowPadding);
     return PngRows::Status::Ready;
 }
 
@@ -110,7 +110,7 @@ const uint8_t *PngSource::row(uint32_t y)
     const size_t rowBytes = size_t(m_header.width) * size_t(m_channels);
     if (m_whole)
         return m_buffer.data() + rowBytes * y;
-    const int status = spng_decode_row(m_context.get(), m_buffer.data(), m_buffer.size());
+    const int status = spng_decode_row(m_context.get(), m_buffer.data(), rowBytes);
     // The last row's call reports the end of the image.
     return status == 0 || (status == SPNG_EOI && y + 1 == m_header.height) ? m_buffer.data() : nullptr;
 }

@@ -36,7 +36,9 @@ public:
     int channels() const { return m_channels; } // 3, or 4 with alpha
 
     // Row `y`, asked for in order from 0; null once the file turns out damaged.
+    // It may be read a few bytes past its end (a 3-byte pixel loaded as 4).
     const uint8_t *row(uint32_t y);
+    static constexpr size_t rowPadding = 4;
 
     // The most the rows of a file `width` wide hold while it is read.
     static qint64 rowBytesFor(uint32_t width);

@@ -61,10 +61,12 @@ public:
     static constexpr int countLimit = 400;
     static constexpr int queueLimit = 2 * countLimit;
     // A 768 px thumbnail of a 16:10 screenshot (a 300 pt cell on a 2x screen)
-    // is 1.5 MB of pixels; 128 MB keep about 85 of them, four screens of
-    // cells, and a cell scrolled further back comes from the disk cache in a
-    // few milliseconds. At 1x the same budget keeps about 350.
-    static constexpr qint64 defaultByteBudget = 128LL * 1024 * 1024;
+    // is 1.4 MiB of pixels; 120 MiB keep 85 of them, four screens of cells,
+    // and a cell scrolled further back comes from the disk cache in a few
+    // milliseconds. At 1x the same budget keeps about 340. (A flat budget
+    // stands in for the system's memory pressure; with two thumbnails being
+    // made and the program's own, a folder's first fill peaks near 155 MB.)
+    static constexpr qint64 defaultByteBudget = 120LL * 1024 * 1024;
 
     // `disk` and `shared` may be null: no such cache.
     explicit Thumbs(std::shared_ptr<ThumbDiskCache> disk, std::shared_ptr<SharedThumbs> shared = {},
@@ -136,7 +138,8 @@ private:
     void writeLater(const QString &path, int step, const Stamp &stamp, const QImage &image, bool whole,
                     const Made &made);
     void insert(const QString &key, const QImage &image, Stamp stamp, bool whole);
-    void evict();
+    // Down to the limits, leaving room for `coming` bytes more in one entry.
+    void evict(qint64 coming = 0);
 
     std::shared_ptr<ThumbDiskCache> m_disk;
     std::shared_ptr<SharedThumbs> m_shared;
