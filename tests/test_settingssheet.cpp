@@ -156,6 +156,9 @@ private Q_SLOTS:
         QTRY_VERIFY(!rig.indexer.running());
         QVERIFY(!start->isEnabled());
         QVERIFY(!start->text().contains(QRegularExpression(QStringLiteral("\\d"))));
+        // A record changed outside a run shows too (a turn later).
+        rig.meta.update(rig.url(QStringLiteral("a.png")), [](FileMeta &m) { m.text.reset(); });
+        QTRY_VERIFY(start->isEnabled() && start->text().contains(QLatin1String(" 1 ")));
     }
 
     // Cancel in the clean-up question renames nothing and reports nothing;

@@ -225,6 +225,10 @@ void AppDelegate::buildWindow()
     cardParts.contextMenu = [this](const QList<QUrl> &files, const QPoint &at) { return popupFileMenu(files, at); };
     m_flash = std::make_unique<Flash>(std::move(cardParts));
     connect(m_flash.get(), &Flash::shown, this, [this](FlashPanel *card) { m_hooks->afterFlashShown(card); });
+    connect(m_flash.get(), &Flash::currentChanged, this, [this] {
+        if (FlashPanel *card = m_flash->current(); card && card->state() == FlashPanel::State::created)
+            m_hooks->afterFlashMade(card);
+    });
     connect(m_flash.get(), &Flash::gone, this,
             [this](const QUrl &url, qint64 msOnScreen) { m_hooks->afterFlashGone(url, msOnScreen); });
     m_mainMenu->attachTo(m_window.get());

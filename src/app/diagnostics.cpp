@@ -25,6 +25,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
+#include <utility>
 
 namespace {
 
@@ -100,6 +102,36 @@ QString placeText(const QRect &r)
     return QStringLiteral("%1,%2 %3x%4").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
 }
 
+// CLOCK_MONOTONIC in milliseconds: a harness compares it with its own
+// monotonic clock (Python's time.monotonic) to time what it did against what
+// the program saw.
+QString monotonicMs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return QString::number(double(now.tv_sec) * 1000.0 + double(now.tv_nsec) / 1e6, 'f', 3);
+}
+
+// Reports the first paint of a window as it begins, then lets go.
+class FirstPaintWatch : public QObject
+{
+public:
+    FirstPaintWatch(QObject *parent, std::function<void()> report) : QObject(parent), m_report(std::move(report)) {}
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint && m_report) {
+            std::exchange(m_report, nullptr)();
+            watched->removeEventFilter(this);
+            deleteLater();
+        }
+        return false;
+    }
+
+private:
+    std::function<void()> m_report;
+};
+
 // Writes where each entry of a menu lies on the screen when it opens.
 class MenuWatch : public QObject
 {
@@ -147,6 +179,11 @@ DiagnosticHooks::DiagnosticHooks(AppDelegate &delegate) : m_delegate(&delegate),
         m_scanned = true;
         announceReadyIfDue();
     });
+    if (hookSet("BRINDLEWICK_DEBUG")) {
+        QObject::connect(&delegate.shelf(), &Shelf::freshScreenshot, &delegate, [this](const QUrl &url) {
+            log(QStringLiteral("fresh %1 at %2").arg(url.fileName(), monotonicMs()));
+        });
+    }
 }
 
 DiagnosticHooks::~DiagnosticHooks() = default;
@@ -321,6 +358,17 @@ void DiagnosticHooks::afterFlashShown(QWidget *card)
     const QString path = qEnvironmentVariable("BRINDLEWICK_SNAPSHOT_FLASH");
     if (!path.isEmpty())
         snapshotWindow(card, path);
+}
+
+void DiagnosticHooks::afterFlashMade(QWidget *card)
+{
+    const auto *panel = qobject_cast<FlashPanel *>(card);
+    if (!panel || !hookSet("BRINDLEWICK_DEBUG"))
+        return;
+    const QString name = panel->url().fileName();
+    log(QStringLiteral("flash made %1 at %2").arg(name, monotonicMs()));
+    card->installEventFilter(new FirstPaintWatch(
+        card, [this, name] { log(QStringLiteral("flash painted %1 at %2").arg(name, monotonicMs())); }));
 }
 
 void DiagnosticHooks::afterFlashGone(const QUrl &url, qint64 msOnScreen)

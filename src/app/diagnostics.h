@@ -40,7 +40,10 @@ class Shelf;
 //
 // With any of them set, the corner card reports "flash shown <name> WxH"
 // once it has slid in and "flash gone <name> after <ms> ms" (counted from
-// when it began to slide in) when it has left, and
+// when it began to slide in) when it has left; with BRINDLEWICK_DEBUG also
+// "fresh <name> at <ms>" when the shelf finds a new screenshot, and
+// "flash made <name> at <ms>" and "flash painted <name> at <ms>" as its card
+// is made and first painted (CLOCK_MONOTONIC milliseconds); and
 // "[Brindlewick] ready" is written once launching has
 // finished and the first scan of the folder is in, so a harness can wait
 // for it instead of guessing.
@@ -69,6 +72,9 @@ public:
     void afterShow();
     void afterOpenSettings(QWidget *sheet);
     void afterFlashShown(QWidget *card);
+    // A card exists, its thumbnail made; with BRINDLEWICK_DEBUG, reports
+    // that and its first paint.
+    void afterFlashMade(QWidget *card);
     void afterFlashGone(const QUrl &url, qint64 msOnScreen);
 
     // Where the lines go (without the "[Brindlewick] " prefix); standard

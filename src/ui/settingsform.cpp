@@ -97,15 +97,18 @@ SettingsForm::SettingsForm(const SettingsParts &parts, QWidget *parent)
         layout->addWidget(section);
     layout->addStretch(1);
 
+    // A run or a tidy of thousands changes one record at a time: the row
+    // (a count over every item when no run is under way) follows once per
+    // event-loop turn. A run's start, size and end show at once.
     if (m_shelf) {
         connect(m_shelf, &Shelf::homeChanged, this, &SettingsForm::showHome);
-        connect(m_shelf, &Shelf::itemsChanged, this, &SettingsForm::showRecognition);
+        connect(m_shelf, &Shelf::itemsChanged, this, &SettingsForm::scheduleRecognition);
     }
     if (m_parts.meta)
-        connect(m_parts.meta, &MetaStore::byNameChanged, this, &SettingsForm::showRecognition);
+        connect(m_parts.meta, &MetaStore::byNameChanged, this, &SettingsForm::scheduleRecognition);
     if (m_indexer) {
         connect(m_indexer, &TextIndexer::runningChanged, this, &SettingsForm::showRecognition);
-        connect(m_indexer, &TextIndexer::doneChanged, this, &SettingsForm::showRecognition);
+        connect(m_indexer, &TextIndexer::doneChanged, this, &SettingsForm::scheduleRecognition);
         connect(m_indexer, &TextIndexer::totalChanged, this, &SettingsForm::showRecognition);
     }
     if (m_tidy) {
@@ -361,8 +364,22 @@ qsizetype SettingsForm::unindexedCount() const
     });
 }
 
+void SettingsForm::scheduleRecognition()
+{
+    if (std::exchange(m_recognitionDue, true))
+        return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (m_recognitionDue)
+                showRecognition();
+        },
+        Qt::QueuedConnection);
+}
+
 void SettingsForm::showRecognition()
 {
+    m_recognitionDue = false;
     const bool running = m_indexer && m_indexer->running();
     m_progress->setVisible(running);
     m_progressText->setVisible(running);

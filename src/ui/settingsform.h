@@ -68,6 +68,7 @@ private:
     void showHome();
     void showTidy();
     void showRecognition();
+    void scheduleRecognition(); // once, on the next event-loop turn
     void cleanUpNames();
     qsizetype unindexedCount() const;
 
@@ -76,6 +77,7 @@ private:
     QPointer<AutoTidy> m_tidy;
     QPointer<TextIndexer> m_indexer;
     bool m_rescanAfterTidy = false;
+    bool m_recognitionDue = false;
     std::optional<qint64> m_cleaned;
 
     ElidedLabel *m_homeName = nullptr;
