@@ -1,6 +1,5 @@
-// "Open With" as the desktop offers it: GIO reads desktop entries and the
-// default handlers written into a throwaway home, with the system's own
-// applications kept out.
+// "Open With" as the desktop offers it: GIO reads the desktop entries and
+// default handlers written into the throwaway home.
 
 #include "platform/applauncher.h"
 #include "support/files.h"
@@ -67,28 +66,16 @@ private Q_SLOTS:
     }
 };
 
-// GIO reads the XDG folders once, so they point into a temporary folder
-// before anything starts; the system's own applications stay out.
+// GIO reads the XDG folders once, so they are set before anything starts:
+// the throwaway home every test has, and system folders holding only the
+// system's file types, none of its applications.
 int main(int argc, char **argv)
 {
-    QTemporaryDir root;
-    if (!root.isValid())
-        return 1;
-    const QString home = root.path() + "/home";
-    const QList<QPair<const char *, QString>> folders = {
-        {"HOME", home},
-        {"XDG_CONFIG_HOME", home + "/.config"},
-        {"XDG_DATA_HOME", home + "/.local/share"},
-        {"XDG_CACHE_HOME", home + "/.cache"},
-        {"XDG_DATA_DIRS", root.path() + "/system/share"},
-        {"XDG_CONFIG_DIRS", root.path() + "/system/etc"},
-    };
-    for (const auto &[name, folder] : folders) {
-        QDir().mkpath(folder);
-        qputenv(name, QFile::encodeName(folder));
-    }
-    // The system's file types are wanted, its applications are not.
-    QFile::link("/usr/share/mime", root.path() + "/system/share/mime");
+    QTemporaryDir system;
+    QDir().mkpath(system.path() + "/share");
+    QFile::link("/usr/share/mime", system.path() + "/share/mime");
+    qputenv("XDG_DATA_DIRS", QFile::encodeName(system.path() + "/share"));
+    qputenv("XDG_CONFIG_DIRS", QFile::encodeName(system.path() + "/etc"));
     qputenv("XDG_CURRENT_DESKTOP", "Test");
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);

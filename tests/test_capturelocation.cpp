@@ -14,29 +14,28 @@ private Q_SLOTS:
     // GSettings in memory: the test never touches the session's settings.
     void initTestCase() { qputenv("GSETTINGS_BACKEND", "memory"); }
 
-    void applyRemembersTheFirstValueAndRestorePutsItBack()
+    // No setting is never taken for Home, even where the tool's default is
+    // Home's folder (the tool may ask, or move its default in its next
+    // version): it is remembered as none and ours is written. After a crash
+    // and a second launch, then a new Home, the first value survives.
+    // Quitting takes the setting away again; a second restore touches nothing.
+    void noSettingIsWrittenAndTakenAwayAgain()
     {
         HomeRig rig;
         auto &[box, prefs, tool, capture] = rig;
-        const QString home = box.path("Shots");
-        QDir().mkpath(home);
-
-        // The tool had no setting: remembered as "", then ours is written.
+        const QString home = tool.defaultFolder();
+        QCOMPARE(capture.systemFolder(), home);
         capture.apply(home);
         QCOMPARE(prefs.text(PrefKey::previousCaptureLocation, "unset"), QString());
         QCOMPARE(tool.readText(CaptureSettings::location), home);
 
-        // A crash and a second launch, then a new Home: the first value survives.
         CaptureLocation(prefs, &tool).apply(home);
         QCOMPARE(tool.reloads, 1);
         capture.apply(box.path("Other"));
         QCOMPARE(prefs.text(PrefKey::previousCaptureLocation, "unset"), QString());
 
-        // Quit: the setting goes away again and nothing stays remembered;
-        // a second restore touches nothing.
         capture.restore();
-        QCOMPARE(tool.readText(CaptureSettings::location), std::nullopt);
-        QVERIFY(!prefs.contains(PrefKey::previousCaptureLocation));
+        QVERIFY(tool.values.isEmpty() && !prefs.contains(PrefKey::previousCaptureLocation));
         tool.writeText(CaptureSettings::location, "/users/choice");
         capture.restore();
         QCOMPARE(tool.readText(CaptureSettings::location), "/users/choice");
@@ -44,7 +43,7 @@ private Q_SLOTS:
 
     // The user's own value comes back as they wrote it, even when they
     // changed the tool while we ran; the folder the tool already uses,
-    // however it is spelled, is not written.
+    // however it is spelled ("~", a final "/", a link), is not written.
     void userValueIsRestoredUnexpanded()
     {
         HomeRig rig;
@@ -60,28 +59,12 @@ private Q_SLOTS:
         tool.writeText(CaptureSettings::location, "/later/choice");
         capture.restore();
         QCOMPARE(tool.readText(CaptureSettings::location), "~/Pictures/Shots");
-    }
 
-    // A setting naming Home through a link is the same folder: nothing to
-    // write. No setting at all is never taken for Home, even where the
-    // tool's default is Home's folder: the tool may ask, or move its
-    // default in its next version.
-    void onlyASettingCountsAsHome()
-    {
-        HomeRig rig;
-        const QString home = rig.box.home() + "/Desktop";
-        const QString link = rig.box.path("desk-link");
-        QVERIFY(QFile::link(home, link));
-        rig.tool.writeText(CaptureSettings::location, link);
-        rig.capture.apply(home);
-        QVERIFY(rig.tool.reloads == 0);
-
-        HomeRig fresh;
-        QCOMPARE(fresh.capture.systemFolder(), fresh.tool.defaultFolder());
-        fresh.capture.apply(fresh.capture.systemFolder());
-        QCOMPARE(fresh.tool.readText(CaptureSettings::location), fresh.box.home() + "/Desktop");
-        fresh.capture.restore();
-        QVERIFY(fresh.tool.values.isEmpty());
+        QVERIFY(QFile::link(box.home() + "/Desktop", box.path("desk-link")));
+        tool.writeText(CaptureSettings::location, box.path("desk-link"));
+        const int reloads = tool.reloads;
+        capture.apply(box.home() + "/Desktop");
+        QCOMPARE(tool.reloads, reloads);
     }
 
     // Whatever Flameshot's file held (escapes of any Qt version, quotes,
@@ -126,7 +109,10 @@ private Q_SLOTS:
         }
     }
 
-    void spectacleUsesFileUrlsAndGetsItsExactFileBack()
+    // Spectacle keeps file URLs and gets its exact file back. Up to 23.04 it
+    // reads [Save], later ones [ImageSave]; which one is installed its
+    // release list says.
+    void spectacleGetsItsExactFileBackInTheGroupsItReads()
     {
         HomeRig rig;
         const QString rc = rig.box.path("spectaclerc");
@@ -145,14 +131,8 @@ private Q_SLOTS:
         capture.restore();
         QCOMPARE(readAll(rc), original);
         // Spectacle rewriting its whole file after a capture is test_e2e_tools', with the real tool.
-    }
 
-    // Spectacle up to 23.04 reads [Save], later ones [ImageSave]; which one is
-    // installed its release list says.
-    void spectacleReadsTheKeyOfItsVersion()
-    {
-        Sandbox box;
-        const QString metainfo = box.path("spectacle.appdata.xml");
+        const QString metainfo = rig.box.path("spectacle.appdata.xml");
         const auto readsImageSave = [&metainfo](const QByteArray &releases) {
             Sandbox::writeFile(metainfo, "<component>\n  <releases>\n" + releases + "  </releases>\n</component>\n");
             return spectacleReadsImageSave(metainfo);
@@ -160,9 +140,8 @@ private Q_SLOTS:
         QCOMPARE(readsImageSave("    <release version=\"23.04.3\"/>\n"), false);
         QCOMPARE(readsImageSave("    <release version=\"23.08.0\"/>\n"), true);
         QCOMPARE(readsImageSave("    <release version=\"6.3.1\"/>\n    <release version=\"24.12.0\"/>\n"), true);
-        QCOMPARE(spectacleReadsImageSave(box.path("missing.xml")), std::nullopt);
+        QCOMPARE(spectacleReadsImageSave(rig.box.path("missing.xml")), std::nullopt);
 
-        const QString rc = box.path("spectaclerc");
         Sandbox::writeFile(rc,
                            "[ImageSave]\nimageSaveLocation=file:///new\n\n[Save]\ndefaultSaveLocation=file:///old\n");
         QCOMPARE(makeSpectacleSettings(rc, false)->readText(CaptureSettings::location), "/old");
