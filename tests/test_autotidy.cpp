@@ -105,9 +105,8 @@ private Q_SLOTS:
     void listingComesBackLaterAndStaleHomesAreDropped()
     {
         add("old.png", 40);
+        add("../other/elsewhere.png", 100);
         const QString other = rig->box.path("other");
-        Sandbox::writeFile(other + "/elsewhere.png");
-        TestFiles::setMtimeMs(other + "/elsewhere.png", kNow.toMSecsSinceEpoch() - 100LL * 86400 * 1000);
         auto tidy = makeTidy();
         QVERIFY(settled(*tidy, [&] {
             tidy->refresh(homeUrl());

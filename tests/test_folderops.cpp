@@ -87,9 +87,12 @@ private Q_SLOTS:
         QCOMPARE(folderNames(rig.box.path("Trash/files")), QStringList({"B", "Renamed"}));
         QTRY_COMPARE_WITH_TIMEOUT(rig.shelf->subfolders().size(), 0, 10000);
 
-        // Dropped files: already there, nothing moves and the selection stays.
+        // Dropped files already there: nothing moves and the selection stays.
+        // (A move into a folder is test_foldercolumn's.) Dropped on the grid,
+        // they come Home.
         Sandbox::writeFile(rig.file("a.png"));
         Sandbox::writeFile(rig.file("Sub/b.png"));
+        Sandbox::writeFile(rig.file("Sub/c.png"));
         QVERIFY(rig.rescan());
         const QSet<QUrl> selection = {rig.url("a.png")};
         rig.shelf->setSelection(selection);
@@ -98,19 +101,14 @@ private Q_SLOTS:
         FolderOps::dropOnFolder(*rig.shelf, {rig.url("Sub/b.png")}, rig.url("Sub"), runner, count);
         QTRY_COMPARE_WITH_TIMEOUT(counts, QList<qint64>({0}), 10000);
         QCOMPARE(rig.shelf->selection(), selection);
-
-        FolderOps::dropOnFolder(*rig.shelf, {rig.url("a.png")}, rig.url("Sub"), runner, count);
-        QTRY_COMPARE_WITH_TIMEOUT(counts, QList<qint64>({0, 1}), 10000);
-        QVERIFY(rig.shelf->selection().isEmpty());
-        QTRY_VERIFY_WITH_TIMEOUT(rig.shelf->items().isEmpty(), 10000);
-        FolderOps::dropOnGrid(*rig.shelf, {rig.url("Sub/a.png")}, runner, count);
-        QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames(), QStringList({"a.png"}), 10000);
+        FolderOps::dropOnGrid(*rig.shelf, {rig.url("Sub/c.png")}, runner, count);
+        QTRY_COMPARE_WITH_TIMEOUT(rig.itemNames().size(), 2, 10000);
 
         // A shelf gone before the move lands is left alone.
         FolderOps::dropOnGrid(*rig.shelf, {rig.url("Sub/b.png")}, runner, count);
         rig.shelf.reset();
         QTRY_COMPARE_WITH_TIMEOUT(runner.pending(), 0, 10000);
-        QCOMPARE(counts.size(), 3);
+        QCOMPARE(counts.size(), 2);
     }
 };
 

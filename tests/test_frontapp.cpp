@@ -177,8 +177,6 @@ private Q_SLOTS:
         qputenv("WAYLAND_DISPLAY", "wayland-0");
         QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("xcb")), ShortcutRoute::portal);
         QVERIFY(!makeFrontApp()->frontmost());
-        qputenv("XDG_SESSION_TYPE", "tty"); // started from a console
-        QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("xcb")), ShortcutRoute::portal);
         qputenv("XDG_SESSION_TYPE", "x11");
         QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("xcb")), ShortcutRoute::keyGrab);
         QCOMPARE(shortcutRoute(sessionKind(), QStringLiteral("offscreen")), ShortcutRoute::none);

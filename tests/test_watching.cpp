@@ -165,32 +165,30 @@ private Q_SLOTS:
 
     void changingFoldersReportsNothingWhateverOrderScansFinishIn()
     {
+        // A's listing is held up until B's has been shown.
+        QSemaphore gate;
+        std::atomic_bool heldStarted = false, heldDone = false;
         ShelfRig rig;
         const QString a = rig.file("A"), b = rig.file("B");
         Sandbox::writeFile(a + "/fresh in A.png");
         Sandbox::writeFile(b + "/fresh in B.png");
         QVERIFY(rig.start());
-
-        // A's listing is held up until B's has been shown.
-        auto gate = std::make_shared<QSemaphore>();
-        auto heldStarted = std::make_shared<std::atomic_bool>(false);
-        auto heldDone = std::make_shared<std::atomic_bool>(false);
-        rig.shelf->setScanner([gate, heldStarted, heldDone, a](const QString &current, const QString &home) {
+        rig.shelf->setScanner([&, a](const QString &current, const QString &home) {
             if (current != a)
                 return Shelf::runScan(current, home);
-            *heldStarted = true;
-            gate->tryAcquire(1, 10000);
+            heldStarted = true;
+            gate.tryAcquire(1, 10000);
             Shelf::ScanResult result = Shelf::runScan(current, home);
-            *heldDone = true;
+            heldDone = true;
             return result;
         });
         QSignalSpy applied(rig.shelf.get(), &Shelf::scanApplied);
         rig.shelf->openFolder(QUrl::fromLocalFile(a));
-        QTRY_VERIFY_WITH_TIMEOUT(heldStarted->load(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(heldStarted.load(), 5000);
         rig.shelf->openFolder(QUrl::fromLocalFile(b));
         QVERIFY(applied.wait(5000));
-        gate->release();
-        QTRY_VERIFY_WITH_TIMEOUT(heldDone->load(), 5000);
+        gate.release();
+        QTRY_VERIFY_WITH_TIMEOUT(heldDone.load(), 5000);
         QVERIFY(rig.rescan()); // lands after A's late listing
         QCOMPARE(rig.itemNames(), QStringList{"fresh in B.png"});
         QVERIFY(rig.reported.isEmpty()); // a folder's first scan is never news, nor is a stale one
