@@ -4,174 +4,121 @@
 
 #include <limits>
 
-using TestFiles::names;
+static QDateTime now() { return QDateTime(QDate(2026, 10, 8), QTime(12, 0, 0, 250), Qt::UTC); }
 
-static const QDateTime kNow = QDateTime(QDate(2026, 10, 8), QTime(12, 0, 0, 250), Qt::UTC);
+// A tidy on the rig's folder with its own Trash; no shelf is started.
+struct TidyRig : ShelfRig
+{
+    FreedesktopTrash trash{box.path("Trash"), [](const QString &) { return QStringLiteral("/"); }};
+    std::unique_ptr<AutoTidy> tidy = makeTidy();
+
+    std::unique_ptr<AutoTidy> makeTidy() { return std::make_unique<AutoTidy>(prefs, &meta, trash, now); }
+    QUrl home() const { return QUrl::fromLocalFile(folder()); }
+    void add(const QString &name, qint64 days, qint64 extraSeconds = 0) const
+    {
+        Sandbox::writeFile(file(name), name.toUtf8());
+        TestFiles::setMtimeMs(file(name), now().toMSecsSinceEpoch() - (days * 86400 + extraSeconds) * 1000);
+    }
+    // Runs a refresh or runNow to its end: the listing comes back later.
+    bool settled(const std::function<void()> &ask)
+    {
+        QSignalSpy checked(tidy.get(), &AutoTidy::checked);
+        ask();
+        return checked.wait(10000);
+    }
+    QStringList candidates()
+    {
+        return settled([&] { tidy->refresh(home()); }) ? TestFiles::names(tidy->candidates()) : QStringList{"?"};
+    }
+};
 
 class TestAutoTidy : public QObject
 {
     Q_OBJECT
 
-    // Only its preferences, metadata store and folder: no shelf is started.
-    std::unique_ptr<ShelfRig> rig;
-    std::unique_ptr<FreedesktopTrash> trash;
-    QString home;
-
-    std::unique_ptr<AutoTidy> makeTidy()
-    {
-        return std::make_unique<AutoTidy>(rig->prefs, &rig->meta, *trash, [] { return kNow; });
-    }
-    QString file(const QString &name) const { return home + QLatin1Char('/') + name; }
-    QUrl homeUrl() const { return QUrl::fromLocalFile(home); }
-    void add(const QString &name, qint64 days, qint64 extraSeconds = 0)
-    {
-        Sandbox::writeFile(file(name), name.toUtf8());
-        TestFiles::setMtimeMs(file(name), kNow.toMSecsSinceEpoch() - (days * 86400 + extraSeconds) * 1000);
-    }
-    // Runs a refresh or runNow to its end: the listing comes back later.
-    static bool settled(AutoTidy &tidy, const std::function<void()> &ask)
-    {
-        QSignalSpy checked(&tidy, &AutoTidy::checked);
-        ask();
-        return checked.wait(10000);
-    }
-    QStringList candidatesFor(AutoTidy &tidy)
-    {
-        if (!settled(tidy, [&] { tidy.refresh(homeUrl()); }))
-            return {QStringLiteral("(no answer)")};
-        return names(tidy.candidates());
-    }
-
 private Q_SLOTS:
-    void init()
+    // Strictly older images directly in Home. Whatever "tidyDays" holds (a
+    // day count whose seconds overflow, a negative or non-numeric value), a
+    // file newer than the cutoff never becomes due, and a file dated in the
+    // future never does (200000 days overflow in seconds, 99999999999 as
+    // days). The listing runs off the GUI thread; the answer for a Home no
+    // longer asked about is dropped (one listing at a time: Home's came and
+    // went before the other folder's).
+    void whichFilesAreDue()
     {
-        rig = std::make_unique<ShelfRig>();
-        trash = std::make_unique<FreedesktopTrash>(rig->box.path("Trash"),
-                                                   [](const QString &) { return QStringLiteral("/"); });
-        home = rig->folder();
-        QDir().mkpath(home);
-    }
-    // Each sandbox puts the environment back as it found it: one at a time.
-    void cleanup()
-    {
-        trash.reset();
-        rig.reset();
-    }
-
-    void candidatesAreStrictlyOlderImagesDirectlyInHome()
-    {
-        for (const auto &[name, days] : {std::pair{"exactly.png", 30},
-                                         {"fresh.png", 2},
-                                         {"older.jpg", 400},
-                                         {"notes.txt", 400},
-                                         {"Old/ancient.png", 400},
-                                         {".hidden.png", 400}})
-            add(name, days);
-        add("due.png", 30, 1);
-        auto tidy = makeTidy();
-        QCOMPARE(candidatesFor(*tidy), QStringList({"due.png", "older.jpg"}));
-
-        tidy->setDays(1);
-        QCOMPARE(candidatesFor(*tidy), QStringList({"fresh.png", "exactly.png", "due.png", "older.jpg"}));
-    }
-
-    // Whatever "tidyDays" holds (a day count whose seconds overflow, a
-    // negative or non-numeric value), a file newer than the cutoff never
-    // becomes due, and a file dated in the future never does.
-    void noStoredValueMakesNewFilesDue_data()
-    {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<QStringList>("due");
-        QTest::newRow("overflowing seconds") << "200000" << QStringList();
-        QTest::newRow("overflowing days") << "99999999999" << QStringList();
-        QTest::newRow("negative") << "-5" << QStringList{"year.png"};
-        QTest::newRow("zero") << "0" << QStringList{"year.png"};
-        QTest::newRow("not a number") << "often" << QStringList{"year.png"};
-        QTest::newRow("most days") << QString::number(std::numeric_limits<int>::max()) << QStringList();
-    }
-    void noStoredValueMakesNewFilesDue()
-    {
-        QFETCH(QString, stored);
-        QFETCH(QStringList, due);
-        add("minute.png", 0, 60);
-        add("future.png", -3);
-        add("year.png", 365);
-        rig->prefs.setValue(PrefKey::tidyDays, stored);
-        QCOMPARE(candidatesFor(*makeTidy()), due);
-    }
-
-    // The listing runs off the GUI thread; the answer for a Home that is no
-    // longer the one asked about is dropped.
-    void listingComesBackLaterAndStaleHomesAreDropped()
-    {
-        add("old.png", 40);
-        const QString other = rig->box.path("other");
-        Sandbox::writeFile(other + "/elsewhere.png");
-        TestFiles::setMtimeMs(other + "/elsewhere.png", kNow.toMSecsSinceEpoch() - 100LL * 86400 * 1000);
-        auto tidy = makeTidy();
-        QVERIFY(settled(*tidy, [&] {
-            tidy->refresh(homeUrl());
-            QVERIFY(tidy->candidates().isEmpty());
-            tidy->refresh(QUrl::fromLocalFile(other));
+        TidyRig rig;
+        for (const char *name : {"older.jpg", "notes.txt", "Old/ancient.png", ".hidden.png"})
+            rig.add(name, 400);
+        rig.add("exactly.png", 30);
+        rig.add("due.png", 30, 1);
+        rig.add("future.png", -3);
+        rig.add("../other/elsewhere.png", 100);
+        QVERIFY(rig.settled([&] {
+            rig.tidy->refresh(rig.home());
+            QVERIFY(rig.tidy->candidates().isEmpty());
+            rig.tidy->refresh(QUrl::fromLocalFile(rig.box.path("other")));
         }));
-        // One listing at a time: Home's answer came (and went) before this one.
-        QCOMPARE(names(tidy->candidates()), QStringList{"elsewhere.png"});
+        QCOMPARE(TestFiles::names(rig.tidy->candidates()), QStringList{"elsewhere.png"});
+
+        const QStringList byDefault = {"due.png", "older.jpg"};
+        QCOMPARE(rig.candidates(), byDefault);
+        const QList<std::pair<QString, QStringList>> cases = {
+            {"200000", {}},   {"99999999999", {}},  {"-5", byDefault},
+            {"0", byDefault}, {"often", byDefault}, {QString::number(std::numeric_limits<int>::max()), {}},
+        };
+        for (const auto &[stored, due] : cases) {
+            rig.prefs.setValue(PrefKey::tidyDays, stored);
+            rig.tidy = rig.makeTidy();
+            QVERIFY2(rig.candidates() == due, qPrintable(stored));
+        }
+        rig.tidy->setDays(1);
+        QCOMPARE(rig.candidates(), QStringList({"exactly.png", "due.png", "older.jpg"}));
     }
 
+    // Ticks refresh when off, act when on, and stop once the shelf is gone;
+    // a check already under way still finishes, and none follows it.
     // Archiving never overwrites and carries the records along; trashing
     // makes no archive and leaves them. Failed moves still empty the
     // candidates, and the next refresh finds the files again.
-    void archivingTrashingAndFailedMoves()
+    void ticksArchivingTrashingAndFailedMoves()
     {
-        add("shot.png", 40);
-        add("Archive/shot.png", 100);
-        add("keep.png", 1);
-        rig->meta.update(QUrl::fromLocalFile(file("shot.png")), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
-        auto tidy = makeTidy();
-        QVERIFY(settled(*tidy, [&] { tidy->runNow(homeUrl()); }));
-        QVERIFY(tidy->candidates().isEmpty() && !QFile::exists(file("shot.png")) && QFile::exists(file("keep.png")));
-        QCOMPARE(TestFiles::readAll(file("Archive/shot 2.png")), QByteArray("shot.png"));
-        QCOMPARE(rig->meta.meta(QUrl::fromLocalFile(file("Archive/shot 2.png")))->app, QStringLiteral("Term"));
-
-        add("old.png", 40);
-        rig->meta.update(QUrl::fromLocalFile(file("old.png")), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
-        tidy->setToTrash(true);
-        QVERIFY(settled(*tidy, [&] { tidy->runNow(homeUrl()); }));
-        QVERIFY(QFile::exists(rig->box.path("Trash/files/old.png")) && !QFile::exists(file("Archive/old.png")));
-        QVERIFY(rig->meta.meta(QUrl::fromLocalFile(file("old.png"))).has_value());
-
-        add("stuck.png", 40);
-        QDir(file("Archive")).removeRecursively();
-        Sandbox::writeFile(file("Archive"), "a file where the folder should be");
-        tidy->setToTrash(false);
-        QVERIFY(settled(*tidy, [&] { tidy->runNow(homeUrl()); }));
-        QVERIFY(tidy->candidates().isEmpty());
-        QCOMPARE(candidatesFor(*tidy), QStringList({"stuck.png"}));
-    }
-
-    // Ticks refresh when off, act when on, and stop once the shelf is gone.
-    void ticks()
-    {
-        add("old.png", 40);
-        auto tidy = makeTidy();
+        TidyRig rig;
+        rig.add("old.png", 40);
         auto shelfStandIn = std::make_unique<QObject>();
-        const auto home = [url = homeUrl()] { return url; };
-        tidy->start(home, shelfStandIn.get(), 10, 60000);
-        QTRY_COMPARE_WITH_TIMEOUT(tidy->candidates().size(), 1, 5000);
-        QVERIFY(QFile::exists(file("old.png")));
-        tidy->setEnabled(true);
-        tidy->start(home, shelfStandIn.get(), 10, 20);
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(file("Archive/old.png")) && tidy->candidates().isEmpty(), 5000);
-
-        // The next tick finds the shelf gone and ends the ticks; a check
-        // already under way still finishes, and none follows it.
+        rig.tidy->start([&] { return rig.home(); }, shelfStandIn.get(), 10, 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(rig.tidy->candidates().size() == 1 && QFile::exists(rig.file("old.png")), 5000);
+        rig.tidy->setEnabled(true);
+        rig.tidy->start([&] { return rig.home(); }, shelfStandIn.get(), 10, 20);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(rig.file("Archive/old.png")) && rig.tidy->candidates().isEmpty(), 5000);
         shelfStandIn.reset();
-        QTRY_VERIFY_WITH_TIMEOUT(!tidy->ticking() && !tidy->checking(), 5000);
-        add("late.png", 40);
-        QSignalSpy started(tidy.get(), &AutoTidy::checkingChanged);
+        QTRY_VERIFY_WITH_TIMEOUT(!rig.tidy->ticking() && !rig.tidy->checking(), 5000);
+        rig.add("shot.png", 40);
+        QSignalSpy started(rig.tidy.get(), &AutoTidy::checkingChanged);
         QCoreApplication::processEvents();
-        QVERIFY(started.isEmpty() && !tidy->checking());
-        QVERIFY(QFile::exists(file("late.png")));
+        QVERIFY(started.isEmpty() && !rig.tidy->checking() && QFile::exists(rig.file("shot.png")));
+
+        const auto runNow = [&] { return rig.settled([&] { rig.tidy->runNow(rig.home()); }); };
+        rig.add("Archive/shot.png", 100);
+        rig.meta.update(rig.url("shot.png"), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
+        QVERIFY(runNow());
+        QCOMPARE(TestFiles::entries(rig.folder()) + TestFiles::entries(rig.file("Archive")),
+                 QStringList({"Archive", "old.png", "shot 2.png", "shot.png"}));
+        QCOMPARE(rig.meta.meta(rig.url("Archive/shot 2.png"))->app, QStringLiteral("Term"));
+
+        rig.add("trashed.png", 40);
+        rig.meta.update(rig.url("trashed.png"), [](FileMeta &m) { m.app = QStringLiteral("Term"); });
+        rig.tidy->setToTrash(true);
+        QVERIFY(runNow());
+        QCOMPARE(TestFiles::entries(rig.box.path("Trash/files")), QStringList{"trashed.png"});
+        QVERIFY(!QFile::exists(rig.file("Archive/trashed.png")) && rig.meta.meta(rig.url("trashed.png")));
+
+        rig.add("stuck.png", 40);
+        QDir(rig.file("Archive")).removeRecursively();
+        Sandbox::writeFile(rig.file("Archive"), "a file where the folder should be");
+        rig.tidy->setToTrash(false);
+        QVERIFY(runNow());
+        QVERIFY(rig.tidy->candidates().isEmpty());
+        QCOMPARE(rig.candidates(), QStringList({"stuck.png"}));
     }
 };
 

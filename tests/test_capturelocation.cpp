@@ -4,268 +4,159 @@
 
 #include <QSettings>
 
-#include <gio/gio.h>
-
 using TestFiles::readAll;
+
+static QString home(const QString &name = {}) { return QDir::home().filePath(name); }
 
 class TestCaptureLocation : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    // GSettings in memory: the test never touches the session's settings.
-    void initTestCase() { qputenv("GSETTINGS_BACKEND", "memory"); }
-
-    void applyRemembersTheFirstValueAndRestorePutsItBack()
+    // No setting is never taken for Home, even where the tool's default is
+    // Home's folder (the tool may ask, or move its default in its next
+    // version): it is remembered as none and ours is written. After a crash
+    // and a second launch, then a new Home, the first value survives.
+    // Quitting takes the setting away again; a second restore touches nothing.
+    // The user's own value comes back as they wrote it, even when they
+    // changed the tool while we ran; the folder the tool already uses,
+    // however it is spelled ("~", a final "/"), is not written.
+    void theToolsSettingIsWrittenAndPutBack()
     {
         HomeRig rig;
         auto &[box, prefs, tool, capture] = rig;
-        const QString home = box.path("Shots");
-        QDir().mkpath(home);
-
-        // The tool had no setting: remembered as "", then ours is written.
-        capture.apply(home);
-        QCOMPARE(prefs.text(PrefKey::previousCaptureLocation, "unset"), QString());
-        QCOMPARE(tool.readText(CaptureSettings::location), home);
-
-        // A crash and a second launch, then a new Home: the first value survives.
-        CaptureLocation(prefs, &tool).apply(home);
+        const QString defaultFolder = tool.defaultFolder();
+        capture.apply(defaultFolder);
+        QCOMPARE(tool.readText(CaptureSettings::location), defaultFolder);
+        CaptureLocation(prefs, &tool).apply(defaultFolder);
         QCOMPARE(tool.reloads, 1);
         capture.apply(box.path("Other"));
         QCOMPARE(prefs.text(PrefKey::previousCaptureLocation, "unset"), QString());
-
-        // Quit: the setting goes away again and nothing stays remembered;
-        // a second restore touches nothing.
         capture.restore();
-        QCOMPARE(tool.readText(CaptureSettings::location), std::nullopt);
-        QVERIFY(!prefs.contains(PrefKey::previousCaptureLocation));
-        tool.writeText(CaptureSettings::location, "/users/choice");
-        capture.restore();
-        QCOMPARE(tool.readText(CaptureSettings::location), "/users/choice");
-    }
-
-    // The user's own value comes back as they wrote it, even when they
-    // changed the tool while we ran; the folder the tool already uses,
-    // however it is spelled, is not written.
-    void userValueIsRestoredUnexpanded()
-    {
-        HomeRig rig;
-        auto &[box, prefs, tool, capture] = rig;
+        QVERIFY(tool.values.isEmpty() && !prefs.contains(PrefKey::previousCaptureLocation));
         tool.writeText(CaptureSettings::location, "~/Pictures/Shots");
+        capture.restore();
+        QCOMPARE(tool.readText(CaptureSettings::location), "~/Pictures/Shots");
+
         QDir().mkpath(box.home() + "/Pictures/Shots");
         QCOMPARE(capture.systemFolder(), box.home() + "/Pictures/Shots");
+        const int reloads = tool.reloads;
         capture.apply(box.home() + "/Pictures/Shots/");
-        QCOMPARE(prefs.text(PrefKey::previousCaptureLocation), "~/Pictures/Shots");
-        QCOMPARE(tool.reloads, 0);
-
+        QCOMPARE(tool.reloads, reloads);
         capture.apply(box.path("Elsewhere"));
         tool.writeText(CaptureSettings::location, "/later/choice");
         capture.restore();
         QCOMPARE(tool.readText(CaptureSettings::location), "~/Pictures/Shots");
     }
 
-    // A setting naming Home through a link is the same folder: nothing to
-    // write. No setting at all is never taken for Home, even where the
-    // tool's default is Home's folder: the tool may ask, or move its
-    // default in its next version.
-    void onlyASettingCountsAsHome()
-    {
-        HomeRig rig;
-        const QString home = rig.box.home() + "/Desktop";
-        const QString link = rig.box.path("desk-link");
-        QVERIFY(QFile::link(home, link));
-        rig.tool.writeText(CaptureSettings::location, link);
-        rig.capture.apply(home);
-        QVERIFY(rig.tool.reloads == 0);
-
-        HomeRig fresh;
-        QCOMPARE(fresh.capture.systemFolder(), fresh.tool.defaultFolder());
-        fresh.capture.apply(fresh.capture.systemFolder());
-        QCOMPARE(fresh.tool.readText(CaptureSettings::location), fresh.box.home() + "/Desktop");
-        fresh.capture.restore();
-        QVERIFY(fresh.tool.values.isEmpty());
-    }
-
     // Whatever Flameshot's file held (escapes of any Qt version, quotes,
     // comments, odd lines, no final newline; savePath with or without
     // savePathFixed, or neither), Flameshot reads Home while we run and
-    // quitting puts back every byte. (A tool never configured, with no file
-    // at all, is test_e2e_tools', with the real tools.)
+    // quitting puts back every byte; a savePath without savePathFixed is
+    // only where the save dialog last was. Hiding the tool's own
+    // notification writes its switch, showing it again gives the tool its
+    // default back. (A tool never configured is test_e2e_tools'.)
     void flameshotGetsItsExactFileBack()
     {
         const QByteArray rest = "[General]\r\n# comment\r\ncontrastOpacity=188\r\nodd line\r\nlatin=\xe9t\xe9\r\n";
-        const QList<QByteArray> originals = {
-            rest
-                + "savePath=\"/home/m\\xe9/Bilder \\\"x\\\"\\x4e0a\\x31, "
-                  "b\"\r\nsavePathFixed=true\r\n\r\n[Shortcuts]\r\nTYPE_COPY=Ctrl+C",
-            rest + "savePath = /home/me/Bilder/sch\xc3\xb6n\r\nsavePathFixed=false\r\n",
-            rest,
+        const QList<std::pair<QByteArray, std::optional<QString>>> cases = {
+            {rest + "savePath=\"/home/m\\xe9/Bilder \\\"x\\\"\\x4e0a\\x31, b\"\r\nsavePathFixed=true",
+             "/home/m\u00e9/Bilder \"x\"\u4e0a1, b"},
+            {rest + "savePath = /home/me/Bilder/sch\xc3\xb6n\r\nsavePathFixed=false\r\n", std::nullopt},
+            {rest, std::nullopt},
         };
-        for (const QByteArray &original : originals) {
+        for (const auto &[original, location] : cases) {
             HomeRig rig;
-            const QString ini = rig.box.path("flameshot/flameshot.ini");
+            const QString ini = home("flameshot.ini"), shots = home("Sch\u00f6ne \"Shots\", 1\u4e0a");
             Sandbox::writeFile(ini, original);
             auto tool = makeFlameshotSettings(ini);
-            const auto asFlameshotReadsIt = [&ini](const char *key) {
-                return QSettings(ini, QSettings::IniFormat).value(key);
-            };
-            // The escapes read as QSettings reads them; a savePath without
-            // savePathFixed is only where the save dialog last was.
-            QCOMPARE(tool->readText(CaptureSettings::location),
-                     asFlameshotReadsIt("savePathFixed").toBool()
-                         ? std::optional<QString>(asFlameshotReadsIt("savePath").toString())
-                         : std::nullopt);
-
+            const auto reads = [&ini](const char *key) { return QSettings(ini, QSettings::IniFormat).value(key); };
+            QCOMPARE(tool->readText(CaptureSettings::location), location);
+            SystemThumbnail thumbnail(tool.get());
+            QVERIFY(thumbnail.available() && thumbnail.shown());
+            thumbnail.setShown(false);
+            QVERIFY(!thumbnail.shown() && reads("showDesktopNotification").toString() == "false");
+            thumbnail.setShown(true);
+            QCOMPARE(readAll(ini), original);
             CaptureLocation capture(rig.prefs, tool.get());
-            const QString home = rig.box.path("Sch\u00f6ne \"Shots\", 1\u4e0a");
-            capture.apply(home);
-            QCOMPARE(asFlameshotReadsIt("savePath").toString(), home);
-            QVERIFY(asFlameshotReadsIt("savePathFixed").toBool()
-                    && asFlameshotReadsIt("contrastOpacity").toInt() == 188);
-            QCOMPARE(tool->readText(CaptureSettings::location), home);
+            capture.apply(shots);
+            QCOMPARE(reads("savePath").toString(), shots);
+            QVERIFY(reads("savePathFixed").toBool() && reads("contrastOpacity").toInt() == 188);
             capture.restore();
             QCOMPARE(readAll(ini), original);
         }
     }
 
-    void spectacleUsesFileUrlsAndGetsItsExactFileBack()
+    // Spectacle keeps file URLs and gets its exact file back; it has no
+    // notification switch of its own, so that is left untouched. Up to
+    // 23.04 it reads [Save], later ones [ImageSave]; which one is installed
+    // its release list says. (Its rewriting the whole file after a capture
+    // is test_e2e_tools', with the real tool.)
+    void spectacleGetsItsExactFileBackInTheGroupsItReads()
     {
-        HomeRig rig;
-        const QString rc = rig.box.path("spectaclerc");
+        Prefs prefs(home("prefs.conf"));
+        const QString rc = home("spectaclerc");
         const QByteArray original = "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\n"
                                     "defaultSaveLocation[de]=file:///anderswo\n"
                                     "defaultSaveLocation=file:///home/me/Sch\xc3\xb6ne%20Shots\n";
         Sandbox::writeFile(rc, original);
         auto tool = makeSpectacleSettings(rc);
         QCOMPARE(tool->readText(CaptureSettings::location), "/home/me/Sch\u00f6ne Shots");
-
-        CaptureLocation capture(rig.prefs, tool.get());
-        capture.apply("/home/me/My Shots");
-        QVERIFY(readAll(rc).contains(
-            "[Save]\ndefaultSaveLocation[de]=file:///anderswo\ndefaultSaveLocation=file:///home/me/My%20Shots\n"));
-        QVERIFY(readAll(rc).endsWith("\n\n[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
-        capture.restore();
-        QCOMPARE(readAll(rc), original);
-        // Spectacle rewriting its whole file after a capture is test_e2e_tools', with the real tool.
-    }
-
-    // Spectacle up to 23.04 reads [Save], later ones [ImageSave]; which one is
-    // installed its release list says.
-    void spectacleReadsTheKeyOfItsVersion()
-    {
-        Sandbox box;
-        const QString metainfo = box.path("spectacle.appdata.xml");
-        const auto readsImageSave = [&metainfo](const QByteArray &releases) {
-            Sandbox::writeFile(metainfo, "<component>\n  <releases>\n" + releases + "  </releases>\n</component>\n");
-            return spectacleReadsImageSave(metainfo);
-        };
-        QCOMPARE(readsImageSave("    <release version=\"23.04.3\"/>\n"), false);
-        QCOMPARE(readsImageSave("    <release version=\"23.08.0\"/>\n"), true);
-        QCOMPARE(readsImageSave("    <release version=\"6.3.1\"/>\n    <release version=\"24.12.0\"/>\n"), true);
-        QCOMPARE(readsImageSave("    <release version=\"next\"/>\n"), std::nullopt);
-        QCOMPARE(spectacleReadsImageSave(box.path("missing.xml")), std::nullopt);
-
-        const QString rc = box.path("spectaclerc");
-        Sandbox::writeFile(rc,
-                           "[ImageSave]\nimageSaveLocation=file:///new\n\n[Save]\ndefaultSaveLocation=file:///old\n");
-        QCOMPARE(makeSpectacleSettings(rc, false)->readText(CaptureSettings::location), "/old");
-        QCOMPARE(makeSpectacleSettings(rc, true)->readText(CaptureSettings::location), "/new");
-        QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), "/new");
-        Sandbox::writeFile(rc, "[Save]\ndefaultSaveLocation=file:///old\n");
-        QCOMPARE(makeSpectacleSettings(rc, true)->readText(CaptureSettings::location), std::nullopt);
-        QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), "/old");
-    }
-
-    // gnome-screenshot's key: what the user had comes back exactly, and a key
-    // they never set is reset, not set to today's default. Its default
-    // folder is the Pictures folder as GLib reads it: Home without one.
-    void gnomeScreenshotKeyComesBackExactly()
-    {
-        auto tool = makeGnomeScreenshotSettings();
-        if (!tool)
-            QSKIP("the gnome-screenshot settings schema is not installed (./setup.sh test installs gnome-screenshot)");
-        GSettings *direct = g_settings_new("org.gnome.gnome-screenshot");
-        const auto userValue = [direct]() -> std::optional<QString> {
-            GVariant *value = g_settings_get_user_value(direct, "auto-save-directory");
-            if (!value)
-                return std::nullopt;
-            const QString text = QString::fromUtf8(g_variant_get_string(value, nullptr));
-            g_variant_unref(value);
-            return text;
-        };
-        const std::optional<QString> users[] = {std::nullopt, QString(), "file:///home/me/Bilder%20x/", "/plain/path"};
-        for (const std::optional<QString> &user : users) {
-            HomeRig rig;
-            if (user)
-                g_settings_set_string(direct, "auto-save-directory", user->toUtf8().constData());
-            else
-                g_settings_reset(direct, "auto-save-directory");
-            CaptureLocation capture(rig.prefs, tool.get());
-            capture.apply(rig.box.path("Shots"));
-            QCOMPARE(userValue(), QUrl::fromLocalFile(rig.box.path("Shots")).toString());
-            capture.restore();
-            QCOMPARE(userValue(), user);
-        }
-        g_settings_reset(direct, "auto-save-directory");
-        g_object_unref(direct);
-
-        Sandbox box;
-        QDir().mkpath(box.home() + "/Pictures");
-        QCOMPARE(tool->defaultFolder(), box.home());
-        Sandbox::writeFile(box.home() + "/.config/user-dirs.dirs", "XDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
-        QCOMPARE(tool->defaultFolder(), box.home());
-        QDir().mkpath(box.home() + "/Bilder");
-        QCOMPARE(tool->defaultFolder(), box.home() + "/Bilder");
-    }
-
-    // Hiding the tool's own notification writes its switch, showing it again
-    // gives the tool its default back; a tool without one is left untouched.
-    void systemThumbnailIsTheToolsOwnSwitch()
-    {
-        HomeRig rig;
-        const QString ini = rig.box.path("flameshot/flameshot.ini");
-        Sandbox::writeFile(ini, "[General]\ncontrastOpacity=188\n");
-        auto flameshot = makeFlameshotSettings(ini);
-        SystemThumbnail thumbnail(flameshot.get());
-        QVERIFY(thumbnail.available() && thumbnail.shown());
-        thumbnail.setShown(false);
-        QCOMPARE(QSettings(ini, QSettings::IniFormat).value("showDesktopNotification").toString(), "false");
-        QVERIFY(!thumbnail.shown());
-        thumbnail.setShown(true);
-        QCOMPARE(readAll(ini), QByteArray("[General]\ncontrastOpacity=188\n"));
-
-        const QString rc = rig.box.path("spectaclerc");
-        Sandbox::writeFile(rc, "[General]\nlaunchAction=UseLastUsedCapturemode\n");
-        auto spectacle = makeSpectacleSettings(rc);
-        SystemThumbnail none(spectacle.get());
+        SystemThumbnail none(tool.get());
         none.setShown(false);
         QVERIFY(!none.available() && none.shown() && !SystemThumbnail(nullptr).available());
-        QCOMPARE(readAll(rc), QByteArray("[General]\nlaunchAction=UseLastUsedCapturemode\n"));
+        QCOMPARE(readAll(rc), original);
+        CaptureLocation capture(prefs, tool.get());
+        capture.apply("/home/me/My Shots");
+        QVERIFY(readAll(rc).endsWith(
+            "[Save]\ndefaultSaveLocation[de]=file:///anderswo\ndefaultSaveLocation=file:///home/me/"
+            "My%20Shots\n\n[ImageSave]\nimageSaveLocation=file:///home/me/My%20Shots\n"));
+        capture.restore();
+        QCOMPARE(readAll(rc), original);
+
+        const QString xml = home("spectacle.xml");
+        Sandbox::writeFile(xml, "<releases><release version=\"23.04.3\"/></releases>\n");
+        QCOMPARE(spectacleReadsImageSave(xml), false);
+        Sandbox::writeFile(xml, "<releases><release version=\"6.3.1\"/><release version=\"24.12.0\"/></releases>\n");
+        QCOMPARE(spectacleReadsImageSave(xml), true);
+        QCOMPARE(spectacleReadsImageSave(home("missing.xml")), std::nullopt);
+
+        Sandbox::writeFile(rc, "[ImageSave]\nimageSaveLocation=file:///new\n[Save]\ndefaultSaveLocation=file:///old\n");
+        QCOMPARE(makeSpectacleSettings(rc, false)->readText(CaptureSettings::location), "/old");
+        QCOMPARE(makeSpectacleSettings(rc)->readText(CaptureSettings::location), "/new");
     }
 
-    // GNOME Shell saves into Pictures/<"Screenshots" in the session's language>.
-    void gnomeShellFolderIsTranslated()
+    // gnome-screenshot's default folder is the Pictures folder as GLib reads
+    // it: Home without one. (Its key coming back exactly is test_e2e_tools',
+    // with real dconf.) GNOME Shell saves into Pictures/<"Screenshots" in
+    // the session's language>: the catalogue's name, else the folder already
+    // there, else the English name.
+    void gnomeFolders()
     {
-        Sandbox box;
-        const QString pictures = box.home() + "/Pictures";
-        const QString locale = box.path("locale");
         // A compiled catalogue with one translation: "Screenshots" at 44, its translation at 56.
         QByteArray mo;
         for (quint32 word : {0x950412deu, 0u, 1u, 28u, 36u, 0u, 0u, 11u, 44u, 15u, 56u})
             mo.append(reinterpret_cast<const char *>(&word), 4);
+        const QString pictures = home("Pictures"), locale = home("locale");
         Sandbox::writeFile(locale + "/de/LC_MESSAGES/gnome-shell.mo",
                            mo + QByteArray("Screenshots\0Bildschirmfotos", 27));
-        for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"})
-            qputenv(name, "");
-        qputenv("LANG", "de_DE.UTF-8");
+        qunsetenv("LANGUAGE");
+        qputenv("LC_ALL", "de_DE.UTF-8");
         QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + "/Bildschirmfotos");
-        // No catalogue for the language: the folder already there, else the English name.
-        qputenv("LANG", "fr_FR.UTF-8");
+        qputenv("LC_ALL", "fr_FR.UTF-8");
         QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + "/Screenshots");
         QDir().mkpath(pictures + "/Captures d\u2019\u00e9cran");
         QCOMPARE(gnomeShellScreenshotsFolder(pictures, locale), pictures + "/Captures d\u2019\u00e9cran");
-        for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"})
-            qunsetenv(name);
+
+        qputenv("GSETTINGS_BACKEND", "memory"); // never the session's settings
+        auto tool = makeGnomeScreenshotSettings();
+        if (!tool)
+            QSKIP("the gnome-screenshot settings schema is not installed (./setup.sh test installs gnome-screenshot)");
+        QCOMPARE(tool->defaultFolder(), home());
+        Sandbox::writeFile(home(".config/user-dirs.dirs"), "XDG_PICTURES_DIR=\"$HOME/Bilder\"\n");
+        QCOMPARE(tool->defaultFolder(), home());
+        QDir().mkpath(home("Bilder"));
+        QCOMPARE(tool->defaultFolder(), home("Bilder"));
     }
 };
 

@@ -14,125 +14,71 @@
 
 #include <cstdio>
 
-namespace {
-
-// a.png (red, oldest), b.png (green) and c.png (blue) in a shown grid, with
-// the commands the shelf's keys use.
-struct ChangesRig : CommandsRig
-{
-    Thumbs thumbs{nullptr};
-    std::unique_ptr<ShelfGrid> grid;
-
-    bool build()
-    {
-        int age = 40;
-        for (const QString name : {"a.png", "b.png", "c.png"}) {
-            if (!ColourImages::write(file(name), colourOf(name)))
-                return false;
-            setAge(file(name), age -= 10);
-        }
-        if (!start(true))
-            return false;
-        makeCommands();
-        grid = std::make_unique<ShelfGrid>(shelf.get(), &meta, &thumbs);
-        grid->resize(1000, 600);
-        grid->show();
-        return QTest::qWaitForWindowExposed(grid.get());
-    }
-
-    static QColor colourOf(const QString &name) { return ColourImages::colour(name.at(0).unicode() - 'a'); }
-
-    bool cellShows(const QString &name, const QColor &colour) const
-    {
-        QImage image;
-        return grid->shows(url(name), &image) == ShelfGrid::Shows::image && ColourImages::shows(image, colour);
-    }
-    bool previewShows(const QString &name, const QColor &colour) const
-    {
-        return previewer.isOpen() && previewer.currentURL() == url(name)
-               && ColourImages::shows(previewer.window()->image(), colour);
-    }
-    bool pinShows(const QColor &colour) const
-    {
-        return pins.windows().size() == 1 && ColourImages::shows(pins.windows().first()->image(), colour);
-    }
-};
-
-} // namespace
-
 class TestFileChanges : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    // Overwritten in place, then renamed over (mv a c; mv b a): the cell, the
-    // preview and the pin of a.png show what a.png holds now.
-    void changedContentIsRedrawn()
+    void changedAndDeletedFiles()
     {
-        ChangesRig rig;
-        QVERIFY(rig.build());
-        const QString a = "a.png";
-        QTRY_VERIFY(rig.cellShows(a, rig.colourOf(a)));
-        rig.previewer.show(rig.url(a), rig.shelf->visible());
-        rig.pins.pin(rig.url(a));
-        QTRY_VERIFY(rig.previewShows(a, rig.colourOf(a)));
-        QTRY_VERIFY(rig.pinShows(rig.colourOf(a)));
+        CommandsRig rig;
+        int age = 40;
+        for (const QString name : {"a.png", "b.png", "c.png"}) {
+            QVERIFY(ColourImages::write(rig.file(name), ColourImages::colour(name.at(0).unicode() - 'a')));
+            rig.setAge(rig.file(name), age -= 10);
+        }
+        QVERIFY(rig.start(true));
+        rig.makeCommands();
+        Thumbs thumbs(nullptr);
+        ShelfGrid grid(rig.shelf.get(), &rig.meta, &thumbs);
+        grid.resize(1000, 600);
+        grid.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&grid));
+        const auto cellShows = [&](const QString &name, const QColor &colour) {
+            QImage image;
+            return grid.shows(rig.url(name), &image) == ShelfGrid::Shows::image && ColourImages::shows(image, colour);
+        };
+        const auto previewShows = [&](const QString &name, const QColor &colour) {
+            return rig.previewer.isOpen() && rig.previewer.currentURL() == rig.url(name)
+                   && ColourImages::shows(rig.previewer.window()->image(), colour);
+        };
+        const auto everywhere = [&](const QColor &colour) {
+            return cellShows("a.png", colour) && previewShows("a.png", colour) && rig.pins.windows().size() == 1
+                   && ColourImages::shows(rig.pins.windows().first()->image(), colour);
+        };
 
+        // Overwritten in place, then renamed over (mv a c; mv b a): the cell,
+        // the preview and the pin of a.png show what a.png holds now.
+        rig.previewer.show(rig.url("a.png"), rig.shelf->visible());
+        rig.pins.pin(rig.url("a.png"));
+        QTRY_VERIFY(everywhere(ColourImages::colour(0)));
         const QColor yellow(250, 220, 40);
-        QVERIFY(ColourImages::write(rig.file(a), yellow));
-        QTRY_VERIFY(rig.cellShows(a, yellow));
-        QTRY_VERIFY(rig.previewShows(a, yellow));
-        QTRY_VERIFY(rig.pinShows(yellow));
+        QVERIFY(ColourImages::write(rig.file("a.png"), yellow));
+        QTRY_VERIFY(everywhere(yellow));
+        QCOMPARE(::rename(QFile::encodeName(rig.file("a.png")), QFile::encodeName(rig.file("c.png"))), 0);
+        QCOMPARE(::rename(QFile::encodeName(rig.file("b.png")), QFile::encodeName(rig.file("a.png"))), 0);
+        QTRY_VERIFY(everywhere(ColourImages::colour(1)));
+        QTRY_VERIFY(cellShows("c.png", yellow));
 
-        QCOMPARE(::rename(QFile::encodeName(rig.file(a)), QFile::encodeName(rig.file("c.png"))), 0);
-        QCOMPARE(::rename(QFile::encodeName(rig.file("b.png")), QFile::encodeName(rig.file(a))), 0);
-        const QColor green = rig.colourOf("b.png");
-        QTRY_VERIFY(rig.cellShows(a, green));
-        QTRY_VERIFY(rig.cellShows("c.png", yellow));
-        QTRY_VERIFY(rig.previewShows(a, green));
-        QTRY_VERIFY(rig.pinShows(green));
-    }
-
-    // Delete on a file overwritten since it was drawn leaves it where it is;
-    // once the grid shows the new content, Delete trashes it.
-    void deleteActsOnlyOnWhatWasShown()
-    {
-        ChangesRig rig;
-        QVERIFY(rig.build());
-        const QString b = "b.png";
-        QTRY_VERIFY(rig.cellShows(b, rig.colourOf(b)));
-        rig.shelf->select(rig.url(b));
-        const QColor grey(128, 128, 128);
-        QVERIFY(ColourImages::write(rig.file(b), grey));
-        rig.commands->trash().trigger();
-        QTRY_COMPARE(rig.runner.pending(), 0);
-        QVERIFY(QFile::exists(rig.file(b)));
-        QVERIFY(!QFile::exists(rig.trashed(b)));
-
-        QTRY_VERIFY(rig.cellShows(b, grey));
-        rig.shelf->select(rig.url(b));
-        rig.commands->trash().trigger();
-        QTRY_VERIFY(QFile::exists(rig.trashed(b)));
-        QVERIFY(!QFile::exists(rig.file(b)));
-    }
-
-    // A file deleted from outside leaves the preview as soon as the shelf
-    // lists the folder again: it shows the file that took its place, and
-    // closes when none is left.
-    void previewLeavesDeletedFiles()
-    {
-        ChangesRig rig;
-        QVERIFY(rig.build());
-        const QList<QUrl> shown = rig.shelf->visible(); // c, b, a
-        rig.previewer.show(shown.at(1), shown);
+        // Deleted from outside: the preview shows the file that took its place.
         QTRY_VERIFY(rig.previewer.window()->isSettled());
-        QVERIFY(QFile::remove(rig.file("b.png")));
-        QTRY_COMPARE(rig.previewer.currentURL(), rig.url("a.png"));
-        QCOMPARE(rig.previewer.urls(), rig.shelf->visible());
-        QTRY_VERIFY(rig.previewShows("a.png", rig.colourOf("a.png")));
         QVERIFY(QFile::remove(rig.file("a.png")));
         QTRY_COMPARE(rig.previewer.currentURL(), rig.url("c.png"));
-        QVERIFY(QFile::remove(rig.file("c.png")));
+        QCOMPARE(rig.previewer.urls(), rig.shelf->visible());
+
+        // Delete on a file overwritten since it was drawn leaves it where it
+        // is; once the grid shows the new content, Delete trashes it, and the
+        // preview closes when no file is left.
+        rig.shelf->select(rig.url("c.png"));
+        const QColor grey(128, 128, 128);
+        QVERIFY(ColourImages::write(rig.file("c.png"), grey));
+        rig.commands->trash().trigger();
+        QTRY_COMPARE(rig.runner.pending(), 0);
+        QVERIFY(QFile::exists(rig.file("c.png")) && !QFile::exists(rig.trashed("c.png")));
+        QTRY_VERIFY(cellShows("c.png", grey) && previewShows("c.png", grey));
+        rig.shelf->select(rig.url("c.png"));
+        rig.commands->trash().trigger();
+        QTRY_VERIFY(QFile::exists(rig.trashed("c.png")) && !QFile::exists(rig.file("c.png")));
         QTRY_VERIFY(!rig.previewer.isOpen());
     }
 };

