@@ -9,18 +9,11 @@
 #include "model/listing.h"
 #include "platform/applauncher.h"
 #include "platform/trash.h"
-#include "support/apprun.h"
 #include "support/sandbox.h"
 
 #include <QBuffer>
 #include <QGuiApplication>
 #include <QImage>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QSettings>
-#include <QStandardPaths>
 #include <QTest>
 
 #include <fcntl.h>
@@ -207,38 +200,6 @@ private Q_SLOTS:
         makeAppLauncher()->open(rawUrl);
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(record), 10000);
         QCOMPARE(readBytes(QFile::encodeName(record)), raw);
-    }
-
-    // --search prints each path as its bytes; JSON, which holds text only,
-    // gives such a file as its URI.
-    void searchPrintsTheNamesOwnBytes()
-    {
-        AppRun run{QString()};
-        const QString shots = run.path("shots");
-        QSettings(run.configHome() + "/Brindlewick/Brindlewick.conf", QSettings::IniFormat).setValue("folder", shots);
-        QDir().mkpath(shots);
-        const QByteArray base = QFile::encodeName(shots);
-        writeBytes(base + "/shot-\xFF.png", png(Qt::red, 8));
-        writeBytes(base + "/shot-\xEF\xBF\xBD.png", png(Qt::blue, 8));
-        const auto search = [&](const QStringList &arguments) {
-            QProcess once;
-            once.setProcessEnvironment(run.environment());
-            once.start(AppRun::binary(), arguments);
-            return once.waitForFinished(AppRun::defaultTimeoutMs) ? once.readAllStandardOutput() : QByteArray();
-        };
-        QByteArrayList lines = search({"--search", "shot"}).split('\n');
-        std::sort(lines.begin(), lines.end());
-        QCOMPARE(lines, (QByteArrayList{"", base + "/shot-\xEF\xBF\xBD.png", base + "/shot-\xFF.png"}));
-
-        const QJsonArray found = QJsonDocument::fromJson(search({"--search", "shot", "--json"})).array();
-        QCOMPARE(found.size(), 2);
-        QStringList where;
-        for (const QJsonValue &item : found)
-            where << item["path"].toString() + item["uri"].toString();
-        where.sort();
-        QCOMPARE(where, (QStringList{QFile::decodeName(base + "/shot-\xEF\xBF\xBD.png"),
-                                     QString::fromLatin1("file://" + base.toPercentEncoding("/") + "/shot-%FF.png")}));
-        removeTree(run.path(QString()));
     }
 };
 

@@ -361,22 +361,29 @@ private Q_SLOTS:
     }
 
     // Paths reach a program as their own bytes, one a line or each ended by
-    // a NUL; a terminal sees control characters escaped, never acted on.
+    // a NUL, and JSON, which holds text only, gives a name that is not UTF-8
+    // as its URI; a terminal sees control characters escaped, never acted on.
     void searchPrintsPathsSafely()
     {
         Home home;
         const QString split = home.shot("due\nlist.png");
         const QString coloured = home.shot("due\x1b[31mred.png");
         writeFile(split, "png", 10);
-        writeFile(coloured, "png");
+        writeFile(coloured, "png", 5);
+        const QByteArray raw = QFile::encodeName(home.shots()) + "/due\xFF.png";
+        const int fd = ::open(raw.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+        QVERIFY(fd >= 0 && ::write(fd, "png", 3) == 3 && ::close(fd) == 0);
         const QStringList query{"--search", "due"};
+        const QByteArrayList paths{raw, QFile::encodeName(coloured), QFile::encodeName(split)};
 
         Ran piped = runBinary(home.run, query);
         QCOMPARE(piped.status, 0);
-        QCOMPARE(piped.out, QFile::encodeName(coloured) + '\n' + QFile::encodeName(split) + '\n');
-        Ran nulls = runBinary(home.run, query + QStringList{"--null"});
-        QCOMPARE(nulls.out, QFile::encodeName(coloured) + '\0' + QFile::encodeName(split) + '\0');
+        QCOMPARE(piped.out, paths.join('\n') + '\n');
+        QCOMPARE(runBinary(home.run, query + QStringList{"--null"}).out, paths.join('\0') + '\0');
         QCOMPARE(runBinary(home.run, {"--null"}).status, 2);
+        const QJsonDocument json = QJsonDocument::fromJson(runBinary(home.run, query + QStringList{"--json"}).out);
+        QVERIFY(json[0]["path"].isNull());
+        QCOMPARE(json[0]["uri"].toString().toLatin1(), "file://" + raw.toPercentEncoding("/"));
 
         Ran shown = runBinary(home.run, query, true);
         QCOMPARE(shown.status, 0);
