@@ -247,12 +247,9 @@ private Q_SLOTS:
             Sandbox::writeFile(path, bytes);
             return !Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 100).has_value();
         };
-        // One byte changed in the middle: the chunk's CRC catches it.
-        QByteArray flipped = good;
-        flipped[flipped.size() / 2] = char(flipped[flipped.size() / 2] ^ 0x10);
-        QVERIFY(fails("flipped.png", flipped));
-        // The same in the stream's checksum, past the last row's data: only
-        // the last chunk's CRC sees it.
+        // (Damage in the middle and a file cut short are among the bad
+        // files below.) A byte changed in the stream's checksum, past the
+        // last row's data: only the last chunk's CRC sees it.
         QByteArray tail = good;
         const qsizetype checksum = tail.size() - 12 - 4 - 1; // before IEND and the chunk's CRC
         tail[checksum] = char(tail[checksum] ^ 0x10);
@@ -262,7 +259,6 @@ private Q_SLOTS:
         qToBigEndian<quint32>(201, tall.data() + 20);
         qToBigEndian<quint32>(PngBytes::crc32(tall.mid(12, 17)), tall.data() + 29);
         QVERIFY(fails("short.png", tall));
-        QVERIFY(fails("cut.png", good.left(good.size() - 1500)));
         QVERIFY(fails("filter.png", filteredPng(300, 40, 3, 7, 6)));
         // More rows than the header says: not damage to other readers.
         QVERIFY(!fails("long.png", filteredPng(300, 40, 3, 7, 5, 2)));
