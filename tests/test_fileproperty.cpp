@@ -21,9 +21,6 @@ namespace {
 
 using Contents = QHash<QByteArray, int>; // file bytes -> how many files hold them
 
-constexpr int kSequences = 400;
-constexpr int kStepsPerSequence = 8;
-
 const QStringList kNamePool = QStringLiteral("a.png|a 2.png|a copy.png|README|x.jpeg|x.jpg|shot 2|.hidden.png|"
                                              "Screenshot 2026-10-08 at 05.12.49.png|2026-10-08 05.12.49.png")
                                   .split(QLatin1Char('|'));
@@ -115,7 +112,6 @@ class TestFileProperty : public QObject
         case 4:
             // The folder on the other file system is a rarer target: every
             // file written there is synced to a real disk.
-            // What each action did is read back from the folders after it.
             (void)FileActions::move(some, QUrl::fromLocalFile(folders.at(random.bounded(12) == 0 ? folders.size() - 1
                                                                                                  : random.bounded(2))));
             break;
@@ -144,7 +140,7 @@ private Q_SLOTS:
         const auto other = split ? std::make_unique<QTemporaryDir>() : nullptr;
         int crossDevice = 0;
 
-        for (int sequence = 0; sequence < kSequences; ++sequence) {
+        for (int sequence = 0; sequence < 400; ++sequence) {
             QTemporaryDir dir(mainTemplate);
             const QString otherRoot = other ? other->path() + QLatin1Char('/') + QString::number(sequence) : QString();
             folders = {dir.filePath("A"), dir.filePath("A/B")};
@@ -161,7 +157,7 @@ private Q_SLOTS:
             for (int i = 0; i < 6; ++i)
                 makeFile(folders.at(random.bounded(2)));
 
-            for (int s = 0; s < kStepsPerSequence; ++s) {
+            for (int s = 0; s < 8; ++s) {
                 QStringList files;
                 const Contents before = snapshot(&files);
                 const QList<QUrl> written = step(files);

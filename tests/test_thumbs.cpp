@@ -247,9 +247,13 @@ private Q_SLOTS:
             Sandbox::writeFile(path, bytes);
             return !Thumbs::makeThumbnail(QUrl::fromLocalFile(path), 100).has_value();
         };
-        // (Damage in the middle and a file cut short are among the bad
-        // files below.) A byte changed in the stream's checksum, past the
-        // last row's data: only the last chunk's CRC sees it.
+        // One byte changed in the middle: a middle chunk's CRC catches it.
+        QByteArray flipped = good;
+        flipped[flipped.size() / 2] = char(flipped[flipped.size() / 2] ^ 0x10);
+        QVERIFY(fails("flipped.png", flipped));
+        // The same in the stream's checksum, past the last row's data: only
+        // the last chunk's CRC sees it. (A file cut short is among the bad
+        // files below.)
         QByteArray tail = good;
         const qsizetype checksum = tail.size() - 12 - 4 - 1; // before IEND and the chunk's CRC
         tail[checksum] = char(tail[checksum] ^ 0x10);
