@@ -7,19 +7,8 @@
 #include "support/files.h"
 #include "support/textimage.h"
 
-#include <QDateTime>
-#include <QDir>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLocalSocket>
-#include <QRegularExpression>
-#include <QScopeGuard>
-#include <QSignalSpy>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QtTest>
+#include <QtTest> // and with it all of Qt Core
 
 #include <csignal>
 #include <fcntl.h>
