@@ -3,6 +3,7 @@
 #include "support/files.h"
 #include "support/sandbox.h"
 
+#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSignalSpy>
@@ -136,7 +137,10 @@ private Q_SLOTS:
             const QByteArray native = QFile::encodeName(box.path("meta.json"));
             QVERIFY(pipe ? ::mkfifo(native.constData(), 0600) == 0 : ::mkdir(native.constData(), 0700) == 0);
             // A load that opened the pipe for reading would never end.
+            QElapsedTimer started;
+            started.start();
             const auto store = loadedStore(box.path(QStringLiteral("meta.json")));
+            QVERIFY(started.elapsed() < 3000);
             store->update(file("a.png"), [](FileMeta &m) { m.text = QStringLiteral("kept in memory"); });
             store->save();
             QSignalSpy finished(store.get(), &MetaStore::saveFinished);
