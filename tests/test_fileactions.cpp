@@ -40,6 +40,8 @@ void writeImage(const QString &path, int w, int h, const char *format = "PNG",
 
 QUrl url(const QString &path) { return QUrl::fromLocalFile(path); }
 
+bool chmodPath(const QString &path, mode_t mode) { return ::chmod(QFile::encodeName(path).constData(), mode) == 0; }
+
 // Every file system is "/" unless told otherwise.
 QString rootMount(const QString &) { return QStringLiteral("/"); }
 
@@ -54,6 +56,7 @@ class TestFileActions : public QObject
     QString folder;
 
     QString path(const QString &name) const { return folder + QLatin1Char('/') + name; }
+    QUrl file(const QString &name) const { return url(path(name)); }
     QString trashPath() const { return dir->path() + "/data/Trash"; }
 
 private Q_SLOTS:
@@ -69,34 +72,31 @@ private Q_SLOTS:
     {
         // A dangling symlink occupies its name too.
         QVERIFY(::symlink("nowhere", QFile::encodeName(path("link.png")).constData()) == 0);
-        QCOMPARE(FileActions::uniqueURL(url(path("link.png"))), url(path("link 2.png")));
-
+        QCOMPARE(FileActions::uniqueURL(file("link.png")), file("link 2.png"));
         // Another program creates the chosen name right after we chose it, twice.
         write(path("a.png"), "original");
         int intrusions = 0;
         const auto racingChooser = [&](const QString &wanted) {
             const QString chosen = SafeFiles::uniquePath(wanted);
-            if (intrusions < 2)
-                write(chosen, "intruder " + QByteArray::number(++intrusions));
+            if (intrusions++ < 2)
+                write(chosen, "intruder");
             return chosen;
         };
-        const QString copy = SafeFiles::copyUnique(path("a.png"), path("a copy.png"), racingChooser);
-        QCOMPARE(copy, path("a copy 3.png"));
-        QCOMPARE(readAll(copy), QByteArray("original"));
+        QCOMPARE(SafeFiles::copyUnique(path("a.png"), path("a copy.png"), racingChooser), path("a copy 3.png"));
         intrusions = 0;
         QDir().mkpath(path("sub"));
         QCOMPARE(SafeFiles::moveUnique(path("a.png"), path("sub/a.png"), racingChooser), path("sub/a 3.png"));
-        QCOMPARE(readAll(path("sub/a 3.png")), QByteArray("original"));
+        QVERIFY(readAll(path("a copy 3.png")) == "original" && readAll(path("sub/a 3.png")) == "original");
     }
 
     void duplicateKeepsBytesModeAndTime()
     {
         write(path("a.png"), "pixels");
-        ::chmod(QFile::encodeName(path("a.png")).constData(), 0640);
+        QVERIFY(chmodPath(path("a.png"), 0640));
         setMtime(path("a.png"), 1'600'000'000);
         write(path("README"), "text");
         for (int i = 0; i < 2; ++i)
-            (void)FileActions::duplicate({url(path("a.png")), url(path("README")), url(path("gone.png"))});
+            (void)FileActions::duplicate({file("a.png"), file("README"), file("gone.png")});
         QCOMPARE(entries(folder),
                  QStringList({"README", "README copy", "README copy 2", "a copy 2.png", "a copy.png", "a.png"}));
         const QFileInfo copy(path("a copy 2.png"));
@@ -109,33 +109,29 @@ private Q_SLOTS:
     {
         write(path("a.png"), "A");
         write(path("taken.png"), "T");
-        meta->update(url(path("a.png")), [](FileMeta &m) { m.text = QStringLiteral("hello"); });
+        meta->update(file("a.png"), [](FileMeta &m) { m.text = QStringLiteral("hello"); });
         ScriptedPrompt prompt;
         const auto rename = [&](std::optional<QString> answer) {
             prompt.answer = answer;
             std::optional<QUrl> result = QUrl("unset:");
-            FileActions::rename(url(path("a.png")), prompt, meta.get(), [&](auto renamed) { result = renamed; });
+            FileActions::rename(file("a.png"), prompt, meta.get(), [&](auto renamed) { result = renamed; });
             return result;
         };
-
         QVERIFY(!rename(std::nullopt)); // Cancel
         for (const char *bad : {"taken.png", "../out.png", "sub/b.png", "..", "   "})
             QVERIFY2(!rename(QString::fromUtf8(bad)), bad);
         QCOMPARE(entries(folder), QStringList({"a.png", "taken.png"}));
-        QCOMPARE(entries(dir->path()), QStringList({"shots"}));
-        QCOMPARE(readAll(path("taken.png")), QByteArray("T"));
+        QVERIFY(entries(dir->path()) == QStringList{"shots"} && readAll(path("taken.png")) == "T");
 
         // A name that begins or ends in white space, confirmed as it stands,
         // stays: trimming it is not the user's doing.
         write(path(" c\n.png "), "C");
-        QVERIFY(!FileActions::renameTo(url(path(" c\n.png ")), " c\n.png ", meta.get()));
+        QVERIFY(!FileActions::renameTo(file(" c\n.png "), " c\n.png ", meta.get()));
         QCOMPARE(readAll(path(" c\n.png ")), QByteArray("C"));
-        QFile::remove(path(" c\n.png "));
 
-        QCOMPARE(rename("  b.png\n"), url(path("b.png")));
-        QCOMPARE(readAll(path("b.png")), QByteArray("A"));
-        QCOMPARE(meta->meta(url(path("b.png")))->text, "hello");
-        QVERIFY(!meta->meta(url(path("a.png"))).has_value());
+        QCOMPARE(rename("  b.png\n"), file("b.png"));
+        QVERIFY(readAll(path("b.png")) == "A" && !meta->meta(file("a.png")));
+        QCOMPARE(meta->meta(file("b.png"))->text, "hello");
     }
 
     void moveNumbersCollisionsAndSkipsFilesAlreadyThere()
@@ -146,20 +142,17 @@ private Q_SLOTS:
         // The same folder under another name.
         const QString link = dir->path() + "/link";
         QVERIFY(::symlink(QFile::encodeName(folder).constData(), QFile::encodeName(link).constData()) == 0);
-        QVERIFY(FileActions::move({url(path("a.png")), url(link + "/b.png")}, url(link)).isEmpty());
+        QVERIFY(FileActions::move({file("a.png"), url(link + "/b.png")}, url(link)).isEmpty());
         QCOMPARE(entries(folder), QStringList({"Sub", "a.png", "b.png"}));
 
-        meta->update(url(path("a.png")), [](FileMeta &m) { m.app = "Viewer"; });
-        const FileActions::Moves moves = FileActions::move(
-            {url(path("a.png")), url(path("b.png")), url(path("Sub/a.png")), url(path("missing.png"))},
-            url(path("Sub/")));
-        QCOMPARE(moves, FileActions::Moves({{url(path("a.png")), url(path("Sub/a 2.png"))},
-                                            {url(path("b.png")), url(path("Sub/b.png"))}}));
-        QCOMPARE(readAll(path("Sub/a.png")), QByteArray("old a"));
-        QCOMPARE(readAll(path("Sub/a 2.png")), QByteArray("new a"));
-        QVERIFY(meta->meta(url(path("a.png"))).has_value()); // the caller's to carry
+        meta->update(file("a.png"), [](FileMeta &m) { m.app = "Viewer"; });
+        const FileActions::Moves moves =
+            FileActions::move({file("a.png"), file("b.png"), file("Sub/a.png"), file("missing.png")}, file("Sub/"));
+        QCOMPARE(moves, FileActions::Moves({{file("a.png"), file("Sub/a 2.png")}, {file("b.png"), file("Sub/b.png")}}));
+        QVERIFY(readAll(path("Sub/a.png")) == "old a" && readAll(path("Sub/a 2.png")) == "new a");
+        QVERIFY(meta->meta(file("a.png")).has_value()); // the caller's to carry
         FileActions::carryRecords(moves, meta.get());
-        QCOMPARE(meta->meta(url(path("Sub/a 2.png")))->app, "Viewer");
+        QCOMPARE(meta->meta(file("Sub/a 2.png"))->app, "Viewer");
     }
 
     void moveAcrossFileSystems()
@@ -167,13 +160,12 @@ private Q_SLOTS:
         if (!QFileInfo("/dev/shm").isWritable() || deviceOf("/dev/shm") == deviceOf(folder))
             QSKIP("no second writable file system (/dev/shm) here");
         QTemporaryDir other("/dev/shm/brindlewick-test-XXXXXX");
-        QVERIFY(other.isValid());
         write(path("a.png"), QByteArray(200000, 'q'));
         write(other.filePath("a.png"), "already there");
         setMtime(path("a.png"), 1'500'000'000);
         QDir().mkpath(path("folder"));
         // Folders do not cross file systems.
-        QCOMPARE(FileActions::move({url(path("a.png")), url(path("folder"))}, url(other.path())).size(), 1);
+        QCOMPARE(FileActions::move({file("a.png"), file("folder")}, url(other.path())).size(), 1);
         QCOMPARE(readAll(other.filePath("a 2.png")), QByteArray(200000, 'q'));
         QCOMPARE(QFileInfo(other.filePath("a 2.png")).lastModified().toSecsSinceEpoch(), 1'500'000'000);
         QCOMPARE(entries(folder), QStringList({"folder"}));
@@ -183,63 +175,57 @@ private Q_SLOTS:
         write(path("stuck.png"), "stuck");
         const int fd = ::open(QFile::encodeName(path("stuck.png")).constData(), O_RDONLY);
         int flags = 0;
-        const bool immutable = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0
-                               && (flags |= FS_IMMUTABLE_FL, ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0);
-        if (immutable) {
-            QVERIFY(FileActions::move({url(path("stuck.png"))}, url(other.path())).isEmpty());
-            flags &= ~FS_IMMUTABLE_FL;
-            ::ioctl(fd, FS_IOC_SETFLAGS, &flags);
-        }
-        ::close(fd);
-        QCOMPARE(entries(other.path()), QStringList({"a 2.png", "a.png"}));
-        if (!immutable)
+        if (::ioctl(fd, FS_IOC_GETFLAGS, &flags) != 0
+            || (flags |= FS_IMMUTABLE_FL, ::ioctl(fd, FS_IOC_SETFLAGS, &flags)))
             QSKIP("cannot make a file immutable here; the undo of a failed move is not exercised");
+        const bool moved = !FileActions::move({file("stuck.png")}, url(other.path())).isEmpty();
+        flags &= ~FS_IMMUTABLE_FL;
+        ::ioctl(fd, FS_IOC_SETFLAGS, &flags);
+        ::close(fd);
+        QVERIFY(!moved && entries(other.path()) == QStringList({"a 2.png", "a.png"}));
     }
 
     void trashKeepsTheRealPlaceAndShortensLongNames()
     {
-        const QDateTime when(QDate(2026, 10, 8), QTime(5, 12, 49));
-        FreedesktopTrash trash(trashPath(), rootMount, [when] { return when; });
+        FreedesktopTrash trash(trashPath(), rootMount, [] { return QDateTime(QDate(2026, 10, 8), QTime(5, 12, 49)); });
         write(path("a b%.png"), "first");
-        QCOMPARE(FileActions::trash({url(path("a b%.png")), url(path("missing.png"))}, trash), qint64(1));
+        QCOMPARE(FileActions::trash({file("a b%.png"), file("missing.png")}, trash), qint64(1));
         write(path("a b%.png"), "second");
-        QCOMPARE(FileActions::trash({url(path("a b%.png"))}, trash), qint64(1));
+        QCOMPARE(FileActions::trash({file("a b%.png")}, trash), qint64(1));
         QCOMPARE(readAll(trashPath() + "/files/a b% 2.png"), QByteArray("second"));
-        const QString canonical = QFileInfo(folder).canonicalFilePath();
         const auto pathLine = [&](const QString &name) {
+            const QString canonical = QFileInfo(folder).canonicalFilePath();
             return "\nPath=" + QFile::encodeName(canonical + "/" + name).toPercentEncoding("/") + "\n";
         };
         QCOMPARE(readAll(trashPath() + "/info/a b% 2.png.trashinfo"),
                  "[Trash Info]" + pathLine("a b%.png") + "DeletionDate=2026-10-08T05:12:49\n");
         QCOMPARE(QFileInfo(trashPath()).permissions() & 0x0077, QFileDevice::Permissions());
 
-        // 250 bytes: a valid name, but "<name>.trashinfo" is not.
+        // 250 bytes: a valid name, but "<name>.trashinfo" is not. Never cut
+        // inside a character; the info file keeps the real place.
         const QString ascii = QString(246, QLatin1Char('x')) + ".png";
         const QString accented = QString(125, QChar(0x00E9)) + ".png"; // 254 bytes
         for (const QString &name : {ascii, ascii, accented}) {
             write(path(name), name.toUtf8());
             QVERIFY(trash.moveToTrash(path(name)));
         }
+        QStringList trashed = entries(trashPath() + "/files").filter(QRegularExpression("^x|^\\x{e9}"));
         QSet<QByteArray> contents;
-        for (const QString &entry : entries(trashPath() + "/files")) {
-            if (entry.startsWith(QLatin1String("a b%")))
-                continue;
-            // Never cut inside a character; the info file keeps the real place.
-            QVERIFY2(entry.toUtf8().size() + 10 <= 255 && entry.endsWith(QLatin1String(".png")), qPrintable(entry));
-            QVERIFY(!entry.contains(QChar::ReplacementCharacter));
+        for (const QString &entry : trashed) {
+            QVERIFY2(entry.toUtf8().size() + 10 <= 255 && entry.endsWith(QLatin1String(".png"))
+                         && !entry.contains(QChar::ReplacementCharacter),
+                     qPrintable(entry));
             const QByteArray name = readAll(trashPath() + "/files/" + entry);
             contents.insert(name);
             QVERIFY(readAll(trashPath() + "/info/" + entry + ".trashinfo").contains(pathLine(name)));
         }
-        QCOMPARE(entries(trashPath() + "/files").size(), 5);
-        QCOMPARE(contents, QSet<QByteArray>({ascii.toUtf8(), accented.toUtf8()}));
+        QVERIFY(trashed.size() == 3 && contents == QSet<QByteArray>({ascii.toUtf8(), accented.toUtf8()}));
     }
 
     void homeTrashMayBeASymlinkToAFolderOfOurs()
     {
         const QString target = dir->path() + "/elsewhere";
-        QDir().mkpath(target);
-        QDir().mkpath(dir->path() + "/data");
+        QVERIFY(QDir().mkpath(target) && QDir().mkpath(dir->path() + "/data"));
         QVERIFY(::symlink(QFile::encodeName(target).constData(), QFile::encodeName(trashPath()).constData()) == 0);
         FreedesktopTrash trash(trashPath(), rootMount);
         write(path("a.png"), "a");
@@ -248,34 +234,28 @@ private Q_SLOTS:
 
         // Not when others could write into it, or it is not ours.
         write(path("b.png"), "b");
-        ::chmod(QFile::encodeName(target).constData(), 0777);
-        QVERIFY(!trash.moveToTrash(path("b.png")));
-        ::chmod(QFile::encodeName(target).constData(), 0700);
-        if (::getuid() == 0) {
-            QVERIFY(::chown(QFile::encodeName(target).constData(), 65534, 65534) == 0);
-            QVERIFY(!trash.moveToTrash(path("b.png")));
-        }
+        QVERIFY(chmodPath(target, 0777) && !trash.moveToTrash(path("b.png")));
+        QVERIFY(chmodPath(target, 0700));
+        if (::getuid() == 0)
+            QVERIFY(::chown(QFile::encodeName(target).constData(), 65534, 65534) == 0
+                    && !trash.moveToTrash(path("b.png")));
         QCOMPARE(readAll(path("b.png")), QByteArray("b"));
     }
 
     void trashOnAnotherDriveUsesThatDrivesTrash()
     {
         // Pretend drives mounted at <tmp>/drive and <tmp>/other; the home Trash elsewhere.
-        const QString drive = dir->path() + "/drive";
-        const QString other = dir->path() + "/other";
-        const auto mountRoot = [drive, other](const QString &p) {
+        const QString drive = dir->path() + "/drive", other = dir->path() + "/other";
+        FreedesktopTrash trash(trashPath(), [drive, other](const QString &p) {
             const auto under = [&p](const QString &root) { return p == root || p.startsWith(root + "/"); };
             return under(drive) ? drive : under(other) ? other : QStringLiteral("/");
-        };
+        });
         const QString uid = QString::number(::getuid());
-        FreedesktopTrash trash(trashPath(), mountRoot);
         // An administrator's shared .Trash counts only with the sticky bit.
         QDir().mkpath(drive + "/.Trash");
-        ::chmod(QFile::encodeName(drive + "/.Trash").constData(), 0777);
-        for (const char *name : {"x.png", "y.png"}) {
+        for (const auto &[name, mode] : {std::pair{"x.png", 0777}, {"y.png", 01777}}) {
             write(drive + "/shots/" + name, name);
-            QVERIFY(trash.moveToTrash(drive + "/shots/" + name));
-            ::chmod(QFile::encodeName(drive + "/.Trash").constData(), 01777);
+            QVERIFY(chmodPath(drive + "/.Trash", mode) && trash.moveToTrash(drive + "/shots/" + name));
         }
         QVERIFY(readAll(drive + "/.Trash-" + uid + "/info/x.png.trashinfo").contains("\nPath=shots/x.png\n"));
         QCOMPARE(readAll(drive + "/.Trash/" + uid + "/files/y.png"), QByteArray("y.png"));
@@ -285,8 +265,7 @@ private Q_SLOTS:
         // copy into the home Trash.
         write(other + "/.Trash-" + uid, "a file where the folder would be");
         write(other + "/w.png", "w");
-        QVERIFY(!trash.moveToTrash(other + "/w.png"));
-        QCOMPARE(readAll(other + "/w.png"), QByteArray("w"));
+        QVERIFY(!trash.moveToTrash(other + "/w.png") && readAll(other + "/w.png") == "w");
     }
 
     // A too-large file and transparency in a JPEG copy are the decode
@@ -295,29 +274,26 @@ private Q_SLOTS:
     {
         writeImage(path("big.png"), 1441, 901);
         writeImage(path("tiny.png"), 3, 3);
-        writeImage(path("x.jpg"), 10, 10, "JPEG");
-        QCOMPARE(FileActions::resizeHalf({url(path("big.png")), url(path("tiny.png")), url(path("x.jpg"))}),
-                 QList<QUrl>({url(path("big @50%.png")), url(path("tiny @50%.png")), url(path("x @50%.png"))}));
+        for (const char *name : {"x.jpg", "y.JPG", "z.jpeg"})
+            writeImage(path(name), 10, 10, "JPEG");
+        QCOMPARE(FileActions::resizeHalf({file("big.png"), file("tiny.png"), file("x.jpg")}),
+                 QList<QUrl>({file("big @50%.png"), file("tiny @50%.png"), file("x @50%.png")}));
         QCOMPARE(QImageReader(path("big @50%.png")).size(), QSize(720, 450));
-
-        writeImage(path("y.JPG"), 4, 4, "JPEG");
-        writeImage(path("z.jpeg"), 4, 4, "JPEG");
-        QCOMPARE(FileActions::convertToJPG({url(path("y.JPG")), url(path("z.jpeg")), url(path("big.png"))}),
-                 QList<QUrl>({url(path("z.jpg")), url(path("big.jpg"))}));
-        QCOMPARE(FileActions::convertToJPG({url(path("z.jpeg"))}), QList<QUrl>({url(path("z 2.jpg"))}));
+        QCOMPARE(FileActions::convertToJPG({file("y.JPG"), file("z.jpeg"), file("big.png")}),
+                 QList<QUrl>({file("z.jpg"), file("big.jpg")}));
+        QCOMPARE(FileActions::convertToJPG({file("z.jpeg")}), QList<QUrl>({file("z 2.jpg")}));
         // The sources stay; nothing half-written was left behind.
         QVERIFY(QFile::exists(path("z.jpeg")) && QFile::exists(path("big.png")));
-        for (const QString &name : entries(folder))
-            QVERIFY2(!name.startsWith(QLatin1Char('.')), qPrintable(name));
+        QVERIFY(QDir(folder).entryList(QDir::Hidden | QDir::Files).filter(QRegularExpression("^\\.")).isEmpty());
 
         // Icons tell their size only when decoded.
         if (!QImageWriter::supportedImageFormats().contains("icns"))
             QSKIP("no icns image plugin here");
         writeImage(path("app.icns"), 64, 64, "icns", QImage::Format_ARGB32);
         QVERIFY(!QImageReader(path("app.icns")).size().isValid());
-        QCOMPARE(FileActions::resizeHalf({url(path("app.icns"))}), QList<QUrl>({url(path("app @50%.png"))}));
+        QCOMPARE(FileActions::resizeHalf({file("app.icns")}), QList<QUrl>({file("app @50%.png")}));
         QCOMPARE(QImageReader(path("app @50%.png")).size(), QSize(32, 32));
-        QCOMPARE(FileActions::convertToJPG({url(path("app.icns"))}), QList<QUrl>({url(path("app.jpg"))}));
+        QCOMPARE(FileActions::convertToJPG({file("app.icns")}), QList<QUrl>({file("app.jpg")}));
     }
 
     void runnerHandsResultsBackOnTheGuiThread()
@@ -325,7 +301,7 @@ private Q_SLOTS:
         FreedesktopTrash trash(trashPath(), rootMount);
         for (const char *name : {"a.png", "d.png"}) {
             write(path(name), name);
-            meta->update(url(path(name)), [](FileMeta &m) { m.app = "Term"; });
+            meta->update(file(name), [](FileMeta &m) { m.app = "Term"; });
         }
         QDir().mkpath(path("Sub"));
         QList<FileWorkResult> results;
@@ -339,20 +315,18 @@ private Q_SLOTS:
         {
             ActionRunner runner(trash, meta.get());
             QObject requester;
-            runner.move({url(path("a.png"))}, url(path("Sub")), &requester, collect);
-            runner.duplicate({url(path("Sub/a.png"))}, &requester, collect); // after the move
-            runner.trash({url(path("Sub/a copy.png"))}, &requester, collect);
+            runner.move({file("a.png")}, file("Sub"), &requester, collect);
+            runner.duplicate({file("Sub/a.png")}, &requester, collect); // after the move
+            runner.trash({file("Sub/a copy.png")}, &requester, collect);
             QCOMPARE(runner.pending(), 3);
             QTRY_COMPARE_WITH_TIMEOUT(runner.pending(), 0, 10000);
             // Destroyed while busy: the work is finished and the records move.
-            runner.move({url(path("d.png"))}, url(path("Sub")), &requester, collect);
+            runner.move({file("d.png")}, file("Sub"), &requester, collect);
         }
-        QVERIFY(inOrder);
-        QCOMPARE(results.size(), 3); // the unfinished job hears nothing
-        QCOMPARE(results[1].written, QList<QUrl>({url(path("Sub/a copy.png"))}));
-        QCOMPARE(results[2].count, qint64(1));
+        QVERIFY(inOrder && results.size() == 3); // the unfinished job hears nothing
+        QVERIFY(results[1].written == QList<QUrl>({file("Sub/a copy.png")}) && results[2].count == 1);
         QCOMPARE(entries(path("Sub")), QStringList({"a.png", "d.png"}));
-        QVERIFY(meta->meta(url(path("Sub/d.png"))).has_value());
+        QVERIFY(meta->meta(file("Sub/d.png")).has_value());
     }
 
     // What Copy and a drag carry: one image as its PNG bytes; a name that is
@@ -362,12 +336,10 @@ private Q_SLOTS:
     void clipboardFormatsKeepEveryNameWhole()
     {
         writeImage(path("one.png"), 4, 4);
-        QScopedPointer<QMimeData> single(FileActions::filesMimeData({url(path("one.png"))}));
-        QCOMPARE(single->formats().first(), "image/png");
-        QCOMPARE(single->data("image/png"), readAll(path("one.png")));
-
+        QScopedPointer<QMimeData> single(FileActions::filesMimeData({file("one.png")}));
+        QVERIFY(single->formats().first() == "image/png" && single->data("image/png") == readAll(path("one.png")));
         const QByteArray encoded = "file://" + QFile::encodeName(folder).toPercentEncoding("/") + "/raw%FF.png";
-        QScopedPointer<QMimeData> data(FileActions::filesMimeData({url(path("one.png")), QUrl::fromEncoded(encoded)}));
+        QScopedPointer<QMimeData> data(FileActions::filesMimeData({file("one.png"), QUrl::fromEncoded(encoded)}));
         QVERIFY(!data->hasFormat("image/png"));
         QCOMPARE(QByteArray::fromPercentEncoding(data->data("text/uri-list")),
                  "file://" + QFile::encodeName(path("one.png")) + "\r\nfile://" + QFile::encodeName(folder)
@@ -380,48 +352,38 @@ private Q_SLOTS:
     // link leads to the file.
     void markdownLinksStayOneImageEach()
     {
-        const QStringList names = {
-            "a\n\nb.png",    "[draft] (2) é.png", "x](y) ![z.png", "back\\slash.png", "`c` *e* _u_ <b> &amp; ~s~.png",
-            "tab\tcr\r.png", "100%.png",          "README"};
-        QList<QUrl> files;
-        QStringList alts;
-        for (const QString &name : names) {
-            files.append(url("/s/" + name));
-            QString alt = SafeFiles::splitName(name).stem;
-            alts.append(alt.replace(QRegularExpression("[\\t\\n\\r]"), " "));
+        QList<QUrl> files{QUrl::fromEncoded("file:///s/raw%FF.png")};
+        QStringList expected{"/s/raw\u00ff.png|raw" + QString(QChar::ReplacementCharacter)};
+        for (const char *name : {"a\n\nb.png", "[draft] (2) \u00e9.png", "x](y) ![z.png", "back\\slash.png",
+                                 "`c` *e* _u_ <b> &amp; ~s~.png", "tab\tcr\r.png", "100%.png", "README"}) {
+            files.append(url("/s/" + QString::fromUtf8(name)));
+            const QString alt = SafeFiles::splitName(QString::fromUtf8(name)).stem;
+            expected.append(QString::fromLatin1(QByteArray::fromPercentEncoding(files.last().toEncoded())).mid(7) + '|'
+                            + QString(alt).replace(QRegularExpression("[\\t\\n\\r]"), " "));
         }
-        files.append(QUrl::fromEncoded("file:///s/raw%FF.png"));
-        alts.append(QStringLiteral("raw") + QChar::ReplacementCharacter);
-        const QString markdown = FileActions::markdownText(files);
-
         if (QStandardPaths::findExecutable("cmark").isEmpty())
             QSKIP("cmark is not installed (setup.sh test)");
         QProcess cmark;
         cmark.start("cmark", {"--to", "xml"});
-        cmark.write(markdown.toUtf8());
+        cmark.write(FileActions::markdownText(files).toUtf8());
         cmark.closeWriteChannel();
         QVERIFY(cmark.waitForFinished());
         // Each image's destination and its alt text; any other markup inside
         // the alt text shows up as {name}.
         QXmlStreamReader xml(cmark.readAllStandardOutput());
-        QList<QByteArray> targets;
         QStringList read;
-        int paragraphs = 0;
-        int depth = -1;
+        int paragraphs = 0, depth = -1;
         while (!xml.atEnd()) {
             xml.readNext();
-            if (xml.isStartElement()) {
-                if (xml.name() == QLatin1String("paragraph"))
-                    ++paragraphs;
-                if (depth >= 0) {
-                    ++depth;
-                    if (xml.name() != QLatin1String("text"))
-                        read.last() += QStringLiteral("{%1}").arg(xml.name());
-                } else if (xml.name() == QLatin1String("image")) {
-                    depth = 0;
-                    targets.append(xml.attributes().value(QLatin1String("destination")).toUtf8());
-                    read.append(QString());
-                }
+            const QString name = xml.name().toString();
+            paragraphs += xml.isStartElement() && name == QLatin1String("paragraph");
+            if (xml.isStartElement() && depth >= 0) {
+                read.last() += name == QLatin1String("text") ? QString() : "{" + name + "}";
+                ++depth;
+            } else if (xml.isStartElement() && name == QLatin1String("image")) {
+                depth = 0;
+                const QByteArray destination = xml.attributes().value("destination").toUtf8();
+                read.append(QString::fromLatin1(QByteArray::fromPercentEncoding(destination)).mid(7) + '|');
             } else if (xml.isEndElement() && depth >= 0) {
                 --depth;
             } else if (xml.isCharacters() && depth > 0) {
@@ -429,11 +391,7 @@ private Q_SLOTS:
             }
         }
         QVERIFY(!xml.hasError() && paragraphs == 1);
-        QCOMPARE(read, alts);
-        QCOMPARE(targets.size(), files.size());
-        for (qsizetype i = 0; i < files.size(); ++i)
-            QCOMPARE(QByteArray::fromPercentEncoding(targets[i]),
-                     QByteArray::fromPercentEncoding(files[i].toEncoded()));
+        QCOMPARE(read, expected);
     }
 };
 
