@@ -12,95 +12,68 @@ class TestAsync : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // The work runs on the pool; its result, which may be move-only, comes
-    // to the asking object's thread, even when that is not the GUI thread,
-    // and only through that thread's event loop.
-    void theResultComesToTheContextsThread()
+    void answersComeOnTheContextsThreadOrNotAtAll()
     {
         QThreadPool pool;
-        QThread other;
-        auto *context = new QObject;
-        context->moveToThread(&other);
-        other.start();
-        const auto stop = qScopeGuard([&] {
-            context->deleteLater(); // on its thread, as it ends
-            other.quit();
-            other.wait();
-        });
-
-        std::atomic<QThread *> workedOn = nullptr, doneOn = nullptr;
-        std::atomic<bool> doneDuringRun = false;
-        std::atomic<int> value = 0;
-        std::atomic<bool> returned = false;
-        QMetaObject::invokeMethod(context, [&] {
-            Async::run(
-                pool, context,
-                [&] {
-                    workedOn = QThread::currentThread();
-                    return std::make_unique<int>(7);
-                },
-                [&](std::unique_ptr<int> result) {
-                    doneOn = QThread::currentThread();
-                    doneDuringRun = !returned;
-                    value = *result;
+        {
+            // The work runs on the pool; its result, which may be move-only,
+            // comes to the asking object's thread, even when that is not the
+            // GUI thread, and only through that thread's event loop.
+            QThread other;
+            auto *context = new QObject;
+            context->moveToThread(&other);
+            other.start();
+            const auto stop = qScopeGuard([&] {
+                context->deleteLater();
+                other.quit();
+                other.wait();
+            });
+            std::atomic<bool> returned = false;
+            std::atomic<int> value = 0;
+            QMetaObject::invokeMethod(context, [&] {
+                const auto work = [&] { return std::make_unique<int>(QThread::currentThread() == &other ? -1 : 7); };
+                Async::run(pool, context, work, [&](std::unique_ptr<int> result) {
+                    value = returned && QThread::currentThread() == &other ? *result : -2;
                 });
-            // Even finished work waits for the event loop.
-            pool.waitForDone();
-            returned = true;
-        });
-        QTRY_COMPARE_WITH_TIMEOUT(value.load(), 7, 5000);
-        QCOMPARE(doneOn.load(), &other);
-        QVERIFY(!doneDuringRun);
-        QVERIFY(workedOn.load() != &other && workedOn.load() != QThread::currentThread());
-    }
+                pool.waitForDone(); // even finished work waits for the event loop
+                returned = true;
+            });
+            QTRY_COMPARE_WITH_TIMEOUT(value.load(), 7, 5000);
+        }
 
-    // The asker goes away while its job runs, or before its job started:
-    // nothing of it is called or touched afterwards; work its owner cleared
-    // from the pool before it started answers nothing either; and a context
-    // that goes away inside its own answer takes nothing down with it.
-    void aContextGoneOrWorkClearedMeansNoAnswer()
-    {
-        QThreadPool pool;
+        // An asker gone while its job runs or before it starts hears nothing;
+        // nor does work its owner cleared from the pool before it started; a
+        // context that goes away inside its own answer takes nothing down.
         pool.setMaxThreadCount(1);
         QSemaphore started, release;
         int answered = 0, ran = 0;
-        auto *running = new QObject;
-        auto *queued = new QObject;
-        QObject staying;
-        Async::run(
-            pool, running,
-            [&] {
-                started.release();
-                release.acquire();
-                return 1;
-            },
-            [&](int) { ++answered; });
-        Async::run(
-            pool, queued, [&] { ++ran; }, [&] { ++answered; });
+        const auto answer = [&] { ++answered; };
+        const auto count = [&] { ++ran; };
+        const auto blocking = [&] { return started.release(), release.acquire(); };
+        auto *gone = new QObject;
+        Async::run(pool, gone, blocking, answer);
+        Async::run(pool, gone, count, answer);
         QVERIFY(started.tryAcquire(1, 5000));
-        delete running;
-        delete queued;
+        delete gone;
         release.release();
         pool.waitForDone();
-        Async::run(
-            pool, &staying, [&] { return started.acquire(), 2; }, [&](int) { ++answered; });
-        Async::run(
-            pool, &staying, [&] { ++ran; }, [&] { ++answered; });
-        pool.clear(); // as an owner does on its way out: the job in hand goes on, the one waiting never starts
-        started.release();
+        QObject staying;
+        Async::run(pool, &staying, blocking, answer); // the one free thread takes it at once
+        Async::run(pool, &staying, count, answer);
+        pool.clear(); // as an owner does on its way out
+        release.release();
         pool.waitForDone();
-        QCoreApplication::sendPostedEvents();
         QCoreApplication::processEvents();
         QCOMPARE(ran, 1);
-        QTRY_COMPARE(answered, 1); // only the job that was in hand
+        QCOMPARE(answered, 1);
 
         QPointer<QObject> selfDeleting = new QObject;
+        const auto answerAndGo = [&](int) {
+            ++answered;
+            delete selfDeleting.data();
+        };
         Async::run(
-            pool, selfDeleting.data(), [] { return 3; },
-            [&](int) {
-                ++answered;
-                delete selfDeleting.data();
-            });
+            pool, selfDeleting.data(), [] { return 3; }, answerAndGo);
         QTRY_VERIFY_WITH_TIMEOUT(answered == 2 && !selfDeleting, 5000);
     }
 };

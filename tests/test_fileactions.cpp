@@ -3,14 +3,12 @@
 #include "files/safefiles.h"
 #include "meta/metastore.h"
 #include "platform/trash.h"
-#include "support/badimages.h"
 #include "support/files.h"
 #include "support/isolatedmain.h"
 #include "support/sandbox.h"
 #include "support/scriptedprompts.h"
 
 #include <QImageReader>
-#include <QImageWriter>
 #include <QMimeData>
 #include <QProcess>
 #include <QRegularExpression>
@@ -20,8 +18,6 @@
 #include <QThread>
 #include <QXmlStreamReader>
 
-#include <linux/fs.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 using namespace TestFiles;
@@ -30,15 +26,9 @@ namespace {
 
 void write(const QString &path, const QByteArray &bytes) { Sandbox::writeFile(path, bytes); }
 
-void writeImage(const QString &path, int w, int h, const char *format = "PNG",
-                QImage::Format pixels = QImage::Format_RGB32)
-{
-    QImage image(w, h, pixels);
-    image.fill(QColor(10, 200, 30, pixels == QImage::Format_ARGB32 ? 0 : 255));
-    QVERIFY(image.save(path, format));
-}
-
 QUrl url(const QString &path) { return QUrl::fromLocalFile(path); }
+
+bool chmodPath(const QString &path, mode_t mode) { return ::chmod(QFile::encodeName(path).constData(), mode) == 0; }
 
 // Every file system is "/" unless told otherwise.
 QString rootMount(const QString &) { return QStringLiteral("/"); }
@@ -54,6 +44,7 @@ class TestFileActions : public QObject
     QString folder;
 
     QString path(const QString &name) const { return folder + QLatin1Char('/') + name; }
+    QUrl file(const QString &name) const { return url(path(name)); }
     QString trashPath() const { return dir->path() + "/data/Trash"; }
 
 private Q_SLOTS:
@@ -65,336 +56,220 @@ private Q_SLOTS:
         meta = std::make_unique<MetaStore>(dir->path() + "/meta.json");
     }
 
-    void uniqueNamesSurviveRaces()
+    void uniqueNamesSurviveRacesAndDuplicatesKeepTheFile()
     {
         // A dangling symlink occupies its name too.
         QVERIFY(::symlink("nowhere", QFile::encodeName(path("link.png")).constData()) == 0);
-        QCOMPARE(FileActions::uniqueURL(url(path("link.png"))), url(path("link 2.png")));
-
+        QCOMPARE(FileActions::uniqueURL(file("link.png")), file("link 2.png"));
         // Another program creates the chosen name right after we chose it, twice.
         write(path("a.png"), "original");
         int intrusions = 0;
         const auto racingChooser = [&](const QString &wanted) {
             const QString chosen = SafeFiles::uniquePath(wanted);
-            if (intrusions < 2)
-                write(chosen, "intruder " + QByteArray::number(++intrusions));
+            if (intrusions++ % 3 < 2) // two in every three tries
+                write(chosen, "intruder");
             return chosen;
         };
-        const QString copy = SafeFiles::copyUnique(path("a.png"), path("a copy.png"), racingChooser);
-        QCOMPARE(copy, path("a copy 3.png"));
-        QCOMPARE(readAll(copy), QByteArray("original"));
-        intrusions = 0;
+        QCOMPARE(SafeFiles::copyUnique(path("a.png"), path("a copy.png"), racingChooser), path("a copy 3.png"));
         QDir().mkpath(path("sub"));
         QCOMPARE(SafeFiles::moveUnique(path("a.png"), path("sub/a.png"), racingChooser), path("sub/a 3.png"));
-        QCOMPARE(readAll(path("sub/a 3.png")), QByteArray("original"));
-    }
+        QVERIFY(readAll(path("a copy 3.png")) == "original" && readAll(path("sub/a 3.png")) == "original");
 
-    void duplicateKeepsBytesModeAndTime()
-    {
-        write(path("a.png"), "pixels");
-        ::chmod(QFile::encodeName(path("a.png")).constData(), 0640);
-        setMtime(path("a.png"), 1'600'000'000);
-        write(path("README"), "text");
+        // Duplicates keep bytes, mode and time, numbered past those there.
+        write(path("dup/a.png"), "pixels");
+        QVERIFY(chmodPath(path("dup/a.png"), 0640));
+        setMtime(path("dup/a.png"), 1'600'000'000);
+        write(path("dup/README"), "text");
         for (int i = 0; i < 2; ++i)
-            (void)FileActions::duplicate({url(path("a.png")), url(path("README")), url(path("gone.png"))});
-        QCOMPARE(entries(folder),
+            (void)FileActions::duplicate({file("dup/a.png"), file("dup/README"), file("dup/gone.png")});
+        QCOMPARE(entries(path("dup")),
                  QStringList({"README", "README copy", "README copy 2", "a copy 2.png", "a copy.png", "a.png"}));
-        const QFileInfo copy(path("a copy 2.png"));
+        const QFileInfo copy(path("dup/a copy 2.png"));
         QCOMPARE(copy.permissions() & 0x0777, QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ReadGroup);
-        QCOMPARE(copy.lastModified().toSecsSinceEpoch(), 1'600'000'000);
-        QCOMPARE(readAll(copy.filePath()), QByteArray("pixels"));
+        QVERIFY(copy.lastModified().toSecsSinceEpoch() == 1'600'000'000 && readAll(copy.filePath()) == "pixels");
     }
 
     void renameRefusesAnythingButAFreeSingleName()
     {
-        write(path("a.png"), "A");
-        write(path("taken.png"), "T");
-        meta->update(url(path("a.png")), [](FileMeta &m) { m.text = QStringLiteral("hello"); });
+        for (const char *name : {"a.png", "taken.png", " c\n.png "})
+            write(path(name), name);
+        meta->update(file("a.png"), [](FileMeta &m) { m.text = QStringLiteral("hello"); });
         ScriptedPrompt prompt;
         const auto rename = [&](std::optional<QString> answer) {
             prompt.answer = answer;
             std::optional<QUrl> result = QUrl("unset:");
-            FileActions::rename(url(path("a.png")), prompt, meta.get(), [&](auto renamed) { result = renamed; });
+            FileActions::rename(file("a.png"), prompt, meta.get(), [&](auto renamed) { result = renamed; });
             return result;
         };
-
         QVERIFY(!rename(std::nullopt)); // Cancel
         for (const char *bad : {"taken.png", "../out.png", "sub/b.png", "..", "   "})
             QVERIFY2(!rename(QString::fromUtf8(bad)), bad);
-        QCOMPARE(entries(folder), QStringList({"a.png", "taken.png"}));
-        QCOMPARE(entries(dir->path()), QStringList({"shots"}));
-        QCOMPARE(readAll(path("taken.png")), QByteArray("T"));
+        QCOMPARE(entries(folder), QStringList({" c\n.png ", "a.png", "taken.png"}));
+        QVERIFY(entries(dir->path()) == QStringList{"shots"} && readAll(path("taken.png")) == "taken.png");
 
         // A name that begins or ends in white space, confirmed as it stands,
         // stays: trimming it is not the user's doing.
-        write(path(" c\n.png "), "C");
-        QVERIFY(!FileActions::renameTo(url(path(" c\n.png ")), " c\n.png ", meta.get()));
-        QCOMPARE(readAll(path(" c\n.png ")), QByteArray("C"));
-        QFile::remove(path(" c\n.png "));
+        QVERIFY(!FileActions::renameTo(file(" c\n.png "), " c\n.png ", meta.get()));
+        QCOMPARE(readAll(path(" c\n.png ")), QByteArray(" c\n.png "));
 
-        QCOMPARE(rename("  b.png\n"), url(path("b.png")));
-        QCOMPARE(readAll(path("b.png")), QByteArray("A"));
-        QCOMPARE(meta->meta(url(path("b.png")))->text, "hello");
-        QVERIFY(!meta->meta(url(path("a.png"))).has_value());
+        QVERIFY(rename("  b.png\n") == file("b.png") && readAll(path("b.png")) == "a.png");
+        QVERIFY(!meta->meta(file("a.png")) && meta->meta(file("b.png"))->text == "hello");
     }
 
     void moveNumbersCollisionsAndSkipsFilesAlreadyThere()
     {
-        write(path("a.png"), "new a");
-        write(path("b.png"), "b");
-        write(path("Sub/a.png"), "old a");
+        for (const char *name : {"a.png", "b.png", "Sub/a.png"})
+            write(path(name), name);
         // The same folder under another name.
         const QString link = dir->path() + "/link";
         QVERIFY(::symlink(QFile::encodeName(folder).constData(), QFile::encodeName(link).constData()) == 0);
-        QVERIFY(FileActions::move({url(path("a.png")), url(link + "/b.png")}, url(link)).isEmpty());
+        QVERIFY(FileActions::move({file("a.png"), url(link + "/b.png")}, url(link)).isEmpty());
         QCOMPARE(entries(folder), QStringList({"Sub", "a.png", "b.png"}));
 
-        meta->update(url(path("a.png")), [](FileMeta &m) { m.app = "Viewer"; });
-        const FileActions::Moves moves = FileActions::move(
-            {url(path("a.png")), url(path("b.png")), url(path("Sub/a.png")), url(path("missing.png"))},
-            url(path("Sub/")));
-        QCOMPARE(moves, FileActions::Moves({{url(path("a.png")), url(path("Sub/a 2.png"))},
-                                            {url(path("b.png")), url(path("Sub/b.png"))}}));
-        QCOMPARE(readAll(path("Sub/a.png")), QByteArray("old a"));
-        QCOMPARE(readAll(path("Sub/a 2.png")), QByteArray("new a"));
-        QVERIFY(meta->meta(url(path("a.png"))).has_value()); // the caller's to carry
+        meta->update(file("a.png"), [](FileMeta &m) { m.app = "Viewer"; });
+        const FileActions::Moves moves =
+            FileActions::move({file("a.png"), file("b.png"), file("Sub/a.png"), file("missing.png")}, file("Sub/"));
+        QCOMPARE(moves, FileActions::Moves({{file("a.png"), file("Sub/a 2.png")}, {file("b.png"), file("Sub/b.png")}}));
+        QVERIFY(readAll(path("Sub/a.png")) == "Sub/a.png" && readAll(path("Sub/a 2.png")) == "a.png");
+        QVERIFY(meta->meta(file("a.png")).has_value()); // the caller's to carry
         FileActions::carryRecords(moves, meta.get());
-        QCOMPARE(meta->meta(url(path("Sub/a 2.png")))->app, "Viewer");
-    }
-
-    void moveAcrossFileSystems()
-    {
-        if (!QFileInfo("/dev/shm").isWritable() || deviceOf("/dev/shm") == deviceOf(folder))
-            QSKIP("no second writable file system (/dev/shm) here");
-        QTemporaryDir other("/dev/shm/brindlewick-test-XXXXXX");
-        QVERIFY(other.isValid());
-        write(path("a.png"), QByteArray(200000, 'q'));
-        write(other.filePath("a.png"), "already there");
-        setMtime(path("a.png"), 1'500'000'000);
-        QDir().mkpath(path("folder"));
-        // Folders do not cross file systems.
-        QCOMPARE(FileActions::move({url(path("a.png")), url(path("folder"))}, url(other.path())).size(), 1);
-        QCOMPARE(readAll(other.filePath("a 2.png")), QByteArray(200000, 'q'));
-        QCOMPARE(QFileInfo(other.filePath("a 2.png")).lastModified().toSecsSinceEpoch(), 1'500'000'000);
-        QCOMPARE(entries(folder), QStringList({"folder"}));
-
-        // A source that cannot be removed (immutable stops even root) fails
-        // the move as a whole: the copy goes again.
-        write(path("stuck.png"), "stuck");
-        const int fd = ::open(QFile::encodeName(path("stuck.png")).constData(), O_RDONLY);
-        int flags = 0;
-        const bool immutable = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0
-                               && (flags |= FS_IMMUTABLE_FL, ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0);
-        if (immutable) {
-            QVERIFY(FileActions::move({url(path("stuck.png"))}, url(other.path())).isEmpty());
-            flags &= ~FS_IMMUTABLE_FL;
-            ::ioctl(fd, FS_IOC_SETFLAGS, &flags);
-        }
-        ::close(fd);
-        QCOMPARE(entries(other.path()), QStringList({"a 2.png", "a.png"}));
-        if (!immutable)
-            QSKIP("cannot make a file immutable here; the undo of a failed move is not exercised");
+        QCOMPARE(meta->meta(file("Sub/a 2.png"))->app, "Viewer");
     }
 
     void trashKeepsTheRealPlaceAndShortensLongNames()
     {
-        const QDateTime when(QDate(2026, 10, 8), QTime(5, 12, 49));
-        FreedesktopTrash trash(trashPath(), rootMount, [when] { return when; });
+        FreedesktopTrash trash(trashPath(), rootMount, [] { return QDateTime(QDate(2026, 10, 8), QTime(5, 12, 49)); });
         write(path("a b%.png"), "first");
-        QCOMPARE(FileActions::trash({url(path("a b%.png")), url(path("missing.png"))}, trash), qint64(1));
+        QCOMPARE(FileActions::trash({file("a b%.png"), file("missing.png")}, trash), qint64(1));
         write(path("a b%.png"), "second");
-        QCOMPARE(FileActions::trash({url(path("a b%.png"))}, trash), qint64(1));
+        QCOMPARE(FileActions::trash({file("a b%.png")}, trash), qint64(1));
         QCOMPARE(readAll(trashPath() + "/files/a b% 2.png"), QByteArray("second"));
-        const QString canonical = QFileInfo(folder).canonicalFilePath();
-        const auto pathLine = [&](const QString &name) {
-            return "\nPath=" + QFile::encodeName(canonical + "/" + name).toPercentEncoding("/") + "\n";
+        const QByteArray place = QFile::encodeName(QFileInfo(folder).canonicalFilePath() + "/");
+        const auto pathLine = [&](const QByteArray &name) {
+            return "\nPath=" + (place + name).toPercentEncoding("/") + "\n";
         };
         QCOMPARE(readAll(trashPath() + "/info/a b% 2.png.trashinfo"),
                  "[Trash Info]" + pathLine("a b%.png") + "DeletionDate=2026-10-08T05:12:49\n");
         QCOMPARE(QFileInfo(trashPath()).permissions() & 0x0077, QFileDevice::Permissions());
 
-        // 250 bytes: a valid name, but "<name>.trashinfo" is not.
+        // 250 bytes: a valid name, but "<name>.trashinfo" is not. Never cut
+        // inside a character; the info file keeps the real place.
         const QString ascii = QString(246, QLatin1Char('x')) + ".png";
         const QString accented = QString(125, QChar(0x00E9)) + ".png"; // 254 bytes
         for (const QString &name : {ascii, ascii, accented}) {
             write(path(name), name.toUtf8());
             QVERIFY(trash.moveToTrash(path(name)));
         }
-        QSet<QByteArray> contents;
-        for (const QString &entry : entries(trashPath() + "/files")) {
-            if (entry.startsWith(QLatin1String("a b%")))
-                continue;
-            // Never cut inside a character; the info file keeps the real place.
-            QVERIFY2(entry.toUtf8().size() + 10 <= 255 && entry.endsWith(QLatin1String(".png")), qPrintable(entry));
-            QVERIFY(!entry.contains(QChar::ReplacementCharacter));
+        const QStringList trashed = entries(trashPath() + "/files").filter(QRegularExpression("^x|^\\x{e9}"));
+        QCOMPARE(trashed.size(), 3);
+        for (const QString &entry : trashed) {
+            QVERIFY2(entry.toUtf8().size() + 10 <= 255 && entry.endsWith(QLatin1String(".png"))
+                         && !entry.contains(QChar::ReplacementCharacter),
+                     qPrintable(entry));
             const QByteArray name = readAll(trashPath() + "/files/" + entry);
-            contents.insert(name);
             QVERIFY(readAll(trashPath() + "/info/" + entry + ".trashinfo").contains(pathLine(name)));
         }
-        QCOMPARE(entries(trashPath() + "/files").size(), 5);
-        QCOMPARE(contents, QSet<QByteArray>({ascii.toUtf8(), accented.toUtf8()}));
     }
 
     void homeTrashMayBeASymlinkToAFolderOfOurs()
     {
         const QString target = dir->path() + "/elsewhere";
-        QDir().mkpath(target);
-        QDir().mkpath(dir->path() + "/data");
+        QVERIFY(QDir().mkpath(target) && QDir().mkpath(dir->path() + "/data"));
         QVERIFY(::symlink(QFile::encodeName(target).constData(), QFile::encodeName(trashPath()).constData()) == 0);
         FreedesktopTrash trash(trashPath(), rootMount);
         write(path("a.png"), "a");
-        QVERIFY(trash.moveToTrash(path("a.png")));
-        QCOMPARE(readAll(target + "/files/a.png"), QByteArray("a"));
+        QVERIFY(trash.moveToTrash(path("a.png")) && readAll(target + "/files/a.png") == "a");
 
-        // Not when others could write into it, or it is not ours.
+        // Not when others could write into it.
         write(path("b.png"), "b");
-        ::chmod(QFile::encodeName(target).constData(), 0777);
-        QVERIFY(!trash.moveToTrash(path("b.png")));
-        ::chmod(QFile::encodeName(target).constData(), 0700);
-        if (::getuid() == 0) {
-            QVERIFY(::chown(QFile::encodeName(target).constData(), 65534, 65534) == 0);
-            QVERIFY(!trash.moveToTrash(path("b.png")));
-        }
-        QCOMPARE(readAll(path("b.png")), QByteArray("b"));
+        QVERIFY(chmodPath(target, 0777) && !trash.moveToTrash(path("b.png")) && readAll(path("b.png")) == "b");
     }
 
     void trashOnAnotherDriveUsesThatDrivesTrash()
     {
         // Pretend drives mounted at <tmp>/drive and <tmp>/other; the home Trash elsewhere.
-        const QString drive = dir->path() + "/drive";
-        const QString other = dir->path() + "/other";
-        const auto mountRoot = [drive, other](const QString &p) {
+        const QString drive = dir->path() + "/drive", other = dir->path() + "/other";
+        FreedesktopTrash trash(trashPath(), [drive, other](const QString &p) {
             const auto under = [&p](const QString &root) { return p == root || p.startsWith(root + "/"); };
             return under(drive) ? drive : under(other) ? other : QStringLiteral("/");
-        };
+        });
         const QString uid = QString::number(::getuid());
-        FreedesktopTrash trash(trashPath(), mountRoot);
-        // An administrator's shared .Trash counts only with the sticky bit.
-        QDir().mkpath(drive + "/.Trash");
-        ::chmod(QFile::encodeName(drive + "/.Trash").constData(), 0777);
-        for (const char *name : {"x.png", "y.png"}) {
-            write(drive + "/shots/" + name, name);
-            QVERIFY(trash.moveToTrash(drive + "/shots/" + name));
-            ::chmod(QFile::encodeName(drive + "/.Trash").constData(), 01777);
-        }
+        write(drive + "/shots/x.png", "x");
+        QVERIFY(trash.moveToTrash(drive + "/shots/x.png"));
         QVERIFY(readAll(drive + "/.Trash-" + uid + "/info/x.png.trashinfo").contains("\nPath=shots/x.png\n"));
-        QCOMPARE(readAll(drive + "/.Trash/" + uid + "/files/y.png"), QByteArray("y.png"));
-        QCOMPARE(entries(trashPath() + "/files"), QStringList());
 
         // A drive where no Trash can be made keeps its files: no silent
         // copy into the home Trash.
         write(other + "/.Trash-" + uid, "a file where the folder would be");
         write(other + "/w.png", "w");
-        QVERIFY(!trash.moveToTrash(other + "/w.png"));
-        QCOMPARE(readAll(other + "/w.png"), QByteArray("w"));
+        QVERIFY(!trash.moveToTrash(other + "/w.png") && readAll(other + "/w.png") == "w");
     }
 
     // A too-large file and transparency in a JPEG copy are the decode
     // limits test's.
     void halfSizeAndJpegCopies()
     {
-        writeImage(path("big.png"), 1441, 901);
-        writeImage(path("tiny.png"), 3, 3);
-        writeImage(path("x.jpg"), 10, 10, "JPEG");
-        QCOMPARE(FileActions::resizeHalf({url(path("big.png")), url(path("tiny.png")), url(path("x.jpg"))}),
-                 QList<QUrl>({url(path("big @50%.png")), url(path("tiny @50%.png")), url(path("x @50%.png"))}));
+        writeImage(path("big.png"), {1441, 901});
+        writeImage(path("tiny.png"), {3, 3});
+        for (const char *name : {"x.jpg", "y.JPG", "z.jpeg"})
+            writeImage(path(name), {10, 10}, Qt::green, "JPEG");
+        QCOMPARE(FileActions::resizeHalf({file("big.png"), file("tiny.png"), file("x.jpg")}),
+                 QList<QUrl>({file("big @50%.png"), file("tiny @50%.png"), file("x @50%.png")}));
         QCOMPARE(QImageReader(path("big @50%.png")).size(), QSize(720, 450));
-
-        writeImage(path("y.JPG"), 4, 4, "JPEG");
-        writeImage(path("z.jpeg"), 4, 4, "JPEG");
-        QCOMPARE(FileActions::convertToJPG({url(path("y.JPG")), url(path("z.jpeg")), url(path("big.png"))}),
-                 QList<QUrl>({url(path("z.jpg")), url(path("big.jpg"))}));
-        QCOMPARE(FileActions::convertToJPG({url(path("z.jpeg"))}), QList<QUrl>({url(path("z 2.jpg"))}));
+        QCOMPARE(FileActions::convertToJPG({file("y.JPG"), file("z.jpeg"), file("big.png")}),
+                 QList<QUrl>({file("z.jpg"), file("big.jpg")}));
+        QCOMPARE(FileActions::convertToJPG({file("z.jpeg")}), QList<QUrl>({file("z 2.jpg")}));
         // The sources stay; nothing half-written was left behind.
-        QVERIFY(QFile::exists(path("z.jpeg")) && QFile::exists(path("big.png")));
-        for (const QString &name : entries(folder))
-            QVERIFY2(!name.startsWith(QLatin1Char('.')), qPrintable(name));
-
-        // Icons tell their size only when decoded.
-        if (!QImageWriter::supportedImageFormats().contains("icns"))
-            QSKIP("no icns image plugin here");
-        writeImage(path("app.icns"), 64, 64, "icns", QImage::Format_ARGB32);
-        QVERIFY(!QImageReader(path("app.icns")).size().isValid());
-        QCOMPARE(FileActions::resizeHalf({url(path("app.icns"))}), QList<QUrl>({url(path("app @50%.png"))}));
-        QCOMPARE(QImageReader(path("app @50%.png")).size(), QSize(32, 32));
-        QCOMPARE(FileActions::convertToJPG({url(path("app.icns"))}), QList<QUrl>({url(path("app.jpg"))}));
+        QVERIFY(QFile::exists(path("z.jpeg")) && QFile::exists(path("big.png"))
+                && QDir(folder).entryList({".*"}, QDir::Hidden | QDir::Files).isEmpty());
     }
 
     void runnerHandsResultsBackOnTheGuiThread()
     {
         FreedesktopTrash trash(trashPath(), rootMount);
-        for (const char *name : {"a.png", "c.png", "d.png"}) {
+        for (const char *name : {"a.png", "d.png", "Sub/x.png"}) {
             write(path(name), name);
-            meta->update(url(path(name)), [](FileMeta &m) { m.app = "Term"; });
+            meta->update(file(name), [](FileMeta &m) { m.app = "Term"; });
         }
-        QDir().mkpath(path("Sub"));
-        QList<FileWorkResult> results;
-        bool inOrder = true;
-        const auto collect = [&](const FileWorkResult &result) {
-            results.append(result);
-            // On the GUI thread, with the records already moved.
-            inOrder = inOrder && QThread::currentThread() == QCoreApplication::instance()->thread()
-                      && (result.moves.isEmpty() || meta->meta(result.moves.first().second));
+        QStringList results; // "!" when off the GUI thread or before the records moved
+        const auto collect = [&](const FileWorkResult &r) {
+            const bool moved = r.moves.isEmpty() || meta->meta(r.moves.first().second);
+            results << names(r.written).join(',') + '/' + QString::number(r.count)
+                           + (moved && QThread::currentThread() == thread() ? "" : "!");
         };
         {
             ActionRunner runner(trash, meta.get());
             QObject requester;
-            auto gone = std::make_unique<QObject>();
-            runner.move({url(path("a.png"))}, url(path("Sub")), &requester, collect);
-            runner.duplicate({url(path("Sub/a.png"))}, &requester, collect); // after the move
-            runner.move({url(path("c.png"))}, url(path("Sub")), gone.get(), collect);
-            runner.trash({url(path("Sub/a copy.png"))}, &requester, collect);
-            gone.reset();
-            QCOMPARE(runner.pending(), 4);
+            runner.move({file("a.png")}, file("Sub"), &requester, collect);
+            runner.duplicate({file("Sub/a.png")}, &requester, collect); // after the move
+            runner.trash({file("Sub/a copy.png")}, &requester, collect);
+            QCOMPARE(runner.pending(), 3);
             QTRY_COMPARE_WITH_TIMEOUT(runner.pending(), 0, 10000);
-            // Destroyed while busy: the work is finished and the records move.
-            runner.move({url(path("d.png"))}, url(path("Sub")), &requester, collect);
+            // Destroyed while busy: the work is finished and the records
+            // move, but the unfinished job hears nothing.
+            runner.move({file("d.png")}, file("Sub"), &requester, collect);
         }
-        QVERIFY(inOrder);
-        QCOMPARE(results.size(), 3); // the gone requester and the unfinished job hear nothing
-        QCOMPARE(results[1].written, QList<QUrl>({url(path("Sub/a copy.png"))}));
-        QCOMPARE(results[2].count, qint64(1));
-        QCOMPARE(entries(path("Sub")), QStringList({"a.png", "c.png", "d.png"}));
-        QVERIFY(meta->meta(url(path("Sub/d.png"))).has_value());
+        QCOMPARE(results, (QStringList{"/1", "a copy.png/1", "/1"}));
+        QCOMPARE(entries(path("Sub")), QStringList({"a.png", "d.png", "x.png"}));
+        QVERIFY(meta->meta(file("Sub/d.png")).has_value());
     }
 
-    // What Copy and a drag carry, for names that break naive text: a line
-    // break, brackets, a percent sign, a name that is not UTF-8. (The
-    // formats as another program pastes them are test_clipboard's.)
+    // What Copy and a drag carry: one image as its PNG bytes; a name that is
+    // not UTF-8 keeps its bytes in the URI list and reads as text with a
+    // stand-in. (Other names, as another program pastes them, are
+    // test_clipboard's.)
     void clipboardFormatsKeepEveryNameWhole()
     {
-        writeImage(path("one.png"), 4, 4);
-        QScopedPointer<QMimeData> single(FileActions::filesMimeData({url(path("one.png"))}));
-        QCOMPARE(single->formats().first(), "image/png");
-        QCOMPARE(single->data("image/png"), readAll(path("one.png")));
-
-        const QUrl raw =
-            QUrl::fromEncoded("file://" + QFile::encodeName(folder).toPercentEncoding("/") + "/raw%FF.png");
-        const QList<QUrl> files = {url(path("a\nb.png")), url(path("50% (1) [x].png")), raw};
-        const QByteArrayList rawPaths = {QFile::encodeName(path("a\nb.png")),
-                                         QFile::encodeName(path("50% (1) [x].png")),
-                                         QFile::encodeName(folder) + "/raw\xFF.png"};
-        QScopedPointer<QMimeData> data(FileActions::filesMimeData(files));
+        writeImage(path("one.png"), {4, 4});
+        const QScopedPointer<QMimeData> one(FileActions::filesMimeData({file("one.png")}));
+        QVERIFY(one->formats().first() == "image/png" && one->data("image/png") == readAll(path("one.png")));
+        const QByteArray encoded = "file://" + QFile::encodeName(folder).toPercentEncoding("/") + "/raw%FF.png";
+        QScopedPointer<QMimeData> data(FileActions::filesMimeData({file("one.png"), QUrl::fromEncoded(encoded)}));
         QVERIFY(!data->hasFormat("image/png"));
-        // File managers: one encoded URL per line, nothing else.
-        const QByteArrayList uris = data->data("text/uri-list").split('\n');
-        QCOMPARE(uris.size(), files.size() + 1);
-        for (qsizetype i = 0; i < files.size(); ++i) {
-            const QByteArray uri = uris[i].chopped(1);
-            QVERIFY2(uris[i].endsWith('\r') && QUrl::fromEncoded(uri, QUrl::StrictMode).isValid() && !uri.contains(' '),
-                     uris[i].constData());
-            QCOMPARE(QByteArray::fromPercentEncoding(uri), "file://" + rawPaths[i]);
-        }
-
-        // Anything that takes text gets the paths, a line each: a line break
-        // inside a name is written as the shell reads it back.
-        const QStringList lines = data->text().split(QLatin1Char('\n'));
-        QCOMPARE(lines,
-                 QStringList({lines[0], path("50% (1) [x].png"), path("raw") + QChar::ReplacementCharacter + ".png"}));
-        QProcess shell;
-        shell.start("bash", {"-c", "eval \"set -- $1\"; printf %s \"$1\"", "bash", lines[0]});
-        QVERIFY(shell.waitForFinished());
-        QCOMPARE(QString::fromUtf8(shell.readAllStandardOutput()), path("a\nb.png"));
+        QCOMPARE(QByteArray::fromPercentEncoding(data->data("text/uri-list")),
+                 "file://" + QFile::encodeName(path("one.png")) + "\r\nfile://" + QFile::encodeName(folder)
+                     + "/raw\xFF.png\r\n");
+        QCOMPARE(data->text(), path("one.png") + "\n" + path("raw") + QChar::ReplacementCharacter + ".png");
     }
 
     // Copy as Markdown gives one image link per file, whatever the name, as
@@ -402,63 +277,40 @@ private Q_SLOTS:
     // link leads to the file.
     void markdownLinksStayOneImageEach()
     {
-        const QStringList names = {
-            "a\n\nb.png",    "[draft] (2) é.png", "x](y) ![z.png", "back\\slash.png", "`c` *e* _u_ <b> &amp; ~s~.png",
-            "tab\tcr\r.png", "100%.png",          "README"};
-        QList<QUrl> files;
-        QStringList alts;
-        for (const QString &name : names) {
-            files.append(url("/s/" + name));
-            QString alt = SafeFiles::splitName(name).stem;
-            alts.append(alt.replace(QRegularExpression("[\\t\\n\\r]"), " "));
+        const auto place = [](const QByteArray &uri) {
+            return QString::fromLatin1(QByteArray::fromPercentEncoding(uri)) + '|';
+        };
+        QList<QUrl> files{QUrl::fromEncoded("file:///s/raw%FF.png")};
+        QStringList expected{"file:///s/raw\u00ff.png|raw" + QString(QChar::ReplacementCharacter)};
+        for (const char *name : {"a\n\nb.png", "[draft] (2) \u00e9.png", "x](y) ![z.png", "back\\slash.png",
+                                 "`c` *e* _u_ <b> &amp; ~s~.png", "tab\tcr\r.png", "100%.png", "README"}) {
+            files.append(url("/s/" + QString::fromUtf8(name)));
+            const QString alt = SafeFiles::splitName(QString::fromUtf8(name)).stem;
+            expected.append(place(files.last().toEncoded())
+                            + QString(alt).replace(QRegularExpression("[\\t\\n\\r]"), " "));
         }
-        files.append(QUrl::fromEncoded("file:///s/raw%FF.png"));
-        alts.append(QStringLiteral("raw") + QChar::ReplacementCharacter);
-        const QString markdown = FileActions::markdownText(files);
-        QCOMPARE(markdown.count(QLatin1Char('\n')), files.size() - 1);
-        QCOMPARE(markdown.split(QLatin1Char('\n')).at(1),
-                 "![\\[draft\\] (2) é](file:///s/%5Bdraft%5D%20%282%29%20%C3%A9.png)");
-
         if (QStandardPaths::findExecutable("cmark").isEmpty())
             QSKIP("cmark is not installed (setup.sh test)");
         QProcess cmark;
         cmark.start("cmark", {"--to", "xml"});
-        cmark.write(markdown.toUtf8());
+        cmark.write(FileActions::markdownText(files).toUtf8());
         cmark.closeWriteChannel();
         QVERIFY(cmark.waitForFinished());
-        // Each image's destination and its alt text; any other markup inside
-        // the alt text shows up as {name}.
+        // Each image's destination and its alt text; markup inside the alt
+        // text would change what it reads as.
         QXmlStreamReader xml(cmark.readAllStandardOutput());
-        QList<QByteArray> targets;
         QStringList read;
         int paragraphs = 0;
-        int depth = -1;
-        while (!xml.atEnd()) {
-            xml.readNext();
-            if (xml.isStartElement()) {
-                if (xml.name() == QLatin1String("paragraph"))
-                    ++paragraphs;
-                if (depth >= 0) {
-                    ++depth;
-                    if (xml.name() != QLatin1String("text"))
-                        read.last() += QStringLiteral("{%1}").arg(xml.name());
-                } else if (xml.name() == QLatin1String("image")) {
-                    depth = 0;
-                    targets.append(xml.attributes().value(QLatin1String("destination")).toUtf8());
-                    read.append(QString());
-                }
-            } else if (xml.isEndElement() && depth >= 0) {
-                --depth;
-            } else if (xml.isCharacters() && depth > 0) {
-                read.last() += xml.text();
+        const QRegularExpression indent("\\n *"); // the XML's own, between elements
+        while (xml.readNext() != QXmlStreamReader::EndDocument && !xml.hasError()) {
+            paragraphs += xml.isStartElement() && xml.name() == QLatin1String("paragraph");
+            if (xml.isStartElement() && xml.name() == QLatin1String("image")) {
+                const QString destination = place(xml.attributes().value("destination").toUtf8());
+                read.append(destination + xml.readElementText(QXmlStreamReader::IncludeChildElements).remove(indent));
             }
         }
         QVERIFY(!xml.hasError() && paragraphs == 1);
-        QCOMPARE(read, alts);
-        QCOMPARE(targets.size(), files.size());
-        for (qsizetype i = 0; i < files.size(); ++i)
-            QCOMPARE(QByteArray::fromPercentEncoding(targets[i]),
-                     QByteArray::fromPercentEncoding(files[i].toEncoded()));
+        QCOMPARE(read, expected);
     }
 };
 

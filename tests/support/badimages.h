@@ -1,12 +1,10 @@
 #pragma once
 
 #include "support/pngbytes.h"
+#include "support/sandbox.h"
 
 #include <QBuffer>
-#include <QDir>
-#include <QFile>
 #include <QImage>
-#include <QStringList>
 
 // Files that look like images by name but must not be decoded: empty, text,
 // cut short, damaged in the middle, and a valid PNG header that claims
@@ -34,7 +32,6 @@ inline QByteArray encoded(const char *format)
 
 inline QStringList write(const QString &dir)
 {
-    QDir().mkpath(dir);
     const QByteArray png = encoded("PNG");
     const QByteArray jpeg = encoded("JPEG");
     QByteArray damaged = png;
@@ -50,10 +47,8 @@ inline QStringList write(const QString &dir)
     };
     QStringList paths;
     for (const auto &[name, bytes] : files) {
-        QFile f(dir + QLatin1Char('/') + name);
-        if (f.open(QIODevice::WriteOnly))
-            f.write(bytes);
-        paths << f.fileName();
+        paths << dir + QLatin1Char('/') + name;
+        Sandbox::writeFile(paths.last(), bytes);
     }
     return paths;
 }

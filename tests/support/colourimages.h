@@ -1,10 +1,7 @@
 #pragma once
 
-#include <QColor>
 #include <QDir>
-#include <QFileInfo>
 #include <QImage>
-#include <QString>
 
 #include <cstdlib>
 
@@ -33,7 +30,6 @@ inline bool near(QRgb a, QRgb b, int slack, int alphaSlack = 0)
     return std::abs(qRed(a) - qRed(b)) <= slack && std::abs(qGreen(a) - qGreen(b)) <= slack
            && std::abs(qBlue(a) - qBlue(b)) <= slack && std::abs(qAlpha(a) - qAlpha(b)) <= alphaSlack;
 }
-inline bool sameColour(const QColor &a, const QColor &b) { return near(a.rgb(), b.rgb(), 3, 255); }
 
 // How many pixels of a 32-bit `image` inside `area` are within `slack` (per
 // channel) of `colour`, whatever their alpha.
@@ -52,7 +48,7 @@ inline int count(const QImage &image, const QRect &area, QRgb colour, int slack)
 // Whether `image` is a picture of `colour`.
 inline bool shows(const QImage &image, const QColor &colour)
 {
-    return !image.isNull() && sameColour(image.pixelColor(image.width() / 2, image.height() / 2), colour);
+    return !image.isNull() && near(image.pixelColor(image.width() / 2, image.height() / 2).rgb(), colour.rgb(), 3, 255);
 }
 
 } // namespace ColourImages

@@ -3,39 +3,36 @@
 #include <QByteArray>
 #include <QtEndian>
 
+#include <isa-l/crc.h>
+
 // PNG files put together byte by byte, for shapes, sizes and damage that no
 // encoder writes.
 namespace PngBytes {
 
+// The CRC-32 of zlib and PNG (reflected, started from 0).
 inline quint32 crc32(const QByteArray &bytes)
 {
-    quint32 crc = 0xffffffffu;
-    for (const char byte : bytes) {
-        crc ^= quint8(byte);
-        for (int k = 0; k < 8; ++k)
-            crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
-    }
-    return ~crc;
+    return crc32_gzip_refl(0, reinterpret_cast<const unsigned char *>(bytes.constData()), uint64_t(bytes.size()));
+}
+
+inline QByteArray bigEndian(quint32 value)
+{
+    QByteArray bytes(4, '\0');
+    qToBigEndian(value, bytes.data());
+    return bytes;
 }
 
 inline QByteArray chunk(const QByteArray &type, const QByteArray &data)
 {
-    QByteArray length(4, 0), crc(4, 0);
-    qToBigEndian<quint32>(quint32(data.size()), length.data());
-    qToBigEndian<quint32>(crc32(type + data), crc.data());
-    return length + type + data + crc;
+    return bigEndian(quint32(data.size())) + type + data + bigEndian(crc32(type + data));
 }
 
 // The signature and the header (colour type 0 grey, 2 RGB, 6 RGBA).
 inline QByteArray head(quint32 width, quint32 height, int depth, int colourType, bool interlaced = false)
 {
-    QByteArray header(13, '\0');
-    qToBigEndian(width, header.data());
-    qToBigEndian(height, header.data() + 4);
-    header[8] = char(depth);
-    header[9] = char(colourType);
-    header[12] = char(interlaced);
-    return QByteArray("\x89PNG\r\n\x1a\n", 8) + chunk("IHDR", header);
+    const char rest[] = {char(depth), char(colourType), '\0', '\0', char(interlaced)};
+    return QByteArray("\x89PNG\r\n\x1a\n", 8)
+           + chunk("IHDR", bigEndian(width) + bigEndian(height) + QByteArray(rest, 5));
 }
 
 // `head`, then the zlib stream over IDAT chunks of `piece` bytes, then IEND.

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QFont>
-#include <QImage>
 #include <QPainter>
 #include <QStringList>
 
@@ -15,7 +13,6 @@ inline QImage textImage(QSize size, int pixelSize, const QStringList &lines)
     QFont font("DejaVu Sans");
     font.setPixelSize(pixelSize);
     p.setFont(font);
-    p.setPen(Qt::black);
     for (qsizetype i = 0; i < lines.size(); ++i)
         p.drawText(QPoint(40, pixelSize * 2 + 10 + int(i) * pixelSize * 2), lines.at(i));
     return image;
