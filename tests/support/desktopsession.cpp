@@ -1,12 +1,8 @@
 #include "support/desktopsession.h"
 
-#include <QFile>
 #include <QRegularExpression>
-#include <QTest>
 
 namespace {
-
-constexpr int startTimeoutMs = 20000;
 
 // A panel that is the same on every machine: tasks and the tray along the
 // bottom, kept clear of windows, no clock or launcher; tint2's own defaults
@@ -51,29 +47,37 @@ bool DesktopSession::start()
     if (m_bus->address().isEmpty())
         return fail("dbus-daemon did not start");
 
-    if (!startLogged(m_windowManager, "openbox", {"--sm-disable"}, environment()))
+    if (!startLogged(m_windowManager, "openbox", {"--sm-disable"}, environment())
+        || !waitUntil([&] { return property(0, "_NET_SUPPORTING_WM_CHECK").contains("window id"); },
+                      "openbox did not take the screen"))
         return false;
-    const bool managed =
-        QTest::qWaitFor([&] { return property(0, "_NET_SUPPORTING_WM_CHECK").contains("window id"); }, startTimeoutMs);
-    if (!managed)
-        return fail("openbox did not take the screen");
-
-    const QString config = m_root.filePath("tint2rc");
-    QFile file(config);
-    if (!file.open(QIODevice::WriteOnly) || file.write(panelConfig) < 0)
-        return fail("could not write the panel's settings");
-    file.close();
-    if (!startLogged(m_panel, "tint2", {"-c", config}, environment()))
+    const QString config = writeConfig("tint2rc", panelConfig);
+    if (config.isEmpty() || !startLogged(m_panel, "tint2", {"-c", config}, environment()))
         return false;
     // The panel is there once the window manager keeps windows off it.
     const QString workArea = QStringLiteral("0, 0, %1, %2").arg(screenWidth).arg(screenHeight - panelHeight);
-    const bool panelled =
-        QTest::qWaitFor([&] { return property(0, "_NET_WORKAREA").startsWith(workArea); }, startTimeoutMs);
-    return panelled || fail("the panel did not come up");
+    return waitUntil([&] { return property(0, "_NET_WORKAREA").startsWith(workArea); }, "the panel did not come up");
+}
+
+bool DesktopSession::startAccessibilityBus()
+{
+    // Asked without starting it: a call to the bus itself would have the
+    // session bus start a second launcher that outlives the test.
+    const QStringList hasOwner = {"--session",
+                                  "--print-reply",
+                                  "--dest=org.freedesktop.DBus",
+                                  "/org/freedesktop/DBus",
+                                  "org.freedesktop.DBus.NameHasOwner",
+                                  "string:org.a11y.Bus"};
+    QByteArray out;
+    return startLogged(m_accessibilityBus, accessibilityBusLauncher, {"--launch-immediately"}, environment())
+           && waitUntil([&] { return tool("dbus-send", hasOwner, &out) == 0 && out.contains("boolean true"); },
+                        "the accessibility bus did not come up");
 }
 
 DesktopSession::~DesktopSession()
 {
+    endProcess(m_accessibilityBus);
     endProcess(m_panel);
     endProcess(m_windowManager);
     m_bus.reset();

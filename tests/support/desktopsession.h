@@ -32,11 +32,14 @@ public:
     ~DesktopSession() override;
 
     QString display() const { return m_display ? m_display->display() : QString(); }
-    // The private session bus, for tools that join it.
-    QString busAddress() const { return m_bus ? m_bus->address() : QString(); }
-
+    // Its display and its session bus.
+    QProcessEnvironment environment() const override;
     // Points `run` at this desktop: its display and its session bus.
     void enter(AppRun &run) const;
+    // The accessibility bus and its registry, on the session bus until the
+    // session ends.
+    static constexpr char accessibilityBusLauncher[] = "/usr/libexec/at-spi-bus-launcher";
+    bool startAccessibilityBus();
 
     int xdotool(const QStringList &arguments, QByteArray *out = nullptr) const;
 
@@ -76,10 +79,10 @@ public:
 
 private:
     bool start();
-    QProcessEnvironment environment() const override;
 
     std::unique_ptr<VirtualDisplay> m_display;
     std::unique_ptr<SessionBus> m_bus;
     QProcess m_windowManager;
     QProcess m_panel;
+    QProcess m_accessibilityBus;
 };

@@ -29,6 +29,22 @@ bool ScreenSession::startLogged(QProcess &process, const QString &program, const
     return process.waitForStarted(20000) || fail(program + " did not start");
 }
 
+bool ScreenSession::waitUntil(const std::function<bool()> &up, const QString &problem)
+{
+    return QTest::qWaitFor(up, 20000) || fail(problem);
+}
+
+QString ScreenSession::writeConfig(const QString &name, const QByteArray &text)
+{
+    QFile file(m_root.filePath(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) < 0) {
+        m_problem = "could not write " + name;
+        return {};
+    }
+    file.setPermissions(file.permissions() | QFile::ReadOther);
+    return file.fileName();
+}
+
 QProcessEnvironment ScreenSession::environment() const
 {
     QProcessEnvironment environment;

@@ -28,6 +28,8 @@ public:
     // finish), its standard output in `out`.
     int tool(const QString &program, const QStringList &arguments, QByteArray *out = nullptr,
              int timeoutMs = 15000) const;
+    // Only the session's own home, display and bus; nothing of the machine's.
+    virtual QProcessEnvironment environment() const;
 
 protected:
     ScreenSession() = default;
@@ -41,8 +43,11 @@ protected:
     // Starts a server of the session, its chatter kept in its home.
     bool startLogged(QProcess &process, const QString &program, const QStringList &arguments,
                      const QProcessEnvironment &environment);
-    // Only the session's own home, display and bus; nothing of the machine's.
-    virtual QProcessEnvironment environment() const;
+    // Waits for a server to be up; false, with `problem`, when it is not in time.
+    bool waitUntil(const std::function<bool()> &up, const QString &problem);
+    // A settings file for a server, in the session's home, readable by all;
+    // its path, or empty.
+    QString writeConfig(const QString &name, const QByteArray &text);
     // `path`, written by a capture tool, as a 32-bit image.
     static QImage loaded(const QString &path) { return QImage(path).convertToFormat(QImage::Format_RGB32); }
 

@@ -5,13 +5,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
-#include <QTest>
 
 #include <unistd.h>
 
 namespace {
-
-constexpr int startTimeoutMs = 20000;
 
 // An output of a known size and a plain background, so that captures are
 // the same on every machine; no bar, no borders.
@@ -73,7 +70,7 @@ bool WaylandSession::startWeston(bool xwayland)
     const QString socket = m_runtime + "/brindlewick";
     const QString log = m_root.filePath("weston.log");
     static const QRegularExpression listening("xserver listening on display (:\\d+)");
-    const bool up = QTest::qWaitFor(
+    const bool up = waitUntil(
         [&] {
             if (m_server.state() == QProcess::NotRunning || !QFile::exists(socket))
                 return false;
@@ -86,27 +83,21 @@ bool WaylandSession::startWeston(bool xwayland)
             m_x11Display = m.captured(1);
             return m.hasMatch();
         },
-        startTimeoutMs);
-    if (!up)
-        return fail(QStringLiteral("weston did not start (see %1)").arg(log));
-    m_socket = socket;
-    return true;
+        QStringLiteral("weston did not start (see %1)").arg(log));
+    if (up)
+        m_socket = socket;
+    return up;
 }
 
 bool WaylandSession::startSway(bool xwayland)
 {
-    const QString config = m_root.filePath("sway.conf");
-    QFile file(config);
-    if (!file.open(QIODevice::WriteOnly)
-        || file.write(QString::fromLatin1(swayConfig)
-                          .arg(screenWidth)
-                          .arg(screenHeight)
-                          .arg(xwayland ? "force" : "disable")
-                          .toUtf8())
-               < 0)
-        return fail("could not write sway's settings");
-    file.close();
-    QFile::setPermissions(config, QFile::permissions(config) | QFile::ReadOther);
+    const QString config = writeConfig("sway.conf", QString::fromLatin1(swayConfig)
+                                                        .arg(screenWidth)
+                                                        .arg(screenHeight)
+                                                        .arg(xwayland ? "force" : "disable")
+                                                        .toUtf8());
+    if (config.isEmpty())
+        return false;
 
     QProcessEnvironment env = environment();
     env.insert("WLR_BACKENDS", "headless");
@@ -122,7 +113,7 @@ bool WaylandSession::startSway(bool xwayland)
                : startLogged(m_server, "sway", sway.mid(1), env)))
         return false;
     const QString log = m_root.filePath(root ? "setpriv.log" : "sway.log");
-    const bool up = QTest::qWaitFor(
+    const bool up = waitUntil(
         [&] {
             if (m_server.state() == QProcess::NotRunning)
                 return false;
@@ -137,18 +128,16 @@ bool WaylandSession::startSway(bool xwayland)
                 m_swaySocket = runtime.filePath(commands.first());
             return !m_socket.isEmpty() && !m_swaySocket.isEmpty();
         },
-        startTimeoutMs);
-    if (!up)
-        return fail(QStringLiteral("sway did not start (see %1)").arg(log));
-    if (!xwayland)
-        return true;
+        QStringLiteral("sway did not start (see %1)").arg(log));
+    if (!up || !xwayland)
+        return up;
     // XWayland's display is known to sway's children; XWayland lets in only
     // sway's user, so a root test lets itself in too.
     const QString answer = m_runtime + "/display";
     const QString command = QStringLiteral("exec sh -c '%1echo \"$DISPLAY\" > %2'")
                                 .arg(root ? "xhost +si:localuser:root && " : QString(), answer);
     tool("swaymsg", {command});
-    const bool known = QTest::qWaitFor(
+    return waitUntil(
         [&] {
             QFile file(answer);
             if (!file.open(QIODevice::ReadOnly))
@@ -156,8 +145,7 @@ bool WaylandSession::startSway(bool xwayland)
             m_x11Display = QString::fromUtf8(file.readAll()).trimmed();
             return !m_x11Display.isEmpty();
         },
-        startTimeoutMs);
-    return known || fail(QStringLiteral("sway's XWayland did not come up (see %1)").arg(log));
+        QStringLiteral("sway's XWayland did not come up (see %1)").arg(log));
 }
 
 void WaylandSession::enter(AppRun &run) const
