@@ -59,26 +59,13 @@ private:
         return QSettings(ini, QSettings::IniFormat).value("savePath").toString();
     }
 
-    // Runs xdotool on the virtual display; its exit code, -1 when it did not finish.
-    int xdotool(const QStringList &arguments, QByteArray *output = nullptr)
-    {
-        QProcessEnvironment environment;
-        environment.insert("DISPLAY", m_display->display());
-        environment.insert("PATH", qEnvironmentVariable("PATH"));
-        const Ran ran = runProcess(environment, "xdotool", arguments, 10000);
-        if (output)
-            *output = ran.out;
-        return ran.status;
-    }
-
     // Asks the X server again until the shelf is (or is not) on screen.
-    bool waitShown(bool shown)
+    static bool waitShown(const AppRun &run, bool shown)
     {
         return QTest::qWaitFor(
             [&] {
-                QByteArray windows;
-                const bool found = xdotool({"search", "--onlyvisible", "--name", "^shots$"}, &windows) == 0;
-                return (found && !windows.trimmed().isEmpty()) == shown;
+                const Ran ran = run.tool("xdotool", {"search", "--onlyvisible", "--name", "^shots$"});
+                return (ran.status == 0 && !ran.out.trimmed().isEmpty()) == shown;
             },
             AppRun::defaultTimeoutMs);
     }
@@ -114,8 +101,8 @@ private Q_SLOTS:
         // Real input reaches the cells: the click lands on one, and Delete
         // trashes the file the keys selected. (What each key does to the
         // selection is test_selection's and test_shelfkeys'.) Ctrl+= acts once.
-        const QStringList lines = run.diagnosticLines();
-        QVERIFY2(lines.contains("view under the click point: ThumbCell"), qPrintable(lines.join('\n')));
+        const QStringList lines = run.lines();
+        QVERIFY2(lines.contains("[Brindlewick] view under the click point: ThumbCell"), qPrintable(lines.join('\n')));
         QCOMPARE(lines.filter("after key").size(), 8);
         QVERIFY(!QFile::exists(run.path("shots/b.png")));
         QVERIFY(QFile::exists(run.path("home/.local/share/Trash/files/b.png")));
@@ -149,16 +136,16 @@ private Q_SLOTS:
         QCOMPARE(run.waitForLine("] snapshot "), "[Brindlewick] snapshot 1024x566 -> " + snapshot);
         QCOMPARE(QImage(snapshot).size(), QSize(1024, 566));
         if (xdotool) {
-            QVERIFY(waitShown(true));
+            QVERIFY(waitShown(run, true));
             QCOMPARE(run.runOnce({"--toggle"}), 0);
-            QVERIFY(waitShown(false));
-            QCOMPARE(this->xdotool({"key", "alt+shift+s"}), 0);
+            QVERIFY(waitShown(run, false));
+            QCOMPARE(run.tool("xdotool", {"key", "alt+shift+s"}).status, 0);
             QVERIFY(!run.waitForLine(shown, ++shows).isNull());
-            QCOMPARE(this->xdotool({"key", "alt+shift+s"}), 0);
-            QVERIFY2(waitShown(false), qPrintable(run.lines().join(QLatin1Char(10))));
+            QCOMPARE(run.tool("xdotool", {"key", "alt+shift+s"}).status, 0);
+            QVERIFY2(waitShown(run, false), qPrintable(run.lines().join(QLatin1Char(10))));
             // Caps Lock on does not stop it.
-            QCOMPARE(this->xdotool({"key", "Caps_Lock", "alt+shift+s", "Caps_Lock"}), 0);
-            QVERIFY(waitShown(true));
+            QCOMPARE(run.tool("xdotool", {"key", "Caps_Lock", "alt+shift+s", "Caps_Lock"}).status, 0);
+            QVERIFY(waitShown(run, true));
         }
         QCOMPARE(savePath(ini), run.path("shots"));
         run.terminate();
@@ -178,9 +165,8 @@ private Q_SLOTS:
         QVERIFY(display->isRunning());
         AppRun run(display->display());
         const QString ini = useFlameshot(run);
-        run.setVar(QStringLiteral("BRINDLEWICK_DEBUG"));
-        run.start();
-        QVERIFY2(!run.waitForLine(QStringLiteral("] ready")).isNull(), qPrintable(run.lines().join('\n')));
+        run.setVar("BRINDLEWICK_DEBUG");
+        QVERIFY(run.startReady());
         QCOMPARE(savePath(ini), run.path("shots"));
         display.reset();
         QVERIFY(run.waitForExit());

@@ -28,16 +28,6 @@ QMap<QString, QByteArray> snapshot(const QStringList &paths)
 
 QStringList pngsIn(const QString &folder) { return QDir(folder).entryList({"*.png"}, QDir::Files); }
 
-// Runs a program in `run`'s environment to its end; whether it ended well,
-// what it printed in `output`.
-bool runTool(AppRun &run, const QString &program, const QStringList &arguments, QByteArray *output = nullptr)
-{
-    const Ran ran = runProcess(run.environment(), program, arguments);
-    if (output)
-        *output = ran.out + ran.err;
-    return ran.status == 0;
-}
-
 // Brindlewick with the tool forced, a Pictures folder, its own bus offering
 // `services`, and BRINDLEWICK_DEBUG on so its scans report. Its Home
 // (`shelf`): home/Shelf, chosen earlier in its preferences, or on a first
@@ -73,9 +63,9 @@ struct ToolRun
     {
         QVERIFY(!bus.address().isEmpty());
         QVERIFY(run.startReady());
-        QByteArray output;
-        QVERIFY2(runTool(run, program, arguments, &output),
-                 qPrintable(program + " did not save by itself:\n" + output));
+        const Ran ran = run.tool(program, arguments);
+        const QByteArray output = ran.out + ran.err;
+        QVERIFY2(ran.status == 0, qPrintable(program + " did not save by itself:\n" + output));
         QTRY_COMPARE_WITH_TIMEOUT(pngsIn(shelf).size(), 1, 10000);
         QVERIFY2(!run.waitForLine(shelf + ": 1 images").isNull(), qPrintable(run.lines().join('\n')));
         const QStringList elsewhere =
@@ -96,14 +86,13 @@ class TestE2eTools : public QObject
 private:
     std::unique_ptr<VirtualDisplay> m_display;
 
-    void needTool(const char *program)
+    void needTools(const QStringList &programs)
     {
         if (!m_display || !m_display->isRunning())
             QSKIP("Xvfb is not installed (./setup.sh test installs it)");
-        if (QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty())
-            QSKIP(qPrintable(QStringLiteral("%1 is not installed (./setup.sh test installs it)").arg(program)));
-        if (QStandardPaths::findExecutable("dbus-daemon").isEmpty())
-            QSKIP("dbus-daemon is not installed");
+        for (const QString &program : programs + QStringList{"dbus-daemon"})
+            if (QStandardPaths::findExecutable(program).isEmpty())
+                QSKIP(qPrintable(program + " is not installed (./setup.sh test installs it)"));
     }
 
 private Q_SLOTS:
@@ -130,7 +119,7 @@ private Q_SLOTS:
     void flameshot()
     {
         QFETCH(bool, configured);
-        needTool("flameshot");
+        needTools({"flameshot"});
         ToolRun t(m_display->display(), "flameshot");
         const QString folder = t.run.configHome() + "/flameshot", ini = folder + "/flameshot.ini";
         if (configured) {
@@ -150,24 +139,22 @@ private Q_SLOTS:
     void gnomeScreenshot()
     {
         QFETCH(bool, configured);
-        needTool("gnome-screenshot");
+        needTools({"gnome-screenshot", "dconf", "gsettings"});
         if (!QFile::exists("/usr/share/dbus-1/services/ca.desrt.dconf.service"))
             QSKIP("dconf-service is not installed (gnome-screenshot's settings store)");
-        if (QStandardPaths::findExecutable("dconf").isEmpty())
-            QSKIP("dconf is not installed (./setup.sh test installs dconf-cli)");
         ToolRun t(m_display->display(), "gnome-screenshot", {"ca.desrt.dconf.service"});
         // What the user set, as dconf holds it: nothing when unset.
         const auto userValue = [&t] {
-            QByteArray value;
-            runTool(t.run, "dconf", {"read", "/org/gnome/gnome-screenshot/auto-save-directory"}, &value);
-            return value;
+            return t.run.tool("dconf", {"read", "/org/gnome/gnome-screenshot/auto-save-directory"}).out;
         };
         const QString dconf = t.run.configHome() + "/dconf/user";
         if (configured) {
             QDir().mkpath(t.run.path("home/Shots"));
-            QVERIFY(runTool(t.run, "gsettings",
-                            {"set", "org.gnome.gnome-screenshot", "auto-save-directory",
-                             QUrl::fromLocalFile(t.run.path("home/Shots")).toString()}));
+            QCOMPARE(t.run
+                         .tool("gsettings", {"set", "org.gnome.gnome-screenshot", "auto-save-directory",
+                                             QUrl::fromLocalFile(t.run.path("home/Shots")).toString()})
+                         .status,
+                     0);
         }
         const auto before = snapshot({dconf});
         const QByteArray valueBefore = userValue();
@@ -188,7 +175,7 @@ private Q_SLOTS:
     void spectacle()
     {
         QFETCH(bool, configured);
-        needTool("spectacle");
+        needTools({"spectacle"});
         ToolRun t(m_display->display(), "spectacle");
         const QString rc = t.run.configHome() + "/spectaclerc";
         const QByteArray own = "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\ndefaultSaveLocation=file://"

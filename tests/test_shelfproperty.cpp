@@ -78,23 +78,14 @@ public:
     // One step chosen at random; returns what it did.
     QString step()
     {
+        // Each kind's chance in percent, as the upper end of its share.
+        static constexpr std::pair<int, QString (Run::*)()> kinds[] = {
+            {10, &Run::search}, {15, &Run::switchFolder}, {20, &Run::zoom}, {28, &Run::scroll},
+            {50, &Run::click},  {58, &Run::marquee},      {66, &Run::keys}, {72, &Run::trash}};
         const int pick = int(m_random.bounded(100));
-        if (pick < 10)
-            return search();
-        if (pick < 15)
-            return switchFolder();
-        if (pick < 20)
-            return zoom();
-        if (pick < 28)
-            return scroll();
-        if (pick < 50)
-            return click();
-        if (pick < 58)
-            return marquee();
-        if (pick < 66)
-            return keys();
-        if (pick < 72)
-            return trash();
+        for (const auto &[upTo, act] : kinds)
+            if (pick < upTo)
+                return (this->*act)();
         return outside();
     }
 
@@ -102,8 +93,7 @@ public:
     QString check()
     {
         QString problem;
-        if (QTest::qWaitFor([&] { return (problem = violation()).isEmpty(); }, settleMs + Shelf::rescanMaxWaitMs))
-            return {};
+        (void)QTest::qWaitFor([&] { return (problem = violation()).isEmpty(); }, settleMs + Shelf::rescanMaxWaitMs);
         return problem;
     }
 
@@ -168,9 +158,7 @@ private:
             return QStringLiteral("click on nothing");
         const QUrl url = urls.at(below(int(urls.size())));
         const int kind = below(4);
-        const Qt::KeyboardModifiers mods = kind == 1   ? Qt::ControlModifier
-                                           : kind == 2 ? Qt::ShiftModifier
-                                                       : Qt::NoModifier;
+        const Qt::KeyboardModifiers mods = QList{Qt::NoModifier, Qt::ControlModifier, Qt::ShiftModifier}.value(kind);
         const QRect tile = m_rig.grid()->tileRect(url).intersected(m_rig.viewport()->rect());
         if (kind == 3) {
             // On the name under the tile: background.

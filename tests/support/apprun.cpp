@@ -38,7 +38,11 @@ void endProcess(QProcess &process)
     process.waitForFinished(5000);
 }
 
-QString firstLine(QProcess &process, int timeoutMs)
+namespace {
+
+// The first line `process` writes to standard output (a display number, a
+// bus address), trimmed; empty when none comes in time.
+QString firstLine(QProcess &process, int timeoutMs = 20000)
 {
     QByteArray line;
     const QDeadlineTimer deadline(timeoutMs);
@@ -48,6 +52,8 @@ QString firstLine(QProcess &process, int timeoutMs)
     }
     return QString::fromUtf8(line.trimmed());
 }
+
+} // namespace
 
 SessionBus::SessionBus(const QProcessEnvironment &environment, const QStringList &services, bool machineServices)
 {
@@ -80,7 +86,7 @@ SessionBus::SessionBus(const QProcessEnvironment &environment, const QStringList
 
 VirtualDisplay::VirtualDisplay()
 {
-    if (!isInstalled())
+    if (QStandardPaths::findExecutable("Xvfb").isEmpty())
         return;
     // -displayfd 1: the server picks a free display and writes its number
     // to standard output once it accepts connections.
@@ -91,8 +97,6 @@ VirtualDisplay::VirtualDisplay()
 }
 
 VirtualDisplay::~VirtualDisplay() { endProcess(m_server); }
-
-bool VirtualDisplay::isInstalled() { return !QStandardPaths::findExecutable("Xvfb").isEmpty(); }
 
 AppRun::AppRun(const QString &display)
 {
@@ -201,17 +205,6 @@ QString AppRun::waitForLine(const QString &text, int occurrence, int timeoutMs)
         // Blocks until more of standard error arrives (or the time is up).
         m_process.waitForReadyRead(int(std::max<qint64>(deadline.remainingTime(), 1)));
     }
-}
-
-QStringList AppRun::diagnosticLines() const
-{
-    static const QString prefix = "[Brindlewick] ";
-    QStringList result;
-    for (const QString &line : m_lines) {
-        if (line.startsWith(prefix))
-            result << line.mid(prefix.size());
-    }
-    return result;
 }
 
 bool AppRun::waitForExit(int timeoutMs)

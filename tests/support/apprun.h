@@ -24,9 +24,6 @@ Ran runProcess(const QProcessEnvironment &environment, const QString &program, c
                int timeoutMs = 20000, const QString &workingDirectory = {});
 // Ends a process the test started: asks first, then kills.
 void endProcess(QProcess &process);
-// The first line `process` writes to standard output (a display number, a
-// bus address), trimmed; empty when none comes in time.
-QString firstLine(QProcess &process, int timeoutMs = 20000);
 
 // A private D-Bus session bus in `environment`: the machine's session
 // services (`machineServices`), or only those named from its list.
@@ -56,7 +53,6 @@ public:
     VirtualDisplay(const VirtualDisplay &) = delete;
     VirtualDisplay &operator=(const VirtualDisplay &) = delete;
 
-    static bool isInstalled();
     bool isRunning() const { return !m_display.isEmpty(); }
     // ":12"
     QString display() const { return m_display; }
@@ -108,6 +104,11 @@ public:
     // Returns its exit code (-1 when it did not finish); `output` gets its
     // standard output.
     int runOnce(const QStringList &arguments, QString *output = nullptr, int timeoutMs = defaultTimeoutMs);
+    // Runs another program in the same home and session to its end.
+    Ran tool(const QString &program, const QStringList &arguments) const
+    {
+        return runProcess(m_environment, program, arguments);
+    }
 
     // Reads standard error as it arrives until the `occurrence`-th line
     // containing `text` has come (counting those read before), and returns
@@ -115,8 +116,6 @@ public:
     // without it.
     QString waitForLine(const QString &text, int occurrence = 1, int timeoutMs = defaultTimeoutMs);
     QStringList lines() const { return m_lines; }
-    // The "[Brindlewick] ..." lines without their prefix.
-    QStringList diagnosticLines() const;
 
     qint64 processId() const { return m_process.processId(); }
     void terminate() { m_process.terminate(); }

@@ -15,22 +15,6 @@ strut_policy = follow_size
 systray_icon_size = 24
 )";
 
-quint32 parseWindowId(const QString &text) { return text.trimmed().toUInt(nullptr, 0); }
-
-// "mousemove 10 20 click 1" as xdotool's arguments.
-QStringList words(const QString &line) { return line.split(QLatin1Char(' '), Qt::SkipEmptyParts); }
-
-// Window ids in the order xprop or xdotool printed them.
-QList<quint32> windowIds(const QString &text)
-{
-    static const QRegularExpression id("(0x[0-9a-fA-F]+|\\b\\d+\\b)");
-    QList<quint32> ids;
-    for (auto it = id.globalMatch(text); it.hasNext();)
-        if (const quint32 window = parseWindowId(it.next().captured(0)))
-            ids << window;
-    return ids;
-}
-
 } // namespace
 
 DesktopSession::DesktopSession() { m_running = start(); }
@@ -99,11 +83,6 @@ void DesktopSession::enter(AppRun &run) const
     run.setVar("DBUS_SESSION_BUS_ADDRESS", m_bus->address());
 }
 
-int DesktopSession::xdotool(const QStringList &arguments, QByteArray *out) const
-{
-    return tool("xdotool", arguments, out);
-}
-
 QList<quint32> DesktopSession::windowsOf(qint64 pid, const QString &nameRegex) const
 {
     QStringList arguments = words(QStringLiteral("search --all --onlyvisible --pid %1").arg(pid));
@@ -111,13 +90,6 @@ QList<quint32> DesktopSession::windowsOf(qint64 pid, const QString &nameRegex) c
         arguments << "--name" << nameRegex;
     QByteArray out;
     xdotool(arguments, &out);
-    return windowIds(QString::fromLatin1(out));
-}
-
-QList<quint32> DesktopSession::windowsNamed(const QString &nameRegex) const
-{
-    QByteArray out;
-    xdotool(words("search --onlyvisible --name") << nameRegex, &out);
     return windowIds(QString::fromLatin1(out));
 }
 
@@ -134,32 +106,6 @@ quint32 DesktopSession::waitForWindow(qint64 pid, const QString &nameRegex, bool
     return settled && shown ? found : 0;
 }
 
-QRect DesktopSession::geometry(quint32 window) const
-{
-    QByteArray out;
-    if (xdotool(words(QStringLiteral("getwindowgeometry --shell %1").arg(window)), &out) != 0)
-        return {};
-    QHash<QString, int> values;
-    for (const QByteArray &line : out.split('\n')) {
-        const QList<QByteArray> pair = line.split('=');
-        if (pair.size() == 2)
-            values.insert(QString::fromLatin1(pair.at(0)), pair.at(1).toInt());
-    }
-    return QRect(values.value("X"), values.value("Y"), values.value("WIDTH"), values.value("HEIGHT"));
-}
-
-QString DesktopSession::property(quint32 window, const QString &name) const
-{
-    QByteArray out;
-    tool("xprop", words(window ? QStringLiteral("-id %1").arg(window) : "-root") << name, &out);
-    const QString line = QString::fromUtf8(out).trimmed();
-    const qsizetype equals = line.indexOf(" = ");
-    if (equals >= 0)
-        return line.mid(equals + 3);
-    const qsizetype colon = line.indexOf(QLatin1Char(':'));
-    return colon >= 0 ? line.mid(colon + 1).trimmed() : line;
-}
-
 QStringList DesktopSession::wmState(quint32 window) const
 {
     QStringList states;
@@ -171,8 +117,6 @@ QStringList DesktopSession::wmState(quint32 window) const
 }
 
 QList<quint32> DesktopSession::stacking() const { return windowIds(property(0, "_NET_CLIENT_LIST_STACKING")); }
-
-quint32 DesktopSession::activeWindow() const { return windowIds(property(0, "_NET_ACTIVE_WINDOW")).value(0); }
 
 QImage DesktopSession::capture(const QString &savePath) const
 {

@@ -41,26 +41,17 @@ public:
     static constexpr char accessibilityBusLauncher[] = "/usr/libexec/at-spi-bus-launcher";
     bool startAccessibilityBus();
 
-    int xdotool(const QStringList &arguments, QByteArray *out = nullptr) const;
-
     // The mapped windows that process `pid` owns (by _NET_WM_PID), those
     // whose title matches `nameRegex` when one is given.
     QList<quint32> windowsOf(qint64 pid, const QString &nameRegex = {}) const;
-    // The mapped windows of any process whose title matches `nameRegex`.
-    QList<quint32> windowsNamed(const QString &nameRegex) const;
     // Waits until exactly such a window is mapped (or none, when `shown` is
     // false); the window, or 0.
     quint32 waitForWindow(qint64 pid, const QString &nameRegex, bool shown = true) const;
-    // The window's frame-less geometry in screen coordinates.
-    QRect geometry(quint32 window) const;
-    // One property as xprop prints it after the "=" (or ":" for an unset one).
-    QString property(quint32 window, const QString &name) const;
     // The _NET_WM_STATE atoms, without the prefix ("ABOVE", "SKIP_TASKBAR").
     QStringList wmState(quint32 window) const;
     bool hasState(quint32 window, const QString &atom) const { return wmState(window).contains(atom); }
     // Client windows bottom to top, as the window manager stacks them.
     QList<quint32> stacking() const;
-    quint32 activeWindow() const;
 
     // The whole screen as the X server shows it; kept at `savePath` when given.
     QImage capture(const QString &savePath = {}) const;

@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QProcess>
+#include <QRect>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -31,6 +32,16 @@ public:
     // Only the session's own home, display and bus; nothing of the machine's.
     virtual QProcessEnvironment environment() const;
 
+    // X11 windows (on the session's display) and the window manager's view of them.
+    int xdotool(const QStringList &arguments, QByteArray *out = nullptr) const;
+    // The mapped windows of any process whose title matches `nameRegex`.
+    QList<quint32> windowsNamed(const QString &nameRegex) const;
+    // The window's frame-less geometry in screen coordinates.
+    QRect geometry(quint32 window) const;
+    // One property as xprop prints it after the "=" (or ":" for an unset one).
+    QString property(quint32 window, const QString &name) const;
+    quint32 activeWindow() const;
+
 protected:
     ScreenSession() = default;
     // False, with the missing ones as the problem, unless all are installed.
@@ -48,6 +59,10 @@ protected:
     // A settings file for a server, in the session's home, readable by all;
     // its path, or empty.
     QString writeConfig(const QString &name, const QByteArray &text);
+    // "search --name" as a program's arguments.
+    static QStringList words(const QString &line);
+    // Window ids in the order xprop or xdotool printed them.
+    static QList<quint32> windowIds(const QString &text);
     // `path`, written by a capture tool, as a 32-bit image.
     static QImage loaded(const QString &path) { return QImage(path).convertToFormat(QImage::Format_RGB32); }
 

@@ -22,7 +22,7 @@ xwayland %3
 
 WaylandSession::WaylandSession(Compositor compositor, bool xwayland) : m_compositor(compositor)
 {
-    QStringList tools = {"xwininfo", "xhost"};
+    QStringList tools = {"xdotool", "xprop", "xhost"};
     tools << (compositor == Compositor::weston ? QStringList{"weston", "weston-screenshooter"}
                                                : QStringList{"sway", "swaymsg", "grim", "setpriv"});
     if (xwayland)
@@ -183,39 +183,6 @@ QJsonObject WaylandSession::tree() const
     if (tool("swaymsg", {"-t", "get_tree"}, &out) != 0)
         return {};
     return QJsonDocument::fromJson(out).object();
-}
-
-QList<quint32> WaylandSession::x11Windows(const QString &nameRegex) const
-{
-    QByteArray out;
-    tool("xwininfo", {"-root", "-tree"}, &out);
-    static const QRegularExpression line("^\\s*(0x[0-9a-f]+) \"(.*)\": ");
-    const QRegularExpression name(nameRegex);
-    QList<quint32> windows;
-    for (const QString &text : QString::fromUtf8(out).split(QLatin1Char('\n'))) {
-        const QRegularExpressionMatch m = line.match(text);
-        if (!m.hasMatch() || !name.match(m.captured(2)).hasMatch())
-            continue;
-        QByteArray info;
-        tool("xwininfo", {"-id", m.captured(1)}, &info);
-        if (info.contains("Map State: IsViewable"))
-            windows << m.captured(1).toUInt(nullptr, 16);
-    }
-    return windows;
-}
-
-QRect WaylandSession::x11Geometry(quint32 window) const
-{
-    QByteArray out;
-    if (tool("xwininfo", {"-id", QString::number(window)}, &out) != 0)
-        return {};
-    const auto field = [&out](const char *label) {
-        static const QRegularExpression number("-?\\d+");
-        const qsizetype at = out.indexOf(label);
-        return at < 0 ? 0
-                      : number.match(QString::fromUtf8(out.mid(at + qsizetype(qstrlen(label)), 16))).captured().toInt();
-    };
-    return QRect(field("Absolute upper-left X:"), field("Absolute upper-left Y:"), field("Width:"), field("Height:"));
 }
 
 QJsonObject findSwayWindow(const QJsonObject &node, const QString &nameRegex, bool *floating)

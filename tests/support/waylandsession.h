@@ -16,7 +16,7 @@
 // root, so a root test runs it as `nobody`). Optionally with XWayland. The
 // program runs in it as in a person's Wayland session, and is read back with
 // the compositor's own tools: its screen capture (weston's screenshooter,
-// grim under sway), sway's window tree, and xwininfo for X11 windows.
+// grim under sway), sway's window tree, and xdotool and xprop for X11 windows.
 //
 // Nothing starts when a tool is missing: `problem` says which, so the test
 // can skip with a reason.
@@ -37,11 +37,6 @@ public:
 
     // sway only: the window tree (`swaymsg -t get_tree`).
     QJsonObject tree() const;
-
-    // X11 windows (through XWayland) whose title matches `nameRegex`, and
-    // one's geometry in screen coordinates.
-    QList<quint32> x11Windows(const QString &nameRegex) const;
-    QRect x11Geometry(quint32 window) const;
 
 private:
     bool startWeston(bool xwayland);
