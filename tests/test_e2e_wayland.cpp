@@ -10,7 +10,6 @@
 
 #include <QDir>
 #include <QImage>
-#include <QJsonArray>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QTest>
@@ -27,12 +26,6 @@ QSize shownSize(const QString &line)
     static const QRegularExpression size(" (\\d+)x(\\d+)$");
     const QRegularExpressionMatch m = size.match(line);
     return m.hasMatch() ? QSize(m.captured(1).toInt(), m.captured(2).toInt()) : QSize();
-}
-
-QRect swayRect(const QJsonObject &node)
-{
-    const QJsonObject r = node.value("rect").toObject();
-    return QRect(r.value("x").toInt(), r.value("y").toInt(), r.value("width").toInt(), r.value("height").toInt());
 }
 
 // Pixels of `image` inside `area` within `tolerance` of `colour`.
@@ -130,19 +123,17 @@ private Q_SLOTS:
         const QString shown = run.waitForLine("] flash shown fresh.png");
         QVERIFY2(!shown.isNull(), qPrintable(run.lines().join('\n')));
         const QString shot = capturePath(QString(QTest::currentDataTag()).replace(' ', '-') + "-card.png");
-        const auto cardNode = [&session](bool *floating = nullptr) {
-            return findSwayWindow(session.tree(), "^New Screenshot$", floating);
-        };
 
         if (!xwayland) {
             bool floating = false;
-            QJsonObject card;
-            QTRY_VERIFY_WITH_TIMEOUT(!(card = cardNode(&floating)).isEmpty(), AppRun::defaultTimeoutMs);
+            QRect card;
+            QTRY_VERIFY_WITH_TIMEOUT(!(card = session.swayWindow("^New Screenshot$", &floating)).isNull(),
+                                     AppRun::defaultTimeoutMs);
             session.capture(shot);
             QVERIFY(floating);
-            QCOMPARE(swayRect(card).size(), shownSize(shown));
+            QCOMPARE(card.size(), shownSize(shown));
             QVERIFY(!run.waitForLine("] flash gone fresh.png").isNull());
-            QTRY_VERIFY_WITH_TIMEOUT(cardNode().isEmpty(), AppRun::defaultTimeoutMs);
+            QTRY_VERIFY_WITH_TIMEOUT(session.swayWindow("^New Screenshot$").isNull(), AppRun::defaultTimeoutMs);
             return;
         }
         const QList<quint32> cards = session.windowsNamed("^New Screenshot$");
@@ -161,7 +152,7 @@ private Q_SLOTS:
 
         // Without focus; under sway nothing of ours in its tree: it manages no such window.
         QVERIFY(session.activeWindow() != cards.first());
-        QVERIFY(!sway || cardNode().isEmpty());
+        QVERIFY(!sway || session.swayWindow("^New Screenshot$").isNull());
         QVERIFY(!run.waitForLine("] flash gone fresh.png").isNull());
         QTRY_VERIFY_WITH_TIMEOUT(session.windowsNamed("^New Screenshot$").isEmpty(), AppRun::defaultTimeoutMs);
     }
@@ -214,9 +205,8 @@ private Q_SLOTS:
         QCOMPARE(preview.size(), QSize(WaylandSession::screenWidth * 7 / 10, WaylandSession::screenHeight * 8 / 10));
         if (sway) {
             bool floating = false;
-            const QJsonObject node = findSwayWindow(session.tree(), "^shot0\\.png$", &floating);
+            QCOMPARE(session.swayWindow("^shot0\\.png$", &floating), preview);
             QVERIFY(floating);
-            QCOMPARE(swayRect(node), preview);
         }
 
         // The pin of shot0 (320 x 200, the picture's size) whole above the
@@ -235,7 +225,7 @@ private Q_SLOTS:
         QCOMPARE(session.geometry(pinWindow).size(), QSize(320, 200));
         if (sway) {
             bool floating = false;
-            findSwayWindow(session.tree(), "^shot0\\.png$", &floating);
+            session.swayWindow("^shot0\\.png$", &floating);
             QVERIFY(floating);
         }
     }
@@ -253,18 +243,17 @@ private Q_SLOTS:
         QList<quint32> windows;
         QTRY_COMPARE_WITH_TIMEOUT((windows = session.windowsNamed("^Settings$")).size(), 1, AppRun::defaultTimeoutMs);
         bool floating = false;
-        QJsonObject node;
-        QTRY_VERIFY_WITH_TIMEOUT(!(node = findSwayWindow(session.tree(), "^Settings$", &floating)).isEmpty(),
+        QRect node;
+        QTRY_VERIFY_WITH_TIMEOUT(!(node = session.swayWindow("^Settings$", &floating)).isNull(),
                                  AppRun::defaultTimeoutMs);
         session.capture(capturePath("sway-settings.png"));
         QVERIFY(floating);
         const QRect settings = session.geometry(windows.first());
         QCOMPARE(settings.width(), 540);
-        QCOMPARE(swayRect(node), settings);
+        QCOMPARE(node, settings);
         bool shelfFloats = false;
-        const QJsonObject shelf = findSwayWindow(session.tree(), "^shots$", &shelfFloats);
+        QVERIFY(session.swayWindow("^shots$", &shelfFloats).height() > settings.height());
         QVERIFY(shelfFloats);
-        QVERIFY(swayRect(shelf).height() > settings.height());
         run.terminate();
         QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit);
     }

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 
 #include <unistd.h>
@@ -17,6 +18,29 @@ default_border none
 default_floating_border none
 xwayland %3
 )";
+
+// The window (a sway tree node) whose name matches `nameRegex`, or an empty
+// object; `floating` says whether it floats.
+QJsonObject findSwayWindow(const QJsonObject &node, const QString &nameRegex, bool *floating)
+{
+    const QRegularExpression name(nameRegex);
+    for (const char *kind : {"nodes", "floating_nodes"}) {
+        for (const QJsonValue &child : node.value(QLatin1String(kind)).toArray()) {
+            const QJsonObject object = child.toObject();
+            const bool isFloating = qstrcmp(kind, "floating_nodes") == 0;
+            if (object.value("type").toString().endsWith(QLatin1String("con"))
+                && name.match(object.value("name").toString()).hasMatch()) {
+                if (floating)
+                    *floating = isFloating;
+                return object;
+            }
+            const QJsonObject found = findSwayWindow(object, nameRegex, floating);
+            if (!found.isEmpty())
+                return found;
+        }
+    }
+    return {};
+}
 
 } // namespace
 
@@ -177,31 +201,13 @@ QImage WaylandSession::capture(const QString &savePath) const
     return loaded(savePath);
 }
 
-QJsonObject WaylandSession::tree() const
+QRect WaylandSession::swayWindow(const QString &nameRegex, bool *floating) const
 {
     QByteArray out;
-    if (tool("swaymsg", {"-t", "get_tree"}, &out) != 0)
-        return {};
-    return QJsonDocument::fromJson(out).object();
-}
-
-QJsonObject findSwayWindow(const QJsonObject &node, const QString &nameRegex, bool *floating)
-{
-    const QRegularExpression name(nameRegex);
-    for (const char *kind : {"nodes", "floating_nodes"}) {
-        for (const QJsonValue &child : node.value(QLatin1String(kind)).toArray()) {
-            const QJsonObject object = child.toObject();
-            const bool isFloating = qstrcmp(kind, "floating_nodes") == 0;
-            if (object.value("type").toString().endsWith(QLatin1String("con"))
-                && name.match(object.value("name").toString()).hasMatch()) {
-                if (floating)
-                    *floating = isFloating;
-                return object;
-            }
-            const QJsonObject found = findSwayWindow(object, nameRegex, floating);
-            if (!found.isEmpty())
-                return found;
-        }
-    }
-    return {};
+    tool("swaymsg", {"-t", "get_tree"}, &out);
+    const QJsonObject node = findSwayWindow(QJsonDocument::fromJson(out).object(), nameRegex, floating);
+    const QJsonObject r = node.value("rect").toObject();
+    return node.isEmpty()
+               ? QRect()
+               : QRect(r.value("x").toInt(), r.value("y").toInt(), r.value("width").toInt(), r.value("height").toInt());
 }

@@ -3,7 +3,6 @@
 #include "support/screensession.h"
 
 #include <QImage>
-#include <QJsonObject>
 #include <QList>
 #include <QProcess>
 #include <QRect>
@@ -35,8 +34,9 @@ public:
     // The whole output as the compositor shows it; kept at `savePath`.
     QImage capture(const QString &savePath) const;
 
-    // sway only: the window tree (`swaymsg -t get_tree`).
-    QJsonObject tree() const;
+    // sway only: where the window whose title matches `nameRegex` is in
+    // sway's window tree (null when sway manages none), and whether it floats.
+    QRect swayWindow(const QString &nameRegex, bool *floating = nullptr) const;
 
 private:
     bool startWeston(bool xwayland);
@@ -50,7 +50,3 @@ private:
     QString m_swaySocket; // sway's command socket
     QString m_x11Display; // XWayland's (":3"), empty without it
 };
-
-// The floating window (a sway tree node) whose name matches `nameRegex`,
-// or an empty object; `floating` says whether it floats.
-QJsonObject findSwayWindow(const QJsonObject &node, const QString &nameRegex, bool *floating = nullptr);
