@@ -15,12 +15,9 @@ QList<quint32> ScreenSession::windowIds(const QString &text)
     return ids;
 }
 
-int ScreenSession::tool(const QString &program, const QStringList &arguments, QByteArray *out, int timeoutMs) const
+Ran ScreenSession::tool(const QString &program, const QStringList &arguments, int timeoutMs) const
 {
-    const Ran ran = runProcess(environment(), program, arguments, timeoutMs, m_root.path());
-    if (out)
-        *out = ran.out;
-    return ran.status;
+    return runProcess(environment(), program, arguments, timeoutMs, m_root.path());
 }
 
 bool ScreenSession::haveTools(const QStringList &tools)
@@ -51,7 +48,7 @@ QString ScreenSession::writeConfig(const QString &name, const QByteArray &text)
 {
     QFile file(m_root.filePath(name));
     if (!file.open(QIODevice::WriteOnly) || file.write(text) < 0) {
-        m_problem = "could not write " + name;
+        fail("could not write " + name);
         return {};
     }
     file.setPermissions(file.permissions() | QFile::ReadOther);
@@ -68,42 +65,29 @@ QProcessEnvironment ScreenSession::environment() const
     return environment;
 }
 
-int ScreenSession::xdotool(const QStringList &arguments, QByteArray *out) const
-{
-    return tool("xdotool", arguments, out);
-}
-
 QList<quint32> ScreenSession::windowsNamed(const QString &nameRegex) const
 {
-    QByteArray out;
-    xdotool(words("search --onlyvisible --name") << nameRegex, &out);
-    return windowIds(QString::fromLatin1(out));
+    return windowIds(QString::fromLatin1(tool("xdotool", words("search --onlyvisible --name") << nameRegex).out));
 }
 
 QRect ScreenSession::geometry(quint32 window) const
 {
-    QByteArray out;
-    if (xdotool(words(QStringLiteral("getwindowgeometry --shell %1").arg(window)), &out) != 0)
-        return {};
-    QHash<QString, int> values;
-    for (const QByteArray &line : out.split('\n')) {
-        const QList<QByteArray> pair = line.split('=');
-        if (pair.size() == 2)
-            values.insert(QString::fromLatin1(pair.at(0)), pair.at(1).toInt());
-    }
-    return QRect(values.value("X"), values.value("Y"), values.value("WIDTH"), values.value("HEIGHT"));
+    static const QRegularExpression shell("X=(-?\\d+)\\nY=(-?\\d+)\\nWIDTH=(\\d+)\\nHEIGHT=(\\d+)");
+    const Ran ran = tool("xdotool", words(QStringLiteral("getwindowgeometry --shell %1").arg(window)));
+    const QRegularExpressionMatch m = shell.match(QString::fromLatin1(ran.out));
+    return m.hasMatch()
+               ? QRect(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt(), m.captured(4).toInt())
+               : QRect();
 }
 
 QString ScreenSession::property(quint32 window, const QString &name) const
 {
-    QByteArray out;
-    tool("xprop", words(window ? QStringLiteral("-id %1").arg(window) : "-root") << name, &out);
-    const QString line = QString::fromUtf8(out).trimmed();
+    QStringList target = words(window ? QStringLiteral("-id %1").arg(window) : "-root");
+    const QString line = QString::fromUtf8(tool("xprop", target << name).out).trimmed();
     const qsizetype equals = line.indexOf(" = ");
     if (equals >= 0)
         return line.mid(equals + 3);
-    const qsizetype colon = line.indexOf(QLatin1Char(':'));
-    return colon >= 0 ? line.mid(colon + 1).trimmed() : line;
+    return line.section(QLatin1Char(':'), 1).trimmed();
 }
 
 quint32 ScreenSession::activeWindow() const { return windowIds(property(0, "_NET_ACTIVE_WINDOW")).value(0); }

@@ -2,13 +2,6 @@
 
 #include "support/screensession.h"
 
-#include <QImage>
-#include <QList>
-#include <QProcess>
-#include <QRect>
-#include <QStringList>
-#include <QTemporaryDir>
-
 // A real Wayland compositor for end-to-end tests, headless, on a private
 // runtime folder: weston (its headless backend and pixman renderer, as
 // root or not) or sway (wlroots' headless backend; it refuses to run as
@@ -16,24 +9,19 @@
 // program runs in it as in a person's Wayland session, and is read back with
 // the compositor's own tools: its screen capture (weston's screenshooter,
 // grim under sway), sway's window tree, and xdotool and xprop for X11 windows.
-//
-// Nothing starts when a tool is missing: `problem` says which, so the test
-// can skip with a reason.
 class WaylandSession : public ScreenSession
 {
 public:
     enum class Compositor { weston, sway };
 
     WaylandSession(Compositor compositor, bool xwayland);
-    ~WaylandSession() override;
+    ~WaylandSession() override { endProcess(m_server); }
 
     // Points `run` at this session: a Wayland session whose desktop is the
     // compositor, with XWayland's display when there is one.
     void enter(AppRun &run) const;
-
     // The whole output as the compositor shows it; kept at `savePath`.
     QImage capture(const QString &savePath) const;
-
     // sway only: where the window whose title matches `nameRegex` is in
     // sway's window tree (null when sway manages none), and whether it floats.
     QRect swayWindow(const QString &nameRegex, bool *floating = nullptr) const;
