@@ -9,24 +9,13 @@
 #include "support/waylandsession.h"
 
 #include <QDir>
-#include <QImage>
 #include <QRegularExpression>
-#include <QSettings>
 #include <QTest>
-
-#include <algorithm>
 
 namespace {
 
-constexpr int edgeGap = 20;
-
-// "flash shown fresh.png 404x282": the card's size as the program made it.
-QSize shownSize(const QString &line)
-{
-    static const QRegularExpression size(" (\\d+)x(\\d+)$");
-    const QRegularExpressionMatch m = size.match(line);
-    return m.hasMatch() ? QSize(m.captured(1).toInt(), m.captured(2).toInt()) : QSize();
-}
+constexpr int patience = AppRun::defaultTimeoutMs;
+const QRect output(0, 0, WaylandSession::screenWidth, WaylandSession::screenHeight);
 
 // Pixels of `image` inside `area` within `tolerance` of `colour`.
 int countNear(const QImage &image, const QRect &area, const QColor &colour, int tolerance = 12)
@@ -34,33 +23,33 @@ int countNear(const QImage &image, const QRect &area, const QColor &colour, int 
     return ColourImages::count(image, area, colour.rgb(), tolerance);
 }
 
-// The rectangle spanned by the rows and columns of `image` that hold at
-// least `least` pixels near `colour`: one large patch of that colour, as
-// drawn, ignoring smaller ones.
-QRect extent(const QImage &image, QColor colour, int least)
+// How many rows and columns of `image` hold at least `least` pixels near
+// `colour`: the size of one large patch of that colour, as drawn, ignoring
+// smaller ones.
+QSize extent(const QImage &image, QColor colour, int least)
 {
-    int left = image.width(), right = -1, top = image.height(), bottom = -1;
-    for (int y = 0; y < image.height(); ++y) {
-        if (countNear(image, QRect(0, y, image.width(), 1), colour) >= least) {
-            top = std::min(top, y);
-            bottom = y;
-        }
-    }
-    for (int x = 0; x < image.width(); ++x) {
-        if (countNear(image, QRect(x, 0, 1, image.height()), colour) >= least * 2 / 3) {
-            left = std::min(left, x);
-            right = x;
-        }
-    }
-    return right < 0 || bottom < 0 ? QRect() : QRect(QPoint(left, top), QPoint(right, bottom));
+    QSize size(0, 0);
+    for (int y = 0; y < image.height(); ++y)
+        size.rheight() += countNear(image, QRect(0, y, image.width(), 1), colour) >= least;
+    for (int x = 0; x < image.width(); ++x)
+        size.rwidth() += countNear(image, QRect(x, 0, 1, image.height()), colour) >= least * 2 / 3;
+    return size;
 }
 
-// Within a few pixels: a pin's border and rounded corners are not the
-// picture's colour.
-bool nearSize(QSize actual, QSize expected)
+// Within a few pixels of 320 × 200: a pin's border and rounded corners are
+// not the picture's colour.
+bool nearShotSize(QSize actual)
 {
-    return actual.width() <= expected.width() && actual.width() >= expected.width() - 6
-           && actual.height() <= expected.height() && actual.height() >= expected.height() - 6;
+    return actual.boundedTo({320, 200}) == actual && actual.expandedTo({314, 194}) == actual;
+}
+
+// Where sway put the window whose title matches `nameRegex`: null while it
+// manages no such window, and when it tiles it rather than floating it.
+QRect floatingInSway(const WaylandSession &session, const QString &nameRegex)
+{
+    bool floating = false;
+    const QRect r = session.swayWindow(nameRegex, &floating);
+    return floating ? r : QRect();
 }
 
 } // namespace
@@ -73,7 +62,10 @@ class TestE2eWayland : public QObject
 
     QString m_captures;
 
-    QString capturePath(const QString &name) const { return m_captures + QLatin1Char('/') + name; }
+    QString capturePath(const QString &what) const
+    {
+        return m_captures + '/' + QString(QTest::currentDataTag()).replace(' ', '-') + what;
+    }
 
     // Three screenshots in Home: red shot0 the newest, green shot1 larger
     // (to be told from the others in a preview), blue shot2; the program
@@ -98,10 +90,10 @@ private Q_SLOTS:
     // A new screenshot brings the card. Through XWayland: in the output's
     // bottom-right corner 20 px from both edges, at the size the program gave
     // it, drawn (the white screenshot and the dark card show in the
-    // compositor's capture), without focus. Without XWayland (Qt's Wayland
-    // platform) a window cannot say where it goes: sway centres the card, but
-    // floats it at its own size instead of tiling it over the output. It
-    // leaves after its time.
+    // compositor's capture), without focus, and under sway not in its tree.
+    // Without XWayland (Qt's Wayland platform) a window cannot say where it
+    // goes: sway floats the card at its own size instead of tiling it over
+    // the output. It leaves after its time.
     void cardInTheCorner_data()
     {
         QTest::addColumn<WaylandSession::Compositor>("compositor");
@@ -114,7 +106,6 @@ private Q_SLOTS:
     {
         QFETCH(WaylandSession::Compositor, compositor);
         QFETCH(bool, xwayland);
-        const bool sway = compositor == WaylandSession::Compositor::sway;
         WaylandSession session(compositor, xwayland);
         SKIP_WITHOUT_SESSION(session);
         AppRun run(QString{});
@@ -122,39 +113,31 @@ private Q_SLOTS:
         QVERIFY(TestFiles::writeImage(run.path("shots/fresh.png"), {400, 250}, Qt::white).isValid());
         const QString shown = run.waitForLine("] flash shown fresh.png");
         QVERIFY2(!shown.isNull(), qPrintable(run.lines().join('\n')));
-        const QString shot = capturePath(QString(QTest::currentDataTag()).replace(' ', '-') + "-card.png");
 
-        if (!xwayland) {
-            bool floating = false;
-            QRect card;
-            QTRY_VERIFY_WITH_TIMEOUT(!(card = session.swayWindow("^New Screenshot$", &floating)).isNull(),
-                                     AppRun::defaultTimeoutMs);
-            session.capture(shot);
-            QVERIFY(floating);
-            QCOMPARE(card.size(), shownSize(shown));
-            QVERIFY(!run.waitForLine("] flash gone fresh.png").isNull());
-            QTRY_VERIFY_WITH_TIMEOUT(session.swayWindow("^New Screenshot$").isNull(), AppRun::defaultTimeoutMs);
-            return;
-        }
         const QList<quint32> cards = session.windowsNamed("^New Screenshot$");
-        QCOMPARE(cards.size(), 1);
-        const QRect card = session.geometry(cards.first());
-        QCOMPARE(card.size(), shownSize(shown));
-        QCOMPARE(card.right() + 1, WaylandSession::screenWidth - edgeGap);
-        QCOMPARE(card.bottom() + 1, WaylandSession::screenHeight - edgeGap);
-
-        const QImage screen = session.capture(shot);
-        QCOMPARE(screen.size(), QSize(WaylandSession::screenWidth, WaylandSession::screenHeight));
-        const QRect image = card.adjusted(10, 10, -10, -32);
-        QVERIFY2(countNear(screen, image, Qt::white) > image.width() * image.height() * 9 / 10, qPrintable(shot));
-        const QRect footer(card.left() + 4, card.bottom() - 8, card.width() - 8, 4);
-        QVERIFY(countNear(screen, footer, QColor::fromRgbF(0.12f, 0.12f, 0.12f), 16) > footer.width() * 2);
-
-        // Without focus; under sway nothing of ours in its tree: it manages no such window.
-        QVERIFY(session.activeWindow() != cards.first());
-        QVERIFY(!sway || session.swayWindow("^New Screenshot$").isNull());
+        QRect card;
+        if (xwayland) {
+            QCOMPARE(cards.size(), 1);
+            card = session.geometry(cards.first());
+            QCOMPARE(card.bottomRight(), output.bottomRight() - QPoint(20, 20));
+            const QImage screen = session.capture(capturePath("-card.png"));
+            const QRect image = card.adjusted(10, 10, -10, -32);
+            QVERIFY(countNear(screen, image, Qt::white) > image.width() * image.height() * 9 / 10);
+            const QRect footer(card.left() + 4, card.bottom() - 8, card.width() - 8, 4);
+            QVERIFY(countNear(screen, footer, QColor::fromRgbF(0.12f, 0.12f, 0.12f), 16) > footer.width() * 2);
+            QVERIFY(session.activeWindow() != cards.first()
+                    && (compositor == WaylandSession::Compositor::weston
+                        || session.swayWindow("^New Screenshot$").isNull()));
+        } else {
+            QTRY_VERIFY_WITH_TIMEOUT(!(card = floatingInSway(session, "^New Screenshot$")).isNull(), patience);
+            session.capture(capturePath("-card.png"));
+        }
+        // "flash shown fresh.png 404x282": the card's size as the program made it.
+        QCOMPARE(QStringLiteral("%1x%2").arg(card.width()).arg(card.height()), shown.section(' ', -1));
         QVERIFY(!run.waitForLine("] flash gone fresh.png").isNull());
-        QTRY_VERIFY_WITH_TIMEOUT(session.windowsNamed("^New Screenshot$").isEmpty(), AppRun::defaultTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(session.windowsNamed("^New Screenshot$").isEmpty()
+                                     && session.swayWindow("^New Screenshot$").isNull(),
+                                 patience);
     }
 
     // Through XWayland the preview (Space) and a pin (P) keep their own
@@ -166,68 +149,52 @@ private Q_SLOTS:
     void pinAndPreview_data()
     {
         QTest::addColumn<WaylandSession::Compositor>("compositor");
-        QTest::addColumn<bool>("dark");
-        QTest::newRow("weston") << WaylandSession::Compositor::weston << false;
-        QTest::newRow("sway dark") << WaylandSession::Compositor::sway << true;
+        QTest::newRow("weston") << WaylandSession::Compositor::weston;
+        QTest::newRow("sway dark") << WaylandSession::Compositor::sway;
     }
     void pinAndPreview()
     {
         QFETCH(WaylandSession::Compositor, compositor);
-        QFETCH(bool, dark);
         const bool sway = compositor == WaylandSession::Compositor::sway;
         WaylandSession session(compositor, true);
         SKIP_WITHOUT_SESSION(session);
         AppRun run(QString{});
-        if (dark)
-            run.setVar("BRINDLEWICK_PALETTE", "dark");
+        run.setVar("BRINDLEWICK_PALETTE", sway ? "dark" : "light");
         run.setVar("BRINDLEWICK_OPEN");
         // Space; a pause (a token that is no key) long enough to capture the
         // preview alone; P; Right.
         run.setVar("BRINDLEWICK_KEY", "49,-,-,-,-,-,-,-,35,124");
         QVERIFY(start(session, run));
-        const QString name = QString(QTest::currentDataTag()).replace(' ', '-');
-        const QRect output(0, 0, WaylandSession::screenWidth, WaylandSession::screenHeight);
         const QColor red = QColor::fromHsv(0, 200, 220);
 
         // The preview of the newest, red shot0, 70 % x 80 % of the output,
         // above the shelf: its picture whole in the capture, at its own size.
         // Found in the capture itself (weston's X11 coordinates of a managed
         // window are not the output's), captured until drawn (a window shows
-        // before its first frame).
+        // before its first frame); no pin yet.
         QList<quint32> windows;
-        QTRY_COMPARE_WITH_TIMEOUT((windows = session.windowsNamed("^shot0\\.png$")).size(), 1,
-                                  AppRun::defaultTimeoutMs);
-        const QString previewShot = capturePath(name + "-preview.png");
-        QTRY_VERIFY2_WITH_TIMEOUT(nearSize(extent(session.capture(previewShot), red, 250).size(), QSize(320, 200)),
-                                  qPrintable(previewShot), AppRun::defaultTimeoutMs);
-        QCOMPARE(session.windowsNamed("^shot0\\.png$").size(), 1); // no pin yet
+        QTRY_COMPARE_WITH_TIMEOUT((windows = session.windowsNamed("^shot0\\.png$")).size(), 1, patience);
+        const QString previewShot = capturePath("-preview.png");
+        QTRY_VERIFY2_WITH_TIMEOUT(nearShotSize(extent(session.capture(previewShot), red, 250)), qPrintable(previewShot),
+                                  patience);
+        QCOMPARE(session.windowsNamed("^shot0\\.png$").size(), 1);
         const QRect preview = session.geometry(windows.first());
-        QCOMPARE(preview.size(), QSize(WaylandSession::screenWidth * 7 / 10, WaylandSession::screenHeight * 8 / 10));
-        if (sway) {
-            bool floating = false;
-            QCOMPARE(session.swayWindow("^shot0\\.png$", &floating), preview);
-            QVERIFY(floating);
-        }
+        QCOMPARE(preview.size(), QSize(output.width() * 7 / 10, output.height() * 8 / 10));
+        QVERIFY(!sway || floatingInSway(session, "^shot0\\.png$") == preview);
 
         // The pin of shot0 (320 x 200, the picture's size) whole above the
         // preview, which now shows shot1: most of its green picture shows
         // beside or under the pin.
-        quint32 pinWindow = 0;
         QTRY_VERIFY_WITH_TIMEOUT(session.windowsNamed("^shot1\\.png$").size() == 1
-                                     && (windows = session.windowsNamed("^shot0\\.png$")).size() == 1
-                                     && (pinWindow = windows.first()),
-                                 AppRun::defaultTimeoutMs);
-        const QString pinShot = capturePath(name + "-pin.png");
+                                     && (windows = session.windowsNamed("^shot0\\.png$")).size() == 1,
+                                 patience);
+        const QString pinShot = capturePath("-pin.png");
         QImage screen;
-        QTRY_VERIFY2_WITH_TIMEOUT(nearSize(extent(screen = session.capture(pinShot), red, 250).size(), QSize(320, 200))
+        QTRY_VERIFY2_WITH_TIMEOUT(nearShotSize(extent(screen = session.capture(pinShot), red, 250))
                                       && countNear(screen, output, QColor::fromHsv(120, 200, 220)) > 560 * 350 / 2,
-                                  qPrintable(pinShot), AppRun::defaultTimeoutMs);
-        QCOMPARE(session.geometry(pinWindow).size(), QSize(320, 200));
-        if (sway) {
-            bool floating = false;
-            session.swayWindow("^shot0\\.png$", &floating);
-            QVERIFY(floating);
-        }
+                                  qPrintable(pinShot), patience);
+        QCOMPARE(session.geometry(windows.first()).size(), QSize(320, 200));
+        QVERIFY(!sway || !floatingInSway(session, "^shot0\\.png$").isNull());
     }
 
     // Under sway through XWayland the settings float as a dialog at their
@@ -241,19 +208,13 @@ private Q_SLOTS:
         run.setVar("BRINDLEWICK_SETTINGS");
         QVERIFY(start(session, run));
         QList<quint32> windows;
-        QTRY_COMPARE_WITH_TIMEOUT((windows = session.windowsNamed("^Settings$")).size(), 1, AppRun::defaultTimeoutMs);
-        bool floating = false;
+        QTRY_COMPARE_WITH_TIMEOUT((windows = session.windowsNamed("^Settings$")).size(), 1, patience);
         QRect node;
-        QTRY_VERIFY_WITH_TIMEOUT(!(node = session.swayWindow("^Settings$", &floating)).isNull(),
-                                 AppRun::defaultTimeoutMs);
-        session.capture(capturePath("sway-settings.png"));
-        QVERIFY(floating);
-        const QRect settings = session.geometry(windows.first());
-        QCOMPARE(settings.width(), 540);
-        QCOMPARE(node, settings);
-        bool shelfFloats = false;
-        QVERIFY(session.swayWindow("^shots$", &shelfFloats).height() > settings.height());
-        QVERIFY(shelfFloats);
+        QTRY_VERIFY_WITH_TIMEOUT(!(node = floatingInSway(session, "^Settings$")).isNull(), patience);
+        session.capture(m_captures + "/sway-settings.png");
+        QCOMPARE(node, session.geometry(windows.first()));
+        QCOMPARE(node.width(), 540);
+        QVERIFY(floatingInSway(session, "^shots$").height() > node.height());
         run.terminate();
         QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit);
     }
