@@ -151,12 +151,13 @@ QImage WaylandSession::capture(const QString &savePath) const
     if (m_compositor == Compositor::sway)
         return tool("grim", {savePath}).status == 0 ? loaded(savePath) : QImage();
     // The screenshooter writes wayland-screenshot-<time>.png where it runs.
-    QDir folder(m_root.path(), "wayland-screenshot-*.png");
-    for (const QString &old : folder.entryList())
-        folder.remove(old);
+    const QDir folder(m_root.path());
+    const QStringList pattern = {"wayland-screenshot-*.png"};
+    for (const QString &old : folder.entryList(pattern))
+        QFile::remove(folder.filePath(old));
     QFile::remove(savePath);
-    if (tool("weston-screenshooter", {}).status != 0 || folder.entryList().isEmpty()
-        || !QFile::copy(folder.filePath(folder.entryList().first()), savePath))
+    if (tool("weston-screenshooter", {}).status != 0 || folder.entryList(pattern).isEmpty()
+        || !QFile::copy(folder.filePath(folder.entryList(pattern).first()), savePath))
         return {};
     return loaded(savePath);
 }
