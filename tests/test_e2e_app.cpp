@@ -5,6 +5,7 @@
 
 #include "support/apprun.h"
 #include "support/files.h"
+#include "support/sandbox.h"
 
 #include <QDir>
 #include <QImage>
@@ -14,6 +15,24 @@
 
 #include <memory>
 
+namespace {
+
+// Where Flameshot saves, by its settings file in the program's home.
+QString savePath(const AppRun &run)
+{
+    return QSettings(run.configHome() + "/flameshot/flameshot.ini", QSettings::IniFormat).value("savePath").toString();
+}
+
+// Asks the X server again until the shelf is (or is not) on screen.
+bool waitShown(const AppRun &run, bool shown)
+{
+    const QStringList search = {"search", "--onlyvisible", "--name", "^shots$"};
+    return QTest::qWaitFor([&] { return (run.tool("xdotool", search).status == 0) == shown; },
+                           AppRun::defaultTimeoutMs);
+}
+
+} // namespace
+
 class TestE2eApp : public QObject
 {
     Q_OBJECT
@@ -21,66 +40,31 @@ class TestE2eApp : public QObject
 private:
     std::unique_ptr<VirtualDisplay> m_display;
 
-    void needDisplay()
+    // Home is three screenshots, a.png the oldest and c.png the newest, by
+    // the program's preference (not BRINDLEWICK_FOLDER, so the screenshot
+    // tool is pointed at it), and the tool is Flameshot saving into
+    // home/Pictures. Started, the program points Flameshot at Home.
+    void start(AppRun &run)
     {
-        if (!m_display || !m_display->isRunning())
-            QSKIP("Xvfb is not installed (./setup.sh test installs it)");
-    }
-
-    // Three screenshots, a.png the oldest and c.png the newest.
-    static QString prepareShots(AppRun &run)
-    {
-        const QString folder = run.path("shots");
-        int age = 3;
-        for (const char *name : {"/a.png", "/b.png", "/c.png"}) {
-            writeTestPng(folder + name);
-            TestFiles::setMtime(folder + name, QDateTime::currentSecsSinceEpoch() - 60 * age--);
+        for (int age = 3; const QString name : {"shots/a.png", "shots/b.png", "shots/c.png"}) {
+            writeTestPng(run.path(name));
+            TestFiles::setMtime(run.path(name), QDateTime::currentSecsSinceEpoch() - 60 * age--);
         }
-        return folder;
-    }
-
-    // Home is the three shots by the program's preference (not
-    // BRINDLEWICK_FOLDER, so the screenshot tool is pointed at it), and the
-    // tool is Flameshot saving into home/Pictures. Returns its settings file.
-    static QString useFlameshot(AppRun &run)
-    {
-        const QString shots = prepareShots(run);
-        const QString ini = run.configHome() + "/flameshot/flameshot.ini";
-        QSettings flameshot(ini, QSettings::IniFormat);
-        flameshot.setValue("savePath", run.path("home/Pictures"));
-        flameshot.setValue("savePathFixed", true);
-        run.setPreference("folder", shots);
+        Sandbox::writeFile(run.configHome() + "/flameshot/flameshot.ini",
+                           "[General]\nsavePath=" + QFile::encodeName(run.path("home/Pictures"))
+                               + "\nsavePathFixed=true\n");
+        run.setPreference("folder", run.path("shots"));
         run.setVar("BRINDLEWICK_SCREENSHOT_TOOL", "flameshot");
-        return ini;
+        run.setVar("BRINDLEWICK_DEBUG");
+        QVERIFY(run.startReady());
+        QCOMPARE(savePath(run), run.path("shots"));
     }
 
-    static QString savePath(const QString &ini)
+    // It ended cleanly and gave the screenshot tool its own folder back.
+    static void endedGivingBack(AppRun &run)
     {
-        return QSettings(ini, QSettings::IniFormat).value("savePath").toString();
-    }
-
-    // Runs xdotool on the virtual display; its exit code, -1 when it did not finish.
-    int xdotool(const QStringList &arguments, QByteArray *output = nullptr)
-    {
-        QProcessEnvironment environment;
-        environment.insert("DISPLAY", m_display->display());
-        environment.insert("PATH", qEnvironmentVariable("PATH"));
-        const Ran ran = runProcess(environment, "xdotool", arguments, 10000);
-        if (output)
-            *output = ran.out;
-        return ran.status;
-    }
-
-    // Asks the X server again until the shelf is (or is not) on screen.
-    bool waitShown(bool shown)
-    {
-        return QTest::qWaitFor(
-            [&] {
-                QByteArray windows;
-                const bool found = xdotool({"search", "--onlyvisible", "--name", "^shots$"}, &windows) == 0;
-                return (found && !windows.trimmed().isEmpty()) == shown;
-            },
-            AppRun::defaultTimeoutMs);
+        QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit && run.exitCode() == 0);
+        QCOMPARE(savePath(run), run.path("home/Pictures"));
     }
 
 private Q_SLOTS:
@@ -88,84 +72,66 @@ private Q_SLOTS:
     {
         QVERIFY2(QFileInfo(AppRun::binary()).isExecutable(), "BRINDLEWICK_BIN must name the binary");
         m_display = std::make_unique<VirtualDisplay>();
+        if (!m_display->isRunning())
+            QSKIP("Xvfb is not installed (./setup.sh test installs it)");
     }
 
-    void cleanupTestCase() { m_display.reset(); }
-
     // Key tokens, a click and a marquee go through the real event handling
-    // one after another; Ctrl+Q quits, and quitting gives the screenshot
-    // tool its own folder back.
+    // one after another: the click lands on a cell, Delete trashes the file
+    // the keys selected (what each key does to the selection is
+    // test_selection's and test_shelfkeys'), Ctrl+= acts once, and Ctrl+Q
+    // quits, giving the screenshot tool its own folder back.
     void keysThenQuit()
     {
-        needDisplay();
         AppRun run(m_display->display());
-        const QString ini = useFlameshot(run);
         // Cells narrow enough for one row of three beside the folder column.
         run.setPreference("cellWidth", 220);
-        run.setVar("BRINDLEWICK_OPEN");
+        for (const char *name : {"BRINDLEWICK_OPEN", "BRINDLEWICK_CLICK", "BRINDLEWICK_MARQUEE"})
+            run.setVar(name);
         run.setVar("BRINDLEWICK_KEY", "C18,,X5,S124,C24,49,123,51,C3,49,C12");
-        run.setVar("BRINDLEWICK_CLICK");
-        run.setVar("BRINDLEWICK_MARQUEE");
-        QVERIFY(run.startReady());
-        QCOMPARE(savePath(ini), run.path("shots"));
-        QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit && run.exitCode() == 0);
-        QCOMPARE(savePath(ini), run.path("home/Pictures"));
-
-        // Real input reaches the cells: the click lands on one, and Delete
-        // trashes the file the keys selected. (What each key does to the
-        // selection is test_selection's and test_shelfkeys'.) Ctrl+= acts once.
-        const QStringList lines = run.diagnosticLines();
-        QVERIFY2(lines.contains("view under the click point: ThumbCell"), qPrintable(lines.join('\n')));
-        QCOMPARE(lines.filter("after key").size(), 8);
-        QVERIFY(!QFile::exists(run.path("shots/b.png")));
-        QVERIFY(QFile::exists(run.path("home/.local/share/Trash/files/b.png")));
-        QCOMPARE(run.preference("cellWidth").toDouble(), 260.0);
+        start(run);
+        endedGivingBack(run);
+        QCOMPARE(run.lines().filter("] view under the click point: ").value(0).section(": ", 1), "ThumbCell");
+        QCOMPARE(run.lines().filter("after key").size(), 8);
+        QVERIFY(!QFile::exists(run.path("shots/b.png"))
+                && QFile::exists(run.path("home/.local/share/Trash/files/b.png")));
+        QCOMPARE(QSettings(run.preferencesFile(), QSettings::IniFormat).value("cellWidth").toDouble(), 260.0);
     }
 
     // Starting it again shows the running one's shelf, sized for the screen
     // (the snapshot says so); with xdotool, --toggle hides it again and
-    // Alt+Shift+S from anywhere shows and hides it. SIGTERM ends it cleanly
-    // and gives the screenshot tool its own folder back.
+    // Alt+Shift+S from anywhere shows and hides it, Caps Lock on or not.
+    // SIGTERM ends it cleanly and gives the screenshot tool its own folder
+    // back.
     void showByShortcutAndSecondStartThenSignal()
     {
-        needDisplay();
+        if (QStandardPaths::findExecutable("xdotool").isEmpty())
+            QSKIP("xdotool is not installed (./setup.sh test installs it)");
         AppRun run(m_display->display());
-        const QString ini = useFlameshot(run);
         const QString snapshot = run.path("shelf.png");
-        run.setVar("BRINDLEWICK_DEBUG");
         run.setVar("BRINDLEWICK_SNAPSHOT", snapshot);
         // Launching, and so the shortcut's registration, is complete.
-        QVERIFY(run.startReady());
-
+        start(run);
         // Each show reports 1.5 s later, by when the shelf has the focus, so
         // the next toggle hides it.
         const QString shown = "first responder after show: ShelfWindow";
-        int shows = 0;
-        const bool xdotool = !QStandardPaths::findExecutable("xdotool").isEmpty();
         QCOMPARE(run.runOnce({}), 0);
-        QVERIFY(!run.waitForLine(shown, ++shows).isNull());
+        QVERIFY(!run.waitForLine(shown, 1).isNull());
         // 80 % of the 1280 x 800 screen allows three rows of 167.25-point
         // cells: 1024 x 564.085, which covers 566 whole pixels once centred.
         QCOMPARE(run.waitForLine("] snapshot "), "[Brindlewick] snapshot 1024x566 -> " + snapshot);
         QCOMPARE(QImage(snapshot).size(), QSize(1024, 566));
-        if (xdotool) {
-            QVERIFY(waitShown(true));
-            QCOMPARE(run.runOnce({"--toggle"}), 0);
-            QVERIFY(waitShown(false));
-            QCOMPARE(this->xdotool({"key", "alt+shift+s"}), 0);
-            QVERIFY(!run.waitForLine(shown, ++shows).isNull());
-            QCOMPARE(this->xdotool({"key", "alt+shift+s"}), 0);
-            QVERIFY2(waitShown(false), qPrintable(run.lines().join(QLatin1Char(10))));
-            // Caps Lock on does not stop it.
-            QCOMPARE(this->xdotool({"key", "Caps_Lock", "alt+shift+s", "Caps_Lock"}), 0);
-            QVERIFY(waitShown(true));
-        }
-        QCOMPARE(savePath(ini), run.path("shots"));
+        QVERIFY(waitShown(run, true));
+        QCOMPARE(run.runOnce({"--toggle"}), 0);
+        QVERIFY(waitShown(run, false));
+        QCOMPARE(run.tool("xdotool", {"key", "alt+shift+s"}).status, 0);
+        QVERIFY(!run.waitForLine(shown, 2).isNull());
+        QCOMPARE(run.tool("xdotool", {"key", "alt+shift+s"}).status, 0);
+        QVERIFY2(waitShown(run, false), qPrintable(run.lines().join('\n')));
+        QCOMPARE(run.tool("xdotool", {"key", "Caps_Lock", "alt+shift+s", "Caps_Lock"}).status, 0);
+        QVERIFY(waitShown(run, true));
         run.terminate();
-        QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit && run.exitCode() == 0);
-        QCOMPARE(savePath(ini), run.path("home/Pictures"));
-        if (!xdotool)
-            QSKIP("xdotool is not installed (./setup.sh test installs it): --toggle and the shortcut went untried");
+        endedGivingBack(run);
     }
 
     // When the X server goes away under it, Qt ends the program with exit()
@@ -173,20 +139,11 @@ private Q_SLOTS:
     // folder back.
     void displayGoneGivesTheFolderBack()
     {
-        needDisplay();
         auto display = std::make_unique<VirtualDisplay>();
-        QVERIFY(display->isRunning());
         AppRun run(display->display());
-        const QString ini = useFlameshot(run);
-        run.setVar(QStringLiteral("BRINDLEWICK_DEBUG"));
-        run.start();
-        QVERIFY2(!run.waitForLine(QStringLiteral("] ready")).isNull(), qPrintable(run.lines().join('\n')));
-        QCOMPARE(savePath(ini), run.path("shots"));
+        start(run);
         display.reset();
-        QVERIFY(run.waitForExit());
-        QVERIFY2(savePath(ini) == run.path("home/Pictures"),
-                 qPrintable(QStringLiteral("exit %1 status %2\n").arg(run.exitCode()).arg(run.exitStatus())
-                            + run.lines().join('\n')));
+        QVERIFY2(run.waitForExit() && savePath(run) == run.path("home/Pictures"), qPrintable(run.lines().join('\n')));
     }
 };
 

@@ -28,64 +28,7 @@ QMap<QString, QByteArray> snapshot(const QStringList &paths)
 
 QStringList pngsIn(const QString &folder) { return QDir(folder).entryList({"*.png"}, QDir::Files); }
 
-// Runs a program in `run`'s environment to its end; whether it ended well,
-// what it printed in `output`.
-bool runTool(AppRun &run, const QString &program, const QStringList &arguments, QByteArray *output = nullptr)
-{
-    const Ran ran = runProcess(run.environment(), program, arguments);
-    if (output)
-        *output = ran.out + ran.err;
-    return ran.status == 0;
-}
-
-// Brindlewick with the tool forced, a Pictures folder, its own bus offering
-// `services`, and BRINDLEWICK_DEBUG on so its scans report. Its Home
-// (`shelf`): home/Shelf, chosen earlier in its preferences, or on a first
-// start the one it picks itself, the tool's own default folder (Pictures
-// for all three).
-struct ToolRun
-{
-    AppRun run;
-    // A bus of the test's own: it starts only the services offered, so no
-    // tool reaches the real session and nothing it starts outlives the test.
-    SessionBus bus;
-    QString shelf;
-
-    ToolRun(const QString &display, const QString &tool, const QStringList &services = {})
-        : run(display), bus(run.environment(), services)
-    {
-        QFETCH(QString, start);
-        shelf = run.path(start == "first start" ? "home/Pictures" : "home/Shelf");
-        QDir().mkpath(shelf);
-        QDir().mkpath(run.path("home/Pictures"));
-        Sandbox::writeFile(run.configHome() + "/user-dirs.dirs", "XDG_PICTURES_DIR=\"$HOME/Pictures\"\n");
-        if (start != "first start")
-            run.setPreference("folder", shelf);
-        run.setVar("BRINDLEWICK_SCREENSHOT_TOOL", tool);
-        run.setVar("BRINDLEWICK_DEBUG");
-        run.setVar("DBUS_SESSION_BUS_ADDRESS", bus.address());
-    }
-
-    // Start, capture as the tool's shortcut would (a tool that opens a save
-    // dialog instead never ends by itself), see it in Home and on the
-    // shelf, quit.
-    void captureWhileRunning(const QString &program, const QStringList &arguments)
-    {
-        QVERIFY(!bus.address().isEmpty());
-        QVERIFY(run.startReady());
-        QByteArray output;
-        QVERIFY2(runTool(run, program, arguments, &output),
-                 qPrintable(program + " did not save by itself:\n" + output));
-        QTRY_COMPARE_WITH_TIMEOUT(pngsIn(shelf).size(), 1, 10000);
-        QVERIFY2(!run.waitForLine(shelf + ": 1 images").isNull(), qPrintable(run.lines().join('\n')));
-        const QStringList elsewhere =
-            pngsIn(run.home())
-            + (shelf == run.path("home/Pictures") ? QStringList() : pngsIn(run.path("home/Pictures")));
-        QVERIFY2(elsewhere.isEmpty(), output.constData());
-        run.terminate();
-        QVERIFY2(run.waitForExit() && run.exitStatus() == QProcess::NormalExit, qPrintable(run.lines().join('\n')));
-    }
-};
+const char dconfService[] = "ca.desrt.dconf.service";
 
 } // namespace
 
@@ -96,16 +39,6 @@ class TestE2eTools : public QObject
 private:
     std::unique_ptr<VirtualDisplay> m_display;
 
-    void needTool(const char *program)
-    {
-        if (!m_display || !m_display->isRunning())
-            QSKIP("Xvfb is not installed (./setup.sh test installs it)");
-        if (QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty())
-            QSKIP(qPrintable(QStringLiteral("%1 is not installed (./setup.sh test installs it)").arg(program)));
-        if (QStandardPaths::findExecutable("dbus-daemon").isEmpty())
-            QSKIP("dbus-daemon is not installed");
-    }
-
 private Q_SLOTS:
     void initTestCase()
     {
@@ -114,93 +47,112 @@ private Q_SLOTS:
         m_display = std::make_unique<VirtualDisplay>();
     }
 
-    void configured_data()
+    // Each tool never configured (on the first start, when Home is the
+    // tool's own default folder, Pictures for all three; and with a Home
+    // chosen earlier) and configured to save into a folder of its own.
+    // Flameshot never configured asks where to save each capture;
+    // gnome-screenshot keeps its folder in GSettings (dconf); Spectacle 22.12
+    // reads [Save] defaultSaveLocation. Each saves into Home, and its
+    // settings come back as they were: a file (or its absence, and its
+    // folder's), a dconf key the user never set unset again and a set one
+    // holding its exact text. Spectacle writes its own file after each
+    // capture (the capture's path as lastSaveLocation, the whole file
+    // sorted), so that file must end as Spectacle alone would have left it:
+    // as found, plus that one line.
+    void captureLandsInHome_data()
     {
+        QTest::addColumn<QString>("tool");
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<bool>("firstStart");
         QTest::addColumn<bool>("configured");
-        QTest::addColumn<QString>("start");
-        QTest::newRow("never configured, first start") << false << "first start";
-        QTest::newRow("never configured") << false << "Home chosen";
-        QTest::newRow("configured") << true << "Home chosen";
-    }
-
-    // Flameshot never configured asks where to save each capture; configured
-    // it saves into its own folder. Either way it saves into Home, and its
-    // file (or its absence, and its folder's) comes back.
-    void flameshot_data() { configured_data(); }
-    void flameshot()
-    {
-        QFETCH(bool, configured);
-        needTool("flameshot");
-        ToolRun t(m_display->display(), "flameshot");
-        const QString folder = t.run.configHome() + "/flameshot", ini = folder + "/flameshot.ini";
-        if (configured) {
-            QDir().mkpath(t.run.path("home/Shots"));
-            Sandbox::writeFile(ini,
-                               "[General]\ncontrastOpacity=190\nsavePath=" + QFile::encodeName(t.run.path("home/Shots"))
-                                   + "\nsavePathFixed=true\n\n[Shortcuts]\nTYPE_COPY=Ctrl+C\n");
+        const std::pair<const char *, QStringList> tools[] = {
+            {"flameshot", {"full"}}, {"gnome-screenshot", {}}, {"spectacle", {"-b", "-n"}}};
+        for (const auto &[tool, arguments] : tools) {
+            QTest::addRow("%s never configured, first start", tool) << tool << arguments << true << false;
+            QTest::addRow("%s never configured", tool) << tool << arguments << false << false;
+            QTest::addRow("%s configured", tool) << tool << arguments << false << true;
         }
-        const auto before = snapshot({ini, folder});
-        t.captureWhileRunning("flameshot", {"full"});
-        QCOMPARE(snapshot({ini, folder}), before);
     }
-
-    // gnome-screenshot keeps its folder in GSettings (dconf): the key the
-    // user never set is unset again, a set one holds its exact text again.
-    void gnomeScreenshot_data() { configured_data(); }
-    void gnomeScreenshot()
+    void captureLandsInHome()
     {
+        QFETCH(QString, tool);
+        QFETCH(QStringList, arguments);
+        QFETCH(bool, firstStart);
         QFETCH(bool, configured);
-        needTool("gnome-screenshot");
-        if (!QFile::exists("/usr/share/dbus-1/services/ca.desrt.dconf.service"))
+        const bool gnome = tool == "gnome-screenshot";
+        if (!m_display || !m_display->isRunning())
+            QSKIP("Xvfb is not installed (./setup.sh test installs it)");
+        for (const QString &program :
+             QStringList{tool, "dbus-daemon"} + (gnome ? QStringList{"dconf", "gsettings"} : QStringList()))
+            if (QStandardPaths::findExecutable(program).isEmpty())
+                QSKIP(qPrintable(program + " is not installed (./setup.sh test installs it)"));
+        if (gnome && !QFile::exists(QStringLiteral("/usr/share/dbus-1/services/") + dconfService))
             QSKIP("dconf-service is not installed (gnome-screenshot's settings store)");
-        if (QStandardPaths::findExecutable("dconf").isEmpty())
-            QSKIP("dconf is not installed (./setup.sh test installs dconf-cli)");
-        ToolRun t(m_display->display(), "gnome-screenshot", {"ca.desrt.dconf.service"});
-        // What the user set, as dconf holds it: nothing when unset.
-        const auto userValue = [&t] {
-            QByteArray value;
-            runTool(t.run, "dconf", {"read", "/org/gnome/gnome-screenshot/auto-save-directory"}, &value);
-            return value;
+
+        // A bus of the test's own: it starts only the services offered, so no
+        // tool reaches the real session and nothing it starts outlives the test.
+        AppRun run(m_display->display());
+        SessionBus bus(run.environment(), gnome ? QStringList{dconfService} : QStringList());
+        QVERIFY(!bus.address().isEmpty());
+        const QString pictures = run.path("home/Pictures"), shots = run.path("home/Shots");
+        const QString shelf = firstStart ? pictures : run.path("home/Shelf");
+        QDir().mkpath(shelf);
+        QDir().mkpath(pictures);
+        Sandbox::writeFile(run.configHome() + "/user-dirs.dirs", "XDG_PICTURES_DIR=\"$HOME/Pictures\"\n");
+        if (!firstStart)
+            run.setPreference("folder", shelf);
+        run.setVar("BRINDLEWICK_SCREENSHOT_TOOL", tool);
+        run.setVar("BRINDLEWICK_DEBUG");
+        run.setVar("DBUS_SESSION_BUS_ADDRESS", bus.address());
+
+        const QString flameshot = run.configHome() + "/flameshot", rc = run.configHome() + "/spectaclerc";
+        const QStringList files =
+            QStringList{flameshot, flameshot + "/flameshot.ini"}
+            + (gnome && configured ? QStringList{run.configHome() + "/dconf/user"} : QStringList());
+        const QByteArray spectacle =
+            "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\ndefaultSaveLocation=file://"
+            + QFile::encodeName(shots) + "\n";
+        const auto dconfValue = [&] {
+            return run.tool("dconf", {"read", "/org/gnome/gnome-screenshot/auto-save-directory"}).out;
         };
-        const QString dconf = t.run.configHome() + "/dconf/user";
         if (configured) {
-            QDir().mkpath(t.run.path("home/Shots"));
-            QVERIFY(runTool(t.run, "gsettings",
-                            {"set", "org.gnome.gnome-screenshot", "auto-save-directory",
-                             QUrl::fromLocalFile(t.run.path("home/Shots")).toString()}));
+            QDir().mkpath(shots);
+            if (tool == "flameshot")
+                Sandbox::writeFile(files[1], "[General]\ncontrastOpacity=190\nsavePath=" + QFile::encodeName(shots)
+                                                 + "\nsavePathFixed=true\n\n[Shortcuts]\nTYPE_COPY=Ctrl+C\n");
+            else if (gnome)
+                QCOMPARE(run.tool("gsettings", {"set", "org.gnome.gnome-screenshot", "auto-save-directory",
+                                                QUrl::fromLocalFile(shots).toString()})
+                             .status,
+                         0);
+            else
+                Sandbox::writeFile(rc, spectacle);
         }
-        const auto before = snapshot({dconf});
-        const QByteArray valueBefore = userValue();
-        QCOMPARE(valueBefore.isEmpty(), !configured);
-        t.captureWhileRunning("gnome-screenshot", {});
-        QCOMPARE(userValue(), valueBefore);
+        const auto before = snapshot(files);
+        const QByteArray valueBefore = gnome ? dconfValue() : QByteArray();
+        QCOMPARE(valueBefore.isEmpty(), !gnome || !configured);
+
+        // Capture as the tool's shortcut would (a tool that opens a save
+        // dialog instead never ends by itself), see it in Home and on the
+        // shelf, quit.
+        QVERIFY(run.startReady());
+        const Ran ran = run.tool(tool, arguments);
+        QVERIFY2(ran.status == 0, qPrintable(tool + " did not save by itself:\n" + ran.out + ran.err));
+        QTRY_COMPARE_WITH_TIMEOUT(pngsIn(shelf).size(), 1, 10000);
+        QVERIFY2(!run.waitForLine(shelf + ": 1 images").isNull(), qPrintable(run.lines().join('\n')));
+        QCOMPARE(pngsIn(run.path("home")) + (firstStart ? QStringList() : pngsIn(pictures)), QStringList());
+        run.terminate();
+        QVERIFY2(run.waitForExit() && run.exitStatus() == QProcess::NormalExit, qPrintable(run.lines().join('\n')));
+
         // dconf rewrites its database on every change: an unset key leaves
         // an empty database behind, never a value.
-        if (configured)
-            QCOMPARE(snapshot({dconf}), before);
-    }
-
-    // Spectacle 22.12 reads [Save] defaultSaveLocation. It writes its own
-    // file after each capture (the capture's path as lastSaveLocation, the
-    // whole file sorted), so the file must end as Spectacle alone would have
-    // left it: as found, plus that one line.
-    void spectacle_data() { configured_data(); }
-    void spectacle()
-    {
-        QFETCH(bool, configured);
-        needTool("spectacle");
-        ToolRun t(m_display->display(), "spectacle");
-        const QString rc = t.run.configHome() + "/spectaclerc";
-        const QByteArray own = "[General]\nlaunchAction=UseLastUsedCapturemode\n\n[Save]\ndefaultSaveLocation=file://"
-                               + QFile::encodeName(t.run.path("home/Shots")) + "\n";
-        if (configured) {
-            QDir().mkpath(t.run.path("home/Shots"));
-            Sandbox::writeFile(rc, own);
-        }
-        t.captureWhileRunning("spectacle", {"-b", "-n"});
+        QCOMPARE(snapshot(files), before);
+        if (gnome)
+            QCOMPARE(dconfValue(), valueBefore);
         const QByteArray last =
-            "lastSaveLocation=" + QUrl::fromLocalFile(t.shelf + "/" + pngsIn(t.shelf).value(0)).toEncoded() + "\n";
-        QCOMPARE(TestFiles::readAll(rc), configured ? own + last : "[Save]\n" + last);
+            "lastSaveLocation=" + QUrl::fromLocalFile(shelf + "/" + pngsIn(shelf).value(0)).toEncoded() + "\n";
+        if (tool == "spectacle")
+            QCOMPARE(TestFiles::readAll(rc), configured ? spectacle + last : "[Save]\n" + last);
     }
 };
 

@@ -1,7 +1,7 @@
 // End-to-end under real Wayland compositors, headless: weston and sway,
 // with XWayland (the program then runs on X11 through it) and sway without
 // (Qt's Wayland platform). Read back with the compositors' own tools: their
-// screen captures, sway's window tree, xwininfo for X11 windows.
+// screen captures, sway's window tree, xdotool and xprop for X11 windows.
 
 #include "support/apprun.h"
 #include "support/colourimages.h"
@@ -9,48 +9,13 @@
 #include "support/waylandsession.h"
 
 #include <QDir>
-#include <QImage>
-#include <QJsonArray>
 #include <QRegularExpression>
-#include <QSettings>
 #include <QTest>
-
-#include <algorithm>
 
 namespace {
 
-constexpr int edgeGap = 20;
-
-// "flash shown fresh.png 404x282": the card's size as the program made it.
-QSize shownSize(const QString &line)
-{
-    static const QRegularExpression size(" (\\d+)x(\\d+)$");
-    const QRegularExpressionMatch m = size.match(line);
-    return m.hasMatch() ? QSize(m.captured(1).toInt(), m.captured(2).toInt()) : QSize();
-}
-
-QRect swayRect(const QJsonObject &node)
-{
-    const QJsonObject r = node.value("rect").toObject();
-    return QRect(r.value("x").toInt(), r.value("y").toInt(), r.value("width").toInt(), r.value("height").toInt());
-}
-
-// The name of the focused window in sway's tree, or the node type when a
-// workspace (nothing) has focus.
-QString swayFocus(const QJsonObject &node)
-{
-    if (node.value("focused").toBool())
-        return node.value("type").toString() == QLatin1String("workspace") ? "(workspace)"
-                                                                           : node.value("name").toString();
-    for (const char *kind : {"nodes", "floating_nodes"}) {
-        for (const QJsonValue &child : node.value(QLatin1String(kind)).toArray()) {
-            const QString found = swayFocus(child.toObject());
-            if (!found.isNull())
-                return found;
-        }
-    }
-    return {};
-}
+constexpr int patience = AppRun::defaultTimeoutMs;
+const QRect output(0, 0, WaylandSession::screenWidth, WaylandSession::screenHeight);
 
 // Pixels of `image` inside `area` within `tolerance` of `colour`.
 int countNear(const QImage &image, const QRect &area, const QColor &colour, int tolerance = 12)
@@ -58,33 +23,33 @@ int countNear(const QImage &image, const QRect &area, const QColor &colour, int 
     return ColourImages::count(image, area, colour.rgb(), tolerance);
 }
 
-// The rectangle spanned by the rows and columns of `image` that hold at
-// least `least` pixels near `colour`: one large patch of that colour, as
-// drawn, ignoring smaller ones.
-QRect extent(const QImage &image, QColor colour, int least)
+// How many rows and columns of `image` hold at least `least` pixels near
+// `colour`: the size of one large patch of that colour, as drawn, ignoring
+// smaller ones.
+QSize extent(const QImage &image, QColor colour, int least)
 {
-    int left = image.width(), right = -1, top = image.height(), bottom = -1;
-    for (int y = 0; y < image.height(); ++y) {
-        if (countNear(image, QRect(0, y, image.width(), 1), colour) >= least) {
-            top = std::min(top, y);
-            bottom = y;
-        }
-    }
-    for (int x = 0; x < image.width(); ++x) {
-        if (countNear(image, QRect(x, 0, 1, image.height()), colour) >= least * 2 / 3) {
-            left = std::min(left, x);
-            right = x;
-        }
-    }
-    return right < 0 || bottom < 0 ? QRect() : QRect(QPoint(left, top), QPoint(right, bottom));
+    QSize size(0, 0);
+    for (int y = 0; y < image.height(); ++y)
+        size.rheight() += countNear(image, QRect(0, y, image.width(), 1), colour) >= least;
+    for (int x = 0; x < image.width(); ++x)
+        size.rwidth() += countNear(image, QRect(x, 0, 1, image.height()), colour) >= least * 2 / 3;
+    return size;
 }
 
-// Within a few pixels: a pin's border and rounded corners are not the
-// picture's colour.
-bool nearSize(QSize actual, QSize expected)
+// Within a few pixels of 320 × 200: a pin's border and rounded corners are
+// not the picture's colour.
+bool nearShotSize(QSize actual)
 {
-    return actual.width() <= expected.width() && actual.width() >= expected.width() - 6
-           && actual.height() <= expected.height() && actual.height() >= expected.height() - 6;
+    return actual.boundedTo({320, 200}) == actual && actual.expandedTo({314, 194}) == actual;
+}
+
+// Where sway put the window whose title matches `nameRegex`: null while it
+// manages no such window, and when it tiles it rather than floating it.
+QRect floatingInSway(const WaylandSession &session, const QString &nameRegex)
+{
+    bool floating = false;
+    const QRect r = session.swayWindow(nameRegex, &floating);
+    return floating ? r : QRect();
 }
 
 } // namespace
@@ -97,7 +62,10 @@ class TestE2eWayland : public QObject
 
     QString m_captures;
 
-    QString capturePath(const QString &name) const { return m_captures + QLatin1Char('/') + name; }
+    QString capturePath(const QString &what) const
+    {
+        return m_captures + '/' + QString(QTest::currentDataTag()).replace(' ', '-') + what;
+    }
 
     // Three screenshots in Home: red shot0 the newest, green shot1 larger
     // (to be told from the others in a preview), blue shot2; the program
@@ -122,10 +90,10 @@ private Q_SLOTS:
     // A new screenshot brings the card. Through XWayland: in the output's
     // bottom-right corner 20 px from both edges, at the size the program gave
     // it, drawn (the white screenshot and the dark card show in the
-    // compositor's capture), without focus. Without XWayland (Qt's Wayland
-    // platform) a window cannot say where it goes: sway centres the card, but
-    // floats it at its own size instead of tiling it over the output. It
-    // leaves after its time.
+    // compositor's capture), without focus, and under sway not in its tree.
+    // Without XWayland (Qt's Wayland platform) a window cannot say where it
+    // goes: sway floats the card at its own size instead of tiling it over
+    // the output. It leaves after its time.
     void cardInTheCorner_data()
     {
         QTest::addColumn<WaylandSession::Compositor>("compositor");
@@ -138,7 +106,6 @@ private Q_SLOTS:
     {
         QFETCH(WaylandSession::Compositor, compositor);
         QFETCH(bool, xwayland);
-        const bool sway = compositor == WaylandSession::Compositor::sway;
         WaylandSession session(compositor, xwayland);
         SKIP_WITHOUT_SESSION(session);
         AppRun run(QString{});
@@ -146,130 +113,88 @@ private Q_SLOTS:
         QVERIFY(TestFiles::writeImage(run.path("shots/fresh.png"), {400, 250}, Qt::white).isValid());
         const QString shown = run.waitForLine("] flash shown fresh.png");
         QVERIFY2(!shown.isNull(), qPrintable(run.lines().join('\n')));
-        const QString shot = capturePath(QString(QTest::currentDataTag()).replace(' ', '-') + "-card.png");
-        const auto cardNode = [&session](bool *floating = nullptr) {
-            return findSwayWindow(session.tree(), "^New Screenshot$", floating);
-        };
 
-        if (!xwayland) {
-            bool floating = false;
-            QJsonObject card;
-            QTRY_VERIFY_WITH_TIMEOUT(!(card = cardNode(&floating)).isEmpty(), AppRun::defaultTimeoutMs);
-            session.capture(shot);
-            QVERIFY(floating);
-            QCOMPARE(swayRect(card).size(), shownSize(shown));
-            QVERIFY(!run.waitForLine("] flash gone fresh.png").isNull());
-            QTRY_VERIFY_WITH_TIMEOUT(cardNode().isEmpty(), AppRun::defaultTimeoutMs);
-            return;
-        }
-        const QList<quint32> cards = session.x11Windows("^New Screenshot$");
-        QCOMPARE(cards.size(), 1);
-        const QRect card = session.x11Geometry(cards.first());
-        QCOMPARE(card.size(), shownSize(shown));
-        QCOMPARE(card.right() + 1, WaylandSession::screenWidth - edgeGap);
-        QCOMPARE(card.bottom() + 1, WaylandSession::screenHeight - edgeGap);
-
-        const QImage screen = session.capture(shot);
-        QCOMPARE(screen.size(), QSize(WaylandSession::screenWidth, WaylandSession::screenHeight));
-        const QRect image = card.adjusted(10, 10, -10, -32);
-        QVERIFY2(countNear(screen, image, Qt::white) > image.width() * image.height() * 9 / 10, qPrintable(shot));
-        const QRect footer(card.left() + 4, card.bottom() - 8, card.width() - 8, 4);
-        QVERIFY(countNear(screen, footer, QColor::fromRgbF(0.12f, 0.12f, 0.12f), 16) > footer.width() * 2);
-
-        if (sway) {
-            // Nothing of ours in sway's tree: it manages no such window.
-            QVERIFY(cardNode().isEmpty());
-            QCOMPARE(swayFocus(session.tree()), "(workspace)");
+        const QList<quint32> cards = session.windowsNamed("^New Screenshot$");
+        QRect card;
+        if (xwayland) {
+            QCOMPARE(cards.size(), 1);
+            card = session.geometry(cards.first());
+            QCOMPARE(card.bottomRight(), output.bottomRight() - QPoint(20, 20));
+            const QImage screen = session.capture(capturePath("-card.png"));
+            const QRect image = card.adjusted(10, 10, -10, -32);
+            QVERIFY(countNear(screen, image, Qt::white) > image.width() * image.height() * 9 / 10);
+            const QRect footer(card.left() + 4, card.bottom() - 8, card.width() - 8, 4);
+            QVERIFY(countNear(screen, footer, QColor::fromRgbF(0.12f, 0.12f, 0.12f), 16) > footer.width() * 2);
+            QVERIFY(session.activeWindow() != cards.first()
+                    && (compositor == WaylandSession::Compositor::weston
+                        || session.swayWindow("^New Screenshot$").isNull()));
         } else {
-            QByteArray active;
-            session.tool("xprop", {"-root", "_NET_ACTIVE_WINDOW"}, &active);
-            QVERIFY2(!active.contains(QByteArray::number(cards.first(), 16)), active.constData());
+            QTRY_VERIFY_WITH_TIMEOUT(!(card = floatingInSway(session, "^New Screenshot$")).isNull(), patience);
+            session.capture(capturePath("-card.png"));
         }
+        // "flash shown fresh.png 404x282": the card's size as the program made it.
+        QCOMPARE(QStringLiteral("%1x%2").arg(card.width()).arg(card.height()), shown.section(' ', -1));
         QVERIFY(!run.waitForLine("] flash gone fresh.png").isNull());
-        QTRY_VERIFY_WITH_TIMEOUT(session.x11Windows("^New Screenshot$").isEmpty(), AppRun::defaultTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(session.windowsNamed("^New Screenshot$").isEmpty()
+                                     && session.swayWindow("^New Screenshot$").isNull(),
+                                 patience);
     }
 
     // Through XWayland the preview (Space) and a pin (P) keep their own
     // sizes (sway floats them rather than tiling them over the output), the
     // preview is drawn above the shelf and the pin above the preview. Where
-    // they go is the compositor's choice: sway centres both, weston puts
-    // both near the top-left corner. Right then moves the preview on to the
-    // larger, green shot1, so that the red pin and the preview can be told
-    // apart in the capture. Light and dark.
+    // they go is the compositor's choice. Right then moves the preview on to
+    // the larger, green shot1, so that the red pin and the preview can be
+    // told apart in the capture. Light under weston, dark under sway.
     void pinAndPreview_data()
     {
         QTest::addColumn<WaylandSession::Compositor>("compositor");
-        QTest::addColumn<bool>("dark");
-        QTest::newRow("weston") << WaylandSession::Compositor::weston << false;
-        QTest::newRow("weston dark") << WaylandSession::Compositor::weston << true;
-        QTest::newRow("sway") << WaylandSession::Compositor::sway << false;
-        QTest::newRow("sway dark") << WaylandSession::Compositor::sway << true;
+        QTest::newRow("weston") << WaylandSession::Compositor::weston;
+        QTest::newRow("sway dark") << WaylandSession::Compositor::sway;
     }
     void pinAndPreview()
     {
         QFETCH(WaylandSession::Compositor, compositor);
-        QFETCH(bool, dark);
         const bool sway = compositor == WaylandSession::Compositor::sway;
         WaylandSession session(compositor, true);
         SKIP_WITHOUT_SESSION(session);
         AppRun run(QString{});
-        if (dark)
-            run.setVar("BRINDLEWICK_PALETTE", "dark");
+        run.setVar("BRINDLEWICK_PALETTE", sway ? "dark" : "light");
         run.setVar("BRINDLEWICK_OPEN");
         // Space; a pause (a token that is no key) long enough to capture the
         // preview alone; P; Right.
         run.setVar("BRINDLEWICK_KEY", "49,-,-,-,-,-,-,-,35,124");
         QVERIFY(start(session, run));
-        const QString name = (sway ? "sway" : "weston");
-        const QString suffix = dark ? "-dark.png" : ".png";
-        const QRect output(0, 0, WaylandSession::screenWidth, WaylandSession::screenHeight);
-
         const QColor red = QColor::fromHsv(0, 200, 220);
-        const QColor green = QColor::fromHsv(120, 200, 220);
 
         // The preview of the newest, red shot0, 70 % x 80 % of the output,
         // above the shelf: its picture whole in the capture, at its own size.
         // Found in the capture itself (weston's X11 coordinates of a managed
         // window are not the output's), captured until drawn (a window shows
-        // before its first frame).
+        // before its first frame); no pin yet.
         QList<quint32> windows;
-        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows("^shot0\\.png$")).size(), 1, AppRun::defaultTimeoutMs);
-        const QString previewShot = capturePath(name + "-preview" + suffix);
-        QImage alone;
-        QTRY_VERIFY2_WITH_TIMEOUT(
-            nearSize(extent(alone = session.capture(previewShot), red, 250).size(), QSize(320, 200)),
-            qPrintable(previewShot), AppRun::defaultTimeoutMs);
-        QCOMPARE(session.x11Windows("^shot0\\.png$").size(), 1); // no pin yet
-        const QRect preview = session.x11Geometry(windows.first());
-        QRect expected(0, 0, WaylandSession::screenWidth * 7 / 10, WaylandSession::screenHeight * 8 / 10);
-        expected.moveCenter(output.center());
-        QCOMPARE(preview.size(), expected.size());
-        if (sway) {
-            bool floating = false;
-            const QJsonObject node = findSwayWindow(session.tree(), "^shot0\\.png$", &floating);
-            QVERIFY(floating);
-            QCOMPARE(swayRect(node), preview);
-        }
+        QTRY_COMPARE_WITH_TIMEOUT((windows = session.windowsNamed("^shot0\\.png$")).size(), 1, patience);
+        const QString previewShot = capturePath("-preview.png");
+        QTRY_VERIFY2_WITH_TIMEOUT(nearShotSize(extent(session.capture(previewShot), red, 250)), qPrintable(previewShot),
+                                  patience);
+        QCOMPARE(session.windowsNamed("^shot0\\.png$").size(), 1);
+        const QRect preview = session.geometry(windows.first());
+        QCOMPARE(preview.size(), QSize(output.width() * 7 / 10, output.height() * 8 / 10));
+        QVERIFY(!sway || floatingInSway(session, "^shot0\\.png$") == preview);
 
         // The pin of shot0 (320 x 200, the picture's size) whole above the
         // preview, which now shows shot1: most of its green picture shows
         // beside or under the pin.
-        quint32 pinWindow = 0;
-        QTRY_VERIFY_WITH_TIMEOUT(session.x11Windows("^shot1\\.png$").size() == 1
-                                     && (windows = session.x11Windows("^shot0\\.png$")).size() == 1
-                                     && (pinWindow = windows.first()),
-                                 AppRun::defaultTimeoutMs);
-        const QString pinShot = capturePath(name + "-pin" + suffix);
+        QTRY_VERIFY_WITH_TIMEOUT(session.windowsNamed("^shot1\\.png$").size() == 1
+                                     && (windows = session.windowsNamed("^shot0\\.png$")).size() == 1,
+                                 patience);
+        const QString pinShot = capturePath("-pin.png");
         QImage screen;
-        QTRY_VERIFY2_WITH_TIMEOUT(nearSize(extent(screen = session.capture(pinShot), red, 250).size(), QSize(320, 200))
-                                      && countNear(screen, output, green) > 560 * 350 / 2,
-                                  qPrintable(pinShot), AppRun::defaultTimeoutMs);
-        QCOMPARE(session.x11Geometry(pinWindow).size(), QSize(320, 200));
-        if (sway) {
-            bool floating = false;
-            findSwayWindow(session.tree(), "^shot0\\.png$", &floating);
-            QVERIFY(floating);
-        }
+        QTRY_VERIFY2_WITH_TIMEOUT(nearShotSize(extent(screen = session.capture(pinShot), red, 250))
+                                      && countNear(screen, output, QColor::fromHsv(120, 200, 220)) > 560 * 350 / 2,
+                                  qPrintable(pinShot), patience);
+        QCOMPARE(session.geometry(windows.first()).size(), QSize(320, 200));
+        QVERIFY(!sway || !floatingInSway(session, "^shot0\\.png$").isNull());
     }
 
     // Under sway through XWayland the settings float as a dialog at their
@@ -283,20 +208,13 @@ private Q_SLOTS:
         run.setVar("BRINDLEWICK_SETTINGS");
         QVERIFY(start(session, run));
         QList<quint32> windows;
-        QTRY_COMPARE_WITH_TIMEOUT((windows = session.x11Windows("^Settings$")).size(), 1, AppRun::defaultTimeoutMs);
-        bool floating = false;
-        QJsonObject node;
-        QTRY_VERIFY_WITH_TIMEOUT(!(node = findSwayWindow(session.tree(), "^Settings$", &floating)).isEmpty(),
-                                 AppRun::defaultTimeoutMs);
-        session.capture(capturePath("sway-settings.png"));
-        QVERIFY(floating);
-        const QRect settings = session.x11Geometry(windows.first());
-        QCOMPARE(settings.width(), 540);
-        QCOMPARE(swayRect(node), settings);
-        bool shelfFloats = false;
-        const QJsonObject shelf = findSwayWindow(session.tree(), "^shots$", &shelfFloats);
-        QVERIFY(shelfFloats);
-        QVERIFY(swayRect(shelf).height() > settings.height());
+        QTRY_COMPARE_WITH_TIMEOUT((windows = session.windowsNamed("^Settings$")).size(), 1, patience);
+        QRect node;
+        QTRY_VERIFY_WITH_TIMEOUT(!(node = floatingInSway(session, "^Settings$")).isNull(), patience);
+        session.capture(m_captures + "/sway-settings.png");
+        QCOMPARE(node, session.geometry(windows.first()));
+        QCOMPARE(node.width(), 540);
+        QVERIFY(floatingInSway(session, "^shots$").height() > node.height());
         run.terminate();
         QVERIFY(run.waitForExit() && run.exitStatus() == QProcess::NormalExit);
     }

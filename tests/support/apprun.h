@@ -2,31 +2,23 @@
 
 #include <QColor>
 #include <QProcess>
-#include <QProcessEnvironment>
 #include <QSize>
-#include <QStringList>
 #include <QTemporaryDir>
 #include <QVariant>
 
 #include <functional>
-
-#include <memory>
 
 // What a program run to its end left: its exit code (-1 when it did not end
 // normally in time) and its two outputs.
 struct Ran
 {
     int status = -1;
-    QByteArray out;
-    QByteArray err;
+    QByteArray out, err;
 };
 Ran runProcess(const QProcessEnvironment &environment, const QString &program, const QStringList &arguments,
                int timeoutMs = 20000, const QString &workingDirectory = {});
 // Ends a process the test started: asks first, then kills.
 void endProcess(QProcess &process);
-// The first line `process` writes to standard output (a display number, a
-// bus address), trimmed; empty when none comes in time.
-QString firstLine(QProcess &process, int timeoutMs = 20000);
 
 // A private D-Bus session bus in `environment`: the machine's session
 // services (`machineServices`), or only those named from its list.
@@ -36,8 +28,7 @@ public:
     explicit SessionBus(const QProcessEnvironment &environment, const QStringList &services = {},
                         bool machineServices = false);
     ~SessionBus() { endProcess(m_daemon); }
-    SessionBus(const SessionBus &) = delete;
-    SessionBus &operator=(const SessionBus &) = delete;
+    Q_DISABLE_COPY(SessionBus)
     QString address() const { return m_address; }
 
 private:
@@ -52,11 +43,9 @@ class VirtualDisplay
 {
 public:
     VirtualDisplay();
-    ~VirtualDisplay();
-    VirtualDisplay(const VirtualDisplay &) = delete;
-    VirtualDisplay &operator=(const VirtualDisplay &) = delete;
+    ~VirtualDisplay() { endProcess(m_server); }
+    Q_DISABLE_COPY(VirtualDisplay)
 
-    static bool isInstalled();
     bool isRunning() const { return !m_display.isEmpty(); }
     // ":12"
     QString display() const { return m_display; }
@@ -73,41 +62,39 @@ private:
 class AppRun
 {
 public:
-    // `display` empty: no display at all.
     // Generous: a loaded two-core machine may take its time, and a wait
     // ends as soon as what it waits for has happened.
     static constexpr int defaultTimeoutMs = 30000;
 
+    // `display` empty: no display at all.
     explicit AppRun(const QString &display);
     ~AppRun();
-    AppRun(const AppRun &) = delete;
-    AppRun &operator=(const AppRun &) = delete;
+    Q_DISABLE_COPY(AppRun)
 
-    static QString binary();
-
-    QString path(const QString &relative) const;
-    QString home() const { return path("home"); }
+    static QString binary() { return qEnvironmentVariable("BRINDLEWICK_BIN"); }
+    QString path(const QString &relative) const { return m_root.filePath(relative); }
     QString configHome() const { return path("home/.config"); }
     QProcessEnvironment &environment() { return m_environment; }
     void setVar(const QString &name, const QString &value = {}) { m_environment.insert(name, value); }
 
-    void start(const QStringList &arguments = {});
     // Starts it and waits for its ready line; false (what it wrote logged)
     // when none comes.
     bool startReady(const QStringList &arguments = {});
-    // One of the program's preferences, in the file it reads them from.
+    // One of the program's preferences, in the file it reads them from
+    // (`preferencesFile`).
     void setPreference(const QString &key, const QVariant &value) const;
-    QVariant preference(const QString &key) const;
+    QString preferencesFile() const { return configHome() + "/Brindlewick/Brindlewick.conf"; }
     // Home (by the preferences) is "shots", holding `count` screenshots
     // shot0.png, shot1.png, ... newest first in the order of their numbers,
     // each one plain `colour(i)` at `size(i)` (320 × 200 when not given);
     // cells narrow enough that all fit; its scans and parts reported
     // (BRINDLEWICK_DEBUG). Returns the folder.
     QString useShots(int count, const std::function<QColor(int)> &colour, const std::function<QSize(int)> &size = {});
-    // Runs the binary once more in the same home and waits for it to end.
-    // Returns its exit code (-1 when it did not finish); `output` gets its
-    // standard output.
+    // Runs the binary once more in the same home to its end: its exit code
+    // (-1 when it did not finish), its standard output in `output`.
     int runOnce(const QStringList &arguments, QString *output = nullptr, int timeoutMs = defaultTimeoutMs);
+    // Runs another program in the same home and session to its end.
+    Ran tool(const QString &program, const QStringList &args) const { return runProcess(m_environment, program, args); }
 
     // Reads standard error as it arrives until the `occurrence`-th line
     // containing `text` has come (counting those read before), and returns
@@ -115,8 +102,6 @@ public:
     // without it.
     QString waitForLine(const QString &text, int occurrence = 1, int timeoutMs = defaultTimeoutMs);
     QStringList lines() const { return m_lines; }
-    // The "[Brindlewick] ..." lines without their prefix.
-    QStringList diagnosticLines() const;
 
     qint64 processId() const { return m_process.processId(); }
     void terminate() { m_process.terminate(); }
@@ -130,7 +115,6 @@ private:
     QTemporaryDir m_root;
     QProcessEnvironment m_environment;
     QProcess m_process;
-    QByteArray m_partial;
     QStringList m_lines;
 };
 

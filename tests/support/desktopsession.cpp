@@ -1,12 +1,8 @@
 #include "support/desktopsession.h"
 
-#include <QFile>
 #include <QRegularExpression>
-#include <QTest>
 
 namespace {
-
-constexpr int startTimeoutMs = 20000;
 
 // A panel that is the same on every machine: tasks and the tray along the
 // bottom, kept clear of windows, no clock or launcher; tint2's own defaults
@@ -18,22 +14,6 @@ panel_layer = top
 strut_policy = follow_size
 systray_icon_size = 24
 )";
-
-quint32 parseWindowId(const QString &text) { return text.trimmed().toUInt(nullptr, 0); }
-
-// "mousemove 10 20 click 1" as xdotool's arguments.
-QStringList words(const QString &line) { return line.split(QLatin1Char(' '), Qt::SkipEmptyParts); }
-
-// Window ids in the order xprop or xdotool printed them.
-QList<quint32> windowIds(const QString &text)
-{
-    static const QRegularExpression id("(0x[0-9a-fA-F]+|\\b\\d+\\b)");
-    QList<quint32> ids;
-    for (auto it = id.globalMatch(text); it.hasNext();)
-        if (const quint32 window = parseWindowId(it.next().captured(0)))
-            ids << window;
-    return ids;
-}
 
 } // namespace
 
@@ -50,40 +30,40 @@ bool DesktopSession::start()
     m_bus = std::make_unique<SessionBus>(environment(), QStringList(), true);
     if (m_bus->address().isEmpty())
         return fail("dbus-daemon did not start");
-
-    if (!startLogged(m_windowManager, "openbox", {"--sm-disable"}, environment()))
+    if (!startLogged(m_windowManager, "openbox", {"--sm-disable"}, environment())
+        || !waitUntil([&] { return property(0, "_NET_SUPPORTING_WM_CHECK").contains("window id"); },
+                      "openbox did not take the screen"))
         return false;
-    const bool managed =
-        QTest::qWaitFor([&] { return property(0, "_NET_SUPPORTING_WM_CHECK").contains("window id"); }, startTimeoutMs);
-    if (!managed)
-        return fail("openbox did not take the screen");
-
-    const QString config = m_root.filePath("tint2rc");
-    QFile file(config);
-    if (!file.open(QIODevice::WriteOnly) || file.write(panelConfig) < 0)
-        return fail("could not write the panel's settings");
-    file.close();
-    if (!startLogged(m_panel, "tint2", {"-c", config}, environment()))
+    const QString config = writeConfig("tint2rc", panelConfig);
+    if (config.isEmpty() || !startLogged(m_panel, "tint2", {"-c", config}, environment()))
         return false;
     // The panel is there once the window manager keeps windows off it.
     const QString workArea = QStringLiteral("0, 0, %1, %2").arg(screenWidth).arg(screenHeight - panelHeight);
-    const bool panelled =
-        QTest::qWaitFor([&] { return property(0, "_NET_WORKAREA").startsWith(workArea); }, startTimeoutMs);
-    return panelled || fail("the panel did not come up");
+    return waitUntil([&] { return property(0, "_NET_WORKAREA").startsWith(workArea); }, "the panel did not come up");
+}
+
+bool DesktopSession::startAccessibilityBus()
+{
+    // Asked without starting it: a call to the bus itself would have the
+    // session bus start a second launcher that outlives the test.
+    const QStringList hasOwner = words("--session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
+                                       "org.freedesktop.DBus.NameHasOwner string:org.a11y.Bus");
+    return startLogged(m_accessibilityBus, accessibilityBusLauncher, {"--launch-immediately"}, environment())
+           && waitUntil([&] { return tool("dbus-send", hasOwner).out.contains("boolean true"); },
+                        "the accessibility bus did not come up");
 }
 
 DesktopSession::~DesktopSession()
 {
-    endProcess(m_panel);
-    endProcess(m_windowManager);
-    m_bus.reset();
-    m_display.reset();
+    // Before the bus and the display, which go with their pointers.
+    for (QProcess *process : {&m_accessibilityBus, &m_panel, &m_windowManager})
+        endProcess(*process);
 }
 
 QProcessEnvironment DesktopSession::environment() const
 {
     QProcessEnvironment environment = ScreenSession::environment();
-    environment.insert("DISPLAY", display());
+    environment.insert("DISPLAY", m_display ? m_display->display() : QString());
     if (m_bus)
         environment.insert("DBUS_SESSION_BUS_ADDRESS", m_bus->address());
     return environment;
@@ -91,13 +71,8 @@ QProcessEnvironment DesktopSession::environment() const
 
 void DesktopSession::enter(AppRun &run) const
 {
-    run.setVar("DISPLAY", display());
+    run.setVar("DISPLAY", m_display->display());
     run.setVar("DBUS_SESSION_BUS_ADDRESS", m_bus->address());
-}
-
-int DesktopSession::xdotool(const QStringList &arguments, QByteArray *out) const
-{
-    return tool("xdotool", arguments, out);
 }
 
 QList<quint32> DesktopSession::windowsOf(qint64 pid, const QString &nameRegex) const
@@ -105,86 +80,37 @@ QList<quint32> DesktopSession::windowsOf(qint64 pid, const QString &nameRegex) c
     QStringList arguments = words(QStringLiteral("search --all --onlyvisible --pid %1").arg(pid));
     if (!nameRegex.isEmpty())
         arguments << "--name" << nameRegex;
-    QByteArray out;
-    xdotool(arguments, &out);
-    return windowIds(QString::fromLatin1(out));
+    return windowIds(QString::fromLatin1(tool("xdotool", arguments).out));
 }
 
-QList<quint32> DesktopSession::windowsNamed(const QString &nameRegex) const
+quint32 DesktopSession::waitForWindow(qint64 pid, const QString &nameRegex) const
 {
-    QByteArray out;
-    xdotool(words("search --onlyvisible --name") << nameRegex, &out);
-    return windowIds(QString::fromLatin1(out));
-}
-
-quint32 DesktopSession::waitForWindow(qint64 pid, const QString &nameRegex, bool shown) const
-{
-    quint32 found = 0;
-    const bool settled = QTest::qWaitFor(
-        [&] {
-            const QList<quint32> windows = windowsOf(pid, nameRegex);
-            found = windows.size() == 1 ? windows.first() : 0;
-            return shown ? found != 0 : windows.isEmpty();
-        },
-        AppRun::defaultTimeoutMs);
-    return settled && shown ? found : 0;
-}
-
-QRect DesktopSession::geometry(quint32 window) const
-{
-    QByteArray out;
-    if (xdotool(words(QStringLiteral("getwindowgeometry --shell %1").arg(window)), &out) != 0)
-        return {};
-    QHash<QString, int> values;
-    for (const QByteArray &line : out.split('\n')) {
-        const QList<QByteArray> pair = line.split('=');
-        if (pair.size() == 2)
-            values.insert(QString::fromLatin1(pair.at(0)), pair.at(1).toInt());
-    }
-    return QRect(values.value("X"), values.value("Y"), values.value("WIDTH"), values.value("HEIGHT"));
-}
-
-QString DesktopSession::property(quint32 window, const QString &name) const
-{
-    QByteArray out;
-    tool("xprop", words(window ? QStringLiteral("-id %1").arg(window) : "-root") << name, &out);
-    const QString line = QString::fromUtf8(out).trimmed();
-    const qsizetype equals = line.indexOf(" = ");
-    if (equals >= 0)
-        return line.mid(equals + 3);
-    const qsizetype colon = line.indexOf(QLatin1Char(':'));
-    return colon >= 0 ? line.mid(colon + 1).trimmed() : line;
+    QList<quint32> windows;
+    return QTest::qWaitFor([&] { return (windows = windowsOf(pid, nameRegex)).size() == 1; }, AppRun::defaultTimeoutMs)
+               ? windows.first()
+               : 0;
 }
 
 QStringList DesktopSession::wmState(quint32 window) const
 {
-    QStringList states;
     static const QRegularExpression atom("_NET_WM_STATE_(\\w+)");
-    auto it = atom.globalMatch(property(window, "_NET_WM_STATE"));
-    while (it.hasNext())
+    QStringList states;
+    for (auto it = atom.globalMatch(property(window, "_NET_WM_STATE")); it.hasNext();)
         states << it.next().captured(1);
     return states;
 }
-
-QList<quint32> DesktopSession::stacking() const { return windowIds(property(0, "_NET_CLIENT_LIST_STACKING")); }
-
-quint32 DesktopSession::activeWindow() const { return windowIds(property(0, "_NET_ACTIVE_WINDOW")).value(0); }
 
 QImage DesktopSession::capture(const QString &savePath) const
 {
     QTemporaryDir scratch;
     const QString path = savePath.isEmpty() ? scratch.filePath("screen.png") : savePath;
-    return tool("import", words("-window root") << "png:" + path) == 0 ? loaded(path) : QImage();
-}
-
-void DesktopSession::moveTo(QPoint at) const
-{
-    xdotool(words(QStringLiteral("mousemove %1 %2").arg(at.x()).arg(at.y())));
+    return tool("import", words("-window root") << "png:" + path).status == 0 ? loaded(path) : QImage();
 }
 
 void DesktopSession::click(QPoint at, int button) const
 {
-    xdotool(words(QStringLiteral("mousemove %1 %2 click %3").arg(at.x()).arg(at.y()).arg(button)));
+    const QString move = QStringLiteral("mousemove %1 %2").arg(at.x()).arg(at.y());
+    input(button ? move + QStringLiteral(" click %1").arg(button) : move);
 }
 
 void DesktopSession::drag(QPoint from, QPoint to) const
@@ -192,33 +118,25 @@ void DesktopSession::drag(QPoint from, QPoint to) const
     QString line = QStringLiteral("mousemove %1 %2 mousedown 1").arg(from.x()).arg(from.y());
     // A drag starts only once the pointer has moved a little while pressed,
     // and a drop target hears of a drag through the moves over it.
-    constexpr int steps = 12;
-    for (int i = 1; i <= steps; ++i) {
-        const QPoint p = from + (to - from) * i / steps;
+    for (int i = 1; i <= 12; ++i) {
+        const QPoint p = from + (to - from) * i / 12;
         line += QStringLiteral(" sleep 0.05 mousemove %1 %2").arg(p.x()).arg(p.y());
     }
-    xdotool(words(line + " sleep 0.2 mouseup 1"));
+    input(line + " sleep 0.2 mouseup 1");
 }
 
-void DesktopSession::key(const QString &keys) const { xdotool(words("key --clearmodifiers") << keys); }
-
-void DesktopSession::type(const QString &text) const { xdotool(words("type --delay 40") << text); }
-
-std::optional<QRect> DesktopSession::trayIcon(qint64 pid) const
+QRect DesktopSession::trayIcon(qint64 pid) const
 {
     // Docked into the panel, so inside its band at the bottom of the screen.
-    std::optional<QRect> icon;
-    const bool docked = QTest::qWaitFor(
+    const QRect band(0, screenHeight - panelHeight, screenWidth, panelHeight);
+    QRect icon;
+    (void)QTest::qWaitFor(
         [&] {
-            for (quint32 window : windowsOf(pid)) {
-                const QRect r = geometry(window);
-                if (r.top() >= screenHeight - panelHeight && r.width() <= panelHeight && r.height() <= panelHeight) {
+            for (quint32 window : windowsOf(pid))
+                if (const QRect r = geometry(window); band.contains(r))
                     icon = r;
-                    return true;
-                }
-            }
-            return false;
+            return !icon.isEmpty();
         },
         AppRun::defaultTimeoutMs);
-    return docked ? icon : std::nullopt;
+    return icon;
 }

@@ -1,18 +1,10 @@
 #pragma once
 
-#include "support/colourimages.h"
 #include "support/screensession.h"
 
-#include <QImage>
-#include <QList>
 #include <QPoint>
-#include <QProcess>
-#include <QRect>
-#include <QStringList>
-#include <QTemporaryDir>
 
 #include <memory>
-#include <optional>
 
 // A small real desktop for end-to-end tests: a virtual X server (1280 × 800),
 // the Openbox window manager, a tint2 panel along the bottom with a task list
@@ -20,66 +12,51 @@
 // would in a person's session, is driven with real input (xdotool) and is
 // read back from the screen (`import -window root`) and from the window
 // properties the window manager and the panel act on (xprop).
-//
-// Nothing starts when a tool is missing: `problem` names them, so the test
-// can skip with a reason.
 class DesktopSession : public ScreenSession
 {
 public:
     static constexpr int panelHeight = 32;
+    static constexpr char accessibilityBusLauncher[] = "/usr/libexec/at-spi-bus-launcher";
 
     DesktopSession();
     ~DesktopSession() override;
 
-    QString display() const { return m_display ? m_display->display() : QString(); }
-    // The private session bus, for tools that join it.
-    QString busAddress() const { return m_bus ? m_bus->address() : QString(); }
-
+    QProcessEnvironment environment() const override;
     // Points `run` at this desktop: its display and its session bus.
     void enter(AppRun &run) const;
-
-    int xdotool(const QStringList &arguments, QByteArray *out = nullptr) const;
+    // The accessibility bus and its registry, until the session ends.
+    bool startAccessibilityBus();
 
     // The mapped windows that process `pid` owns (by _NET_WM_PID), those
     // whose title matches `nameRegex` when one is given.
     QList<quint32> windowsOf(qint64 pid, const QString &nameRegex = {}) const;
-    // The mapped windows of any process whose title matches `nameRegex`.
-    QList<quint32> windowsNamed(const QString &nameRegex) const;
-    // Waits until exactly such a window is mapped (or none, when `shown` is
-    // false); the window, or 0.
-    quint32 waitForWindow(qint64 pid, const QString &nameRegex, bool shown = true) const;
-    // The window's frame-less geometry in screen coordinates.
-    QRect geometry(quint32 window) const;
-    // One property as xprop prints it after the "=" (or ":" for an unset one).
-    QString property(quint32 window, const QString &name) const;
-    // The _NET_WM_STATE atoms, without the prefix ("ABOVE", "SKIP_TASKBAR").
+    // Waits until exactly one such window is mapped; it, or 0.
+    quint32 waitForWindow(qint64 pid, const QString &nameRegex) const;
+    // The _NET_WM_STATE atoms without their prefix ("ABOVE", "SKIP_TASKBAR").
     QStringList wmState(quint32 window) const;
-    bool hasState(quint32 window, const QString &atom) const { return wmState(window).contains(atom); }
     // Client windows bottom to top, as the window manager stacks them.
-    QList<quint32> stacking() const;
-    quint32 activeWindow() const;
-
+    QList<quint32> stacking() const { return windowIds(property(0, "_NET_CLIENT_LIST_STACKING")); }
     // The whole screen as the X server shows it; kept at `savePath` when given.
     QImage capture(const QString &savePath = {}) const;
 
-    // Real pointer and keyboard input.
-    void moveTo(QPoint at) const;
+    // Real pointer and keyboard input; `button` 0 only moves the pointer.
+    void input(const QString &xdotoolLine) const { tool("xdotool", words(xdotoolLine)); }
     void click(QPoint at, int button = 1) const;
     // Presses at `from`, moves there in steps (as a hand would) and releases.
     void drag(QPoint from, QPoint to) const;
-    void key(const QString &keys) const;
-    void type(const QString &text) const;
+    void key(const QString &keys) const { tool("xdotool", words("key --clearmodifiers") << keys); }
+    void type(const QString &text) const { tool("xdotool", words("type --delay 40") << text); }
 
-    // The tray icon of process `pid`: the small window it docked into the
-    // panel; waits for it.
-    std::optional<QRect> trayIcon(qint64 pid) const;
+    // Waits for the tray icon of process `pid`: the small window it docked
+    // into the panel; empty when none comes.
+    QRect trayIcon(qint64 pid) const;
 
 private:
     bool start();
-    QProcessEnvironment environment() const override;
 
     std::unique_ptr<VirtualDisplay> m_display;
     std::unique_ptr<SessionBus> m_bus;
     QProcess m_windowManager;
     QProcess m_panel;
+    QProcess m_accessibilityBus;
 };

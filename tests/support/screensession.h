@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QProcess>
+#include <QRect>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -17,17 +18,24 @@ public:
     static constexpr int screenHeight = 800;
 
     virtual ~ScreenSession() = default;
-    ScreenSession(const ScreenSession &) = delete;
-    ScreenSession &operator=(const ScreenSession &) = delete;
+    Q_DISABLE_COPY(ScreenSession)
 
     bool isRunning() const { return m_running; }
-    // What went wrong when it is not running.
     QString problem() const { return m_problem; }
 
-    // Runs a tool in the session; its exit code (-1 when it did not
-    // finish), its standard output in `out`.
-    int tool(const QString &program, const QStringList &arguments, QByteArray *out = nullptr,
-             int timeoutMs = 15000) const;
+    // Runs a tool in the session to its end.
+    Ran tool(const QString &program, const QStringList &arguments, int timeoutMs = 15000) const;
+    // Only the session's own home, display and bus; nothing of the machine's.
+    virtual QProcessEnvironment environment() const;
+
+    // X11 windows (on the session's display) as xdotool and xprop see them:
+    // the mapped ones whose title matches `nameRegex`, a window's frame-less
+    // geometry, one property as xprop prints it after the "=" (or ":" for an
+    // unset one; window 0 is the root).
+    QList<quint32> windowsNamed(const QString &nameRegex) const;
+    QRect geometry(quint32 window) const;
+    QString property(quint32 window, const QString &name) const;
+    quint32 activeWindow() const;
 
 protected:
     ScreenSession() = default;
@@ -41,8 +49,14 @@ protected:
     // Starts a server of the session, its chatter kept in its home.
     bool startLogged(QProcess &process, const QString &program, const QStringList &arguments,
                      const QProcessEnvironment &environment);
-    // Only the session's own home, display and bus; nothing of the machine's.
-    virtual QProcessEnvironment environment() const;
+    bool waitUntil(const std::function<bool()> &up, const QString &problem);
+    // A settings file for a server, in the session's home, readable by all;
+    // its path, or empty.
+    QString writeConfig(const QString &name, const QByteArray &text);
+    // "search --name" as a program's arguments.
+    static QStringList words(const QString &line);
+    // Window ids in the order xprop or xdotool printed them.
+    static QList<quint32> windowIds(const QString &text);
     // `path`, written by a capture tool, as a 32-bit image.
     static QImage loaded(const QString &path) { return QImage(path).convertToFormat(QImage::Format_RGB32); }
 

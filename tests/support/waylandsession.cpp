@@ -4,14 +4,12 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
-#include <QTest>
 
 #include <unistd.h>
 
 namespace {
-
-constexpr int startTimeoutMs = 20000;
 
 // An output of a known size and a plain background, so that captures are
 // the same on every machine; no bar, no borders.
@@ -21,143 +19,122 @@ default_floating_border none
 xwayland %3
 )";
 
+// The window (a "con" or "floating_con" node of sway's tree) whose name
+// matches `name`, or an empty object.
+QJsonObject swayNode(const QJsonObject &node, const QRegularExpression &name)
+{
+    if (node.value("type").toString().endsWith(QLatin1String("con"))
+        && name.match(node.value("name").toString()).hasMatch())
+        return node;
+    for (const char *kind : {"nodes", "floating_nodes"})
+        for (const QJsonValue &child : node.value(QLatin1String(kind)).toArray())
+            if (const QJsonObject found = swayNode(child.toObject(), name); !found.isEmpty())
+                return found;
+    return {};
+}
+
+// The text of `path` once it matches `pattern`: its first group, or empty.
+QString readMatch(const QString &path, const QRegularExpression &pattern)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? pattern.match(QString::fromUtf8(file.readAll())).captured(1) : QString();
+}
+
 } // namespace
 
 WaylandSession::WaylandSession(Compositor compositor, bool xwayland) : m_compositor(compositor)
 {
-    QStringList tools = {"xwininfo", "xhost"};
+    QStringList tools = {"xdotool", "xprop", "xhost"};
     tools << (compositor == Compositor::weston ? QStringList{"weston", "weston-screenshooter"}
                                                : QStringList{"sway", "swaymsg", "grim", "setpriv"});
-    if (xwayland)
-        tools << "Xwayland";
-    if (!haveTools(tools))
+    if (!haveTools(xwayland ? tools << "Xwayland" : tools))
         return;
     // Others (sway's user) pass through to the runtime folder below.
-    QFile::setPermissions(m_root.path(), QFile::permissions(m_root.path()) | QFile::ExeGroup | QFile::ExeOther
-                                             | QFile::ReadGroup | QFile::ReadOther);
+    QFile::setPermissions(m_root.path(), QFile::permissions(m_root.path()) | QFile::ExeOther | QFile::ReadOther);
     m_runtime = m_root.filePath("run");
     QDir().mkpath(m_runtime);
     QFile::setPermissions(m_runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     m_running = compositor == Compositor::weston ? startWeston(xwayland) : startSway(xwayland);
 }
 
-WaylandSession::~WaylandSession() { endProcess(m_server); }
-
 QProcessEnvironment WaylandSession::environment() const
 {
     QProcessEnvironment environment = ScreenSession::environment();
     environment.insert("XDG_RUNTIME_DIR", m_runtime);
-    if (!m_socket.isEmpty())
-        environment.insert("WAYLAND_DISPLAY", m_socket);
-    if (!m_swaySocket.isEmpty())
-        environment.insert("SWAYSOCK", m_swaySocket);
-    if (!m_x11Display.isEmpty())
-        environment.insert("DISPLAY", m_x11Display);
+    const std::pair<const char *, QString> optional[] = {
+        {"WAYLAND_DISPLAY", m_socket}, {"SWAYSOCK", m_swaySocket}, {"DISPLAY", m_x11Display}};
+    for (const auto &[name, value] : optional)
+        if (!value.isEmpty())
+            environment.insert(name, value);
     return environment;
 }
 
 bool WaylandSession::startWeston(bool xwayland)
 {
     // --debug lets the screenshooter capture; pixman needs no GPU.
-    QStringList arguments = {"--backend=headless-backend.so",
-                             "--use-pixman",
-                             QStringLiteral("--width=%1").arg(screenWidth),
-                             QStringLiteral("--height=%1").arg(screenHeight),
-                             "--socket=brindlewick",
-                             "--idle-time=0",
-                             "--debug"};
-    if (xwayland)
-        arguments << "--xwayland";
+    const QStringList arguments = words(QStringLiteral("--backend=headless-backend.so --use-pixman --width=%1 "
+                                                       "--height=%2 --socket=brindlewick --idle-time=0 --debug %3")
+                                            .arg(screenWidth)
+                                            .arg(screenHeight)
+                                            .arg(xwayland ? "--xwayland" : ""));
     if (!startLogged(m_server, "weston", arguments, environment()))
         return false;
-    const QString socket = m_runtime + "/brindlewick";
+    m_socket = m_runtime + "/brindlewick";
     const QString log = m_root.filePath("weston.log");
     static const QRegularExpression listening("xserver listening on display (:\\d+)");
-    const bool up = QTest::qWaitFor(
+    return waitUntil(
         [&] {
-            if (m_server.state() == QProcess::NotRunning || !QFile::exists(socket))
+            if (m_server.state() == QProcess::NotRunning || !QFile::exists(m_socket))
                 return false;
-            if (!xwayland)
-                return true;
-            QFile file(log);
-            if (!file.open(QIODevice::ReadOnly))
-                return false;
-            const QRegularExpressionMatch m = listening.match(QString::fromUtf8(file.readAll()));
-            m_x11Display = m.captured(1);
-            return m.hasMatch();
+            return !xwayland || !(m_x11Display = readMatch(log, listening)).isEmpty();
         },
-        startTimeoutMs);
-    if (!up)
-        return fail(QStringLiteral("weston did not start (see %1)").arg(log));
-    m_socket = socket;
-    return true;
+        QStringLiteral("weston did not start (see %1)").arg(log));
 }
 
 bool WaylandSession::startSway(bool xwayland)
 {
-    const QString config = m_root.filePath("sway.conf");
-    QFile file(config);
-    if (!file.open(QIODevice::WriteOnly)
-        || file.write(QString::fromLatin1(swayConfig)
-                          .arg(screenWidth)
-                          .arg(screenHeight)
-                          .arg(xwayland ? "force" : "disable")
-                          .toUtf8())
-               < 0)
-        return fail("could not write sway's settings");
-    file.close();
-    QFile::setPermissions(config, QFile::permissions(config) | QFile::ReadOther);
-
+    const QString config = writeConfig("sway.conf", QString::fromLatin1(swayConfig)
+                                                        .arg(screenWidth)
+                                                        .arg(screenHeight)
+                                                        .arg(xwayland ? "force" : "disable")
+                                                        .toUtf8());
+    if (config.isEmpty())
+        return false;
     QProcessEnvironment env = environment();
     env.insert("WLR_BACKENDS", "headless");
     env.insert("WLR_LIBINPUT_NO_DEVICES", "1");
     env.insert("WLR_RENDERER", "pixman");
-    const bool root = ::geteuid() == 0;
     // sway will not run as root: as nobody, in a runtime folder of its own.
+    const bool root = ::geteuid() == 0;
     if (root && QProcess::execute("chown", {"nobody:", m_runtime}) != 0)
         return fail("could not hand the runtime folder to nobody");
     const QStringList sway = {"sway", "-c", config};
-    if (!(root ? startLogged(m_server, "setpriv",
-                             QStringList{"--reuid=nobody", "--regid=nogroup", "--clear-groups"} + sway, env)
+    if (!(root ? startLogged(m_server, "setpriv", words("--reuid=nobody --regid=nogroup --clear-groups") + sway, env)
                : startLogged(m_server, "sway", sway.mid(1), env)))
         return false;
     const QString log = m_root.filePath(root ? "setpriv.log" : "sway.log");
-    const bool up = QTest::qWaitFor(
+    const QDir runtime(m_runtime);
+    const bool up = waitUntil(
         [&] {
-            if (m_server.state() == QProcess::NotRunning)
-                return false;
-            const QDir runtime(m_runtime);
-            const QStringList sockets = runtime.entryList({"wayland-*"}, QDir::System);
+            const QStringList sockets = runtime.entryList({"wayland-?"}, QDir::System);
             const QStringList commands = runtime.entryList({"sway-ipc.*.sock"}, QDir::System);
-            for (const QString &name : sockets) {
-                if (!name.endsWith(QLatin1String(".lock")))
-                    m_socket = runtime.filePath(name);
-            }
-            if (!commands.isEmpty())
-                m_swaySocket = runtime.filePath(commands.first());
-            return !m_socket.isEmpty() && !m_swaySocket.isEmpty();
+            if (m_server.state() == QProcess::NotRunning || sockets.isEmpty() || commands.isEmpty())
+                return false;
+            m_socket = runtime.filePath(sockets.first());
+            m_swaySocket = runtime.filePath(commands.first());
+            return true;
         },
-        startTimeoutMs);
-    if (!up)
-        return fail(QStringLiteral("sway did not start (see %1)").arg(log));
-    if (!xwayland)
-        return true;
+        QStringLiteral("sway did not start (see %1)").arg(log));
+    if (!up || !xwayland)
+        return up;
     // XWayland's display is known to sway's children; XWayland lets in only
     // sway's user, so a root test lets itself in too.
     const QString answer = m_runtime + "/display";
-    const QString command = QStringLiteral("exec sh -c '%1echo \"$DISPLAY\" > %2'")
-                                .arg(root ? "xhost +si:localuser:root && " : QString(), answer);
-    tool("swaymsg", {command});
-    const bool known = QTest::qWaitFor(
-        [&] {
-            QFile file(answer);
-            if (!file.open(QIODevice::ReadOnly))
-                return false;
-            m_x11Display = QString::fromUtf8(file.readAll()).trimmed();
-            return !m_x11Display.isEmpty();
-        },
-        startTimeoutMs);
-    return known || fail(QStringLiteral("sway's XWayland did not come up (see %1)").arg(log));
+    tool("swaymsg", {QStringLiteral("exec sh -c '%1echo \"$DISPLAY\" > %2'")
+                         .arg(root ? "xhost +si:localuser:root && " : QString(), answer)});
+    static const QRegularExpression display("(:\\d+)");
+    return waitUntil([&] { return !(m_x11Display = readMatch(answer, display)).isEmpty(); },
+                     QStringLiteral("sway's XWayland did not come up (see %1)").arg(log));
 }
 
 void WaylandSession::enter(AppRun &run) const
@@ -167,86 +144,30 @@ void WaylandSession::enter(AppRun &run) const
     run.setVar("XDG_CURRENT_DESKTOP", m_compositor == Compositor::sway ? "sway" : "weston");
     if (!m_x11Display.isEmpty())
         run.setVar("DISPLAY", m_x11Display);
-    else
-        run.environment().remove("DISPLAY");
 }
 
 QImage WaylandSession::capture(const QString &savePath) const
 {
     if (m_compositor == Compositor::sway)
-        return tool("grim", {savePath}) == 0 ? loaded(savePath) : QImage();
+        return tool("grim", {savePath}).status == 0 ? loaded(savePath) : QImage();
     // The screenshooter writes wayland-screenshot-<time>.png where it runs.
     const QDir folder(m_root.path());
-    for (const QString &old : folder.entryList({"wayland-screenshot-*.png"}))
+    const QStringList pattern = {"wayland-screenshot-*.png"};
+    for (const QString &old : folder.entryList(pattern))
         QFile::remove(folder.filePath(old));
-    if (tool("weston-screenshooter", {}) != 0)
-        return {};
-    const QStringList shots = folder.entryList({"wayland-screenshot-*.png"});
-    if (shots.isEmpty())
-        return {};
     QFile::remove(savePath);
-    QFile::copy(folder.filePath(shots.first()), savePath);
+    if (tool("weston-screenshooter", {}).status != 0 || folder.entryList(pattern).isEmpty()
+        || !QFile::copy(folder.filePath(folder.entryList(pattern).first()), savePath))
+        return {};
     return loaded(savePath);
 }
 
-QJsonObject WaylandSession::tree() const
+QRect WaylandSession::swayWindow(const QString &nameRegex, bool *floating) const
 {
-    QByteArray out;
-    if (tool("swaymsg", {"-t", "get_tree"}, &out) != 0)
-        return {};
-    return QJsonDocument::fromJson(out).object();
-}
-
-QList<quint32> WaylandSession::x11Windows(const QString &nameRegex) const
-{
-    QByteArray out;
-    tool("xwininfo", {"-root", "-tree"}, &out);
-    static const QRegularExpression line("^\\s*(0x[0-9a-f]+) \"(.*)\": ");
-    const QRegularExpression name(nameRegex);
-    QList<quint32> windows;
-    for (const QString &text : QString::fromUtf8(out).split(QLatin1Char('\n'))) {
-        const QRegularExpressionMatch m = line.match(text);
-        if (!m.hasMatch() || !name.match(m.captured(2)).hasMatch())
-            continue;
-        QByteArray info;
-        tool("xwininfo", {"-id", m.captured(1)}, &info);
-        if (info.contains("Map State: IsViewable"))
-            windows << m.captured(1).toUInt(nullptr, 16);
-    }
-    return windows;
-}
-
-QRect WaylandSession::x11Geometry(quint32 window) const
-{
-    QByteArray out;
-    if (tool("xwininfo", {"-id", QString::number(window)}, &out) != 0)
-        return {};
-    const auto field = [&out](const char *label) {
-        static const QRegularExpression number("-?\\d+");
-        const qsizetype at = out.indexOf(label);
-        return at < 0 ? 0
-                      : number.match(QString::fromUtf8(out.mid(at + qsizetype(qstrlen(label)), 16))).captured().toInt();
-    };
-    return QRect(field("Absolute upper-left X:"), field("Absolute upper-left Y:"), field("Width:"), field("Height:"));
-}
-
-QJsonObject findSwayWindow(const QJsonObject &node, const QString &nameRegex, bool *floating)
-{
-    const QRegularExpression name(nameRegex);
-    for (const char *kind : {"nodes", "floating_nodes"}) {
-        for (const QJsonValue &child : node.value(QLatin1String(kind)).toArray()) {
-            const QJsonObject object = child.toObject();
-            const bool isFloating = qstrcmp(kind, "floating_nodes") == 0;
-            if (object.value("type").toString().endsWith(QLatin1String("con"))
-                && name.match(object.value("name").toString()).hasMatch()) {
-                if (floating)
-                    *floating = isFloating;
-                return object;
-            }
-            const QJsonObject found = findSwayWindow(object, nameRegex, floating);
-            if (!found.isEmpty())
-                return found;
-        }
-    }
-    return {};
+    const QByteArray tree = tool("swaymsg", {"-t", "get_tree"}).out;
+    const QJsonObject node = swayNode(QJsonDocument::fromJson(tree).object(), QRegularExpression(nameRegex));
+    if (floating)
+        *floating = node.value("type").toString() == QLatin1String("floating_con");
+    const QJsonObject r = node.value("rect").toObject();
+    return node.isEmpty() ? QRect() : QRect(r["x"].toInt(), r["y"].toInt(), r["width"].toInt(), r["height"].toInt());
 }

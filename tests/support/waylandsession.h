@@ -2,46 +2,29 @@
 
 #include "support/screensession.h"
 
-#include <QImage>
-#include <QJsonObject>
-#include <QList>
-#include <QProcess>
-#include <QRect>
-#include <QStringList>
-#include <QTemporaryDir>
-
 // A real Wayland compositor for end-to-end tests, headless, on a private
 // runtime folder: weston (its headless backend and pixman renderer, as
 // root or not) or sway (wlroots' headless backend; it refuses to run as
 // root, so a root test runs it as `nobody`). Optionally with XWayland. The
 // program runs in it as in a person's Wayland session, and is read back with
 // the compositor's own tools: its screen capture (weston's screenshooter,
-// grim under sway), sway's window tree, and xwininfo for X11 windows.
-//
-// Nothing starts when a tool is missing: `problem` says which, so the test
-// can skip with a reason.
+// grim under sway), sway's window tree, and xdotool and xprop for X11 windows.
 class WaylandSession : public ScreenSession
 {
 public:
     enum class Compositor { weston, sway };
 
     WaylandSession(Compositor compositor, bool xwayland);
-    ~WaylandSession() override;
+    ~WaylandSession() override { endProcess(m_server); }
 
     // Points `run` at this session: a Wayland session whose desktop is the
     // compositor, with XWayland's display when there is one.
     void enter(AppRun &run) const;
-
     // The whole output as the compositor shows it; kept at `savePath`.
     QImage capture(const QString &savePath) const;
-
-    // sway only: the window tree (`swaymsg -t get_tree`).
-    QJsonObject tree() const;
-
-    // X11 windows (through XWayland) whose title matches `nameRegex`, and
-    // one's geometry in screen coordinates.
-    QList<quint32> x11Windows(const QString &nameRegex) const;
-    QRect x11Geometry(quint32 window) const;
+    // sway only: where the window whose title matches `nameRegex` is in
+    // sway's window tree (null when sway manages none), and whether it floats.
+    QRect swayWindow(const QString &nameRegex, bool *floating = nullptr) const;
 
 private:
     bool startWeston(bool xwayland);
@@ -55,7 +38,3 @@ private:
     QString m_swaySocket; // sway's command socket
     QString m_x11Display; // XWayland's (":3"), empty without it
 };
-
-// The floating window (a sway tree node) whose name matches `nameRegex`,
-// or an empty object; `floating` says whether it floats.
-QJsonObject findSwayWindow(const QJsonObject &node, const QString &nameRegex, bool *floating = nullptr);
