@@ -99,7 +99,7 @@ private Q_SLOTS:
         const QByteArray gate = QFile::encodeName(run.path("gate"));
         QCOMPARE(::mkfifo(gate.constData(), 0600), 0);
         run.setVar("BRINDLEWICK_START_GATE", QFile::decodeName(gate));
-        run.setVar("BRINDLEWICK_FOLDER", run.home() + "/Desktop");
+        run.setVar("BRINDLEWICK_FOLDER", run.path("home/Desktop"));
         run.setVar("BRINDLEWICK_DEBUG");
         run.setVar("QT_QPA_PLATFORM", "offscreen");
         // Blocked opening the FIFO (the kernel names the wait; where it
