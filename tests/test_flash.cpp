@@ -1,24 +1,17 @@
 // The corner card of new screenshots: where it goes, how long it stays, what
 // holds it, what its image does, and a new card taking the place of the old.
 
-#include "app/appdelegate.h"
-#include "app/appservices.h"
 #include "support/shelfrig.h"
 #include "system/flashsettings.h"
 #include "ui/flash.h"
-#include "ui/shelfgrid.h"
-#include "ui/shelfwindow.h"
 
 #include <QApplication>
 #include <QDrag>
 #include <QEnterEvent>
 #include <QMimeData>
 #include <QMouseEvent>
-#include <QScopeGuard>
 #include <QScreen>
-#include <QSemaphore>
 #include <QTest>
-#include <QThread>
 
 namespace {
 
@@ -92,7 +85,6 @@ private Q_SLOTS:
         const QRect vf(100, 30, 1440, 875);
         const FlashLayout layout = FlashPanel::layoutFor(QSizeF(200, 100), vf);
         QCOMPARE(layout.frame, QRect(100 + 1440 - 220 - 20, 30 + 875 - 142 - 20, 220, 142));
-        QCOMPARE(layout.image, QRect(10, 10, 200, 100));
         QCOMPARE(FlashPanel::layoutFor(QSizeF(100, 50), vf).image.size(), QSize(140, 90));
         QCOMPARE(FlashPanel::layoutFor(QSizeF(4000, 3000), vf).image.size(), QSize(400, 300));
     }
@@ -103,7 +95,6 @@ private Q_SLOTS:
     void durationAndSwitch()
     {
         Rig rig;
-        QCOMPARE(rig.show("a.png")->dismissTimer().interval(), 3000);
         for (auto [stored, shown] : {std::pair{0.0, 3000}, {0.5, 1000}, {45.0, 30000}}) {
             rig.prefs.setValue(PrefKey::flashSeconds, stored);
             QCOMPARE(rig.show("a.png")->dismissTimer().interval(), shown);
@@ -199,66 +190,6 @@ private Q_SLOTS:
         QVERIFY(!card->isVisible());
         QCOMPARE(rig.opened, QList<QUrl>{rig.url("b.png")});
         QCOMPARE(rig.flash->current(), nullptr);
-    }
-
-    // In the program: no card while the shelf is in front; a double-click on
-    // a card shows the shelf with the file selected and scrolled into view,
-    // also when it lies far down another folder whose listing takes a while.
-    void shelfInFrontAndRevealFromCard()
-    {
-        HomeRig home;
-        const QString shots = home.box.path("shots");
-        QDir().mkpath(shots + "/sub");
-        // Made before the launch: the first listing finds them, so they are not new.
-        const QImage image = thumb(300, 200);
-        const QUrl fresh = QUrl::fromLocalFile(shots + "/new.png");
-        const QUrl file = QUrl::fromLocalFile(shots + "/sub/x.png");
-        QVERIFY(image.save(fresh.toLocalFile()) && image.save(file.toLocalFile()));
-        ShelfRig::setAge(file.toLocalFile(), 3600);
-        for (int i = 0; i < 30; ++i)
-            Sandbox::writeFile(shots + QStringLiteral("/sub/%1.png").arg(i));
-        home.prefs.setValue(PrefKey::folder, shots);
-        AppServices services(home.prefs, home.capture, home.box.path("meta.json"), home.box.path("thumbs"));
-        AppDelegate app(services, nullptr);
-        app.launch();
-        QTRY_VERIFY(!app.shelf().items().isEmpty() || !app.shelf().subfolders().isEmpty());
-        Shelf &shelf = app.shelf();
-
-        app.showShelf();
-        QTRY_VERIFY(app.shelfIsActive());
-        Q_EMIT shelf.freshScreenshot(fresh);
-        app.window()->hide();
-        Q_EMIT shelf.freshScreenshot(file);
-        QTRY_VERIFY(app.flash().current());
-        FlashPanel *card = app.flash().current();
-        QCOMPARE(card->url(), file);
-
-        // Listings wait until the test lets them finish.
-        QSemaphore mayFinish;
-        QAtomicInt begun, done;
-        const auto letAllFinish = qScopeGuard([&mayFinish] { mayFinish.release(1000); });
-        shelf.setScanner([&](const QString &current, const QString &home) {
-            begun.fetchAndAddOrdered(1);
-            mayFinish.acquire();
-            Shelf::ScanResult scan = Shelf::runScan(current, home);
-            done.fetchAndAddOrdered(1);
-            return scan;
-        });
-        QTRY_COMPARE(card->state(), FlashPanel::State::shown);
-        send(card, QEvent::MouseButtonDblClick);
-        QVERIFY(app.window()->isVisible());
-        QTRY_VERIFY(begun.loadAcquire() > 0);
-        QVERIFY(!shelf.selection().contains(file)); // not listed yet
-        mayFinish.release(1000);
-        QTRY_COMPARE_WITH_TIMEOUT(shelf.selection(), QSet<QUrl>{file}, 5000);
-        QCOMPARE(shelf.current(), Shelf::folderKey(QUrl::fromLocalFile(shots + "/sub")));
-        // Every listing asked for on the way is in; none took the file away.
-        QTRY_COMPARE(done.loadAcquire(), begun.loadAcquire());
-        QCoreApplication::processEvents();
-        QCOMPARE(shelf.selection(), QSet<QUrl>{file});
-        QCOMPARE(shelf.cursor(), file);
-        const ShelfGrid *grid = app.window()->findChild<ShelfGrid *>();
-        QTRY_VERIFY(grid->viewport()->rect().contains(grid->cellRect(file)));
     }
 };
 
