@@ -2,13 +2,9 @@
 // the steppers' bounds, the recognition row's states, the name clean-up and
 // the notification switch of a tool that has none.
 
-#include "actions/actionrunner.h"
-#include "actions/names.h"
 #include "meta/textindexer.h"
 #include "platform/textrecognizer.h"
-#include "platform/trash.h"
-#include "support/scriptedprompts.h"
-#include "support/shelfrig.h"
+#include "support/actionrig.h"
 #include "system/flashsettings.h"
 #include "system/systemthumbnail.h"
 #include "tidy/autotidy.h"
@@ -42,13 +38,11 @@ private:
 };
 
 // A shelf with its sheet's collaborators, all on the rig's own files.
-struct SheetRig : ShelfRig
+struct SheetRig : ActionRig
 {
-    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
     AutoTidy tidy{prefs, &meta, trash};
     QSemaphore permits;
     TextIndexer indexer{meta, [this] { return std::make_unique<GatedRecognizer>(permits); }};
-    ActionRunner runner{trash, &meta};
     ScriptedConfirm confirm;
     SystemThumbnail thumbnail{&tool};
 
@@ -60,16 +54,14 @@ struct SheetRig : ShelfRig
 
     SettingsParts parts()
     {
-        SettingsParts p;
-        p.shelf = shelf.get();
-        p.prefs = &prefs;
-        p.tidy = &tidy;
-        p.indexer = &indexer;
-        p.meta = &meta;
-        p.systemThumbnail = &thumbnail;
-        p.confirm = &confirm;
-        p.runner = &runner;
-        return p;
+        return {.shelf = shelf.get(),
+                .prefs = &prefs,
+                .tidy = &tidy,
+                .indexer = &indexer,
+                .meta = &meta,
+                .systemThumbnail = &thumbnail,
+                .confirm = &confirm,
+                .runner = &runner};
     }
 };
 
@@ -96,9 +88,10 @@ class TestSettingsSheet : public QObject
 
 private Q_SLOTS:
     // The steppers start from the stored values (a fractional duration is
-    // cut to whole seconds), keep within 1-30 and 1-365, write each step
-    // through at once and follow a change made elsewhere, with its unit.
-    void steppersStayInRangeAndWriteThrough()
+    // cut to whole seconds), write each step through at once and follow a
+    // change made elsewhere, with its unit. (The bounds are the settings'
+    // own: test_flash and test_autotidy.)
+    void steppersWriteThroughAndFollow()
     {
         SheetRig rig;
         QVERIFY(rig.start());
@@ -109,13 +102,10 @@ private Q_SLOTS:
         auto *days = child<QSpinBox>(&form, "tidyDays");
         QVERIFY(seconds->value() == 7 && days->value() == 365);
         const QString plural = days->suffix();
-        days->stepUp();
-        QCOMPARE(days->value(), 365);
         days->setValue(1);
-        days->stepDown();
         QVERIFY(rig.tidy.days() == 1 && rig.prefs.value(PrefKey::tidyDays).toInt() == 1 && days->suffix() != plural);
-        seconds->setValue(31);
-        QVERIFY(seconds->value() == 30 && FlashSettings::seconds(rig.prefs) == 30.0);
+        seconds->setValue(12);
+        QCOMPARE(FlashSettings::seconds(rig.prefs), 12.0);
         rig.tidy.setDays(12);
         QVERIFY(days->value() == 12 && days->suffix() == plural);
     }
@@ -182,7 +172,6 @@ private Q_SLOTS:
         cleanUp->click();
         QTRY_VERIFY(!renamed->isHidden());
         QCOMPARE(form.cleaned(), std::optional<qint64>(1));
-        QCOMPARE(renamed->text(), ScreenshotNames::resultText(1));
         QVERIFY(!QFile::exists(rig.file(shot)) && QFile::exists(rig.file(QStringLiteral("2026-10-08 05.12.49.png"))));
     }
 
