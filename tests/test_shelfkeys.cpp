@@ -13,7 +13,6 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QMimeData>
-#include <QProcess>
 #include <QTest>
 
 #include <sys/stat.h>
@@ -43,11 +42,9 @@ struct KeysRig : WindowRig
     QString status() const { return view->findChild<QLabel *>(QStringLiteral("statusText"))->text(); }
 };
 
-bool run(const QString &program, const QStringList &arguments)
+bool run(const QStringList &mount)
 {
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished(10000) && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+    return runProcess(QProcessEnvironment::systemEnvironment(), mount.first(), mount.mid(1)).status == 0;
 }
 
 // A tmpfs mounted over `folder` (root only; unmounted again on the way out),
@@ -55,12 +52,12 @@ bool run(const QString &program, const QStringList &arguments)
 struct OwnDrive
 {
     QString folder;
-    bool mounted = run(QStringLiteral("mount"), {"-t", "tmpfs", "-o", "size=8m", "tmpfs", folder});
-    bool makeReadOnly() const { return run(QStringLiteral("mount"), {"-o", "remount,ro", folder}); }
+    bool mounted = run({"mount", "-t", "tmpfs", "-o", "size=8m", "tmpfs", folder});
+    bool makeReadOnly() const { return run({"mount", "-o", "remount,ro", folder}); }
     ~OwnDrive()
     {
         if (mounted)
-            (void)run(QStringLiteral("umount"), {"-l", folder});
+            (void)run({"umount", "-l", folder});
     }
 };
 
