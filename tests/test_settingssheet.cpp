@@ -1,5 +1,5 @@
 // The settings sheet over a throwaway shelf, preferences and screenshot tool:
-// the steppers' bounds, the recognition row's states, the name clean-up and
+// the steppers, the recognition row's states, the name clean-up and
 // the notification switch of a tool that has none.
 
 #include "meta/textindexer.h"
@@ -200,23 +200,6 @@ private Q_SLOTS:
         QCOMPARE(rig.tool.readBool(CaptureSettings::showThumbnail), std::optional<bool>(false));
         hide->click();
         QVERIFY(!rig.tool.values.contains(CaptureSettings::showThumbnail));
-    }
-
-    // The diagnostic picture holds the whole form, not just the part that
-    // fits the window.
-    void snapshotHoldsTheWholeForm()
-    {
-        SheetRig rig;
-        QVERIFY(rig.start());
-        SettingsSheet sheet(rig.parts(), {});
-        sheet.resize(540, 506);
-        sheet.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&sheet));
-        const QPixmap image = sheet.snapshot();
-        const QSize size = image.deviceIndependentSize().toSize();
-        QCOMPARE(size.width(), 540);
-        QVERIFY2(size.height() > 506 + 200, qPrintable(QString::number(size.height())));
-        QCOMPARE(sheet.size(), QSize(540, 506));
     }
 };
 
