@@ -3,7 +3,6 @@
 // while a search or a rescan changes the list around it.
 
 #include "support/commandsrig.h"
-#include "ui/accessiblefolders.h"
 #include "ui/foldercolumn.h"
 #include "ui/shelfgrid.h"
 
@@ -42,11 +41,9 @@ private Q_SLOTS:
         grid.resize(600, 400);
         QAccessibleInterface *list = QAccessible::queryAccessibleInterface(&grid);
         QVERIFY(list);
-        QCOMPARE(list->role(), QAccessible::List);
         QCOMPARE(names(list), QStringList({"apple.png", "berry.png", "cherry.png"}));
         QAccessibleInterface *apple = list->child(0);
         QAccessibleInterface *cherry = list->child(2);
-        QCOMPARE(apple->role(), QAccessible::ListItem);
         QVERIFY(apple->text(QAccessible::Description).contains(QString::number(QDate::currentDate().year())));
 
         rig.shelf->setQuery("rry");
@@ -102,7 +99,6 @@ private Q_SLOTS:
         archive->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
         QCOMPARE(rig.shelf->current(), Shelf::folderKey(rig.url("Archive")));
         QVERIFY(archive->state().selected && !list->child(0)->state().selected);
-        QCOMPARE(AccessibleFolderRow::spoken("Home", 0), "Home, 0 screenshots");
     }
 };
 

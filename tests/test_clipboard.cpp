@@ -50,10 +50,7 @@ private Q_SLOTS:
         for (const char *wanted : {"text/uri-list", "x-special/gnome-copied-files", "UTF8_STRING", "text/plain"})
             QVERIFY2(targets.contains(wanted), wanted);
         const QByteArray encodedFolder = QFile::encodeName(folder).toPercentEncoding("/");
-        QCOMPARE(paste("text/uri-list"), "file://" + encodedFolder
-                                             + "/50%25%20(1)%20%C3%A9.png\r\n"
-                                               "file://"
-                                             + encodedFolder + "/a%0Ab.png\r\n");
+        // (The URI list's encoding is test_fileactions'; the same data.)
         QCOMPARE(paste("x-special/gnome-copied-files"), "copy\nfile://" + encodedFolder
                                                             + "/50%25%20(1)%20%C3%A9.png\n"
                                                               "file://"

@@ -1,79 +1,66 @@
 // The corner card of new screenshots: where it goes, how long it stays, what
 // holds it, what its image does, and a new card taking the place of the old.
 
-#include "app/appdelegate.h"
-#include "app/appservices.h"
 #include "support/shelfrig.h"
 #include "system/flashsettings.h"
 #include "ui/flash.h"
-#include "ui/shelfgrid.h"
-#include "ui/shelfwindow.h"
 
 #include <QApplication>
 #include <QDrag>
-#include <QEnterEvent>
 #include <QMimeData>
 #include <QMouseEvent>
-#include <QScopeGuard>
-#include <QScreen>
-#include <QSemaphore>
-#include <QTest>
-#include <QThread>
 
 namespace {
 
-QImage thumb(int w, int h)
+using State = FlashPanel::State;
+// A card's state and how long its running timer was set for (-1: held).
+using Look = std::pair<State, int>;
+
+Look look(const FlashPanel *card)
 {
-    QImage image(w, h, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    return image;
+    return {card->state(), card->dismissTimer().isActive() ? card->dismissTimer().interval() : -1};
 }
 
-// A press, move, release or double-click on the card's image.
+// A press, move, release or double-click on the card's image, or the pointer
+// coming onto the card (Enter) or leaving it.
 void send(QWidget *card, QEvent::Type type, QPoint at = {60, 40}, Qt::MouseButtons buttons = Qt::LeftButton)
 {
     const Qt::MouseButton button = type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
-    QMouseEvent event(type, at, at, card->mapToGlobal(at), button, buttons, Qt::NoModifier);
-    QApplication::sendEvent(card, &event);
+    QMouseEvent mouse(type, at, at, card->mapToGlobal(at), button, buttons, Qt::NoModifier);
+    QEnterEvent enter(at, at, card->mapToGlobal(QPointF(at)));
+    QApplication::sendEvent(card, type == QEvent::Enter ? static_cast<QEvent *>(&enter) : &mouse);
 }
 
-// The pointer comes onto the card or leaves it.
-void hover(QWidget *card, bool on)
-{
-    QEnterEvent enter(QPointF(5, 5), QPointF(5, 5), card->mapToGlobal(QPointF(5, 5)));
-    QEvent leave(QEvent::Leave);
-    QApplication::sendEvent(card, on ? static_cast<QEvent *>(&enter) : &leave);
-}
-
-// Cards for files of a shelf, with the drags they would start recorded.
+// Cards for files of a shelf; a drag a card starts only notes what it
+// carried and how the card looked meanwhile.
 struct Rig : ShelfRig
 {
     std::unique_ptr<Flash> flash;
     QList<QUrl> opened;
-    std::function<void(QDrag *)> duringDrag;
+    QList<QUrl> carried;
+    std::optional<Look> duringDrag;
 
     Rig()
     {
+        addImage("listed.png");
         start();
-        Flash::Parts parts;
-        parts.prefs = &prefs;
-        parts.shelf = shelf.get();
-        parts.runDrag = [this](QDrag *drag) {
-            if (duringDrag)
-                duringDrag(drag);
+        const auto runDrag = [this](QDrag *drag) {
+            carried = drag->mimeData()->urls();
+            duringDrag = flash->current()->dragging() ? look(flash->current()) : Look();
         };
-        flash = std::make_unique<Flash>(parts);
+        flash = std::make_unique<Flash>(
+            Flash::Parts{.prefs = &prefs, .shelf = shelf.get(), .contextMenu = {}, .runDrag = runDrag});
         QObject::connect(flash.get(), &Flash::openInShelf, flash.get(), [this](const QUrl &url) { opened << url; });
     }
-
-    // A card for `name`, slid in.
-    FlashPanel *show(const QString &name)
+    // A card for `name` (or the current one if none comes), slid in unless
+    // told not to wait.
+    FlashPanel *show(const QString &name, bool slidIn = true)
     {
-        flash->showImage(url(name), thumb(400, 250), QGuiApplication::primaryScreen());
+        QImage image(400, 250, QImage::Format_RGB32);
+        image.fill(Qt::darkCyan);
+        flash->showImage(url(name), image, QGuiApplication::primaryScreen());
         FlashPanel *card = flash->current();
-        if (card && !QTest::qWaitFor([card] { return card->state() == FlashPanel::State::shown; }, 3000))
-            return nullptr;
-        return card;
+        return !slidIn || QTest::qWaitFor([card] { return card->state() == State::shown; }, 3000) ? card : nullptr;
     }
 };
 
@@ -90,175 +77,74 @@ private Q_SLOTS:
     void placeAndSize()
     {
         const QRect vf(100, 30, 1440, 875);
-        const FlashLayout layout = FlashPanel::layoutFor(QSizeF(200, 100), vf);
-        QCOMPARE(layout.frame, QRect(100 + 1440 - 220 - 20, 30 + 875 - 142 - 20, 220, 142));
-        QCOMPARE(layout.image, QRect(10, 10, 200, 100));
+        QCOMPARE(FlashPanel::layoutFor(QSizeF(200, 100), vf).frame,
+                 QRect(100 + 1440 - 220 - 20, 30 + 875 - 142 - 20, 220, 142));
         QCOMPARE(FlashPanel::layoutFor(QSizeF(100, 50), vf).image.size(), QSize(140, 90));
         QCOMPARE(FlashPanel::layoutFor(QSizeF(4000, 3000), vf).image.size(), QSize(400, 300));
     }
 
-    // Unset, the cards are on and stay 3 seconds; a stored time below 1 or
-    // above 30 seconds counts as 1 or 30 and is stored so; 0 or less is the
-    // default again. Switched off, no card comes.
-    void durationAndSwitch()
+    // The card's time (3 seconds unset) runs from the moment it appears, not
+    // from the end of its slide. The pointer on the card holds it, even when
+    // its time is up or a new card (for the same file too) has taken its
+    // place, and also while it slides in; leaving gives it one more second,
+    // then it slides out and is gone, leaving the newer card current. A
+    // stored time below 1 or above 30 seconds counts as 1 or 30; 0 or less is
+    // the default again. The image acts like a shelf cell: a click makes the
+    // file the shelf's only selection; a drag carries the file (also one the
+    // shelf does not list) and holds the card while it lasts, and after the
+    // drop the card stays 1.2 seconds, also with the pointer still on it; a
+    // double-click hides the card at once and asks for the file in the shelf.
+    // Switched off, no card comes.
+    void timingHoldsImageAndSwitch()
     {
         Rig rig;
-        QCOMPARE(rig.show("a.png")->dismissTimer().interval(), 3000);
+        QSignalSpy gone(rig.flash.get(), &Flash::gone);
+        FlashPanel *card = rig.show("a.png", false);
+        QCOMPARE(look(card), Look(State::presenting, 3000));
+        QTRY_COMPARE(card->state(), State::shown);
+        QVERIFY(card->dismissTimer().remainingTime() <= 3000 - 150);
+        QCOMPARE(card->pos(), card->finalFrame().topLeft());
+
+        send(card, QEvent::Enter);
+        card->dismiss();
+        FlashPanel *second = rig.show("a.png");
+        QCOMPARE(card->state(), State::shown);
+        send(card, QEvent::Leave);
+        QCOMPARE(look(card), Look(State::shown, 1000));
+        card->dismiss();
+        QTRY_COMPARE(gone.size(), 1);
+        QCOMPARE(rig.flash->current(), second);
+
+        FlashPanel *third = rig.show("b.png", false);
+        send(third, QEvent::Enter);
+        QCOMPARE(look(third), Look(State::presenting, -1));
+        send(third, QEvent::Leave);
+        QCOMPARE(look(third), Look(State::presenting, 1000));
+        QTRY_COMPARE(gone.size(), 2);
+        QCOMPARE(rig.flash->current(), third);
+
         for (auto [stored, shown] : {std::pair{0.0, 3000}, {0.5, 1000}, {45.0, 30000}}) {
             rig.prefs.setValue(PrefKey::flashSeconds, stored);
             QCOMPARE(rig.show("a.png")->dismissTimer().interval(), shown);
         }
-        FlashSettings::setSeconds(rig.prefs, 45);
-        QCOMPARE(rig.prefs.value(PrefKey::flashSeconds).toDouble(), 30.0);
 
-        FlashSettings::setEnabled(rig.prefs, false);
-        FlashPanel *last = rig.flash->current();
-        rig.flash->showImage(rig.url("b.png"), thumb(10, 10), QGuiApplication::primaryScreen());
-        QCOMPARE(rig.flash->current(), last);
-    }
-
-    // The card's time runs from the moment it appears, not from the end of
-    // its slide. The pointer on the card holds it, even when its time is up
-    // or a new card (for the same file too) has taken its place, and also
-    // while it slides in; leaving gives it one more second, then it slides
-    // out and is gone, leaving the newer card current.
-    void countdownHoverAndReplacement()
-    {
-        Rig rig;
-        QSignalSpy gone(rig.flash.get(), &Flash::gone);
-        rig.flash->showImage(rig.url("a.png"), thumb(400, 250), QGuiApplication::primaryScreen());
-        FlashPanel *card = rig.flash->current();
-        QVERIFY(card && card->state() == FlashPanel::State::presenting);
-        QVERIFY(card->dismissTimer().isActive() && card->dismissTimer().interval() == 3000);
-        QTRY_COMPARE(card->state(), FlashPanel::State::shown);
-        QVERIFY2(card->dismissTimer().remainingTime() <= 3000 - 150,
-                 qPrintable(QString::number(card->dismissTimer().remainingTime())));
-        QCOMPARE(card->pos(), card->finalFrame().topLeft());
-
-        hover(card, true);
-        QVERIFY(!card->dismissTimer().isActive());
-        card->dismiss();
-        FlashPanel *second = rig.show("a.png");
-        QVERIFY(second && second != card);
-        QCOMPARE(card->state(), FlashPanel::State::shown);
-        hover(card, false);
-        QVERIFY(card->dismissTimer().isActive() && card->dismissTimer().interval() == 1000);
-        card->dismiss();
-        QCOMPARE(card->state(), FlashPanel::State::dismissing);
-        QTRY_COMPARE(gone.size(), 1);
-        QCOMPARE(rig.flash->current(), second);
-
-        rig.flash->showImage(rig.url("b.png"), thumb(400, 250), QGuiApplication::primaryScreen());
-        FlashPanel *third = rig.flash->current();
-        QCOMPARE(second->state(), FlashPanel::State::dismissing);
-        hover(third, true);
-        QVERIFY(!third->dismissTimer().isActive());
-        hover(third, false);
-        QCOMPARE(third->state(), FlashPanel::State::presenting);
-        QVERIFY(third->dismissTimer().isActive() && third->dismissTimer().interval() == 1000);
-        QTRY_COMPARE(gone.size(), 2);
-        QCOMPARE(rig.flash->current(), third);
-    }
-
-    // The image acts like a shelf cell: a click makes the file the shelf's
-    // only selection; a drag carries the file (also one the shelf does not
-    // list) and holds the card while it lasts, and after the drop the card
-    // stays 1.2 seconds, also with the pointer still on it; a double-click
-    // hides the card at once and asks for the file in the shelf.
-    void imageActsLikeACell()
-    {
-        Rig rig;
-        rig.addImage("a.png");
-        QVERIFY(rig.rescan());
-        rig.shelf->setSelection({rig.url("a.png")});
-        FlashPanel *card = rig.show("b.png");
+        rig.shelf->setSelection({rig.url("listed.png")});
+        card = rig.show("b.png");
         send(card, QEvent::MouseButtonPress);
         send(card, QEvent::MouseButtonRelease, {60, 40}, Qt::NoButton);
         QCOMPARE(rig.shelf->selection(), QSet<QUrl>{rig.url("b.png")});
-
-        bool heldDuringDrag = false;
-        QList<QUrl> carried;
-        rig.duringDrag = [&](QDrag *drag) {
-            heldDuringDrag = card->dragging() && !card->dismissTimer().isActive();
-            carried = drag->mimeData()->urls();
-        };
-        hover(card, true);
+        send(card, QEvent::Enter);
         send(card, QEvent::MouseButtonPress);
-        send(card, QEvent::MouseMove, QPoint(63, 42));
-        QVERIFY(carried.isEmpty()); // 4 points or less is still a click
         send(card, QEvent::MouseMove, QPoint(70, 40));
-        QVERIFY(heldDuringDrag);
-        QCOMPARE(carried, QList<QUrl>{rig.url("b.png")});
-        QVERIFY(!card->dragging());
-        QCOMPARE(card->dismissTimer().interval(), 1200);
-        QVERIFY(card->dismissTimer().isActive());
-
-        QSignalSpy gone(rig.flash.get(), &Flash::gone);
+        QCOMPARE(rig.duringDrag, Look(State::shown, -1));
+        QCOMPARE(rig.carried, QList<QUrl>{rig.url("b.png")});
+        QCOMPARE(look(card), Look(State::shown, 1200));
         send(card, QEvent::MouseButtonDblClick);
-        QCOMPARE(gone.size(), 1);
-        QVERIFY(!card->isVisible());
+        QVERIFY(!card->isVisible() && !rig.flash->current());
         QCOMPARE(rig.opened, QList<QUrl>{rig.url("b.png")});
-        QCOMPARE(rig.flash->current(), nullptr);
-    }
 
-    // In the program: no card while the shelf is in front; a double-click on
-    // a card shows the shelf with the file selected and scrolled into view,
-    // also when it lies far down another folder whose listing takes a while.
-    void shelfInFrontAndRevealFromCard()
-    {
-        HomeRig home;
-        const QString shots = home.box.path("shots");
-        QDir().mkpath(shots + "/sub");
-        // Made before the launch: the first listing finds them, so they are not new.
-        const QImage image = thumb(300, 200);
-        const QUrl fresh = QUrl::fromLocalFile(shots + "/new.png");
-        const QUrl file = QUrl::fromLocalFile(shots + "/sub/x.png");
-        QVERIFY(image.save(fresh.toLocalFile()) && image.save(file.toLocalFile()));
-        ShelfRig::setAge(file.toLocalFile(), 3600);
-        for (int i = 0; i < 30; ++i)
-            Sandbox::writeFile(shots + QStringLiteral("/sub/%1.png").arg(i));
-        home.prefs.setValue(PrefKey::folder, shots);
-        AppServices services(home.prefs, home.capture, home.box.path("meta.json"), home.box.path("thumbs"));
-        AppDelegate app(services, nullptr);
-        app.launch();
-        QTRY_VERIFY(!app.shelf().items().isEmpty() || !app.shelf().subfolders().isEmpty());
-        Shelf &shelf = app.shelf();
-
-        app.showShelf();
-        QTRY_VERIFY(app.shelfIsActive());
-        Q_EMIT shelf.freshScreenshot(fresh);
-        app.window()->hide();
-        Q_EMIT shelf.freshScreenshot(file);
-        QTRY_VERIFY(app.flash().current());
-        FlashPanel *card = app.flash().current();
-        QCOMPARE(card->url(), file);
-
-        // Listings wait until the test lets them finish.
-        QSemaphore mayFinish;
-        QAtomicInt begun, done;
-        const auto letAllFinish = qScopeGuard([&mayFinish] { mayFinish.release(1000); });
-        shelf.setScanner([&](const QString &current, const QString &home) {
-            begun.fetchAndAddOrdered(1);
-            mayFinish.acquire();
-            Shelf::ScanResult scan = Shelf::runScan(current, home);
-            done.fetchAndAddOrdered(1);
-            return scan;
-        });
-        QTRY_COMPARE(card->state(), FlashPanel::State::shown);
-        send(card, QEvent::MouseButtonDblClick);
-        QVERIFY(app.window()->isVisible());
-        QTRY_VERIFY(begun.loadAcquire() > 0);
-        QVERIFY(!shelf.selection().contains(file)); // not listed yet
-        mayFinish.release(1000);
-        QTRY_COMPARE_WITH_TIMEOUT(shelf.selection(), QSet<QUrl>{file}, 5000);
-        QCOMPARE(shelf.current(), Shelf::folderKey(QUrl::fromLocalFile(shots + "/sub")));
-        // Every listing asked for on the way is in; none took the file away.
-        QTRY_COMPARE(done.loadAcquire(), begun.loadAcquire());
-        QCoreApplication::processEvents();
-        QCOMPARE(shelf.selection(), QSet<QUrl>{file});
-        QCOMPARE(shelf.cursor(), file);
-        const ShelfGrid *grid = app.window()->findChild<ShelfGrid *>();
-        QTRY_VERIFY(grid->viewport()->rect().contains(grid->cellRect(file)));
+        FlashSettings::setEnabled(rig.prefs, false);
+        QCOMPARE(rig.show("c.png", false), nullptr);
     }
 };
 

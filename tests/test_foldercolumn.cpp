@@ -100,25 +100,17 @@ private Q_SLOTS:
         QVERIFY(rows.contains(longName + " 0") && rows.filter("Locked ").size() == 1);
         QVERIFY(!column.grab().isNull()); // paints every row, the long name elided
 
-        // Clicking a row opens its folder; its header does nothing.
+        // Clicking a row opens its folder; its header does nothing. (Counts
+        // that change from outside are test_watching's.)
         QTest::mouseClick(column.viewport(), Qt::LeftButton, {}, centreOf(column, "B"));
-        QCOMPARE(rig.shelf->current(), Shelf::folderKey(rig.url("B")));
         QTest::mouseClick(column.viewport(), Qt::LeftButton, {}, centreOf(column, "Home") - QPoint(0, 20));
         QCOMPARE(rig.shelf->current(), Shelf::folderKey(rig.url("B")));
-        QTest::mouseClick(column.viewport(), Qt::LeftButton, {}, centreOf(column, "Home"));
-        QCOMPARE(rig.shelf->current(), rig.shelf->home());
-
-        // A file moved into the shown subfolder from outside updates its count.
-        rig.shelf->openFolder(QUrl::fromLocalFile(rig.file("B")));
-        QVERIFY(QFile::rename(rig.file("a.png"), rig.file("B/a.png")));
-        QTRY_COMPARE_WITH_TIMEOUT(describe(column).value(0), "Home 1", 10000);
-        QVERIFY(describe(column).contains("B 2"));
 
         // The last folder gone: the hint comes back.
         for (const QUrl &folder : rig.shelf->subfolders())
             QVERIFY(QDir(folder.toLocalFile()).removeRecursively());
         QVERIFY(rig.rescan());
-        QCOMPARE(describe(column), QStringList({"Home 1", "hint"}));
+        QCOMPARE(describe(column), QStringList({"Home 2", "hint"}));
     }
 
     void droppedFilesMoveIntoTheRowsFolder()

@@ -5,25 +5,23 @@
 namespace {
 
 // A shelf showing `count` images named "<prefix><i>.png", index i in the grid.
-struct Grid
+struct Grid : ShelfRig
 {
-    ShelfRig rig;
     QList<QUrl> urls;
-    Shelf &shelf() { return *rig.shelf; }
 
     explicit Grid(int count, const QString &prefix = "item ")
     {
         for (int i = 0; i < count; ++i) {
             const QString name = prefix + QString::number(i) + ".png";
-            rig.addImage(name, 100 + i); // older as i grows: newest first
-            urls.append(rig.url(name));
+            addImage(name, 100 + i); // older as i grows: newest first
+            urls.append(url(name));
         }
     }
     bool start(qint64 columns = 4)
     {
-        if (!rig.start() || rig.shelf->items() != urls)
+        if (!ShelfRig::start() || shelf->items() != urls)
             return false;
-        rig.shelf->setColumns(columns);
+        shelf->setColumns(columns);
         return true;
     }
     QSet<QUrl> at(std::initializer_list<int> indices) const
@@ -33,7 +31,7 @@ struct Grid
             set.insert(urls.at(i));
         return set;
     }
-    int cursorIndex() { return int(urls.indexOf(shelf().cursor())); }
+    int cursorIndex() const { return int(urls.indexOf(shelf->cursor())); }
 };
 
 } // namespace
@@ -49,7 +47,7 @@ private Q_SLOTS:
     {
         Grid grid(10);
         QVERIFY(grid.start(4));
-        Shelf &shelf = grid.shelf();
+        Shelf &shelf = *grid.shelf;
         shelf.select(grid.urls[1]);
         shelf.extend(grid.urls[6]);
         QCOMPARE(shelf.selection(), grid.at({1, 2, 5, 6})); // rows 0-1, columns 1-2
@@ -93,7 +91,7 @@ private Q_SLOTS:
     {
         Grid grid(7);
         QVERIFY(grid.start(4));
-        Shelf &shelf = grid.shelf();
+        Shelf &shelf = *grid.shelf;
         const auto move = [&](int from, Move direction) {
             shelf.select(grid.urls[from]);
             shelf.moveCursor(direction, false);
@@ -140,18 +138,18 @@ private Q_SLOTS:
         shelf.select(grid.urls[0]);
         shelf.toggle(grid.urls[6]);
         shelf.toggle(grid.urls[1]);
-        QVERIFY(QFile::remove(grid.rig.file("item 6.png")));
-        QVERIFY(grid.rig.rescan());
+        QVERIFY(QFile::remove(grid.file("item 6.png")));
+        QVERIFY(grid.rescan());
         shelf.moveCursor(Move::right, true);
         QCOMPARE(shelf.selection(), grid.at({0, 1, 2}));
         shelf.selectAll();
-        QDir().mkpath(grid.rig.file("other"));
-        grid.rig.addImage("other/x.png");
+        QDir().mkpath(grid.file("other"));
+        grid.addImage("other/x.png");
         QSignalSpy scanned(&shelf, &Shelf::scanApplied);
-        shelf.openFolder(QUrl::fromLocalFile(grid.rig.file("other")));
+        shelf.openFolder(QUrl::fromLocalFile(grid.file("other")));
         QVERIFY(scanned.wait());
         shelf.moveCursor(Move::right, true);
-        QCOMPARE(shelf.selection(), QSet<QUrl>{grid.rig.url("other/x.png")});
+        QCOMPARE(shelf.selection(), QSet<QUrl>{grid.url("other/x.png")});
     }
 
     void searchMatchesNamesThenRecognisedText()

@@ -1,22 +1,16 @@
 // The settings sheet over a throwaway shelf, preferences and screenshot tool:
-// the steppers' bounds, the recognition row's states, the name clean-up and
+// the steppers, the recognition row's states, the name clean-up and
 // the notification switch of a tool that has none.
 
-#include "actions/actionrunner.h"
-#include "actions/names.h"
 #include "meta/textindexer.h"
 #include "platform/textrecognizer.h"
-#include "platform/trash.h"
-#include "support/scriptedprompts.h"
-#include "support/shelfrig.h"
+#include "support/actionrig.h"
 #include "system/flashsettings.h"
 #include "system/systemthumbnail.h"
 #include "tidy/autotidy.h"
-#include "ui/settingssheet.h"
+#include "ui/settingsform.h"
 #include "ui/settingswidgets.h"
 
-#include <QApplication>
-#include <QFile>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -26,61 +20,18 @@
 
 namespace {
 
-// Each file waits for a permit, so a run stays under way while the test looks.
-class GatedRecognizer : public TextRecognizer
+// Each file waits for a permit (at most ten seconds, should the test fail
+// before it gives one), so a run stays under way while the test looks.
+struct GatedRecognizer : TextRecognizer
 {
-public:
-    explicit GatedRecognizer(QSemaphore &permits) : m_permits(permits) {}
+    QSemaphore &permits;
+    explicit GatedRecognizer(QSemaphore &permits) : permits(permits) {}
     std::optional<QString> recognize(const QString &) override
     {
-        m_permits.acquire();
+        permits.tryAcquire(1, 10000);
         return QString();
     }
-
-private:
-    QSemaphore &m_permits;
 };
-
-// A shelf with its sheet's collaborators, all on the rig's own files.
-struct SheetRig : ShelfRig
-{
-    FreedesktopTrash trash{box.path(QStringLiteral("Trash"))};
-    AutoTidy tidy{prefs, &meta, trash};
-    QSemaphore permits;
-    TextIndexer indexer{meta, [this] { return std::make_unique<GatedRecognizer>(permits); }};
-    ActionRunner runner{trash, &meta};
-    ScriptedConfirm confirm;
-    SystemThumbnail thumbnail{&tool};
-
-    ~SheetRig()
-    {
-        indexer.cancel();
-        permits.release(100);
-    }
-
-    SettingsParts parts()
-    {
-        SettingsParts p;
-        p.shelf = shelf.get();
-        p.prefs = &prefs;
-        p.tidy = &tidy;
-        p.indexer = &indexer;
-        p.meta = &meta;
-        p.systemThumbnail = &thumbnail;
-        p.confirm = &confirm;
-        p.runner = &runner;
-        return p;
-    }
-};
-
-template <typename T>
-T *child(QWidget *form, const char *name)
-{
-    T *found = form->findChild<T *>(QLatin1String(name));
-    if (!found)
-        qFatal("no control %s", name);
-    return found;
-}
 
 QString rowSubtitle(QWidget *control)
 {
@@ -95,143 +46,102 @@ class TestSettingsSheet : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // The steppers start from the stored values (a fractional duration is
-    // cut to whole seconds), keep within 1-30 and 1-365, write each step
-    // through at once and follow a change made elsewhere, with its unit.
-    void steppersStayInRangeAndWriteThrough()
-    {
-        SheetRig rig;
-        QVERIFY(rig.start());
-        FlashSettings::setSeconds(rig.prefs, 7.8);
-        rig.tidy.setDays(365);
-        SettingsForm form(rig.parts());
-        auto *seconds = child<QSpinBox>(&form, "flashSeconds");
-        auto *days = child<QSpinBox>(&form, "tidyDays");
-        QVERIFY(seconds->value() == 7 && days->value() == 365);
-        const QString plural = days->suffix();
-        days->stepUp();
-        QCOMPARE(days->value(), 365);
-        days->setValue(1);
-        days->stepDown();
-        QVERIFY(rig.tidy.days() == 1 && rig.prefs.value(PrefKey::tidyDays).toInt() == 1 && days->suffix() != plural);
-        seconds->setValue(31);
-        QVERIFY(seconds->value() == 30 && FlashSettings::seconds(rig.prefs) == 30.0);
-        rig.tidy.setDays(12);
-        QVERIFY(days->value() == 12 && days->suffix() == plural);
-    }
-
     // Unindexed items offer a run; a run under way shows its progress and
-    // Stop; with every item indexed the row is a disabled "Up to Date".
-    void recognitionRowFollowsTheIndexer()
+    // Stop; stopped with a file or two left, the offer comes back for them;
+    // with every item indexed the row is a disabled "Up to Date". The
+    // steppers start from the stored values (a fractional duration is cut to
+    // whole seconds), write each step through at once and follow a change
+    // made elsewhere (the bounds are the settings' own).
+    // Cancel in the clean-up question renames nothing and reports nothing;
+    // Clean Up renames and reports how many. A tool without a notification
+    // switch, or no known tool, gets a disabled switch and a reason under it;
+    // a tool with one gets a switch that writes the tool's own setting.
+    void everyRowOnItsOwnFiles()
     {
-        SheetRig rig;
-        for (const QString name : {"a.png", "b.png", "c.png", "d.png"})
+        ActionRig rig;
+        AutoTidy tidy{rig.prefs, &rig.meta, rig.trash};
+        QSemaphore permits;
+        TextIndexer indexer{rig.meta, [&permits] { return std::make_unique<GatedRecognizer>(permits); }};
+        ScriptedConfirm confirm;
+        SystemThumbnail thumbnail{&rig.tool};
+        const QString shot = QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png");
+        for (const QString &name : {shot, QStringLiteral("a.png"), QStringLiteral("b.png"), QStringLiteral("c.png")})
             rig.addImage(name);
         QVERIFY(rig.start());
         rig.meta.update(rig.url(QStringLiteral("c.png")), [](FileMeta &m) { m.text = QString(); });
-        SettingsForm form(rig.parts());
-        auto *start = child<QPushButton>(&form, "recognise");
-        auto *progress = child<QProgressBar>(&form, "recogniseProgress");
-        auto *stop = child<QPushButton>(&form, "recogniseStop");
+        FlashSettings::setSeconds(rig.prefs, 7.8);
+        tidy.setDays(365);
+        rig.tool.writable = false;
+        const auto parts = SettingsParts{.shelf = rig.shelf.get(),
+                                         .prefs = &rig.prefs,
+                                         .tidy = &tidy,
+                                         .indexer = &indexer,
+                                         .meta = &rig.meta,
+                                         .systemThumbnail = &thumbnail,
+                                         .confirm = &confirm,
+                                         .runner = &rig.runner};
+        SettingsForm form(parts);
+        auto *start = form.findChild<QPushButton *>("recognise");
+        auto *progress = form.findChild<QProgressBar *>("recogniseProgress");
+        auto *stop = form.findChild<QPushButton *>("recogniseStop");
         QVERIFY(start->isEnabled() && !start->isHidden() && progress->isHidden() && stop->isHidden());
         QVERIFY(start->text().contains(QLatin1String(" 3 ")));
-
         start->click();
-        QVERIFY(rig.indexer.running());
-        QVERIFY(start->isHidden() && !progress->isHidden() && !stop->isHidden());
+        QVERIFY(indexer.running() && start->isHidden() && !progress->isHidden() && !stop->isHidden());
         QCOMPARE(progress->maximum(), 3);
-        rig.permits.release(1);
+        permits.release(1);
         QTRY_COMPARE(progress->value(), 1);
-        QVERIFY(child<QLabel>(&form, "recogniseProgressText")->text().contains(QLatin1String("1")));
-
-        // Stopped with a file or two left: the offer comes back for them.
         stop->click();
-        rig.permits.release(1);
-        QTRY_VERIFY(!rig.indexer.running());
-        QVERIFY(!start->isHidden() && stop->isHidden());
-        QVERIFY(start->isEnabled() && start->text().contains(QRegularExpression(QStringLiteral(" [12] "))));
-
-        rig.permits.release(2);
+        permits.release(1);
+        QTRY_VERIFY(!indexer.running());
+        QVERIFY(!start->isHidden() && stop->isHidden() && start->isEnabled());
+        QVERIFY(start->text().contains(QRegularExpression(QStringLiteral(" [12] "))));
+        permits.release(2);
         start->click();
-        QTRY_VERIFY(!rig.indexer.running());
-        QVERIFY(!start->isEnabled());
-        QVERIFY(!start->text().contains(QRegularExpression(QStringLiteral("\\d"))));
+        QTRY_VERIFY(!indexer.running());
+        QVERIFY(!start->isEnabled() && !start->text().contains(QRegularExpression(QStringLiteral("\\d"))));
         // A record changed outside a run shows too (a turn later).
         rig.meta.update(rig.url(QStringLiteral("a.png")), [](FileMeta &m) { m.text.reset(); });
         QTRY_VERIFY(start->isEnabled() && start->text().contains(QLatin1String(" 1 ")));
-    }
 
-    // Cancel in the clean-up question renames nothing and reports nothing;
-    // Clean Up renames and reports how many.
-    void cleanUpAsksFirstAndReportsTheCount()
-    {
-        SheetRig rig;
-        const QString shot = QStringLiteral("Screenshot 2026-10-08 at 05.12.49.png");
-        rig.addImage(shot);
-        rig.addImage(QStringLiteral("plain.png"));
-        QVERIFY(rig.start());
-        SettingsForm form(rig.parts());
-        auto *cleanUp = child<QPushButton>(&form, "cleanUp");
-        auto *renamed = child<QLabel>(&form, "renamed");
+        auto *seconds = form.findChild<QSpinBox *>("flashSeconds");
+        auto *days = form.findChild<QSpinBox *>("tidyDays");
+        QVERIFY(seconds->value() == 7 && days->value() == 365);
+        days->setValue(1);
+        QVERIFY(tidy.days() == 1 && rig.prefs.value(PrefKey::tidyDays).toInt() == 1);
+        seconds->setValue(12);
+        QCOMPARE(FlashSettings::seconds(rig.prefs), 12.0);
+        tidy.setDays(12);
+        QCOMPARE(days->value(), 12);
 
-        rig.confirm.answer = false;
+        auto *cleanUp = form.findChild<QPushButton *>("cleanUp");
+        auto *renamed = form.findChild<QLabel *>("renamed");
+        confirm.answer = false;
         cleanUp->click();
-        QVERIFY(!rig.confirm.asked.message.isEmpty());
         QCoreApplication::processEvents();
-        QVERIFY(QFile::exists(rig.file(shot)));
-        QVERIFY(renamed->isHidden() && !form.cleaned());
-
-        rig.confirm.answer = true;
+        QVERIFY(QFile::exists(rig.file(shot)) && renamed->isHidden() && !form.cleaned());
+        confirm.answer = true;
         cleanUp->click();
         QTRY_VERIFY(!renamed->isHidden());
         QCOMPARE(form.cleaned(), std::optional<qint64>(1));
-        QCOMPARE(renamed->text(), ScreenshotNames::resultText(1));
         QVERIFY(!QFile::exists(rig.file(shot)) && QFile::exists(rig.file(QStringLiteral("2026-10-08 05.12.49.png"))));
-    }
 
-    // A tool without a notification switch, or no known tool, gets a
-    // disabled switch and a reason under it; a tool with one gets a switch
-    // that writes the tool's own setting.
-    void notificationSwitchOnlyWhereTheToolHasOne()
-    {
-        SheetRig rig;
-        QVERIFY(rig.start());
-        rig.tool.writable = false;
-        for (const bool known : {true, false}) {
-            SettingsParts parts = rig.parts();
-            if (!known)
-                parts.systemThumbnail = nullptr;
-            SettingsForm form(parts);
-            auto *hide = child<ToggleSwitch>(&form, "hideSystemThumb");
-            QVERIFY(!hide->isEnabled() && !hide->isChecked());
-            QVERIFY(rowSubtitle(hide).contains(known ? rig.tool.toolName() : QString())
-                    && !rowSubtitle(hide).isEmpty());
+        SettingsParts unknownTool = parts;
+        unknownTool.systemThumbnail = nullptr;
+        SettingsForm withoutTool(unknownTool);
+        for (SettingsForm *sheet : {&form, &withoutTool}) {
+            auto *hide = sheet->findChild<ToggleSwitch *>("hideSystemThumb");
+            QVERIFY(!hide->isEnabled() && !hide->isChecked() && !rowSubtitle(hide).isEmpty());
+            QVERIFY(rowSubtitle(hide).contains(sheet == &form ? rig.tool.toolName() : QString()));
         }
         rig.tool.writable = true;
-        SettingsForm form(rig.parts());
-        auto *hide = child<ToggleSwitch>(&form, "hideSystemThumb");
+        SettingsForm writable(parts);
+        auto *hide = writable.findChild<ToggleSwitch *>("hideSystemThumb");
         QVERIFY(hide->isEnabled() && rowSubtitle(hide).isEmpty());
         hide->click();
         QCOMPARE(rig.tool.readBool(CaptureSettings::showThumbnail), std::optional<bool>(false));
         hide->click();
         QVERIFY(!rig.tool.values.contains(CaptureSettings::showThumbnail));
-    }
-
-    // The diagnostic picture holds the whole form, not just the part that
-    // fits the window.
-    void snapshotHoldsTheWholeForm()
-    {
-        SheetRig rig;
-        QVERIFY(rig.start());
-        SettingsSheet sheet(rig.parts(), {});
-        sheet.resize(540, 506);
-        sheet.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&sheet));
-        const QPixmap image = sheet.snapshot();
-        const QSize size = image.deviceIndependentSize().toSize();
-        QCOMPARE(size.width(), 540);
-        QVERIFY2(size.height() > 506 + 200, qPrintable(QString::number(size.height())));
-        QCOMPARE(sheet.size(), QSize(540, 506));
     }
 };
 

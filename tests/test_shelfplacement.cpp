@@ -46,9 +46,7 @@ private Q_SLOTS:
         const QRectF screen(0, 0, 1280, 800);
         const QSizeF fallback = ShelfPlacement::defaultSize(screen, Shelf::defaultCellWidth);
         QVERIFY(!ShelfPlacement::savedSize(prefs));
-
         ShelfPlacement::saveSize(prefs, QSizeF(700, 500));
-        QCOMPARE(ShelfPlacement::savedSize(prefs).value_or(QSizeF()), QSizeF(700, 500));
         QCOMPARE(ShelfPlacement::sizeFor(screen, prefs, Shelf::defaultCellWidth), QSizeF(700, 500));
         ShelfPlacement::saveSize(prefs, QSizeF(3000, 500));
         QCOMPARE(ShelfPlacement::sizeFor(screen, prefs, Shelf::defaultCellWidth), QSizeF(1024, 500));
