@@ -147,6 +147,20 @@ inline uint32_t toByte(Real value)
     return uint32_t(std::clamp<Real>(value + Real(0.5), 0, 255));
 }
 
+// What each target column's sums are divided by: the weights of its cover.
+template <typename Real>
+std::vector<Real> columnScales(const std::vector<Cover> &columns, Real divisor)
+{
+    std::vector<Real> scales(columns.size());
+    for (size_t d = 0; d < columns.size(); ++d) {
+        const Cover &c = columns[d];
+        const uint32_t weight =
+            c.end - c.begin == 1 ? c.firstWeight : c.firstWeight + c.lastWeight + 256 * (c.end - c.begin - 2);
+        scales[d] = Real(1) / (Real(weight) * divisor);
+    }
+    return scales;
+}
+
 // Source row y (C bytes a pixel) comes from `source`, in order. `Sum` holds
 // a row's sum over one target pixel, `Real` the rows' sums: floats lose
 // levels past a few hundred rows a target row.
@@ -158,15 +172,8 @@ Result decode(PngSource &source, QSize target)
     const std::vector<Cover> columns = coversFor(srcW, dstW);
     Spans rows(srcH, dstH);
 
-    // What each target column's sums are divided by: its weights, times 255
-    // with premultiplied alpha.
-    std::vector<Real> columnScale(dstW);
-    for (uint32_t d = 0; d < dstW; ++d) {
-        const Cover &c = columns[d];
-        const uint32_t weight =
-            c.end - c.begin == 1 ? c.firstWeight : c.firstWeight + c.lastWeight + 256 * (c.end - c.begin - 2);
-        columnScale[d] = Real(1) / (Real(weight) * (C == 4 ? 255 : 1));
-    }
+    // Premultiplied alpha divides by 255 as well.
+    const std::vector<Real> columnScale = columnScales<Real>(columns, C == 4 ? 255 : 1);
 
     Result result;
     result.image = PagedImage::create(target, C == 4 ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
@@ -242,13 +249,7 @@ Result decodeOpaque(PngSource &source, QSize target)
     const auto dstW = uint32_t(target.width()), dstH = uint32_t(target.height());
     const std::vector<Cover> columns = coversFor(srcW, dstW);
     Spans rows(srcH, dstH);
-    std::vector<float> columnScale(dstW);
-    for (uint32_t d = 0; d < dstW; ++d) {
-        const Cover &c = columns[d];
-        const uint32_t weight =
-            c.end - c.begin == 1 ? c.firstWeight : c.firstWeight + c.lastWeight + 256 * (c.end - c.begin - 2);
-        columnScale[d] = 1.0f / float(weight);
-    }
+    const std::vector<float> columnScale = columnScales<float>(columns, 1);
 
     Result result;
     result.image = PagedImage::create(target, QImage::Format_RGB32);
