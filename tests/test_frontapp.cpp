@@ -108,7 +108,7 @@ private Q_SLOTS:
         // Another client's window, naming the sleeping process; the entries
         // are read in the background, once.
         const std::unique_ptr<xcb_connection_t, void (*)(xcb_connection_t *)> other(xcb_connect(nullptr, nullptr),
-                                                                                   xcb_disconnect);
+                                                                                    xcb_disconnect);
         activateWindow(other.get(), uint32_t(sleeper.processId()));
         QTRY_VERIFY_WITH_TIMEOUT(front->frontmost() && front->frontmost()->path == entry, 10000);
         QCOMPARE(front->frontmost()->pid, sleeper.processId());
