@@ -11,6 +11,7 @@
 #include "ui/shelfwindow.h"
 
 #include <QCoreApplication>
+#include <QDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -132,16 +133,28 @@ private:
     std::function<void()> m_report;
 };
 
-// Writes where each entry of a menu lies on the screen when it opens.
-class MenuWatch : public QObject
+// Writes where each entry of a menu lies on the screen when it opens, and
+// where a dialog opens.
+class PopupWatch : public QObject
 {
 public:
-    explicit MenuWatch(std::function<void(const QString &)> log) : m_log(std::move(log)) {}
+    explicit PopupWatch(std::function<void(const QString &)> log) : m_log(std::move(log)) {}
 
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         if (event->type() != QEvent::Show)
             return false;
+        if (auto *dialog = qobject_cast<QDialog *>(watched); dialog && dialog->isWindow()) {
+            QPointer<QDialog> shown(dialog);
+            QMetaObject::invokeMethod(
+                dialog,
+                [this, shown] {
+                    if (shown && shown->isVisible())
+                        m_log(QStringLiteral("dialog shown ") + placeText(shown->frameGeometry()));
+                },
+                Qt::QueuedConnection);
+            return false;
+        }
         auto *menu = qobject_cast<QMenu *>(watched);
         if (!menu)
             return false;
@@ -236,9 +249,9 @@ void DiagnosticHooks::scheduleLaunchHooks()
         enqueue({keyFirstDelayMs + keySpacingMs * i, keySpacingMs,
                  [this, token](Done done) { sendKey(token, std::move(done)); }});
     }
-    if (hookSet("BRINDLEWICK_DEBUG") && !m_menuWatch) {
-        m_menuWatch = std::make_unique<MenuWatch>([this](const QString &line) { log(line); });
-        QCoreApplication::instance()->installEventFilter(m_menuWatch.get());
+    if (hookSet("BRINDLEWICK_DEBUG") && !m_popupWatch) {
+        m_popupWatch = std::make_unique<PopupWatch>([this](const QString &line) { log(line); });
+        QCoreApplication::instance()->installEventFilter(m_popupWatch.get());
     }
     if (hookSet("BRINDLEWICK_CLICK"))
         enqueue({clickDelayMs, 0, [this](Done done) { click(std::move(done)); }});

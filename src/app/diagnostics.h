@@ -34,8 +34,9 @@ class Shelf;
 //                                  where the shelf's parts are on the screen
 //                                  ("place cell a.png 400,160 160x100") and
 //                                  the entries of every menu that opens
-//                                  ("menu item Open 610,300 180x24"), so that
-//                                  a test can point at them with real input
+//                                  ("menu item Open 610,300 180x24") and each
+//                                  dialog ("dialog shown 500,300 400x150"), so
+//                                  that a test can point at them with real input
 //   BRINDLEWICK_SNAPSHOT_FLASH=path PNG of each corner card once it has slid in
 //
 // With any of them set, the corner card reports "flash shown <name> WxH"
@@ -125,7 +126,7 @@ private:
     QPointer<AppDelegate> m_delegate;
     LogSink m_sink;
     // Reports the entries of each menu that opens (BRINDLEWICK_DEBUG).
-    std::unique_ptr<QObject> m_menuWatch;
+    std::unique_ptr<QObject> m_popupWatch;
     bool m_launched = false;
     bool m_scanned = false;
     bool m_announced = false;
