@@ -72,40 +72,34 @@ void ActionRunner::deliver(bool callBack)
         Q_EMIT pendingChanged();
 }
 
+namespace {
+
+// The work of an action that writes new files beside the chosen ones.
+ActionRunner::Work writing(QList<QUrl> (*write)(const QList<QUrl> &, FileFailures *), const QList<QUrl> &files)
+{
+    return [write, files] {
+        FileWorkResult result;
+        result.written = write(files, &result.failed);
+        result.count = result.written.size();
+        return result;
+    };
+}
+
+} // namespace
+
 void ActionRunner::duplicate(const QList<QUrl> &files, QObject *requester, Done done)
 {
-    run(
-        [files] {
-            FileWorkResult result;
-            result.written = FileActions::duplicate(files, &result.failed);
-            result.count = result.written.size();
-            return result;
-        },
-        requester, std::move(done));
+    run(writing(&FileActions::duplicate, files), requester, std::move(done));
 }
 
 void ActionRunner::resizeHalf(const QList<QUrl> &files, QObject *requester, Done done)
 {
-    run(
-        [files] {
-            FileWorkResult result;
-            result.written = FileActions::resizeHalf(files, &result.failed);
-            result.count = result.written.size();
-            return result;
-        },
-        requester, std::move(done));
+    run(writing(&FileActions::resizeHalf, files), requester, std::move(done));
 }
 
 void ActionRunner::convertToJPG(const QList<QUrl> &files, QObject *requester, Done done)
 {
-    run(
-        [files] {
-            FileWorkResult result;
-            result.written = FileActions::convertToJPG(files, &result.failed);
-            result.count = result.written.size();
-            return result;
-        },
-        requester, std::move(done));
+    run(writing(&FileActions::convertToJPG, files), requester, std::move(done));
 }
 
 void ActionRunner::move(const QList<QUrl> &files, const QUrl &folder, QObject *requester, Done done)

@@ -218,12 +218,13 @@ void AppDelegate::buildWindow()
     view->setIndexer(indexer);
     view->setTidy(m_services.tidy.get());
     connect(view->grid(), &ShelfGrid::contextMenuRequested, this, &AppDelegate::popupFileMenu);
-    Flash::Parts cardParts;
-    cardParts.prefs = &m_prefs;
-    cardParts.thumbs = m_services.thumbs.get();
-    cardParts.shelf = m_shelf.get();
-    cardParts.contextMenu = [this](const QList<QUrl> &files, const QPoint &at) { return popupFileMenu(files, at); };
-    m_flash = std::make_unique<Flash>(std::move(cardParts));
+    m_flash = std::make_unique<Flash>(Flash::Parts{
+        .prefs = &m_prefs,
+        .thumbs = m_services.thumbs.get(),
+        .shelf = m_shelf.get(),
+        .contextMenu = [this](const QList<QUrl> &files, const QPoint &at) { return popupFileMenu(files, at); },
+        .runDrag = {},
+    });
     connect(m_flash.get(), &Flash::shown, this, [this](FlashPanel *card) { m_hooks->afterFlashShown(card); });
     connect(m_flash.get(), &Flash::currentChanged, this, [this] {
         if (FlashPanel *card = m_flash->current(); card && card->state() == FlashPanel::State::created)
@@ -335,18 +336,19 @@ void AppDelegate::openSettings()
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     m_sheetFolderChooser = std::make_unique<FolderChooserDialog>(sheet);
     m_sheetConfirm = std::make_unique<DialogConfirmPrompt>(sheet);
-    SettingsParts parts;
-    parts.shelf = m_shelf.get();
-    parts.prefs = &m_prefs;
-    parts.tidy = m_services.tidy.get();
-    parts.indexer = m_services.indexer.get();
-    parts.meta = m_meta;
-    parts.loginItem = m_loginItem.get();
-    parts.systemThumbnail = m_systemThumbnail.get();
-    parts.heartbeat = m_heartbeat;
-    parts.folderChooser = m_sheetFolderChooser.get();
-    parts.confirm = m_sheetConfirm.get();
-    parts.runner = m_runner.get();
+    const SettingsParts parts{
+        .shelf = m_shelf.get(),
+        .prefs = &m_prefs,
+        .tidy = m_services.tidy.get(),
+        .indexer = m_services.indexer.get(),
+        .meta = m_meta,
+        .loginItem = m_loginItem.get(),
+        .systemThumbnail = m_systemThumbnail.get(),
+        .heartbeat = m_heartbeat,
+        .folderChooser = m_sheetFolderChooser.get(),
+        .confirm = m_sheetConfirm.get(),
+        .runner = m_runner.get(),
+    };
     sheet->setContent(new SettingsSheet(parts, [this] { closeSettings(); }));
     sheet->onCancel = [this] { closeSettings(); };
     const int height = std::max(420, std::min(m_window->frameGeometry().height() - 60, 780));
