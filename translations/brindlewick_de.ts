@@ -253,6 +253,13 @@
     </message>
 </context>
 <context>
+    <name>GlobalShortcut</name>
+    <message>
+        <source>Open or hide the Brindlewick shelf</source>
+        <translation>Das Brindlewick-Regal öffnen oder ausblenden</translation>
+    </message>
+</context>
+<context>
     <name>MainMenu</name>
     <message>
         <source>Brindlewick</source>
@@ -876,6 +883,10 @@ Klicken Sie auf „Autostart-Ordner öffnen“ oder öffnen Sie die Autostart-Ei
     <message>
         <source>created</source>
         <translation>angelegt</translation>
+    </message>
+    <message>
+        <source>the folder %1 cannot be created</source>
+        <translation>der Ordner %1 kann nicht angelegt werden</translation>
     </message>
 </context>
 </TS>

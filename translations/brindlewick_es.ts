@@ -253,6 +253,13 @@
     </message>
 </context>
 <context>
+    <name>GlobalShortcut</name>
+    <message>
+        <source>Open or hide the Brindlewick shelf</source>
+        <translation>Abrir u ocultar el estante de Brindlewick</translation>
+    </message>
+</context>
+<context>
     <name>MainMenu</name>
     <message>
         <source>Brindlewick</source>
@@ -876,6 +883,10 @@ Pulse «Abrir la carpeta de inicio automático», o abra la configuración de in
     <message>
         <source>created</source>
         <translation>crear</translation>
+    </message>
+    <message>
+        <source>the folder %1 cannot be created</source>
+        <translation>no se puede crear la carpeta %1</translation>
     </message>
 </context>
 </TS>

@@ -253,6 +253,13 @@
     </message>
 </context>
 <context>
+    <name>GlobalShortcut</name>
+    <message>
+        <source>Open or hide the Brindlewick shelf</source>
+        <translation>Ouvrir ou masquer l’étagère de Brindlewick</translation>
+    </message>
+</context>
+<context>
     <name>MainMenu</name>
     <message>
         <source>Brindlewick</source>
@@ -876,6 +883,10 @@ Cliquez sur « Ouvrir le dossier de démarrage automatique », ou ouvrez les par
     <message>
         <source>created</source>
         <translation>créé</translation>
+    </message>
+    <message>
+        <source>the folder %1 cannot be created</source>
+        <translation>le dossier %1 ne peut pas être créé</translation>
     </message>
 </context>
 </TS>

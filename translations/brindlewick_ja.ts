@@ -249,6 +249,13 @@
     </message>
 </context>
 <context>
+    <name>GlobalShortcut</name>
+    <message>
+        <source>Open or hide the Brindlewick shelf</source>
+        <translation>Brindlewick のシェルフを開く/隠す</translation>
+    </message>
+</context>
+<context>
     <name>MainMenu</name>
     <message>
         <source>Brindlewick</source>
@@ -866,6 +873,10 @@ Click “Open Autostart Folder”, or open your desktop&apos;s start-up settings
     <message>
         <source>created</source>
         <translation>作成</translation>
+    </message>
+    <message>
+        <source>the folder %1 cannot be created</source>
+        <translation>フォルダー %1 を作成できません</translation>
     </message>
 </context>
 </TS>

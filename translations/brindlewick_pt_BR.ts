@@ -253,6 +253,13 @@
     </message>
 </context>
 <context>
+    <name>GlobalShortcut</name>
+    <message>
+        <source>Open or hide the Brindlewick shelf</source>
+        <translation>Abrir ou ocultar a estante do Brindlewick</translation>
+    </message>
+</context>
+<context>
     <name>MainMenu</name>
     <message>
         <source>Brindlewick</source>
@@ -876,6 +883,10 @@ Clique em “Abrir pasta de inicialização automática”, ou abra as configura
     <message>
         <source>created</source>
         <translation>criar</translation>
+    </message>
+    <message>
+        <source>the folder %1 cannot be created</source>
+        <translation>não é possível criar a pasta %1</translation>
     </message>
 </context>
 </TS>

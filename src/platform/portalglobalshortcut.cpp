@@ -7,6 +7,7 @@
 #include "files/logcategories.h"
 #include "platform/globalshortcut.h"
 
+#include <QCoreApplication>
 #include <QDBusAbstractInterface>
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -156,7 +157,7 @@ private:
         request(token, [](const QVariantMap &) { qCInfo(lcShortcut) << "the portal bound the shortcut"; });
         const QList<PortalShortcut> shortcuts{
             {shortcutId,
-             {{QStringLiteral("description"), QStringLiteral("Open or hide the Brindlewick shelf")},
+             {{QStringLiteral("description"), QCoreApplication::translate("GlobalShortcut", "Open or hide the Brindlewick shelf")},
               {QStringLiteral("preferred_trigger"), m_trigger}}}};
         m_portal->asyncCall(QStringLiteral("BindShortcuts"), QVariant::fromValue(QDBusObjectPath(m_session)),
                             QVariant::fromValue(shortcuts), QString(),

@@ -86,7 +86,7 @@ bool LoginItem::registerEntry(QString *error)
     const QString folder = QFileInfo(m_entryPath).absolutePath();
     QString reason;
     if (!QDir().mkpath(folder)) {
-        reason = QStringLiteral("the folder %1 cannot be created").arg(folder);
+        reason = Texts::folderNotCreated().arg(folder);
     } else {
         QSaveFile file(m_entryPath);
         if (file.open(QIODevice::WriteOnly)) {

@@ -42,6 +42,8 @@ inline QString loginErrorDetail()
 {
     return QCoreApplication::translate("Texts", "The start-up entry %1 could not be written: %2.");
 }
+// The reason given in loginErrorDetail() when %1, a folder, cannot be made.
+inline QString folderNotCreated() { return QCoreApplication::translate("Texts", "the folder %1 cannot be created"); }
 inline QString openLoginItems() { return QCoreApplication::translate("Texts", "Open Autostart Folder"); }
 inline QString loginGuideTitle()
 {
