@@ -157,7 +157,8 @@ private:
         request(token, [](const QVariantMap &) { qCInfo(lcShortcut) << "the portal bound the shortcut"; });
         const QList<PortalShortcut> shortcuts{
             {shortcutId,
-             {{QStringLiteral("description"), QCoreApplication::translate("GlobalShortcut", "Open or hide the Brindlewick shelf")},
+             {{QStringLiteral("description"),
+               QCoreApplication::translate("GlobalShortcut", "Open or hide the Brindlewick shelf")},
               {QStringLiteral("preferred_trigger"), m_trigger}}}};
         m_portal->asyncCall(QStringLiteral("BindShortcuts"), QVariant::fromValue(QDBusObjectPath(m_session)),
                             QVariant::fromValue(shortcuts), QString(),
